@@ -1,0 +1,26 @@
+# An area is one folder of sources compiled once, used by the shared library and by the unit tests (which need
+# the symbols that the library hides).
+#
+#   welk_area(NAME [DEPS target...])   the *.cpp files of the current folder and, for those listed, its subfolders
+function(welk_area name folder)
+  cmake_parse_arguments(A "" "" "DEPS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+  if(NOT sources)
+    add_library(${name} INTERFACE)
+    return()
+  endif()
+  add_library(${name} OBJECT ${sources})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(${name} PUBLIC ${A_DEPS} welk_instrument PRIVATE welk_warnings)
+endfunction()
+
+# welk_test(NAME LABELS label... DEPS target... SOURCES file...)   one GoogleTest program, its cases known to ctest
+function(welk_test name)
+  cmake_parse_arguments(T "" "" "LABELS;DEPS;SOURCES" ${ARGN})
+  add_executable(${name} ${T_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(${name} PRIVATE ${T_DEPS} GTest::gmock GTest::gtest_main welk_instrument welk_warnings)
+  target_compile_definitions(${name} PRIVATE WELK_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT 600)
+endfunction()

@@ -1,0 +1,13 @@
+# One interface target that every target of ours links, so that a preset switches all of them together.
+add_library(welk_instrument INTERFACE)
+if(WELK_SANITIZE STREQUAL "address")
+  target_compile_options(welk_instrument INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(welk_instrument INTERFACE -fsanitize=address,undefined)
+elseif(WELK_SANITIZE STREQUAL "thread")
+  target_compile_options(welk_instrument INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(welk_instrument INTERFACE -fsanitize=thread)
+endif()
+if(WELK_COVERAGE)
+  target_compile_options(welk_instrument INTERFACE --coverage)
+  target_link_options(welk_instrument INTERFACE --coverage)
+endif()
