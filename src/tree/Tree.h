@@ -1,0 +1,23 @@
+#pragma once
+
+// Every node class, for code that looks at whole statements.
+#include "src/tree/WSQLColumnElement.h"
+#include "src/tree/WSQLColumnRef.h"
+#include "src/tree/WSQLCondition.h"
+#include "src/tree/WSQLFunctionRef.h"
+#include "src/tree/WSQLJoin.h"
+#include "src/tree/WSQLLiteral.h"
+#include "src/tree/WSQLLiteralSelect.h"
+#include "src/tree/WSQLNumeric.h"
+#include "src/tree/WSQLOperation.h"
+#include "src/tree/WSQLPredicates.h"
+#include "src/tree/WSQLStatement.h"
+#include "src/tree/WSQLStmtInsert.h"
+#include "src/tree/WSQLStmtObject.h"
+#include "src/tree/WSQLStmtPrivileges.h"
+#include "src/tree/WSQLStmtProperty.h"
+#include "src/tree/WSQLStmtSelect.h"
+#include "src/tree/WSQLStmtTable.h"
+#include "src/tree/WSQLStmtUpdate.h"
+#include "src/tree/WSQLTableRef.h"
+#include "src/tree/WSQLTimestamp.h"
