@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "include/wdb.h"
+#include "src/parser/ParseContext.h"
 #include "src/support/CFilterBase.h"
 #include "src/support/CStringBuffer.h"
 #include "src/support/Encoding.h"
@@ -13,7 +15,8 @@
 
 namespace wsql {
 
-class WELKDatabaseInfo;
+class SelectOutput;
+class ValueFilter;
 class WELKFieldInfo;
 class WELKFieldInfoList;
 class WSQLColumnElement;
@@ -35,15 +38,16 @@ class WSQLStmtProperty;
 class WSQLStmtSelect;
 class WSQLStmtSetObject;
 class WSQLStmtUpdate;
-class WSQLSymbolTable;
 class WSQLTableRef;
 class WSQLTimestamp;
+enum class RowOutcome;
+struct DatabaseEntry;
 
 // Built on the export's stack around the caller's record: one operation, then destroyed. Validators and executors are its
 // methods, each group in the source file that its heading names. They return true to go on; false after they have answered
 // with a fault. The status of the call lives in the record and is written by answers only; the status of the last kernel
 // look-up lives in lastStatus. An answer replaces an earlier one of the same call, which is released.
-class WSQLFilter : public CFilterBase {
+class WSQLFilter : public CFilterBase, public ParseContext {
  public:
   // data may be null: every operation then answers 8866.
   explicit WSQLFilter(FilterData* data);
@@ -84,16 +88,16 @@ class WSQLFilter : public CFilterBase {
   std::int32_t lastStatus() const { return lastStatus_; }
   void setLastStatus(std::int32_t status) { lastStatus_ = status; }
   bool newCcl() const { return newCcl_; }
-  // Root of the parsed statement: the slot that the parser fills.
-  std::unique_ptr<WSQLStatement>& statementSlot() { return statement_; }
-  // Token code of a keyword, whatever its case; 0 for any other word.
-  std::int32_t LookupKeyword(const char* word) const;
-  // Text of the last parse error.
-  CStringBuffer& parserMessage() { return parserMessage_; }
-  // The instant that CURRENT_DATE and its kin show; null before the parser is set up.
-  const WSQLTimestamp* statementTime() const { return statementTime_.get(); }
   // A file deleted at the end of the call.
   std::string& temporaryFileName() { return temporaryFileName_; }
+  // Root of the parsed statement: the slot that the parser fills.
+  std::unique_ptr<WSQLStatement>& statementSlot() { return statement_; }
+
+  // ---- what the parser asks: WSQLParserSetup.cpp ----
+  const WSQLSymbolTable* symbolTable() const override { return symbols_.get(); }
+  void parserMessage(std::string_view text) override { parserMessage_.set(text); }
+  const WSQLTimestamp* statementInstant() override;
+  DateSettings dateSettings() override;
 
   // ---- settings and properties: WSQLProperty.cpp ----
   bool ExecuteProperty(WSQLStmtProperty* statement);
@@ -162,8 +166,10 @@ class WSQLFilter : public CFilterBase {
   bool ExecuteSetObject(WSQLStmtSetObject* statement);
 
   // ---- rows: WSQLGetRow.cpp ----
-  std::unique_ptr<WSQLRowData> GetNextJoinRow(std::unique_ptr<WSQLRowData> row, WSQLStmtSelect* select);
-  std::unique_ptr<WSQLRowData> GetStaticRow(std::unique_ptr<WSQLRowData> row, WSQLStmtSelect* select);
+  // Both fill the row with the next one's values. kNone is the end of the rows, kFailed a fault that is already answered.
+  // GetNextJoinRow makes the row object when there is none.
+  RowOutcome GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, const SelectOutput& output);
+  RowOutcome GetStaticRow(std::unique_ptr<WSQLRowData>& row, const SelectOutput& output);
   WSQLResultSet* resultSet() const { return resultSet_.get(); }
   void setResultSet(std::unique_ptr<WSQLResultSet> resultSet);
 
@@ -178,6 +184,8 @@ class WSQLFilter : public CFilterBase {
                          std::int32_t mode, std::int32_t* recordId);
   // One CCL command of any length. Reports nothing.
   std::int32_t ExecuteCCL(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  // The same for a finished command.
+  std::int32_t ExecuteCommand(const char* command);
   std::int32_t SearchHitCount();
   // In: a command's canonical name; out: its word in the session's command language. 17 bytes at least.
   std::int32_t GetShellSymbol(char* symbol);
@@ -186,6 +194,12 @@ class WSQLFilter : public CFilterBase {
                              const char* data, std::int32_t length, std::int32_t position);
   std::int32_t RemoveFieldValue(WdbRecordControl* control, const WELKFieldInfo* field, std::int32_t partNumber,
                                 std::int32_t position);
+  // All values of one field of one record, from the part when one is named. -1: nothing to deliver. With forXml the values
+  // pass through the filter; without it TEXT and binary values arrive raw, of other types the first item.
+  std::int32_t GetFieldValue(const WELKFieldInfo& field, std::int32_t recordId, std::int32_t partNumber,
+                             CStringBuffer& output, const ValueFilter& filter, bool forXml);
+  // The databases that the session's user may see, in name order.
+  std::int32_t ListDatabases(std::vector<DatabaseEntry>& list);
   std::int32_t IndexDatabase(const char* databaseName, bool wait, bool raiseFaults);
   std::int32_t IndexReferencedDatabases(const char* databaseName, bool raiseFaults);
 
@@ -196,7 +210,6 @@ class WSQLFilter : public CFilterBase {
   std::int32_t badMask(const char* context);
   void readVersion();
   void loadParserSymbols();
-  void setUpParser(const char* statement);
   bool dispatch();
   void dispatchAnswered(bool done, const char* method);
   void writeContentType();
@@ -211,16 +224,10 @@ class WSQLFilter : public CFilterBase {
   void releaseAnswer() noexcept;
   bool settingOn(const char* name) const;
 
-  // The scanner over the statement copy, released through the parser's own function.
-  struct ScannerRelease {
-    void operator()(void* scanner) const noexcept;
-  };
-
   bool newCcl_ = false;
   std::unique_ptr<WSQLSymbolTable> symbols_;
   std::unique_ptr<WSQLStatement> statement_;
-  std::unique_ptr<WSQLTimestamp> statementTime_;
-  std::unique_ptr<void, ScannerRelease> scanner_;
+  std::unique_ptr<WSQLTimestamp> statementTime_;  // made when the statement first asks, so that all its uses agree
   CStringBuffer parserMessage_;
   std::unique_ptr<WSQLResultSet> resultSet_;
   std::string temporaryFileName_;

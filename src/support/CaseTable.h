@@ -27,8 +27,6 @@ class CaseTable {
   struct Pair {
     std::uint8_t upper, lower;
   };
-  template <std::size_t N>
-  static constexpr CaseTable make(const Pair (&pairs)[N]);
   static constexpr CaseTable ascii();
   friend struct CaseTables;
 
