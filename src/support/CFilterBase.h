@@ -27,6 +27,8 @@ class CFilterBase {
   // the last terminator, do not count. Replaces the arguments of before. Never reads beyond the record's text length, nor
   // beyond the first NUL.
   virtual void parseArguments(char separator = '=', char terminator = '\n');
+  // The letter case that argument names are compared in.
+  virtual const CaseTable& caseTable() const { return CaseTable::latin(); }
   // The first argument of that name, whatever its case; null when there is none.
   platform::HeapText argument(const char* name) const;
   // The same into a buffer, which is cleared first. False when there is none.
@@ -65,7 +67,7 @@ class CFilterBase {
   // The unnamed section of the configuration file first, then (when asked to fall back) the kernel's setting store. False
   // and an empty value when neither has it.
   bool setting(const char* name, bool fallBackToKernel, CStringBuffer& value) const;
-  // The directory of the log, remembered by startLogging. Empty while nothing is logged.
+  // The directory of the log, remembered by startLogging; empty while nothing is logged, because no path is built then.
   const std::string& configurationPath() const { return configurationPath_; }
 
   // ---- kernel helpers ----
@@ -98,8 +100,6 @@ class CFilterBase {
   static std::string logFilePath(const std::string& directory, const std::string& name, const LogPathOptions& options);
 
  private:
-  void writeLog(std::int32_t level, const char* context, std::int32_t code, const char* format, std::va_list arguments)
-      __attribute__((format(printf, 5, 0)));
   void openErrorLog();
   void writeErrorLog(const char* text);
   std::string kernelErrorLine(std::int32_t code, const char* source) const;
@@ -114,7 +114,6 @@ class CFilterBase {
   std::string levelSettingName_;
   std::string errorLogName_;
   bool errorLogEnabled_ = false;
-  CStringBuffer formatBuffer_{256};
   std::int32_t level_ = kLogNone;
 };
 

@@ -1,6 +1,7 @@
 // What a log is to the engine: leveled lines, each with a source and, for failures, a code.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 
 namespace wsql {
@@ -35,6 +36,11 @@ class IWfxLogger {
       __attribute__((format(printf, 4, 5)));
   virtual void info(const char* source, const char* format, ...) __attribute__((format(printf, 3, 4)));
   virtual void debug(const char* source, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+  // Formats one text, cut to kTextSize, and writes it whatever the logger's level. A text that is cut loses its line feed
+  // with its end, and gets it back.
+  void vwrite(LogLevel level, const char* source, std::int32_t code, const char* format, std::va_list arguments)
+      __attribute__((format(printf, 5, 0)));
 
  protected:
   std::int32_t level_ = kLogNone;
