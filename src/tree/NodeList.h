@@ -14,7 +14,33 @@ template <class T>
 class NodeList : public WSQLList<T*> {
  public:
   NodeList() = default;
-  ~NodeList() override { this->deleteElements(); }
+  ~NodeList() override {
+    for (int32_t i = this->Count() - 1; i >= 0; --i) delete this->Get(i);
+  }
+
+  /// The element at `index`, which is below Count(): the list holds no null.
+  T& at(int32_t index) const {
+    T* node = this->Get(index);
+    if (node == nullptr) __builtin_trap();
+    return *node;
+  }
+
+  class Iterator {
+   public:
+    Iterator(const NodeList& list, int32_t index) : list_(list), index_(index) {}
+    T& operator*() const { return list_.at(index_); }
+    Iterator& operator++() {
+      ++index_;
+      return *this;
+    }
+    bool operator!=(const Iterator& other) const { return index_ != other.index_; }
+
+   private:
+    const NodeList& list_;
+    int32_t index_;
+  };
+  Iterator begin() const { return {*this, 0}; }
+  Iterator end() const { return {*this, this->Count()}; }
 
   /// Appends the node; on an exception the node is deleted.
   void append(std::unique_ptr<T> node) {
@@ -56,7 +82,7 @@ template <class T>
 OwnedList<T> cloneList(const OwnedList<T>& list) {
   if (!list) return nullptr;
   auto copy = std::make_unique<NodeList<T>>();
-  for (int32_t i = 0; i < list->Count(); ++i) copy->append(list->Get(i)->clone());
+  for (const T& node : *list) copy->append(node.clone());
   return copy;
 }
 

@@ -36,8 +36,10 @@ class WSQLBoolean : public virtual WSQLLiteral {
 class WSQLChar : public virtual WSQLLiteral {
  public:
   WSQLChar() = default;
-  explicit WSQLChar(std::string_view characters, char openingQuote = '\'') : text(characters), quote(openingQuote) {}
+  explicit WSQLChar(std::string_view characters, char openingQuote = 0) : text(characters), quote(openingQuote) {}
   static std::unique_ptr<WSQLChar> null();
+  using WSQLScalar::asChar;
+  WSQLChar* asChar() override { return this; }
 
   ConstantValue constantValue() const override;
   void toText(CStringBuffer& out) const override;
@@ -45,7 +47,7 @@ class WSQLChar : public virtual WSQLLiteral {
   std::unique_ptr<WSQLScalar> clone() const override;
 
   std::string text;
-  char quote = '\'';  ///< the quote character that opened the text in the statement
+  char quote = 0;  ///< the quote character that opened the text in the statement; 0 when no quoted text made it
 };
 
 /// Bytes of a large object, carried as a value.

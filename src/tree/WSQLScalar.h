@@ -8,6 +8,7 @@
 
 namespace wsql {
 
+class WSQLChar;
 class WSQLColumnRef;
 class WSQLFunctionRef;
 
@@ -37,7 +38,9 @@ class WSQLScalar : public virtual WSQLExpression {
   virtual WSQLColumnRef* asColumnRef() { return nullptr; }
   const WSQLColumnRef* asColumnRef() const { return const_cast<WSQLScalar*>(this)->asColumnRef(); }
   virtual WSQLFunctionRef* asFunctionRef() { return nullptr; }
+  virtual WSQLChar* asChar() { return nullptr; }
   const WSQLFunctionRef* asFunctionRef() const { return const_cast<WSQLScalar*>(this)->asFunctionRef(); }
+  const WSQLChar* asChar() const { return const_cast<WSQLScalar*>(this)->asChar(); }
 
   /// Nesting levels of arithmetic below and including this node; 1 for a leaf.
   virtual int32_t depth() const { return 1; }
@@ -47,6 +50,8 @@ class WSQLScalar : public virtual WSQLExpression {
 
  protected:
   void copyScalar(const WSQLScalar& from);
+  /// Writes parentheses and label behind the content in a dump.
+  void dumpScalar(TreeDump& out) const;
 };
 
 /// Base of scalars that are computed from an argument.

@@ -86,7 +86,11 @@ class WSQLStmtSelect : public virtual WSQLStatement {
  private:
   void countItem(const WSQLScalar* item, int32_t step);
   int32_t expandTable(const WSQLTableRef& table, int32_t index);
+  std::unique_ptr<WSQLStmtSelect> cloneMember() const;
+  void dumpMember(TreeDump& out) const;
 
+  WSQLStmtSelect* unionTail_;  ///< a member at or before the end of the chain, so that appending needs no walk
+  int32_t unionCount_ = 1;     ///< members up to and including unionTail_
   OwnedList<WSQLScalar> items_;
   int32_t columnItems_ = 0;
   int32_t functionItems_ = 0;
