@@ -1,0 +1,245 @@
+#include "host/DotCommands.h"
+
+#include <charconv>
+
+#include "host/Catalog.h"
+#include "host/Kernel.h"
+#include "host/Session.h"
+#include "host/Shell.h"
+#include "host/import/Import.h"
+#include "host/input/ColumnNames.h"
+#include "host/input/ImportError.h"
+
+namespace host {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+// What a person typed wrong.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+void showTables(Shell& shell, const Words&) {
+    ResultSet result;
+    result.columns = {{"TABLE", "VARCHAR"}, {"ROWS", "INTEGER"}, {"OWNER", "VARCHAR"}};
+    for (const TableEntry& table : listTables()) {
+        result.rows.push_back(
+            {{table.name, false}, {std::to_string(table.records), false}, {table.owner, false}});
+    }
+    const Format format = shell.settings().format == Format::xml ? Format::table : shell.settings().format;
+    const auto formatter = makeFormatter(format, shell.terminalWidth());
+    std::string out;
+    const auto count = static_cast<std::int64_t>(result.rows.size());
+    formatter->begin(result.columns, out);
+    formatter->rows(result.rows, out);
+    formatter->end({1, count, count, std::nullopt}, out);
+    shell.write(out);
+}
+
+void showSchema(Shell& shell, const Words& words) {
+    Words names(words.begin() + 1, words.end());
+    if (names.empty()) {
+        for (const TableEntry& table : listTables()) names.push_back(table.name);
+    }
+    for (const std::string& name : names) shell.write(tableSchema(name) + "\n");
+}
+
+void setMode(Shell& shell, const Words& words) {
+    const auto format = words.size() == 2 ? formatNamed(words[1]) : std::nullopt;
+    if (!format) throw UsageError(".mode table|csv|json|xml|line");
+    shell.settings().format = *format;
+}
+
+bool onOrOff(const std::string& word, const char* usage) {
+    if (word == "on") return true;
+    if (word == "off") return false;
+    throw UsageError(usage);
+}
+
+void setTimer(Shell& shell, const Words& words) {
+    constexpr const char* kUsage = ".timer on|off";
+    if (words.size() != 2) throw UsageError(kUsage);
+    shell.settings().timer = onOrOff(words[1], kUsage);
+}
+
+void readScript(Shell& shell, const Words& words) {
+    if (words.size() != 2) throw UsageError(".read FILE");
+    shell.runFile(words[1]);
+}
+
+std::string optional(const std::optional<std::int32_t>& number, const char* absent) {
+    return number ? std::to_string(*number) : absent;
+}
+
+void listSettings(Shell& shell) {
+    const Settings& settings = shell.settings();
+    const auto flag = [](bool on) { return on ? "on" : "off"; };
+    shell.write(std::string("format      ") + kFormatNames[static_cast<int>(settings.format)] +
+                "\nblock-size  " + optional(settings.blockSize, "default") + "\nblock       " +
+                optional(settings.block, "default") + "\nall-rows    " + flag(settings.allRows) +
+                "\nbail        " + flag(settings.bail) + "\nverbose     " + flag(settings.verbose) +
+                "\ntimer       " + flag(settings.timer) + "\n");
+}
+
+std::optional<std::int32_t> positive(const std::string& word) {
+    if (word == "default") return std::nullopt;
+    std::int32_t number = 0;
+    const auto end = std::from_chars(word.data(), word.data() + word.size(), number);
+    if (end.ec != std::errc() || end.ptr != word.data() + word.size() || number < 1) {
+        throw UsageError("a number from 1, or default");
+    }
+    return number;
+}
+
+void setSetting(Shell& shell, const Words& words) {
+    if (words.size() == 1) return listSettings(shell);
+    if (words.size() != 3) throw UsageError(".set [NAME VALUE]");
+    Settings& settings = shell.settings();
+    const std::string& name = words[1];
+    const std::string& value = words[2];
+    constexpr const char* kSwitch = ".set NAME on|off";
+    if (name == "format")
+        setMode(shell, {"", value});
+    else if (name == "block-size")
+        settings.blockSize = positive(value);
+    else if (name == "block")
+        settings.block = positive(value);
+    else if (name == "all-rows")
+        settings.allRows = onOrOff(value, kSwitch);
+    else if (name == "bail")
+        settings.bail = onOrOff(value, kSwitch);
+    else if (name == "verbose")
+        settings.verbose = onOrOff(value, kSwitch);
+    else if (name == "timer")
+        settings.timer = onOrOff(value, kSwitch);
+    else if (name.find_first_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos)
+        check(UpdateRCS(name.c_str(), value.c_str()));
+    else
+        throw UsageError("no setting is called " + name +
+                         " (.set lists them; names in capitals are the kernel's)");
+}
+
+void importFile(Shell& shell, const Words& words) {
+    constexpr const char* kUsage = ".import [--format csv|deb822] FILE TABLE";
+    ImportRequest request;
+    Words names;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        if (words[i] != "--format") {
+            names.push_back(words[i]);
+        } else if (i + 1 < words.size() && (words[i + 1] == "csv" || words[i + 1] == "deb822")) {
+            request.format = words[++i] == "csv" ? InputFormat::csv : InputFormat::deb822;
+        } else {
+            throw UsageError(kUsage);
+        }
+    }
+    if (names.size() != 2) throw UsageError(kUsage);
+    request.file = names[0];
+    request.table = names[1];
+    const ImportReport report = runImport(request);
+    shell.write((report.madeTable ? "table " + request.table + " made, " : request.table + ": ") +
+                summary(report) + "\n");
+    if (report.counts.refused > 0)
+        shell.reportFault(0, std::to_string(report.counts.refused) + " records were refused");
+}
+
+void showHelp(Shell& shell, const Words&) {
+    std::string out;
+    for (const DotCommand& command : dotCommands()) {
+        std::string usage = std::string(command.name) + " " + command.arguments;
+        usage.resize(std::max<std::size_t>(usage.size(), 44), ' ');
+        out += usage + " " + command.help + "\n";
+    }
+    shell.write(out + "Everything else is SQL and ends with a semicolon.\n");
+}
+
+void quit(Shell& shell, const Words&) {
+    shell.quit();
+}
+
+using Handler = void (*)(Shell&, const Words&);
+struct Entry {
+    DotCommand command;
+    Handler handler;
+};
+
+const std::vector<Entry>& entries() {
+    static const std::vector<Entry> table = {
+        {{".tables", "", "the tables, with their numbers of rows"}, showTables},
+        {{".schema", "[TABLE...]", "CREATE TABLE statements"}, showSchema},
+        {{".import", "[--format csv|deb822] FILE TABLE", "read a file (- is standard input) into a table"},
+         importFile},
+        {{".mode", "table|csv|json|xml|line", "how results are written"}, setMode},
+        {{".timer", "on|off", "show how long statements take"}, setTimer},
+        {{".print", "TEXT", "write a line"}, nullptr},
+        {{".read", "FILE", "run a script"}, readScript},
+        {{".set", "[NAME VALUE]", "block-size, block, all-rows, ...; alone: list"}, setSetting},
+        {{".help", "", "this list"}, showHelp},
+        {{".quit", "", "leave"}, quit},
+    };
+    return table;
+}
+
+void dispatch(Shell& shell, std::string_view line) {
+    const Words words = splitWords(line);
+    if (words[0] == ".print") {
+        const std::string_view text = line.substr(6);
+        shell.write(std::string(text.substr(text.empty() ? 0 : 1)) + "\n");
+        return;
+    }
+    for (const Entry& entry : entries()) {
+        if (words[0] == entry.command.name) return entry.handler(shell, words);
+    }
+    throw UsageError("no command is called " + words[0] + " (.help lists them)");
+}
+
+}  // namespace
+
+const std::vector<DotCommand>& dotCommands() {
+    static const std::vector<DotCommand> commands = [] {
+        std::vector<DotCommand> list;
+        for (const Entry& entry : entries()) list.push_back(entry.command);
+        return list;
+    }();
+    return commands;
+}
+
+std::vector<std::string> splitWords(std::string_view line) {
+    std::vector<std::string> words;
+    bool inWord = false;
+    char quote = 0;
+    for (const char c : line) {
+        const bool blank = quote == 0 && (c == ' ' || c == '\t' || c == '\r');
+        if (blank) {
+            inWord = false;
+            continue;
+        }
+        if (!inWord) words.emplace_back();
+        inWord = true;
+        if (quote != 0 && c == quote)
+            quote = 0;
+        else if (quote == 0 && (c == '"' || c == '\''))
+            quote = c;
+        else
+            words.back() += c;
+    }
+    return words;
+}
+
+bool Shell::runDotCommand(std::string_view line) {
+    while (!line.empty() && (line.back() == ' ' || line.back() == '\r')) line.remove_suffix(1);
+    try {
+        dispatch(*this, line);
+    } catch (const KernelError& error) {
+        reportFault(error.status(), error.what());
+    } catch (const UsageError& error) {
+        reportFault(0, std::string("usage: ") + error.what());
+    } catch (const std::exception& error) {
+        reportFault(0, error.what());
+    }
+    return goesOn();
+}
+
+}  // namespace host

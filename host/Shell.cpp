@@ -1,0 +1,249 @@
+#include "host/Shell.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "host/Engine.h"
+#include "host/Kernel.h"
+#include "host/Session.h"
+#include "host/text/FaultPlace.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::int32_t kAllRowsBlock = 5000;  // rows fetched at a time when all are wanted
+constexpr int kDefaultWidth = 120;            // where there is no terminal to measure
+constexpr int kDeepestRead = 16;
+
+class Stopwatch {
+public:
+    double milliseconds() const {
+        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+struct FreeLine {
+    char* text = nullptr;
+    std::size_t room = 0;
+    ~FreeLine() { std::free(text); }
+};
+
+}  // namespace
+
+void Shell::write(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+int Shell::terminalWidth() const {
+    winsize size{};
+    if (::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    const char* columns = std::getenv("COLUMNS");
+    int width = 0;
+    if (columns != nullptr) std::from_chars(columns, columns + std::strlen(columns), width);
+    return width > 0 ? width : kDefaultWidth;
+}
+
+void Shell::reportFault(int code, std::string_view message) {
+    faulted_ = true;
+    flush();
+    std::fprintf(stderr, "fault %d: %.*s\n", code, static_cast<int>(message.size()), message.data());
+}
+
+void Shell::reportFault(const Fault& fault, const Statement& statement, std::string_view sourceName) {
+    faulted_ = true;
+    flush();
+    const std::string text = faultText(fault, settings_.verbose) + faultPlace(fault, statement, sourceName);
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+bool Shell::runStatement(const Statement& statement, std::string_view sourceName) {
+    if (settings_.allRows) {
+        setPaging(settings_.format == Format::xml ? -1 : kAllRowsBlock, 1);
+    } else {
+        setPaging(settings_.blockSize, settings_.block);
+    }
+    const Stopwatch watch;
+    const RawAnswer raw = execute(statement.text);
+    const double milliseconds = watch.milliseconds();
+    if (!raw.succeeded()) {
+        reportFault(readFault(raw.text(), raw.status, raw.message), statement, sourceName);
+    } else if (settings_.format == Format::xml) {
+        write(raw.text());
+        showTime(milliseconds);
+    } else {
+        showAnswer(readAnswer(raw.document.get(), raw.length), statement, sourceName, milliseconds);
+    }
+    return goesOn();
+}
+
+void Shell::showTime(double milliseconds) {
+    if (!settings_.timer) return;
+    flush();
+    std::fprintf(stderr, "(%s)\n", duration(milliseconds).c_str());
+}
+
+namespace {
+
+// What an INSERT, UPDATE or DELETE did, for a person.
+std::string changeText(const ResultSet& result) {
+    const std::string& kind = result.statementType;
+    const char* done = kind == "INSERT"   ? "inserted"
+                       : kind == "UPDATE" ? "updated"
+                       : kind == "DELETE" ? "deleted"
+                                          : nullptr;
+    if (done == nullptr || result.rows.size() != 1 || result.rows[0].size() != 1) return {};
+    const std::string& count = result.rows[0][0].text;
+    return count + (count == "1" ? " row " : " rows ") + done;
+}
+
+}  // namespace
+
+void Shell::showAnswer(Answer answer, const Statement& statement, std::string_view sourceName,
+                       double milliseconds) {
+    const bool forPeople = settings_.format == Format::table || settings_.format == Format::line;
+    const std::string time = settings_.timer ? " (" + duration(milliseconds) + ")" : "";
+    if (auto* unreadable = std::get_if<Unreadable>(&answer)) {
+        reportFault(0, "the engine's answer cannot be read: " + unreadable->reason);
+        return;
+    }
+    if (auto* result = std::get_if<ResultSet>(&answer)) {
+        const std::string change = forPeople ? changeText(*result) : std::string();
+        if (change.empty())
+            showSelect(std::move(*result), statement, sourceName, milliseconds);
+        else
+            write(change + time + "\n");
+        return;
+    }
+    if (auto* property = std::get_if<Property>(&answer)) {
+        ResultSet result;
+        result.total = 1;
+        result.columns = {{property->name, "VARCHAR"}};
+        result.rows = {{Cell{property->value, false}}};
+        showSelect(std::move(result), statement, sourceName, milliseconds);
+        return;
+    }
+    const std::string& text = std::get<Success>(answer).text;
+    if (forPeople)
+        write((text.empty() ? "done" : text) + time + "\n");
+    else
+        showTime(milliseconds);
+}
+
+bool Shell::showSelect(ResultSet first, const Statement& statement, std::string_view sourceName,
+                       double milliseconds) {
+    const std::unique_ptr<Formatter> formatter = makeFormatter(settings_.format, terminalWidth());
+    std::string out;
+    ResultEnd end{first.first, 0, first.total, std::nullopt};
+    formatter->begin(first.columns, out);
+    ResultSet block = std::move(first);
+    bool changed = false;
+    for (std::int32_t number = 2;; ++number) {
+        formatter->rows(block.rows, out);
+        end.shown += static_cast<std::int64_t>(block.rows.size());
+        write(out);
+        out.clear();
+        const bool more = settings_.allRows && !block.rows.empty() && end.shown < end.total;
+        if (!more || block.statementType != "SELECT") break;
+        setPaging(kAllRowsBlock, number);
+        const Stopwatch watch;
+        const RawAnswer raw = execute(statement.text);
+        milliseconds += watch.milliseconds();
+        if (!raw.succeeded()) {
+            reportFault(readFault(raw.text(), raw.status, raw.message), statement, sourceName);
+            break;
+        }
+        Answer answer = readAnswer(raw.document.get(), raw.length);
+        auto* next = std::get_if<ResultSet>(&answer);
+        if (next == nullptr) {
+            reportFault(0, "the engine's answer cannot be read");
+            break;
+        }
+        changed = changed || next->total != end.total;
+        block = std::move(*next);
+    }
+    if (settings_.timer) end.milliseconds = milliseconds;
+    formatter->end(end, out);
+    write(out);
+    if (settings_.format != Format::table) showTime(milliseconds);
+    if (changed) reportFault(0, "the result changed while it was read");
+    return true;
+}
+
+bool Shell::runReady(StatementSplitter& splitter, std::string_view sourceName) {
+    Statement statement;
+    while (goesOn() && splitter.next(statement)) runStatement(statement, sourceName);
+    return goesOn();
+}
+
+bool Shell::runLine(StatementSplitter& splitter, std::string_view line, std::string_view sourceName) {
+    if (splitter.idle() && line.starts_with('.')) {
+        splitter.feed("");  // counts the line
+        return runDotCommand(line);
+    }
+    splitter.feed(line);
+    return runReady(splitter, sourceName);
+}
+
+bool Shell::runText(std::string_view text, std::string_view sourceName) {
+    StatementSplitter splitter;
+    while (!text.empty()) {
+        const auto end = text.find('\n');
+        if (!runLine(splitter, text.substr(0, end), sourceName)) return false;
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    Statement statement;
+    if (splitter.finish(statement)) runStatement(statement, sourceName);
+    return goesOn();
+}
+
+bool Shell::runStream(std::FILE* input, std::string_view sourceName) {
+    StatementSplitter splitter;
+    FreeLine line;
+    ssize_t length = 0;
+    while ((length = ::getline(&line.text, &line.room, input)) >= 0) {
+        std::string_view text(line.text, static_cast<std::size_t>(length));
+        if (text.ends_with('\n')) text.remove_suffix(1);
+        if (text.ends_with('\r')) text.remove_suffix(1);
+        const bool on = runLine(splitter, text, sourceName);
+        flush();
+        if (!on) return false;
+    }
+    if (std::ferror(input) != 0) reportFault(0, "cannot read " + std::string(sourceName));
+    Statement statement;
+    if (splitter.finish(statement)) runStatement(statement, sourceName);
+    flush();
+    return goesOn();
+}
+
+bool Shell::runFile(const std::string& path) {
+    if (depth_ >= kDeepestRead) {
+        reportFault(0, "scripts that read scripts go too deep: " + path);
+        return goesOn();
+    }
+    struct Close {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    if (path == "-") return runStream(stdin, "standard input");
+    const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "re"));
+    if (!file) {
+        reportFault(0, "cannot open " + path + ": " + std::strerror(errno));
+        return goesOn();
+    }
+    ++depth_;
+    const bool on = runStream(file.get(), path);
+    --depth_;
+    return on;
+}
+
+}  // namespace host

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "host/Settings.h"
+#include "host/text/StatementSplitter.h"
+
+namespace host {
+
+// Runs statements and dot commands from whatever source, writes results to standard output and faults to
+// standard error.
+class Shell {
+public:
+    explicit Shell(const Settings& settings) : settings_(settings) {}
+
+    // Each answers false when nothing more is to be run: after .quit, or after a fault when faults end
+    // everything.
+    bool runText(std::string_view text, std::string_view sourceName);
+    bool runFile(const std::string& path);
+    // Statements as they come, each answer written out before the next is read.
+    bool runStream(std::FILE* input, std::string_view sourceName);
+
+    bool runStatement(const Statement& statement, std::string_view sourceName);
+    bool runDotCommand(std::string_view line);
+    // A fault of the program's own, not of a statement.
+    void reportFault(int code, std::string_view message);
+
+    bool faulted() const { return faulted_; }
+    bool goesOn() const { return !quit_ && !(faulted_ && settings_.bail); }
+    Settings& settings() { return settings_; }
+    void quit() { quit_ = true; }
+    void write(std::string_view text);
+    void flush() { std::fflush(stdout); }
+    int terminalWidth() const;
+    // Runs what is complete in the splitter.
+    bool runReady(StatementSplitter& splitter, std::string_view sourceName);
+    // One line of a source: a dot command when no statement has begun, else part of a statement.
+    bool runLine(StatementSplitter& splitter, std::string_view line, std::string_view sourceName);
+
+private:
+    void reportFault(const Fault& fault, const Statement& statement, std::string_view sourceName);
+    bool showSelect(ResultSet first, const Statement& statement, std::string_view sourceName,
+                    double milliseconds);
+    void showAnswer(Answer answer, const Statement& statement, std::string_view sourceName,
+                    double milliseconds);
+    void showTime(double milliseconds);
+
+    Settings settings_;
+    bool faulted_ = false, quit_ = false;
+    int depth_ = 0;  // scripts that read scripts
+};
+
+}  // namespace host

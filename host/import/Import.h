@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "host/import/Loader.h"
+#include "host/input/TableMaker.h"
+
+namespace host {
+
+struct ImportRequest {
+    std::string file;  // "-" for standard input
+    std::string table;
+    std::optional<InputFormat> format;  // by the file's name and content when absent
+};
+
+struct ImportReport {
+    LoadCounts counts;
+    bool madeTable = false;
+    double seconds = 0;
+};
+
+// Reads a file into a table, which is made when there is none. All of it is there afterwards or nothing;
+// notes about records and columns that were left out go to standard error. Throws ImportError or KernelError.
+ImportReport runImport(const ImportRequest& request);
+
+// "63,666 records in 2.41 s (26,417 records/s), 12 duplicates skipped"
+std::string summary(const ImportReport& report);
+
+// By the ending: .csv is CSV, everything else control records unless its first line has a comma and no field.
+InputFormat guessFormat(std::string_view file, std::string_view firstLine);
+
+}  // namespace host

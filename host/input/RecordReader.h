@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+// One value of a record. `column` is an index into the reader's column names.
+struct InputValue {
+    std::size_t column = 0;
+    std::string_view text;
+};
+
+// A record of the input: its values that are not NULL. The views hold until the next one is read.
+struct InputRecord {
+    std::vector<InputValue> values;
+    std::int64_t line = 0;  // where it begins in the file, 1-based
+    std::string problem;    // why it cannot be used; empty for a good one
+};
+
+// The records of an input file, from the start as often as wanted.
+class RecordReader {
+public:
+    virtual ~RecordReader() = default;
+    // False at the end. Throws ImportError for a file that cannot be read on.
+    virtual bool next(InputRecord& record) = 0;
+    virtual void rewind() = 0;
+    // Names of the columns met so far, as the table's columns are called; a reader may add to them while it
+    // reads.
+    virtual const std::vector<std::string>& columns() const = 0;
+    // The column's values are lists with commas, one value each.
+    virtual bool isList(std::size_t column) const = 0;
+    // The column names the record: no two records have the same value.
+    virtual bool isKey(std::size_t column) const = 0;
+    virtual std::int64_t bytesRead() const = 0;
+    virtual std::int64_t size() const = 0;
+};
+
+}  // namespace host
