@@ -1,0 +1,165 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "kernel/common/Ids.h"
+#include "kernel/common/Status.h"
+#include "kernel/storage/Environment.h"
+
+namespace wdb {
+
+// The bytes of a base file (.BAF) are described in docs/formats/base-file.md.
+namespace base_table {
+inline constexpr Table kRecords = 0;
+inline constexpr Table kQueue = 1;
+inline constexpr Table kKeys = 2;
+inline constexpr Table kObjects = 3;
+inline constexpr Table kMeta = 4;
+}  // namespace base_table
+
+inline constexpr uint32_t kBaseFormat = 1;
+// Bytes of a large object per chunk: sixteen pages less the storage's header.
+inline constexpr size_t kObjectChunk = 16 * 4096 - 16;
+
+// The numbers that a base file keeps about itself.
+struct BaseMeta {
+    uint32_t format = kBaseFormat;
+    RecordNumber nextRecord = 1;
+    Position nextSequence = 1;
+    uint64_t nextObject = 1;
+    uint64_t liveCount = 0;   // records that are not deleted
+    int64_t modified = 0;     // microseconds since 1970 UTC, strictly increasing from commit to commit
+    int64_t serialHigh = 0;   // highest number given to the serial field so far
+    uint64_t commit = 0;      // number of the last commit that changed a record
+    uint64_t queueCount = 0;  // records named by the queue's entries, a range counting as many as it has
+    uint64_t queueBytes = 0;  // bytes of images that the queue's records have now or had, for the merge's limit
+
+    // The position of this state: everything up to it has happened.
+    Position position() const { return nextSequence - 1; }
+};
+
+enum class ChangeKind : uint8_t {
+    Put = 1,     // a record was stored or stored over
+    Delete = 2,  // a record was deleted
+    Range = 3    // the records from `record` to `last` were loaded; all of them were new
+};
+
+// An entry of the queue of changes that the index files may not hold yet.
+struct QueueEntry {
+    Position position = 0;
+    ChangeKind kind = ChangeKind::Put;
+    RecordNumber record = 0;
+    RecordNumber last = 0;  // of a Range, else equal to record
+    Slice previous;         // image before the change, empty for a new record
+};
+
+// Reads one state of a base file through a transaction that outlives it.
+class BaseReader {
+public:
+    explicit BaseReader(const Txn& txn) : txn_(&txn) {}
+
+    // WDB_E_CORRUPT when it is missing or of an unknown format.
+    Result<BaseMeta> meta() const;
+    // The image of a record: WDB_FAIL when no record ever had the number, WDB_E_DELETED when it is deleted. The image is
+    // handed out as it is stored; RecordView validates it.
+    Result<Slice> image(RecordNumber number) const;
+    // The record that has a key (see uniqueKey): WDB_FAIL when none.
+    Result<RecordNumber> findKey(Slice key) const;
+    // A chunk of a large object, from 0; WDB_FAIL behind the last one.
+    Result<Slice> objectChunk(uint64_t object, uint32_t chunk) const;
+    // Calls visit for the live records from a number on, ascending; a status other than WDB_OK ends the walk and is
+    // handed out.
+    Status forEachRecord(RecordNumber from, const std::function<Status(RecordNumber, Slice)>& visit) const;
+    Status forEachKey(const std::function<Status(Slice key, RecordNumber)>& visit) const;
+    // The entries behind `after` up to and with `upTo`.
+    Status forEachChange(Position after, Position upTo, const std::function<Status(const QueueEntry&)>& visit) const;
+    // Position of the queue's first entry, nextSequence when it is empty.
+    Result<Position> queueBegin() const;
+
+    const Txn& txn() const { return *txn_; }
+
+private:
+    const Txn* txn_;
+};
+
+// Changes a base file within one write transaction. Keys and records are written as they are told: rules and the record
+// images are the business of kernel/rules. Reads see what was written.
+class BaseWriter : public BaseReader {
+public:
+    BaseWriter(WriteTxn txn, const BaseMeta& meta);
+    BaseWriter(const BaseWriter&) = delete;
+    BaseWriter& operator=(const BaseWriter&) = delete;
+
+    const BaseMeta& meta() const { return meta_; }
+    // The number that records stored by this transaction carry in their images.
+    uint64_t commitNumber() const { return meta_.commit + (changed_ ? 0 : 1); }
+
+    // The next record number. WDB_E_STORAGE when the 32 bits are used up.
+    Result<RecordNumber> newRecord();
+    // The next serial number is highest + 1; noteSerial raises the highest.
+    int64_t serialHigh() const { return meta_.serialHigh; }
+    void noteSerial(int64_t value);
+
+    // Stores a record and its queue entry (with the image it had before) and answers the entry's position.
+    Result<Position> put(RecordNumber number, Slice image);
+    // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
+    Result<Position> remove(RecordNumber number);
+    // Stores a new record of a load: no queue entry until endRange() makes one for all of them.
+    Status putInRange(RecordNumber number, Slice image);
+    Result<Position> endRange();
+
+    // Keys: setKey answers WDB_E_DUPLICATE when another record has it.
+    Status setKey(Slice key, RecordNumber number);
+    Status dropKey(Slice key);
+    Status dropKeysOf(FieldNumber field);
+
+    uint64_t newObject();
+    Status putObjectChunk(uint64_t object, uint32_t chunk, Slice bytes);
+    Status dropObject(uint64_t object);
+
+    // Takes entries that both index files on disk contain out of the queue.
+    Status trimQueue(Position upTo);
+
+    bool changed() const { return changed_; }
+    // Writes the meta entry and makes everything durable; `now` in microseconds since 1970 UTC.
+    Status commit(int64_t now);
+    WriteTxn& writeTxn() { return txn_; }
+
+private:
+    Status change(RecordNumber number);
+    Result<Position> enqueue(ChangeKind kind, RecordNumber number, RecordNumber last, Slice previous, size_t bytes);
+
+    WriteTxn txn_;
+    BaseMeta meta_;
+    bool changed_ = false;      // a record was changed: commit number and date move
+    bool metaChanged_ = false;  // something of the meta entry was
+    RecordNumber rangeFirst_ = 0;
+    RecordNumber rangeLast_ = 0;
+    uint64_t rangeBytes_ = 0;
+};
+
+// An open base file, shared by all sessions of the process.
+class BaseFile {
+public:
+    // WDB_E_EXISTS when it is there.
+    static Result<std::shared_ptr<BaseFile>> create(const std::string& path, int64_t now);
+    static Result<std::shared_ptr<BaseFile>> open(const std::string& path, bool readOnly);
+
+    Result<ReadTxn> read() const { return environment_->read(); }
+    // The writer's lock of the home directory must be held.
+    Result<std::unique_ptr<BaseWriter>> write() const;
+    Environment& environment() const { return *environment_; }
+
+private:
+    explicit BaseFile(std::shared_ptr<Environment> environment) : environment_(std::move(environment)) {}
+    std::shared_ptr<Environment> environment_;
+};
+
+// Key of the table of unique keys: the field, the value's order-preserving key (at most 400 bytes) and, when that was
+// cut, a hash of the whole value as it compares.
+std::string uniqueKey(FieldNumber field, Slice valueKey, bool cut, Slice wholeValue);
+
+}  // namespace wdb

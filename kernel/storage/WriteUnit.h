@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "kernel/common/Status.h"
+#include "kernel/storage/BaseFile.h"
+#include "kernel/storage/WriterLock.h"
+
+namespace wdb {
+
+// The writes of one statement (or load): the writer's lock and one transaction per base file, begun at the first write
+// to that base. All calls come from one thread. Destroyed without commit() it leaves nothing behind. What a session adds
+// to it (deltas, schemas) is in kernel/catalog/SessionUnit.h.
+class WriteUnit {
+public:
+    explicit WriteUnit(WriterHold hold) : hold_(std::move(hold)) {}
+
+    Result<BaseWriter*> writer(const std::shared_ptr<BaseFile>& file);
+    // The writer of a base that the unit has written to, or null.
+    BaseWriter* find(const BaseFile* file) const;
+    bool empty() const;  // nothing was written
+    size_t bases() const { return members_.size(); }
+
+    // Commits and syncs once per base, in the order in which the bases joined, then gives the lock back. On failure what
+    // is not committed yet is dropped. `now` in microseconds since 1970 UTC.
+    Status commit(int64_t now);
+    void drop();
+    // The lock, for work that follows the commit; commit() then leaves it held.
+    WriterHold takeHold() { return std::move(hold_); }
+
+private:
+    struct Member {
+        std::shared_ptr<BaseFile> file;
+        std::unique_ptr<BaseWriter> writer;
+    };
+    WriterHold hold_;
+    std::vector<Member> members_;
+};
+
+}  // namespace wdb
