@@ -15,6 +15,7 @@
 
 namespace wsql {
 
+struct ColumnFaultLines;
 class SelectOutput;
 class ValueFilter;
 class WELKFieldInfo;
@@ -82,6 +83,8 @@ class WSQLFilter : public CFilterBase, public ParseContext {
   bool answered() const { return answered_; }
   // The last resort of an export: answers for an exception that reached it. Returns the status.
   std::int32_t AnswerException(const char* context) noexcept;
+  // The same where there is no memory for a document: status and message only. Returns the status, 8866 for a null record.
+  static std::int32_t AnswerWithoutDocument(FilterData* data) noexcept;
 
   // ---- state shared by the methods ----
   // 1 at the start of an operation; every kernel look-up that fails leaves its status here, DBColumnExists sets it to 1.
@@ -123,7 +126,8 @@ class WSQLFilter : public CFilterBase, public ParseContext {
     bool before_;
   };
 
-  // ---- encoding: WSQLFilter.cpp over support/Encoding ----
+  // ---- encoding: WSQLEncoding.cpp over support/Encoding ----
+  const CaseTable& caseTable() const override;
   // The set chosen at the start of the call.
   const CharacterSet& characterSet() const { return characterSet_; }
   // The set that the session's texts are converted from; asked for once per call.
@@ -136,6 +140,12 @@ class WSQLFilter : public CFilterBase, public ParseContext {
   bool DBColumnExists(WSQLColumnRef* column, const char* tableName);
   bool DBColumnExists(WSQLColumnRef* column, const WSQLList<WSQLTableRef*>* tables);
   bool LoadFields(WSQLTableRef* table);
+  // Binds a column over the FROM list of a SELECT or in the target table of another statement; answers the fault when it
+  // is not there.
+  bool BindColumn(WSQLStatement* statement, WSQLColumnRef* column, const ColumnFaultLines& lines, const char* context);
+  // A fault of "WSQLValidation:<line>" with lastStatus as its code.
+  void ReportValidationFault(std::int32_t line, const char* context, const char* format, ...)
+      __attribute__((format(printf, 4, 5)));
   bool ValidateScalar(WSQLStatement* statement, WSQLScalar* scalar);
   bool ValidateCondition(WSQLStatement* statement, WSQLCondition* condition);
   bool ValidatePredicate(WSQLStatement* statement, WSQLPredicate* predicate);
@@ -149,6 +159,9 @@ class WSQLFilter : public CFilterBase, public ParseContext {
   // ---- condition translation: WSQLTranslate.cpp ----
   // depth 0 or less runs the expression, 1 or more builds its text only. The slots may be null.
   bool TranslateCondition(WSQLCondition* condition, std::int32_t depth, std::int32_t* status, CStringBuffer* text);
+
+  // Whether a condition over constants alone holds. False when it is none; that is answered then.
+  bool EvaluateConstantCondition(WSQLCondition* condition, bool& holds);
 
   // ---- execution: one file per statement ----
   // setReference (optional) receives "S=%d" after the search, setNumber (optional) the set's number; either ends the
@@ -210,16 +223,21 @@ class WSQLFilter : public CFilterBase, public ParseContext {
   std::int32_t badMask(const char* context);
   void readVersion();
   void loadParserSymbols();
-  bool dispatch();
-  void dispatchAnswered(bool done, const char* method);
+  bool parse(const char* text);
+  void dispatch();
+  void finish(bool done, const char* method);
   void writeContentType();
 
-  // ---- sqlsetobject's arguments: WSQLSetObjectArguments.cpp ----
-  std::unique_ptr<WSQLStmtSetObject> setObjectStatement();
+  // ---- the arguments of the object exports: WSQLObjectArguments.cpp ----
   bool setObjectTable(WSQLStmtSetObject& statement);
   bool setObjectColumn(WSQLStmtSetObject& statement);
   bool setObjectRecord(WSQLStmtSetObject& statement);
-  void missingArgument(const char* text, std::int32_t line, const char* context);
+  void badArgument(const char* text, std::int32_t line, const char* context);
+
+  // ---- WSQLProperty.cpp ----
+  bool setProperty(const std::string& name, std::string_view value, std::string& answer);
+  bool getProperty(const std::string& name, std::string& answer) const;
+  void writeProperty(const std::string& name, const std::string& value);
 
   void releaseAnswer() noexcept;
   bool settingOn(const char* name) const;

@@ -1,0 +1,45 @@
+// Statements that have no executor yet: each answers the fault of an unsupported statement where its executor will stand.
+#include "src/WSQLFilter.h"
+
+namespace wsql {
+
+bool WSQLFilter::ValidateUpdate(WSQLStmtUpdate* /*update*/) { return true; }
+
+bool WSQLFilter::ValidateDelete(WSQLStmtDelete* /*statement*/) { return true; }
+
+bool WSQLFilter::ExecuteUnion(WSQLStmtSelect* /*select*/) {
+    ReportUnsupported();
+    return false;
+}
+
+bool WSQLFilter::ExecuteUpdate(WSQLStmtUpdate* /*update*/) {
+    ReportUnsupported();
+    return false;
+}
+
+bool WSQLFilter::ExecuteDelete(WSQLStmtDelete* /*statement*/) {
+    ReportUnsupported();
+    return false;
+}
+
+bool WSQLFilter::ExecuteDropTable(WSQLStmtDropTable* /*drop*/) {
+    ReportUnsupported();
+    return false;
+}
+
+bool WSQLFilter::ExecuteModifyAccess(WSQLStmtPrivileges* /*privileges*/) {
+    ReportUnsupported();
+    return false;
+}
+
+bool WSQLFilter::ExecuteGetObject(WSQLStmtGetObject* /*statement*/) {
+    ReportUnsupported();
+    return false;
+}
+
+bool WSQLFilter::ExecuteSetObject(WSQLStmtSetObject* /*statement*/) {
+    ReportUnsupported();
+    return false;
+}
+
+}  // namespace wsql
