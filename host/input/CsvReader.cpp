@@ -13,12 +13,14 @@ int noSpace(unsigned char) {
 int lineFeed(unsigned char c) {
     return c == '\n';
 }
+// The parser's state between the quotes of a field. The library itself reports an open quote only together
+// with every quote inside an unquoted field, which people do write.
+constexpr int kInsideField = 2;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 }  // namespace
 
 CsvReader::CsvReader(LineReader& lines) : lines_(lines) {
-    if (csv_init(&parser_, CSV_STRICT_FINI | CSV_APPEND_NULL | CSV_EMPTY_IS_NULL) != 0)
-        throw ImportError("out of memory");
+    if (csv_init(&parser_, CSV_APPEND_NULL | CSV_EMPTY_IS_NULL) != 0) throw ImportError("out of memory");
     csv_set_space_func(&parser_, noSpace);
     csv_set_term_func(&parser_, lineFeed);
     if (!readRow()) {
@@ -73,10 +75,11 @@ bool CsvReader::readRow() {
     }
     if (!complete_ && !finished_) {
         finished_ = true;
-        if (csv_fini(&parser_, onField, onRecord, this) != 0) {
+        if (parser_.quoted != 0 && parser_.pstate == kInsideField) {
             throw ImportError(lines_.name() + ", line " + std::to_string(line_) +
                               ": a quote that is opened here is not closed");
         }
+        csv_fini(&parser_, onField, onRecord, this);
     }
     return complete_;
 }
