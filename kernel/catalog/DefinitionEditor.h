@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "include/wdb.h"
+#include "kernel/catalog/BaseDefinition.h"
+#include "kernel/catalog/SystemDirectory.h"
+#include "kernel/common/Status.h"
+
+namespace wdb {
+
+// On whose behalf a definition is edited.
+struct Actor {
+    std::string user;
+    bool administrator = false;
+    bool mayCreate = false;  // bases
+    bool readOnly = false;
+};
+
+// The current base definition of a session: a copy of a stored one or a new one, edited field by field and stored as a
+// whole. Texts are UTF-8. Every call answers as the function of the public interface that it serves.
+class DefinitionEditor {
+public:
+    explicit DefinitionEditor(std::shared_ptr<SystemDirectory> directory) : directory_(std::move(directory)) {}
+
+    // Looks a location up among the settings; nothing when there is none.
+    using Locations = std::function<std::optional<std::string>(Slice name)>;
+    // Turns the default text of a field into its stored form, and back.
+    using ParseDefault = std::function<Result<std::string>(const FieldDefinition& field)>;
+    using RenderDefault = std::function<std::string(const FieldDefinition& field)>;
+
+    void clear() { current_.reset(); }
+    bool any() const { return current_.has_value(); }
+
+    Status getBaseDef(const Actor& actor, Slice name, WdbBaseDef* definition);
+    // The caller has committed its open unit. Waits for the writer's lock at most so long.
+    Status putBaseDef(const Actor& actor, const WdbBaseDef& definition, const Locations& locations,
+                      std::chrono::milliseconds patience, int64_t now);
+    Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render) const;
+    Status putFieldSpec(const WdbFieldSpec& field);
+    Status putDefaultValue(const WdbFieldSpec& field, const ParseDefault& parse);
+    Status setForeignKey(Slice column, Slice table, Slice referredColumn, int32_t updateAction, int32_t deleteAction);
+
+private:
+    struct Current {
+        BaseDefinition definition;
+        std::vector<FieldDefinition> fields;  // by ascending number
+        bool isNew = true;
+    };
+    FieldDefinition* findField(Slice name);
+    Status createNew(Current& current, const Actor& actor, const Locations& locations, const WriterHold& hold, int64_t now);
+    Status changeStored(Current& current, const WriterHold& hold);
+
+    std::shared_ptr<SystemDirectory> directory_;
+    std::optional<Current> current_;
+};
+
+}  // namespace wdb

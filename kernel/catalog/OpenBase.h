@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "kernel/catalog/BaseDefinition.h"
+#include "kernel/catalog/BaseSnapshot.h"
+#include "kernel/common/Status.h"
+#include "kernel/storage/BaseFile.h"
+
+namespace wdb {
+
+class Delta;
+class RankCache;
+struct UnitBase;
+
+// The two dates of a base, microseconds since 1970 UTC, and its counts.
+struct BaseStamps {
+    int64_t modified = 0;
+    int64_t indexed = 0;
+    uint64_t liveCount = 0;
+    uint64_t pending = 0;  // records that the index files do not hold yet
+};
+
+// A base that the process has open: its three files, the delta and the caches over them, shared by all sessions. Its
+// definition is replaced when the catalogue's moved; take it once per call and keep the pointer.
+class OpenBase : public std::enable_shared_from_this<OpenBase> {
+public:
+    static Result<std::shared_ptr<OpenBase>> open(std::shared_ptr<const BaseDefinition> definition, bool readOnly);
+    ~OpenBase();
+
+    BaseId id() const { return id_; }
+    std::shared_ptr<const BaseDefinition> definition() const;
+    // Takes over what the catalogue says now; opens the index files when they have new names.
+    Status refresh(std::shared_ptr<const BaseDefinition> definition);
+
+    // The state after the last commit; with a unit that wrote to the base, its writes laid over it.
+    Result<BaseSnapshot> snapshot(UnitBase* unit = nullptr);
+
+    const std::shared_ptr<BaseFile>& file() const { return file_; }
+    // Folds the changes that a unit committed into the delta, so that nobody has to read them from the queue.
+    void unitCommitted(UnitBase& unit);
+    // Brings the delta up to date and moves the index date.
+    Status catchUp(int64_t now);
+    Result<BaseStamps> stamps();
+    RankCache& ranks() { return *ranks_; }
+    // The base was dropped or its home directory's entry names other files.
+    bool gone() const { return gone_.load(std::memory_order_relaxed); }
+    void setGone() { gone_.store(true, std::memory_order_relaxed); }
+
+private:
+    struct IndexFiles;
+    OpenBase() = default;
+
+    BaseId id_ = 0;
+    bool readOnly_ = false;
+    std::shared_ptr<BaseFile> file_;
+    mutable std::mutex mutex_;  // guards what follows
+    std::shared_ptr<const BaseDefinition> definition_;
+    std::shared_ptr<IndexFiles> files_;
+    std::shared_ptr<Delta> delta_;
+    std::unique_ptr<RankCache> ranks_;
+    int64_t indexed_ = 0;  // index date of this process
+    std::atomic<bool> gone_{false};
+};
+
+}  // namespace wdb
