@@ -16,6 +16,9 @@ class UnitDelta;
 // A base within a write unit. Rules read and write keys, serials and objects through `writer`; records go through put()
 // and remove(), which keep the unit's delta (or, in a load, the new index) in step.
 struct UnitBase {
+    UnitBase();
+    ~UnitBase();
+
     std::shared_ptr<OpenBase> base;
     std::shared_ptr<const BaseDefinition> definition;
     BaseWriter* writer = nullptr;

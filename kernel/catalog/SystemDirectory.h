@@ -78,7 +78,7 @@ private:
         std::shared_ptr<const BaseDefinition> definition;
         std::shared_ptr<OpenBase> base;  // when somebody asked for it
     };
-    using Entries = std::map<std::string, Entry, std::less<>>;  // by nameKey
+    using Entries = std::map<std::string, Entry, std::less<>>;  // by foldName
     SystemDirectory() = default;
     Status initialize(const DirectoryOptions& options);
     Status reload();
