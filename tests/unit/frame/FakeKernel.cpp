@@ -1,0 +1,163 @@
+#include "tests/unit/frame/FakeKernel.h"
+
+#include <algorithm>
+#include <cstring>
+
+struct WdbRecordControl {
+    const std::vector<FakeKernel::Column>* columns = nullptr;
+};
+
+namespace {
+thread_local FakeKernel kernel;
+
+std::int32_t give(const std::string& value, char* text, std::int32_t* length) {
+    if (*length < static_cast<std::int32_t>(value.size()) + 1) return WDB_E_BUFFER;
+    std::memcpy(text, value.c_str(), value.size() + 1);
+    *length = static_cast<std::int32_t>(value.size());
+    return WDB_OK;
+}
+}  // namespace
+
+FakeKernel& fakeKernel() { return kernel; }
+
+extern "C" {
+
+int32_t WdbVersion(char* text, int32_t* length) {
+    return kernel.versionStatus == WDB_OK ? give(kernel.version, text, length) : kernel.versionStatus;
+}
+
+int32_t WdbSessionInfo(int32_t item, int32_t* number, char*, int32_t*) {
+    ++kernel.sessionInfoCalls;
+    if (item == 10 && kernel.charset == 0) return WDB_FAIL;
+    *number = item == 10 ? kernel.charset : 1;
+    return WDB_OK;
+}
+
+int32_t WdbMessage(int32_t code, char* text, int32_t* length) {
+    const auto found = kernel.messages.find(code);
+    if (found == kernel.messages.end()) return WDB_FAIL;
+    const std::string cut = found->second.substr(0, static_cast<std::size_t>(*length - 1));
+    return give(cut, text, length);
+}
+
+int32_t WdbSaveStatus(void) {
+    ++kernel.saves;
+    return WDB_OK;
+}
+
+int32_t WdbLoadStatus(int32_t mode) {
+    ++kernel.loads;
+    return mode == 3 ? kernel.loadStatus : WDB_E_ARGUMENT;
+}
+
+int32_t QueryRCS(const char* name, char* value, int32_t* length, int32_t levels) {
+    const auto found = kernel.settings.find(name);
+    if (levels != 7 || found == kernel.settings.end()) {
+        *value = '\0';
+        return WDB_FAIL;
+    }
+    return give(found->second, value, length);
+}
+
+int32_t UpdateRCS(const char* name, const char* value) {
+    kernel.settings[name] = value;
+    return WDB_OK;
+}
+
+int32_t WdbCurrentDate(char* text, int32_t* length) { return give("2024-11-21", text, length); }
+int32_t WdbCurrentTime(char* text, int32_t* length) { return give("02:27:00", text, length); }
+int32_t WdbShellDefDateform(int32_t, const char*) { return WDB_OK; }
+
+int32_t WdbShellSymbol(char* symbol, int32_t* length) {
+    std::string name(symbol);
+    name.erase(name.find_last_not_of(' ') + 1);
+    return name == "CMI" ? WDB_E_SYMBOL : give("w" + name, symbol, length);
+}
+
+int32_t WdbExecuteCcl(const char* command, int32_t* statusOut) {
+    kernel.commands.emplace_back(command);
+    *statusOut = kernel.cclStatus;
+    return kernel.cclStatus;
+}
+
+int32_t WdbCreateRecordControl(WdbRecordControl** control) {
+    *control = new WdbRecordControl;
+    return WDB_OK;
+}
+
+int32_t WdbDeleteRecordControl(WdbRecordControl** control) {
+    delete *control;
+    *control = nullptr;
+    return WDB_OK;
+}
+
+int32_t WdbSetBase(WdbRecordControl* control, const char* baseName, int32_t) {
+    const auto found = kernel.tables.find(baseName);
+    if (found == kernel.tables.end()) return WDB_E_BASE;
+    control->columns = &found->second;
+    return WDB_OK;
+}
+
+int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, int32_t* type, uint32_t* flags) {
+    for (const FakeKernel::Column& column : *control->columns) {
+        if (*name != '\0' ? column.name != name : column.number != *number) continue;
+        std::strcpy(name, column.name.c_str());
+        *number = column.number;
+        *type = column.type;
+        *flags = column.flags;
+        return WDB_OK;
+    }
+    return WDB_E_FIELD;
+}
+
+// ---- not modelled ----
+#define NOT_MODELLED { return WDB_E_UNSUPPORTED; }
+int32_t WdbShellDaoPtr(WdbCommandObject**, const char*, ...) NOT_MODELLED
+int32_t WdbShellToDao(WdbCommandObject*) NOT_MODELLED
+int32_t WdbDaoOrder(int32_t*) NOT_MODELLED
+int32_t WdbSearchResult(int32_t*, int32_t*, int32_t*, int32_t*, int32_t*) NOT_MODELLED
+int32_t WdbGetSearch(int32_t*, int32_t*, int32_t*) NOT_MODELLED
+int32_t WdbGetRows(int32_t, int32_t, int32_t, char**, uint32_t**) NOT_MODELLED
+int32_t WdbDeallocate(void*) NOT_MODELLED
+int32_t WdbStrNormalize(const char*, char*, int32_t) NOT_MODELLED
+int32_t WdbGetRecordInSearchRis(WdbRecordControl*, int32_t, int32_t, int32_t*, char*) NOT_MODELLED
+int32_t WdbGetRecordInBase(WdbRecordControl*, int32_t) NOT_MODELLED
+int32_t WdbPutRecord(WdbRecordControl*, int32_t*) NOT_MODELLED
+int32_t WdbDeleteRecordInBase(WdbRecordControl*) NOT_MODELLED
+int32_t WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) NOT_MODELLED
+int32_t WdbPartCount(WdbRecordControl*, int32_t*) NOT_MODELLED
+int32_t WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) NOT_MODELLED
+int32_t WdbShowControl(int32_t, int32_t, const char*, const char*) NOT_MODELLED
+int32_t WdbNextControl(WdbRecordControl**) NOT_MODELLED
+int32_t WdbSetCursor(WdbCursor**, WdbRecordControl*, int32_t, int32_t, int32_t) NOT_MODELLED
+int32_t WdbDeleteCursor(WdbCursor**) NOT_MODELLED
+int32_t WdbItemCount(WdbCursor*, int32_t*) NOT_MODELLED
+int32_t WdbParaCount(WdbCursor*, int32_t*) NOT_MODELLED
+int32_t WdbGetItem(WdbCursor*, char*, int32_t*) NOT_MODELLED
+int32_t WdbReplaceItem(WdbCursor*, const char*, int32_t) NOT_MODELLED
+int32_t WdbDeleteItem(WdbCursor*) NOT_MODELLED
+int32_t WdbGetLine(WdbCursor*, char*, int32_t*) NOT_MODELLED
+int32_t WdbPutLine(WdbCursor*, const char*, int32_t) NOT_MODELLED
+int32_t WdbGetBlobSize(WdbCursor*, int32_t*) NOT_MODELLED
+int32_t WdbGetBlobBlock(WdbCursor*, int32_t, int32_t, void*, int32_t*) NOT_MODELLED
+int32_t WdbPutBlobBlock(WdbCursor*, int32_t, const void*) NOT_MODELLED
+int32_t WdbBaseInfo(const char*, int32_t, void*, int32_t*) NOT_MODELLED
+int32_t WdbCheckBase(const char*, int32_t) NOT_MODELLED
+int32_t WdbGetIntegrityRules(WdbIntegrityRules**) NOT_MODELLED
+int32_t WdbFreeIntegrityRules(WdbIntegrityRules**) NOT_MODELLED
+int32_t WdbGetBaseDef(const char*, WdbBaseDef*) NOT_MODELLED
+int32_t WdbPutBaseDef(const WdbBaseDef*) NOT_MODELLED
+int32_t WdbDeleteBaseDef(void) NOT_MODELLED
+int32_t WdbGetFieldSpec(WdbFieldSpec*) NOT_MODELLED
+int32_t WdbPutFieldSpec(const WdbFieldSpec*) NOT_MODELLED
+int32_t WdbPutDefaultValue(const WdbFieldSpec*, const char*) NOT_MODELLED
+int32_t WdbSetForeignKey(const char*, const char*, const char*, int32_t, int32_t) NOT_MODELLED
+int32_t WdbGetDbAccess(const char*, WdbAccessRecord*) NOT_MODELLED
+int32_t WdbPutDbAccess(const WdbAccessRecord*) NOT_MODELLED
+int32_t WdbBaseStatus(const char*, char*, int32_t*, char*, int32_t*, int32_t*, int32_t*) NOT_MODELLED
+int32_t WdbBatchLoadIndex(int32_t, const char*, const char*) NOT_MODELLED
+int32_t WdbCallAse(WdbAse*, const char*, char*, int32_t*) NOT_MODELLED
+int32_t WdbLoadAse(const char*, WdbAse**) { return WDB_E_ASE; }
+#undef NOT_MODELLED
+
+}  // extern "C"

@@ -1,0 +1,33 @@
+// A kernel of a few switches, for tests of what the engine does around it.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "include/wdb.h"
+
+// State of the calling thread's fake session. Functions that are not modelled answer WDB_E_UNSUPPORTED.
+struct FakeKernel {
+    std::string version = "4.0-0:embedded";
+    std::int32_t versionStatus = WDB_OK;
+    std::int32_t charset = 16;  // 0: the session cannot tell
+    std::map<std::string, std::string> settings;
+    std::map<std::int32_t, std::string> messages;  // a code that is missing has no text
+    std::int32_t loadStatus = WDB_OK;              // what WdbLoadStatus answers
+    std::int32_t cclStatus = WDB_OK;
+    std::int32_t saves = 0;
+    std::int32_t loads = 0;
+    std::int32_t sessionInfoCalls = 0;
+    std::vector<std::string> commands;  // CCL lines
+    // Tables as name -> columns, for look-ups by record controls.
+    struct Column {
+        std::string name;
+        std::int32_t number, type;
+        std::uint32_t flags;
+    };
+    std::map<std::string, std::vector<Column>> tables;
+};
+
+FakeKernel& fakeKernel();
