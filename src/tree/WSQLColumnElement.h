@@ -40,7 +40,7 @@ class WSQLColumnConstraint {
  public:
   virtual ~WSQLColumnConstraint() = default;
   void dump(TreeDump& out) const;
-  bool isReference() const { return !referencedTable.empty(); }
+  bool isReference() const { return referencesTable; }
 
   /// Adds what the other constraint says; a reference replaces an earlier one.
   void merge(const WSQLColumnConstraint& other);
@@ -49,6 +49,7 @@ class WSQLColumnConstraint {
   bool notNull = false;     ///< NOT NULL was written
   bool primaryKey = false;
   std::string keyColumn;    ///< column named by a table constraint; empty in a column's own constraint
+  bool referencesTable = false;  ///< REFERENCES was written
   std::string referencedTable;
   std::string referencedColumn;
   int32_t onDelete = ReferentialAction::kNone;

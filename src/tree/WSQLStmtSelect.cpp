@@ -41,6 +41,13 @@ void WSQLStmtSelect::countItem(const WSQLScalar* item, int32_t step) {
   if (item->asFunctionRef() != nullptr) functionItems_ += step;
 }
 
+void WSQLStmtSelect::setItems(OwnedList<WSQLScalar> items) {
+  items_ = std::move(items);
+  columnItems_ = 0;
+  functionItems_ = 0;
+  for (const WSQLScalar& item : *items_) countItem(&item, 1);
+}
+
 void WSQLStmtSelect::addItem(std::unique_ptr<WSQLScalar> item) {
   const WSQLScalar* added = item.get();
   items_->append(std::move(item));

@@ -39,6 +39,8 @@ class WSQLStmtSelect : public virtual WSQLStatement {
   const WSQLList<WSQLScalar*>& items() const { return *items_; }
   int32_t itemCount() const { return items_->Count(); }
   WSQLScalar* item(int32_t index) const { return items_->Get(index); }  ///< 0-based; null out of range
+  WSQLScalar& itemAt(int32_t index) const { return items_->at(index); }        ///< 0-based, in range
+  void setItems(OwnedList<WSQLScalar> items);  ///< replaces the whole list; never null
   void addItem(std::unique_ptr<WSQLScalar> item);
   void insertItem(int32_t index, std::unique_ptr<WSQLScalar> item);
   void replaceItem(int32_t index, std::unique_ptr<WSQLScalar> item);  ///< deletes the old item

@@ -41,6 +41,7 @@ void WSQLColumnConstraint::merge(const WSQLColumnConstraint& other) {
   notNull = notNull || other.notNull;
   primaryKey = primaryKey || other.primaryKey;
   if (!other.isReference()) return;
+  referencesTable = true;
   referencedTable = other.referencedTable;
   referencedColumn = other.referencedColumn;
   onDelete = other.onDelete;
