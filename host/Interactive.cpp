@@ -1,5 +1,6 @@
 #include "host/Interactive.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,12 @@ std::string promptFor(const StatementSplitter& splitter) {
     return splitter.idle() ? "wsql> " : "   -> ";
 }
 
+// The history holds a statement on one line, unless a comment in it needs its line end.
+std::string historyEntry(std::string entry) {
+    if (entry.find("--") == std::string::npos) std::replace(entry.begin(), entry.end(), '\n', ' ');
+    return entry;
+}
+
 }  // namespace
 
 void runInteractive(Shell& shell) {
@@ -52,7 +59,7 @@ void runInteractive(Shell& shell) {
         shell.runLine(splitter, line, "");
         shell.flush();
         if (splitter.idle()) {
-            if (!line.empty()) editor.remember(entry);
+            if (!line.empty()) editor.remember(historyEntry(entry));
             entry.clear();
         }
         if (!shell.goesOn()) break;

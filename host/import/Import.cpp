@@ -21,6 +21,7 @@ namespace {
 constexpr int kNotesShown = 20;
 
 void note(const std::string& text) {
+    std::fflush(stdout);
     std::fprintf(stderr, "%s\n", text.c_str());
 }
 

@@ -19,20 +19,17 @@ constexpr int kInsideField = 2;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 }  // namespace
 
-CsvReader::CsvReader(LineReader& lines) : lines_(lines) {
-    if (csv_init(&parser_, CSV_APPEND_NULL | CSV_EMPTY_IS_NULL) != 0) throw ImportError("out of memory");
-    csv_set_space_func(&parser_, noSpace);
-    csv_set_term_func(&parser_, lineFeed);
-    if (!readRow()) {
-        csv_free(&parser_);
-        throw ImportError(lines_.name() + " has no header line");
-    }
-    for (const Field& field : fields_)
-        names_.add(std::string_view(text_).substr(field.begin, field.end - field.begin));
+CsvReader::Parser::Parser() : csv_parser{} {
+    if (csv_init(this, CSV_APPEND_NULL | CSV_EMPTY_IS_NULL) != 0) throw ImportError("out of memory");
+    csv_set_space_func(this, noSpace);
+    csv_set_term_func(this, lineFeed);
 }
 
-CsvReader::~CsvReader() {
-    csv_free(&parser_);
+CsvReader::CsvReader(LineReader& lines) : lines_(lines) {
+    if (!readRow()) throw ImportError(lines_.name() + " has no header line");
+    for (const Field& field : fields_) {
+        names_.add(std::string_view(text_).substr(field.begin, field.end - field.begin));
+    }
 }
 
 void CsvReader::onField(void* text, std::size_t length, void* self) {

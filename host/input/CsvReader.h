@@ -17,7 +17,6 @@ class CsvReader : public RecordReader {
 public:
     // Throws ImportError when there is no header line.
     explicit CsvReader(LineReader& lines);
-    ~CsvReader() override;
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
     bool next(InputRecord& record) override;
@@ -33,13 +32,19 @@ private:
         std::size_t begin, end;  // bytes of text_
         bool isNull;
     };
+    struct Parser : csv_parser {
+        Parser();
+        ~Parser() { csv_free(this); }
+        Parser(const Parser&) = delete;
+        Parser& operator=(const Parser&) = delete;
+    };
     static void onField(void* text, std::size_t length, void* self);
     static void onRecord(int terminator, void* self);
     bool readRow();
     void parse(const char* text, std::size_t length);
 
     LineReader& lines_;
-    csv_parser parser_{};
+    Parser parser_;
     ColumnNames names_;
     std::string text_;
     std::vector<Field> fields_;

@@ -1,0 +1,27 @@
+-- Every format over the same rows: NULL, quotes, several lines, wide characters, numbers.
+CREATE TABLE BOOKS (TITLE VARCHAR PRIMARY KEY, YEAR INTEGER, PRICE NUMERIC, ABSTRACT LONG VARCHAR);
+INSERT INTO BOOKS VALUES ('Moby-Dick; or, The "Whale"', 1851, 12.50, 'Call me Ishmael.
+
+Some years ago');
+INSERT INTO BOOKS (TITLE, YEAR) VALUES ('雪国', 1937);
+.print table
+SELECT TITLE, YEAR, PRICE, ABSTRACT FROM BOOKS ORDER BY YEAR;
+.print csv
+.mode csv
+SELECT TITLE, YEAR, PRICE, ABSTRACT FROM BOOKS ORDER BY YEAR;
+.print json
+.mode json
+SELECT TITLE, YEAR, PRICE, ABSTRACT, YEAR AS WHEN FROM BOOKS ORDER BY YEAR;
+.print line
+.mode line
+SELECT TITLE, YEAR, PRICE, ABSTRACT FROM BOOKS ORDER BY YEAR;
+.print xml
+.mode xml
+SELECT TITLE, ABSTRACT FROM BOOKS WHERE YEAR = 1851;
+.print
+.mode table
+.tables
+.schema BOOKS
+SELECT TITLE FROM BOOKS WHERE YEAR = 1;
+SET PROPERTY selecttext = false;
+SELECT ABSTRACT FROM BOOKS WHERE YEAR = 1851;
