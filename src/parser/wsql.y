@@ -18,6 +18,8 @@
 %define api.token.prefix {T_}
 %define parse.error simple
 %expect 0
+/* Without this a default reduction would run its checks before the syntax error behind it is seen. */
+%define lr.default-reduction consistent
 
 %code requires {
 #include "src/parser/TreeBuilder.h"

@@ -57,8 +57,8 @@ void WSQLColumnConstraint::dump(TreeDump& out) const {
   if (isReference()) {
     out.atom("references");
     out.path(referencedTable, referencedColumn);
-    out.field("delete", onDelete != 0 ? actionText(onDelete) : "");
-    out.field("update", onUpdate != 0 ? actionText(onUpdate) : "");
+    if (onDelete != ReferentialAction::kNone) out.atom(std::string("delete=") + actionText(onDelete));
+    if (onUpdate != ReferentialAction::kNone) out.atom(std::string("update=") + actionText(onUpdate));
   }
   out.close();
 }
