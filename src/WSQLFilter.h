@@ -181,8 +181,8 @@ class WSQLFilter : public CFilterBase, public ParseContext {
   // ---- rows: WSQLGetRow.cpp ----
   // Both fill the row with the next one's values. kNone is the end of the rows, kFailed a fault that is already answered.
   // GetNextJoinRow makes the row object when there is none.
-  RowOutcome GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, const SelectOutput& output);
-  RowOutcome GetStaticRow(std::unique_ptr<WSQLRowData>& row, const SelectOutput& output);
+  RowOutcome GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
+  RowOutcome GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
   WSQLResultSet* resultSet() const { return resultSet_.get(); }
   void setResultSet(std::unique_ptr<WSQLResultSet> resultSet);
 

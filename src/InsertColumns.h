@@ -1,0 +1,33 @@
+// What INSERT writes to, and how literals fit the types of fields.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace wsql {
+
+class WELKFieldInfo;
+class WSQLScalar;
+class WSQLStmtInsert;
+
+/// The target fields in the order of the values: the named columns, or all fields in field-number order. The
+/// table's field list must be loaded. False when a column is no field of the table; `unknown` then holds its
+/// name.
+bool targetColumns(const WSQLStmtInsert& insert, std::vector<const WELKFieldInfo*>& columns,
+                   std::string& unknown);
+
+/// True for the keyword NULL and for a date, time or other literal made from it.
+bool isNullValue(const WSQLScalar& value);
+
+/// Who asks: validation lets an integer pass for a NUMBER column, execution does not.
+enum class TypeRule { kValidation, kExecution };
+
+/// Why the value cannot be stored in the column; empty when it can. position is the column's, 1-based.
+std::string typeMismatch(const WSQLScalar& value, const WELKFieldInfo& column, std::int32_t position,
+                         TypeRule rule);
+
+/// "Column %d "%s" cannot be modified since it is located in a WELK part record."
+std::string partColumnText(std::int32_t position, const std::string& name);
+
+}  // namespace wsql

@@ -1,0 +1,62 @@
+// What the rows of a SELECT consist of, worked out once before the first row.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "src/support/CStringBuffer.h"
+#include "src/tree/WELKFieldInfo.h"
+#include "src/welkhelp/ValueFilter.h"
+
+namespace wsql {
+
+class WSQLFilter;
+class WSQLScalar;
+class WSQLStmtSelect;
+
+/// One output column.
+struct OutputColumn {
+    std::int32_t type = 0;    ///< kernel field type
+    std::uint32_t flags = 0;  ///< kernel field flags
+    /// The field, where the column is one whose values come by reference (TEXT and binary); else null.
+    std::unique_ptr<WELKFieldInfo> field;
+    ValueRange range;            ///< which of the field's values, and how they are joined
+    std::int32_t subscript = 0;  ///< the one value of a field that is asked for; 0: as `range` says
+    bool constant = false;       ///< the value stands in the statement
+    bool constantNull = false;
+    std::string constantText;  ///< as it stands in the document
+    bool list = false;         ///< VALUELIST
+};
+
+class SelectOutput {
+public:
+    /// The statement is validated and outlives this object.
+    SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select);
+
+    const std::vector<OutputColumn>& columns() const { return columns_; }
+    /// Whether TEXT or binary values stand in the rows themselves; otherwise rows hold keys to fetch them by.
+    bool isInline(std::int32_t type) const;
+    bool selectText() const { return selectText_; }
+    bool selectBlob() const { return selectBlob_; }
+    bool isStatic() const { return isStatic_; }  ///< no FROM: the rows are the statement's own constants
+    CStringBuffer& scratch() { return scratch_; }
+
+private:
+    void addItem(const WSQLFilter& filter, const WSQLScalar& item);
+    void addField(const WELKFieldInfo& field);
+
+    std::vector<OutputColumn> columns_;
+    bool selectText_;
+    bool selectBlob_;
+    bool isStatic_;
+    CStringBuffer scratch_{256};
+};
+
+/// Appends the key that a large value is fetched by: the table's name in hexadecimal, record, part and field.
+void appendFetchKey(CStringBuffer& out, std::string_view table, std::int32_t record, std::int32_t part,
+                    std::int32_t field);
+
+}  // namespace wsql

@@ -1,0 +1,234 @@
+// Fetching rows: from a search set through the kernel's row interface, or from the constants of the
+// statement.
+#include <algorithm>
+#include <string>
+
+#include "src/SelectOutput.h"
+#include "src/WSQLFilter.h"
+#include "src/WSQLRowBuffers.h"
+#include "src/WSQLRowCursor.h"
+#include "src/WSQLRowData.h"
+#include "src/support/text.h"
+#include "src/welkhelp/ValueFilter.h"
+
+namespace wsql {
+namespace {
+
+constexpr const char* kContext = "WSQLFilter::GetNextJoinRow";
+constexpr std::int32_t kNothing = -1;
+
+bool isDeleted(std::int32_t status) {
+    switch (status) {
+        case WDB_E_DELETED:
+        case WDB_E_DELETED_2:
+        case WDB_E_DELETED_3:
+        case WDB_E_DELETED_4:
+        case WDB_E_DELETED_5:
+        case WDB_E_DELETED_6:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// "field,record,part".
+struct FieldReference {
+    std::string_view field;
+    std::int32_t record = 0;
+    std::int32_t part = 0;
+
+    explicit FieldReference(std::string_view text) {
+        const std::size_t partComma = text.rfind(',');
+        if (partComma == std::string_view::npos || partComma == 0) return;
+        const std::size_t recordComma = text.rfind(',', partComma - 1);
+        if (recordComma == std::string_view::npos) return;
+        field = text.substr(0, recordComma);
+        record = decimalPrefix(text.substr(recordComma + 1, partComma - recordComma - 1));
+        part = decimalPrefix(text.substr(partComma + 1));
+    }
+};
+
+/// Turns the items of one row into one value per output column.
+class RowAssembler {
+public:
+    RowAssembler(WSQLFilter& filter, SelectOutput& output, WSQLRowBuffers& buffers, WSQLRowData& row)
+        : filter_(filter), output_(output), buffers_(buffers), row_(row), trace_(filter.logs(kLogDebug)) {}
+
+    void assemble() {
+        std::int32_t number = 0;
+        for (const OutputColumn& column : output_.columns()) {
+            ++number;
+            CStringBuffer& value = output_.scratch();
+            value.clear();
+            const bool found = collect(column, number, value);
+            if (column.constant) {
+                column.constantNull ? row_.addNull() : row_.add(column.constantText);
+            } else if (found && !value.empty()) {
+                row_.add(value.view());
+            } else {
+                row_.addNull();
+            }
+            if (trace_) log(number);
+        }
+    }
+
+private:
+    /// Reads the column's items; false when none of them has a value.
+    bool collect(const OutputColumn& column, std::int32_t number, CStringBuffer& value) {
+        if (trace_ && (column.list || column.subscript > 0)) {
+            filter_.debug(kContext, "Subfield range is [%d-%d]\n", column.range.first, column.range.last);
+        }
+        const ValueFilter values(filter_, column.range);
+        bool found = false;
+        for (std::int32_t ordinal = 1; !buffers_.atEnd(); ++ordinal) {
+            const RowItem item = buffers_.next();
+            const bool last = buffers_.atColumn();
+            if (item.has(RowItem::kNull)) {
+                if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
+            } else if (!column.constant && item.has(RowItem::kReference)) {
+                found = reference(column, number, item.text, values, value) || found;
+            } else if (!column.constant) {
+                if (trace_) logValue(number, item.text);
+                // A single item of a column that asks for one value is that value, whatever its number.
+                const bool only = column.subscript > 0 && ordinal == 1 && last;
+                values.value(only ? column.subscript : ordinal, item.text, value);
+                found = true;
+            }
+            if (last) break;
+        }
+        return found;
+    }
+
+    /// A value that stays in the record: read now, or named by a key.
+    bool reference(const OutputColumn& column, std::int32_t number, std::string_view text,
+                   const ValueFilter& values, CStringBuffer& value) {
+        const FieldReference reference(text);
+        if (trace_) {
+            filter_.debug(kContext, "Parsed field reference \"%s\",%d,%d\n",
+                          std::string(reference.field).c_str(), reference.record, reference.part);
+        }
+        if (column.field == nullptr) return false;
+        if (!output_.isInline(column.type)) {
+            const std::int32_t part = column.field->partField ? reference.part : 0;
+            appendFetchKey(value, column.field->database, reference.record, part,
+                           static_cast<std::int32_t>(column.field->number));
+            if (trace_)
+                filter_.debug(kContext, "Added retrieval key %s for field #%d\n", value.text(), number);
+            return true;
+        }
+        if (trace_) {
+            filter_.debug(kContext, "Fetching value for field %s in record %d.\n", column.field->name.c_str(),
+                          reference.record);
+        }
+        CStringBuffer fetched(1024);
+        const std::int32_t status =
+            filter_.GetFieldValue(*column.field, reference.record, reference.part, fetched, values, true);
+        if (status == kNothing) {
+            if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
+            return false;
+        }
+        if (!WDB_SUCCESS(status)) {
+            if (trace_) filter_.debug(kContext, "Error #%d in GetFieldValue while parsing value.\n", status);
+            return false;
+        }
+        if (trace_) filter_.debug(kContext, "Fetched value for field #%d: \n", number);
+        value.append(fetched);
+        return true;
+    }
+
+    void logValue(std::int32_t number, std::string_view text) {
+        filter_.debug(kContext, "Parsed value for field #%d: \"%s\"\n", number, std::string(text).c_str());
+    }
+
+    void log(std::int32_t number) {
+        const char* value = row_.value(row_.count() - 1);
+        filter_.debug(kContext, "Col#%d: %s\n", number, value != nullptr ? value : "(null)");
+    }
+
+    WSQLFilter& filter_;
+    SelectOutput& output_;
+    WSQLRowBuffers& buffers_;
+    WSQLRowData& row_;
+    bool trace_;
+};
+
+/// Fetches the first row from the row's index on whose record is still there.
+RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffers) {
+    for (;; ++row.index) {
+        const auto index = static_cast<std::int32_t>(row.index);
+        filter.debug(kContext, "data->recno=%d\n", index);
+        filter.debug(kContext, "nRecCount=%d\n", row.hitCount);
+        if (row.index >= row.hitCount) {
+            filter.debug(kContext, "End of search set reached\n");
+            return RowOutcome::kNone;
+        }
+        filter.debug(kContext, "WdbGetRows(%d,%d,1,%08x,%08x);\n", row.setNumber, index, 0U, 0U);
+        const std::int32_t status = buffers.fetch(row.setNumber, index);
+        if (WDB_SUCCESS(status) && !buffers.holdsDeleted()) return RowOutcome::kRow;
+        if (WDB_SUCCESS(status) || isDeleted(status)) {
+            filter.debug(kContext, "WdbGetRows: Row %d is deleted - fetching next one.\n", index);
+            continue;
+        }
+        if (status == WDB_FAIL) {
+            filter.debug(kContext, "WdbGetRows: No more rows.\n");
+            return RowOutcome::kNone;
+        }
+        filter.debug(kContext, "Unexpected error #%d fetching row %d\n", status, index);
+        filter.ReportKernelError(status, kContext, "WdbGetRows");
+        return RowOutcome::kFailed;
+    }
+}
+
+}  // namespace
+
+RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output) {
+    std::int32_t set = 0, hits = 0;
+    const bool current = WDB_SUCCESS(WdbSearchResult(&set, &hits, nullptr, nullptr, nullptr));
+    if (!row) {
+        debug(kContext, "Creating a new row data object\n");
+        row = std::make_unique<WSQLRowData>(set, hits, 1);
+    } else {
+        debug(kContext, "Reusing old row data object\n");
+        if (current && set == row->setNumber) row->hitCount = hits;
+    }
+    row->clear();
+    WSQLRowBuffers buffers;
+    const RowOutcome outcome = fetchLive(*this, *row, buffers);
+    if (outcome != RowOutcome::kRow) return outcome;
+    const auto index = static_cast<std::int32_t>(row->index);
+    if (buffers.count() == 0) debug(kContext, "WdbGetRows: WdbGetRows returned %d\n", WDB_OK);
+    debug(kContext, "WdbGetRows: There are %d items to process for row %d\n",
+          static_cast<std::int32_t>(buffers.count()), index);
+    row->recordNumber = buffers.recordNumber();
+    row->partNumber = buffers.partNumber();
+    RowAssembler(*this, output, buffers, *row).assemble();
+    ++row->index;
+    debug(kContext, "GetNextJoinRow exiting.\n");
+    return RowOutcome::kRow;
+}
+
+RowOutcome WSQLFilter::GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output) {
+    constexpr const char* kMethod = "WSQLFilter::GetStaticRow";
+    if (!row) row = std::make_unique<WSQLRowData>(0, 1, 0);
+    row->clear();
+    if (row->index >= row->lastRow) {
+        debug(kMethod, "Max row number reached\n");
+        return RowOutcome::kNone;
+    }
+    if (row->index >= row->hitCount) {
+        debug(kMethod, "End of search set reached.\n");
+        return RowOutcome::kNone;
+    }
+    for (const OutputColumn& column : output.columns()) {
+        column.constantNull ? row->addNull() : row->add(column.constantText);
+    }
+    ++row->index;
+    debug(kMethod, "GetNextRow exiting.\n");
+    return RowOutcome::kRow;
+}
+
+RowOutcome WSQLRowCursor::next(std::unique_ptr<WSQLRowData>& row) {
+    return output_.isStatic() ? filter_.GetStaticRow(row, output_) : filter_.GetNextJoinRow(row, output_);
+}
+
+}  // namespace wsql

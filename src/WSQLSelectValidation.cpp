@@ -1,0 +1,306 @@
+// The checks of a SELECT, and the completion of its tree: expanded "*", labels, bound columns, ORDER BY
+// positions.
+#include <vector>
+
+#include "src/ElementAt.h"
+#include "src/ValidationFault.h"
+#include "src/WSQLFilter.h"
+#include "src/WSQLMilestone.h"
+#include "src/support/text.h"
+#include "src/tree/Tree.h"
+
+namespace wsql {
+namespace {
+
+constexpr const char* kContext = "WSQLFilter::ValidateSelect";
+constexpr const char* kNoColumn = "Could not find column \"%s\" in any specified table.";
+
+std::string positionLabel(const char* word, std::int32_t position) {
+    char label[32];
+    std::snprintf(label, sizeof label, "%s%03d", word, position);
+    return label;
+}
+
+bool sameColumn(const WSQLColumnRef& a, const WSQLColumnRef& b) {
+    return equalNames(a.column, b.column) && equalNames(a.table, b.table);
+}
+
+/// The checks of one SELECT, in the order in which they report.
+class SelectValidator {
+public:
+    SelectValidator(WSQLFilter& filter, WSQLStmtSelect& select) : filter_(filter), select_(select) {}
+
+    bool run() {
+        return tables() && expandAll() && items() && orderBy() && functions() && groupBy() &&
+               dependencies() && where();
+    }
+
+private:
+    bool tables() {
+        for (std::int32_t i = 0; i < select_.tables->Count(); ++i) {
+            WSQLTableRef& table = elementAt(*select_.tables, i);
+            filter_.LoadFields(&table);
+            if (!filter_.DBTableExists(table.table.c_str())) {
+                filter_.ReportValidationFault(1341, kContext, "Table \"%s\" does not exist.",
+                                              table.table.c_str());
+                return false;
+            }
+        }
+        filter_.debug(kContext, "-> Table list ok.\n");
+        return true;
+    }
+
+    bool expandAll() {
+        for (std::int32_t i = select_.itemCount() - 1; i >= 0; --i) {
+            if (dynamic_cast<WSQLAllColumns*>(select_.item(i)) == nullptr || select_.expandItem(i)) continue;
+            filter_.ReportValidationFault(1364, kContext, "Failed to expand column #%d.", i + 1);
+            return false;
+        }
+        if (select_.itemCount() == 0 && select_.distinct && !select_.expandItem(0)) {
+            filter_.ReportValidationFault(1378, kContext, "%s",
+                                          "Failed to expand column projection for DISTINCT operation.");
+            return false;
+        }
+        return true;
+    }
+
+    bool items() {
+        for (std::int32_t i = 0; i < select_.itemCount(); ++i) {
+            WSQLScalar* item = &elementAt(select_.items(), i);
+            if (WSQLColumnRef* column = item->asColumnRef()) {
+                if (!columnItem(*column, i)) return false;
+            } else if (WSQLFunctionRef* function = item->asFunctionRef()) {
+                functions_.push_back(function);
+            } else if (item->isConstant()) {
+                if (item->label.empty()) item->label = positionLabel("COLUMN", i + 1);
+            } else if (!bindOperands(item)) {
+                return false;
+            }
+        }
+        filter_.debug(kContext, "-> Regular columns ok.\n");
+        return true;
+    }
+
+    bool columnItem(WSQLColumnRef& column, std::int32_t index) {
+        // The columns that "*" was expanded into come bound from the table's field list.
+        const bool bound = column.fieldNumber >= 1;
+        if (!bound && !filter_.DBColumnExists(&column, select_.tables.get())) {
+            if (!column.maybeConstant()) {
+                filter_.ReportValidationFault(1450, kContext, kNoColumn, column.column.c_str());
+                return false;
+            }
+            auto text = std::make_unique<WSQLChar>(column.column, column.constantQuote);
+            text->label = column.label;
+            if (text->label.empty()) {
+                text->label = positionLabel(column.constantQuote == '\'' ? "COLUMN" : "Column", index + 1);
+            }
+            select_.replaceItem(index, std::move(text));
+            return true;
+        }
+        if (column.subscript > 0 && (column.fieldType == WDB_T_TEXT || column.fieldType == WDB_T_STRING)) {
+            filter_.ReportValidationFault(
+                1460, kContext,
+                "Invalid column reference \"%s\": Can not refer to LONG VARCHAR/VARBINARY "
+                "columns with an index.",
+                column.column.c_str());
+            return false;
+        }
+        notePartField(column);
+        columns_.push_back(&column);
+        return true;
+    }
+
+    /// Columns inside arithmetic are bound like items of their own, but are none.
+    bool bindOperands(WSQLScalar* item) {
+        for (;;) {
+            if (WSQLColumnRef* column = item->asColumnRef()) {
+                if (filter_.DBColumnExists(column, select_.tables.get())) {
+                    notePartField(*column);
+                    return true;
+                }
+                filter_.ReportValidationFault(1450, kContext, kNoColumn, column->column.c_str());
+                return false;
+            }
+            auto* operation = dynamic_cast<WSQLOperation*>(item);
+            if (operation == nullptr) return true;
+            if (!bindOperands(operation->right())) return false;
+            item = operation->left();
+        }
+    }
+
+    bool orderBy() {
+        if (count(select_.orderBy) == 0) return true;
+        for (std::int32_t i = 0; i < select_.orderBy->Count(); ++i) {
+            if (!orderByItem(elementAt(*select_.orderBy, i))) return false;
+        }
+        filter_.debug(kContext, "-> Order by columns ok.\n");
+        for (std::int32_t i = 0; i < select_.tables->Count(); ++i) {
+            const WSQLTableRef& table = elementAt(*select_.tables, i);
+            if (!table.hasPartRecords) continue;
+            filter_.setLastStatus(0);
+            filter_.ReportValidationFault(1563, kContext,
+                                          "The part record structure of \"%s\" disallows usage of ORDER BY.",
+                                          table.table.c_str());
+            return false;
+        }
+        return true;
+    }
+
+    bool orderByItem(WSQLOrderByItem& order) {
+        if (!order.column && order.position < 1) {
+            filter_.ReportValidationFault(1507, kContext, "%s", "Invalid order-by expression.");
+            return false;
+        }
+        if (!order.column) {
+            const WSQLScalar* item = select_.item(order.position - 1);
+            const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
+            if (column != nullptr) order.column = column->cloneColumn();
+            return true;  // a copy of a bound column is bound
+        }
+        const std::string typed = order.column->column;
+        if (!filter_.DBColumnExists(order.column.get(), select_.tables.get())) {
+            if (order.column->maybeConstant()) {
+                filter_.ReportValidationFault(1532, kContext, "%s",
+                                              "String constants not valid in order-by expression.");
+            } else {
+                filter_.ReportValidationFault(1543, kContext, "Order-by column \"%s\" does not exist.",
+                                              typed.c_str());
+            }
+            return false;
+        }
+        order.position = positionOf(*order.column, typed);
+        return true;
+    }
+
+    /// 1-based position of the select item with that column or label; 0 when there is none.
+    std::int32_t positionOf(const WSQLColumnRef& column, const std::string& typed) const {
+        for (std::int32_t i = 0; i < select_.itemCount(); ++i) {
+            const WSQLScalar& item = elementAt(select_.items(), i);
+            const WSQLColumnRef* other = item.asColumnRef();
+            if ((other != nullptr && sameColumn(*other, column)) || equalNames(item.label, typed))
+                return i + 1;
+        }
+        return 0;
+    }
+
+    bool functions() {
+        for (WSQLFunctionRef* function : functions_) {
+            if (function == nullptr) {
+                filter_.ReportValidationFault(1576, kContext, "%s",
+                                              "Internal error - NULL pointer in function reference list.");
+                return false;
+            }
+            if (function->name[0] != '\0' && !functionItem(*function)) return false;
+        }
+        filter_.debug(kContext, "-> Aggregate functions ok.\n");
+        return true;
+    }
+
+    bool functionItem(WSQLFunctionRef& function) {
+        const bool isCount = equalNames(function.name, "COUNT");
+        const bool isValueList = equalNames(function.name, "VALUELIST");
+        WSQLColumnRef* column = function.argument ? function.argument->asColumnRef() : nullptr;
+        if (!isValueList) aggregates_ = true;
+        if (column == nullptr) {
+            if (isCount) return true;
+            filter_.ReportValidationFault(1592, kContext, "Column reference is required for function %s\n.",
+                                          function.name);
+            return false;
+        }
+        if (column->subscript > 0) {
+            filter_.ReportValidationFault(1602, kContext,
+                                          "WELK subfield index is not permitted in aggregate function %s\n.",
+                                          function.name);
+            return false;
+        }
+        if (!filter_.DBColumnExists(column, select_.tables.get())) {
+            filter_.ReportValidationFault(1612, kContext, kNoColumn, column->column.c_str());
+            return false;
+        }
+        notePartField(*column);
+        if (isValueList) return true;
+        if (!isCount && !isAggregable(column->fieldType)) {
+            filter_.ReportValidationFault(
+                268, kContext, "%s", "Type of aggregate function argument must be numeric or date/time.");
+            return false;
+        }
+        for (const WSQLColumnRef* regular : columns_) {
+            if (!sameColumn(*regular, *column)) continue;
+            filter_.ReportValidationFault(
+                1639, kContext,
+                "Aggregate function %s argument \"%s.%s\" cannot be specified in non-aggregate "
+                "column.",
+                function.name, column->table.c_str(), column->column.c_str());
+            return false;
+        }
+        return true;
+    }
+
+    bool groupBy() {
+        for (std::int32_t i = 0; i < count(select_.groupBy); ++i) {
+            WSQLColumnRef& column = elementAt(*select_.groupBy, i);
+            if (!filter_.DBColumnExists(&column, select_.tables.get())) {
+                filter_.ReportValidationFault(1665, kContext,
+                                              "Could not find group-by column \"%s\" in any specified table.",
+                                              column.column.c_str());
+                return false;
+            }
+            filter_.debug(kContext, "-> Group-by list ok.\n");
+        }
+        return true;
+    }
+
+    bool dependencies() {
+        if (aggregates_ && !columns_.empty() && !functions_.empty()) {
+            for (const WSQLColumnRef* column : columns_) {
+                if (column->fieldNumber < 1 || isGroupColumn(*column)) continue;
+                const char* separator = column->table.empty() ? "" : ".";
+                filter_.ReportValidationFault(1702, kContext, "Column \"%s%s%s\" must be in group-by list.",
+                                              column->table.c_str(), separator, column->column.c_str());
+                return false;
+            }
+            filter_.debug(kContext, "-> Aggregate dependencies verified.\n");
+        }
+        filter_.debug(kContext, "-> SELECT validation complete.\n");
+        return true;
+    }
+
+    bool isGroupColumn(const WSQLColumnRef& column) const {
+        for (std::int32_t i = 0; i < count(select_.groupBy); ++i) {
+            if (sameColumn(elementAt(*select_.groupBy, i), column)) return true;
+        }
+        return false;
+    }
+
+    bool where() {
+        if (!filter_.ValidateCondition(&select_, select_.where.get())) return false;
+        if (!filter_.logs(kLogDebug)) return true;
+        CStringBuffer text(256);
+        if (select_.where) select_.where->toText(text);
+        filter_.debug(kContext, "CONDITION: %s\n", select_.where ? text.text() : "(null)");
+        return true;
+    }
+
+    void notePartField(const WSQLColumnRef& column) {
+        if ((column.fieldFlags & WSQLColumnRef::kPartField) != 0) select_.needsPartRecords = true;
+    }
+
+    WSQLFilter& filter_;
+    WSQLStmtSelect& select_;
+    std::vector<WSQLColumnRef*> columns_;
+    std::vector<WSQLFunctionRef*> functions_;
+    bool aggregates_ = false;
+};
+
+}  // namespace
+
+bool WSQLFilter::ValidateSelect(WSQLStmtSelect* select) {
+    if (beyondValidation(*select)) {
+        ReportUnsupported();
+        return false;
+    }
+    debug(kContext, "Validating SELECT statement.\n");
+    return SelectValidator(*this, *select).run();
+}
+
+}  // namespace wsql

@@ -1,0 +1,129 @@
+#include "src/welkhelp/CclText.h"
+
+#include <charconv>
+#include <iterator>
+
+#include "src/support/text.h"
+
+namespace wsql {
+namespace {
+
+/// Words that mean something where a name may stand, in every command language.
+constexpr std::string_view kCommandWords[] = {
+    "BAS",   "BASE",  "FIN",      "FIND", "DEF",   "DEFINE", "MIN",       "SEL",  "SELECT", "FRL",
+    "FROM",  "WHR",   "WHERE",    "DES",  "DESC",  "SFX",    "SUBSELECT", "AND",  "ORX",    "OR",
+    "NOT",   "RXX",   "R",        "FTL",  "TO",    "FIELD",  "INNER",     "LEFT", "RIGHT",  "SORT",
+    "GROUP", "UNION", "DISTINCT", "ALL",  "COUNT", "AVG",    "MAX",       "SUM",  "NULL",   "S"};
+
+/// Words that would end a bare value.
+constexpr std::string_view kValueWords[] = {"AND", "OR", "ORX", "NOT", "TO", "FTL", "FROM", "FRL"};
+
+template <std::size_t N>
+bool isOneOf(std::string_view text, const std::string_view (&words)[N]) {
+    for (std::string_view word : words) {
+        if (equalNames(text, word)) return true;
+    }
+    return false;
+}
+
+constexpr bool isLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || static_cast<unsigned char>(c) >= 128;
+}
+
+bool isBareName(std::string_view name) {
+    if (name.empty() || isDigit(name.front())) return false;
+    for (char c : name) {
+        if (!isLetter(c) && !isDigit(c) && c != '_') return false;
+    }
+    return !isOneOf(name, kCommandWords);
+}
+
+bool isBareValue(std::string_view text) {
+    if (text.empty()) return false;
+    const char first = text.front();
+    if (!isLetter(first) && first != '$' && first != '!') return false;
+    for (char c : text) {
+        if (!isLetter(c) && !isDigit(c) && std::string_view("$!_-'\\").find(c) == std::string_view::npos)
+            return false;
+    }
+    return !isOneOf(text, kValueWords);
+}
+
+/// The text of a comparison with its own wildcards disarmed and "%" turned into one.
+void appendComparisonText(CStringBuffer& out, std::string_view text) {
+    char previous = 0;
+    for (char c : text) {
+        if (c == '$' || c == '!' || (c == '_' && previous == '\\')) out.append('\\');
+        out.append(c == '%' ? '$' : c);
+        previous = c;
+    }
+}
+
+}  // namespace
+
+void appendCclQuoted(CStringBuffer& out, std::string_view text) {
+    out.append('"');
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t quote = text.find('"', start);
+        if (quote == std::string_view::npos) {
+            out.append(text.substr(start));
+            break;
+        }
+        out.append(text.substr(start, quote + 1 - start));
+        out.append('"');
+        start = quote + 1;
+    }
+    out.append('"');
+}
+
+void appendCclName(CStringBuffer& out, std::string_view name) {
+    if (isBareName(name)) {
+        out.append(name);
+    } else {
+        appendCclQuoted(out, name);
+    }
+}
+
+void appendCclValue(CStringBuffer& out, std::string_view text, CclValueKind kind) {
+    if (kind == CclValueKind::kBare && !text.empty()) {
+        out.append(text);
+        return;
+    }
+    if (kind == CclValueKind::kText && text.find_first_of("%$!_") != std::string_view::npos) {
+        CStringBuffer rewritten(256);
+        appendComparisonText(rewritten, text);
+        appendCclValue(out, rewritten.view(), CclValueKind::kPattern);
+        return;
+    }
+    if (isBareValue(text)) {
+        out.append(text);
+    } else {
+        appendCclQuoted(out, text);
+    }
+}
+
+void appendLikePattern(CStringBuffer& out, std::string_view pattern) {
+    char previous = 0;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const char c = pattern[i];
+        if (i > 0 && previous == '\\') {
+            if (c != '%' && c != '!') out.append('\\');
+            out.append(c);
+        } else if (c == '%') {
+            out.append('$');
+        } else if (c == '_') {
+            out.append('!');
+        } else if (c != '\\') {
+            out.append(c);
+        }
+        previous = c;
+    }
+}
+
+void appendNumber(CStringBuffer& out, std::int64_t number) {
+    char digits[24];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+    out.append(std::string_view(digits, static_cast<std::size_t>(end - digits)));
+}
+
+}  // namespace wsql
