@@ -19,6 +19,22 @@ constexpr int kHistorySize = 2000;
 constexpr const char* kDelimiters = " \t\n,()=<>*+-/;'\"`[]";
 
 void onInterrupt(int) {}  // only so that reading ends
+
+// Ctrl-C drops the line that is being typed; while a statement runs it ends the program as everywhere.
+class InterruptEndsReading {
+public:
+    InterruptEndsReading() {
+        struct sigaction action {};
+        action.sa_handler = onInterrupt;  // without SA_RESTART
+        sigaction(SIGINT, &action, &before_);
+    }
+    ~InterruptEndsReading() { sigaction(SIGINT, &before_, nullptr); }
+    InterruptEndsReading(const InterruptEndsReading&) = delete;
+    InterruptEndsReading& operator=(const InterruptEndsReading&) = delete;
+
+private:
+    struct sigaction before_ {};
+};
 }  // namespace
 
 struct LineEditor::State {
@@ -80,9 +96,6 @@ LineEditor::LineEditor(std::string historyFile, std::function<std::vector<std::s
     el_set(edit, EL_ADDFN, "wsql-complete", "complete a name", &State::complete);
     el_set(edit, EL_BIND, "^I", "wsql-complete", nullptr);
     el_source(edit, nullptr);
-    struct sigaction action {};
-    action.sa_handler = onInterrupt;  // without SA_RESTART
-    sigaction(SIGINT, &action, nullptr);
 }
 
 LineEditor::~LineEditor() {
@@ -95,6 +108,7 @@ LineEditor::~LineEditor() {
 LineEditor::Outcome LineEditor::read(const std::string& prompt, std::string& line) {
     if (state_->edit == nullptr) return Outcome::end;
     state_->prompt = prompt;
+    const InterruptEndsReading guard;
     int count = 0;
     errno = 0;
     const char* text = el_gets(state_->edit, &count);

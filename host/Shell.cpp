@@ -187,9 +187,10 @@ bool Shell::runReady(StatementSplitter& splitter, std::string_view sourceName) {
 }
 
 bool Shell::runLine(StatementSplitter& splitter, std::string_view line, std::string_view sourceName) {
-    if (splitter.idle() && line.starts_with('.')) {
+    const auto first = line.find_first_not_of(" \t");
+    if (splitter.idle() && first != std::string_view::npos && line[first] == '.') {
         splitter.feed("");  // counts the line
-        return runDotCommand(line);
+        return runDotCommand(line.substr(first));
     }
     splitter.feed(line);
     return runReady(splitter, sourceName);

@@ -43,7 +43,8 @@ int main(int argc, char** argv) {
         const host::Session session(options);
         host::Shell shell(options.settings);
         run(shell, options);
-        if (std::fflush(stdout) != 0) shell.reportFault(0, "cannot write the output");
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            shell.reportFault(0, "cannot write the output");
         return shell.faulted() ? kFault : 0;
     } catch (const host::KernelError& error) {
         std::fprintf(stderr, "fault %d: %s\n", error.status(), error.what());
