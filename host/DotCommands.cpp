@@ -145,11 +145,23 @@ void importFile(Shell& shell, const Words& words) {
         shell.reportFault(0, std::to_string(report.counts.refused) + " records were refused");
 }
 
+void exportRows(Shell& shell, const Words& words) {
+    constexpr const char* kUsage = ".export [--format csv|json|xml|line] FILE TABLE";
+    std::size_t at = 1;
+    std::optional<Format> format = Format::csv;
+    if (words.size() > 2 && words[1] == "--format") {
+        format = formatNamed(words[2]);
+        at = 3;
+    }
+    if (!format || words.size() != at + 2) throw UsageError(kUsage);
+    shell.runInto(words[at], *format, {"SELECT * FROM \"" + words[at + 1] + "\"", 1});
+}
+
 void showHelp(Shell& shell, const Words&) {
     std::string out;
     for (const DotCommand& command : dotCommands()) {
         std::string usage = std::string(command.name) + " " + command.arguments;
-        usage.resize(std::max<std::size_t>(usage.size(), 44), ' ');
+        usage.resize(std::max<std::size_t>(usage.size(), 48), ' ');
         out += usage + " " + command.help + "\n";
     }
     shell.write(out + "Everything else is SQL and ends with a semicolon.\n");
@@ -171,6 +183,8 @@ const std::vector<Entry>& entries() {
         {{".schema", "[TABLE...]", "CREATE TABLE statements"}, showSchema},
         {{".import", "[--format csv|deb822] FILE TABLE", "read a file (- is standard input) into a table"},
          importFile},
+        {{".export", "[--format csv|json|xml|line] FILE TABLE", "write every row of a table to a file"},
+         exportRows},
         {{".mode", "table|csv|json|xml|line", "how results are written"}, setMode},
         {{".timer", "on|off", "show how long statements take"}, setTimer},
         {{".print", "TEXT", "write a line"}, nullptr},

@@ -32,6 +32,11 @@ private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
 struct FreeLine {
     char* text = nullptr;
     std::size_t room = 0;
@@ -41,7 +46,7 @@ struct FreeLine {
 }  // namespace
 
 void Shell::write(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fwrite(text.data(), 1, text.size(), out_);
 }
 
 int Shell::terminalWidth() const {
@@ -232,11 +237,8 @@ bool Shell::runFile(const std::string& path) {
         reportFault(0, "scripts that read scripts go too deep: " + path);
         return goesOn();
     }
-    struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
     if (path == "-") return runStream(stdin, "standard input");
-    const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "re"));
+    const File file(std::fopen(path.c_str(), "re"));
     if (!file) {
         reportFault(0, "cannot open " + path + ": " + std::strerror(errno));
         return goesOn();
@@ -245,6 +247,30 @@ bool Shell::runFile(const std::string& path) {
     const bool on = runStream(file.get(), path);
     --depth_;
     return on;
+}
+
+bool Shell::runInto(const std::string& path, Format format, const Statement& statement) {
+    File file(std::fopen(path.c_str(), "we"));
+    if (!file) {
+        reportFault(0, "cannot write " + path + ": " + std::strerror(errno));
+        return false;
+    }
+    flush();
+    const Settings before = settings_;
+    const bool faulted = faulted_;
+    settings_.format = format;
+    settings_.allRows = true;
+    settings_.timer = false;
+    faulted_ = false;
+    out_ = file.get();
+    runStatement(statement, "");
+    const bool written = std::fflush(out_) == 0 && std::ferror(out_) == 0;
+    out_ = stdout;
+    settings_ = before;
+    if (!written) reportFault(0, "cannot write " + path);
+    const bool good = !faulted_;
+    faulted_ = faulted_ || faulted;
+    return good;
 }
 
 }  // namespace host

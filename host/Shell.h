@@ -32,7 +32,10 @@ public:
     Settings& settings() { return settings_; }
     void quit() { quit_ = true; }
     void write(std::string_view text);
-    void flush() { std::fflush(stdout); }
+    // Writes every row of a statement's result to a file, in a format of its own. False, with a fault, when
+    // that fails.
+    bool runInto(const std::string& path, Format format, const Statement& statement);
+    void flush() { std::fflush(out_); }
     int terminalWidth() const;
     // Runs what is complete in the splitter.
     bool runReady(StatementSplitter& splitter, std::string_view sourceName);
@@ -48,6 +51,7 @@ private:
     void showTime(double milliseconds);
 
     Settings settings_;
+    std::FILE* out_ = stdout;
     bool faulted_ = false, quit_ = false;
     int depth_ = 0;  // scripts that read scripts
 };

@@ -15,3 +15,5 @@
 "$WSQL" --data "$DATA" --all-rows --format csv -c "SELECT N FROM NUMBERS ORDER BY N" | tail -n 2
 "$WSQL" --data "$DATA" --all-rows --format xml -c "SELECT N FROM NUMBERS" | grep -c '<Row '
 "$WSQL" --data "$DATA" -c ".set block-size 2" -c ".set block 3" -c "SELECT N FROM NUMBERS ORDER BY N" -c ".set"
+"$WSQL" --data "$DATA" -c ".export $HOME/out.csv NUMBERS" -c ".export --format json $HOME/out.json NOWHERE" -c ".export $HOME/no/out.csv NUMBERS"
+wc -l < "$HOME/out.csv"
