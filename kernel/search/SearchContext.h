@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+
+#include "kernel/catalog/BaseSnapshot.h"
+#include "kernel/catalog/OpenBase.h"
+#include "kernel/ccl/CommandWords.h"
+#include "kernel/common/Status.h"
+#include "kernel/record/DateForm.h"
+#include "kernel/text/Analyzer.h"
+
+namespace wdb {
+
+// What searches ask of the session they belong to.
+class SearchContext {
+public:
+    virtual ~SearchContext() = default;
+
+    // A base that exists and of which the user may read some field; else WDB_E_BASE.
+    virtual Result<std::shared_ptr<OpenBase>> findBase(Slice name) = 0;
+    // May the user read this field? (A field that may not be read is to a search as one that does not exist.)
+    virtual bool mayRead(const BaseDefinition& base, FieldNumber field) = 0;
+    // The state of a base that the present call sees, the session's own unit included. Valid until the call ends; the same
+    // one for the same base within a call.
+    virtual Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) = 0;
+    // Will the next call see the same snapshots (a status is saved)? Without that a set orders all its rows when it is made.
+    virtual bool snapshotsStay() const = 0;
+
+    virtual const ccl::CommandWords& commandWords() const = 0;
+    virtual DateForm dateForm() const = 0;
+    virtual DayNumber today() const = 0;
+    // The thread's or session's analyzer.
+    virtual Analyzer& analyzer() = 0;
+};
+
+}  // namespace wdb
