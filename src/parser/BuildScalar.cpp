@@ -14,7 +14,7 @@ Node<WSQLScalar> TreeBuilder::integer(int32_t magnitude) { return std::make_uniq
 
 Node<WSQLScalar> TreeBuilder::real(double magnitude) { return std::make_unique<WSQLFloat>(magnitude); }
 
-Node<WSQLScalar> TreeBuilder::text(TextToken token) { return std::make_unique<WSQLChar>(token.view(), token.quote); }
+Node<WSQLScalar> TreeBuilder::text(TextToken token) { return std::make_unique<WSQLChar>(token.view(), token.quote()); }
 
 Node<WSQLScalar> TreeBuilder::null() { return WSQLChar::null(); }
 

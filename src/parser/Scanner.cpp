@@ -15,11 +15,6 @@
 namespace wsql {
 namespace {
 
-size_t lastLineEnd(std::string_view text) {
-  const size_t found = text.find_last_of("\n\r");
-  return found == std::string_view::npos ? 0 : found + 1;
-}
-
 /// Power of ten of the first digit that is not 0, the exponent of the text included; far out of range is enough.
 int64_t magnitude(std::string_view number) {
   int64_t power = 0;
@@ -47,7 +42,7 @@ Scanner::Scanner(ParseContext& context, const char* text) {
     throw ScannerFailure("out of dynamic memory in wsql_scan_bytes()");
   }
   state_.context = &context;
-  state_.commentLimit = lastLineEnd(statement);
+  state_.noLineEnd = false;
   if (wsqllex_init_extra(&state_, &handle_) != 0) throw ScannerFailure("out of dynamic memory in wsql_create_buffer()");
   try {
     wsql_scan_bytes(text, static_cast<int>(statement.size()), handle_);
@@ -70,6 +65,24 @@ int scanToken(WSQLSTYPE* value, void* scanner) noexcept {
     }
     return T_WSQLerror;
   }
+}
+
+size_t commentLength(ScannerState& state, std::string_view rest) {
+  if (state.noLineEnd) return 0;
+  for (size_t i = 0; i < rest.size(); ++i) {
+    if (rest[i] == '\n' || rest[i] == '\r') return i + 1;
+  }
+  state.noLineEnd = true;
+  return 0;
+}
+
+size_t quotedLength(char quote, std::string_view rest) {
+  size_t length = 0;
+  for (size_t i = rest.find(quote); i != std::string_view::npos; i = rest.find(quote, i + 1)) {
+    length = i + 1;
+    if (i == 0 || rest[i - 1] != '\\') break;
+  }
+  return length;
 }
 
 int32_t integerToken(std::string_view digits) { return decimalPrefix(digits); }

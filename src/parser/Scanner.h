@@ -20,9 +20,8 @@ class ScannerFailure : public std::runtime_error {
 /// What the scanner's rules look at.
 struct ScannerState {
   ParseContext* context;
-  /// Bytes up to and including the last line end of the text: a "--" behind it opens no comment, since a comment needs
-  /// its line end. Knowing it beforehand keeps texts full of dashes linear.
-  size_t commentLimit;
+  /// No line end stands in the rest of the text. Remembering it keeps texts full of dashes linear.
+  bool noLineEnd;
 };
 
 /// Cuts one statement text into tokens. Texts of tokens point into the scanner's own copy of the statement and live as
@@ -46,7 +45,15 @@ class Scanner {
 /// context and answers the code that makes the parser give up without a message of its own.
 int scanToken(WSQLSTYPE* value, void* scanner) noexcept;
 
-/// What the scanner's rules call.
+/// What the scanner's rules call. The rest is the text behind the token.
+
+/// Bytes of a comment behind its "--", line end included; 0 when the rest holds no line end.
+size_t commentLength(ScannerState& state, std::string_view rest);
+
+/// Bytes behind an opening quote up to and including the closing one; 0 when there is none. A quote behind a backslash
+/// closes the text only when no other one does.
+size_t quotedLength(char quote, std::string_view rest);
+
 int32_t integerToken(std::string_view digits);  ///< clamped to 2147483647
 double realToken(std::string_view digits);      ///< independent of the locale; overflow gives infinity, underflow 0
 int wordToken(const ScannerState& state, std::string_view word, int nameCode);

@@ -14,10 +14,11 @@ namespace wsql {
 /// outlives the parse; nodes keep copies.
 struct TextToken {
   const char* begin;
-  uint32_t length;
-  char quote;  ///< the opening quote of a STRING, 0 for words and numbers
+  size_t length;
 
   std::string_view view() const { return {begin, length}; }
+  /// The opening quote; only for the text of a STRING, which stands right behind it.
+  char quote() const { return begin[-1]; }
 };
 
 /// ON DELETE and ON UPDATE of a reference.

@@ -1,7 +1,7 @@
 #include "src/parser/WSQLSymbolTable.h"
 
 #include <cstring>
-#include <string>
+#include <new>
 
 #include "src/support/text.h"
 
@@ -36,9 +36,10 @@ void WSQLSymbolTable::Clear() {
   while (head_ != nullptr) {
     WSQLSymbol* symbol = head_;
     head_ = symbol->nextAll_;
-    delete symbol;
+    symbol->~WSQLSymbol();
   }
   buckets_.fill(nullptr);
+  blocks_.clear();
 }
 
 uint32_t WSQLSymbolTable::hash(std::string_view name) const {
@@ -58,9 +59,18 @@ bool WSQLSymbolTable::equal(const char* symbolName, std::string_view name) const
   return *symbolName == 0;
 }
 
+void* WSQLSymbolTable::slot() {
+  if (blocks_.empty() || used_ == kBlock) {
+    blocks_.push_back(std::unique_ptr<Block>(new Block));
+    used_ = 0;
+  }
+  return blocks_.back()->storage + used_ * sizeof(WSQLSymbol);
+}
+
 WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
   const uint32_t index = hash(name != nullptr ? std::string_view(name) : std::string_view());
-  auto* symbol = new WSQLSymbol(name, code, level_, index, copyNames_ == 1);
+  auto* symbol = new (slot()) WSQLSymbol(name, code, level_, index, copyNames_ == 1);
+  ++used_;
   symbol->nextInBucket_ = buckets_[index];
   if (buckets_[index] != nullptr) buckets_[index]->prevInBucket_ = symbol;
   buckets_[index] = symbol;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace wsql {
 
@@ -74,6 +75,15 @@ class WSQLSymbolTable {
  private:
   uint32_t hash(std::string_view name) const;
   bool equal(const char* symbolName, std::string_view name) const;
+  void* slot();
+
+  /// Symbols live in blocks of this many: the keywords of a call cost one allocation.
+  static constexpr size_t kBlock = 96;
+  struct Block {
+    alignas(WSQLSymbol) unsigned char storage[kBlock * sizeof(WSQLSymbol)];
+  };
+  std::vector<std::unique_ptr<Block>> blocks_;
+  size_t used_ = 0;  ///< symbols in the last block
 
   WSQLSymbol* head_ = nullptr;
   std::array<WSQLSymbol*, kBuckets> buckets_{};

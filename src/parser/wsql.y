@@ -116,7 +116,7 @@ static void wsqlerror(yyscan_t, TreeBuilder& build, const char* text) { build.er
 %type <statement> set_property get_property get_object set_object
 %type <select> select_union query_term select select_head subquery_union subquery subquery_tables
 %type <scalars> select_list subquery_item insert_values
-%type <scalar> select_item scalar_exp term factor literal_primary column_or_function function_ref insert_value
+%type <scalar> select_item scalar_exp term factor literal_primary function_ref insert_value
 %type <scalar> current_datetime property_value default_opt
 %type <column> column_ref quoted_column_ref function_arg object_column column_designator
 %type <columns> column_list column_list_opt group_by_clause
@@ -125,7 +125,7 @@ static void wsqlerror(yyscan_t, TreeBuilder& build, const char* text) { build.er
 %type <joinSpec> joined_tables
 %type <joinStep> join_step
 %type <condition> join_condition join_comparison where_clause where_opt search_condition boolean_term boolean_factor
-%type <condition> boolean_primary predicate comparison between like null_test subquery_predicate
+%type <condition> boolean_primary comparison between like null_test subquery_predicate
 %type <orderItems> order_by order_list
 %type <orderItem> order_item
 %type <assignments> assignment_list
@@ -136,7 +136,7 @@ static void wsqlerror(yyscan_t, TreeBuilder& build, const char* text) { build.er
 %type <constraints> table_constraints
 %type <type> data_type
 %type <options> with_opt with_options
-%type <text> name string_literal table_name_part alias_opt correlation plain_name column_name grantee
+%type <text> table_name_part alias_opt correlation plain_name column_name grantee
 %type <path> qualifier
 %type <name> aggregate
 %type <actions> referential_actions_opt
@@ -160,22 +160,22 @@ statement
 commit_stmt: COMMIT | COMMIT WORK;
 rollback_stmt: ROLLBACK | ROLLBACK WORK;
 
-set_property: SET PROPERTY name '=' property_value { MAKE($$, TreeBuilder::setProperty($3, own($5))); };
+set_property: SET PROPERTY NAME '=' property_value { MAKE($$, TreeBuilder::setProperty($3, own($5))); };
 
 property_value
   : insert_value
   | FALSE { MAKE($$, TreeBuilder::boolean(false)); }
   | TRUE { MAKE($$, TreeBuilder::boolean(true)); };
 
-get_property: GET PROPERTY name { MAKE($$, TreeBuilder::getProperty($3)); };
+get_property: GET PROPERTY NAME { MAKE($$, TreeBuilder::getProperty($3)); };
 
 get_object: GET OBJECT '=' STRING { MAKE($$, TreeBuilder::getObject($4)); };
 
-set_object: update_head SET OBJECT '(' object_column ',' string_literal ')' where_clause
+set_object: update_head SET OBJECT '(' object_column ',' STRING ')' where_clause
     { MAKE($$, build.setObject(own($1), own($5), $7, own($9))); };
 
 object_column
-  : string_literal { MAKE($$, TreeBuilder::column($1)); }
+  : STRING { MAKE($$, TreeBuilder::column($1)); }
   | column_ref | quoted_column_ref;
 
 /* ---- queries ---- */
@@ -220,7 +220,7 @@ select_item
   | scalar_exp alias_opt { MAKE($$, TreeBuilder::selectItem(own($1), $2)); }
   | '(' subquery ')' alias_opt { MAKE($$, TreeBuilder::selectItem(TreeBuilder::literalSelect(own($2)), $4)); };
 
-alias_opt: %empty { $$ = TextToken{"", 0, 0}; } | AS name { $$ = $2; } | AS STRING { $$ = $2; };
+alias_opt: %empty { $$ = TextToken{"", 0}; } | AS NAME { $$ = $2; } | AS STRING { $$ = $2; };
 
 table_list
   : table_ref { MAKE($$, TreeBuilder::listOf(own($1))); }
@@ -262,17 +262,17 @@ table_ref
   : table_name
   | table_name correlation { MAKE($$, TreeBuilder::withCorrelation(own($1), $2)); };
 
-correlation: name | STRING;
+correlation: NAME | STRING;
 
 table_name
   : table_name_part { MAKE($$, TreeBuilder::table($1)); }
   | qualifier '.' table_name_part { MAKE($$, TreeBuilder::table(own($1), $3)); };
 
 qualifier
-  : name { MAKE($$, TreeBuilder::path($1)); }
-  | qualifier '.' name { MAKE($$, TreeBuilder::pathWith(own($1), $3)); };
+  : NAME { MAKE($$, TreeBuilder::path($1)); }
+  | qualifier '.' NAME { MAKE($$, TreeBuilder::pathWith(own($1), $3)); };
 
-table_name_part: name | string_literal;
+table_name_part: NAME | STRING;
 
 order_by: ORDER BY order_list { $$ = $3; };
 
@@ -290,9 +290,9 @@ group_by_clause: GROUP BY column_list { $$ = $3; };
 
 column_list
   : column_ref { MAKE($$, TreeBuilder::listOf(own($1))); }
-  | string_literal { MAKE($$, TreeBuilder::listOf(TreeBuilder::column($1))); }
+  | STRING { MAKE($$, TreeBuilder::listOf(TreeBuilder::column($1))); }
   | column_list ',' column_ref { MAKE($$, TreeBuilder::appended(own($1), own($3))); }
-  | column_list ',' string_literal { MAKE($$, TreeBuilder::columnNamed(own($1), $3)); };
+  | column_list ',' STRING { MAKE($$, TreeBuilder::columnNamed(own($1), $3)); };
 
 where_clause: WHERE search_condition { $$ = $2; };
 
@@ -339,10 +339,8 @@ boolean_factor
   | NOT boolean_primary { MAKE($$, TreeBuilder::inverted(own($2))); };
 
 boolean_primary
-  : predicate
+  : comparison | between | like | null_test | subquery_predicate
   | '(' search_condition ')' { MAKE($$, TreeBuilder::inParentheses(own($2))); };
-
-predicate: comparison | between | like | null_test | subquery_predicate;
 
 comparison
   : quoted_column_ref comparison_op scalar_exp { MAKE($$, TreeBuilder::comparison(own<WSQLScalar>($1), $2, own($3))); }
@@ -394,22 +392,19 @@ factor
   : literal_primary
   | '+' literal_primary { MAKE($$, TreeBuilder::withSign(own($2), '+')); }
   | '-' literal_primary { MAKE($$, TreeBuilder::withSign(own($2), '-')); }
-  | column_or_function;
+  | column_ref { $$ = $1; }
+  | function_ref
+  | '(' scalar_exp ')' { MAKE($$, TreeBuilder::inParentheses(own($2))); };
 
 literal_primary
   : INTNUM { MAKE($$, TreeBuilder::integer($1)); }
   | APPROXNUM { MAKE($$, TreeBuilder::real($1)); }
-  | string_literal { MAKE($$, TreeBuilder::text($1)); }
+  | STRING { MAKE($$, TreeBuilder::text($1)); }
   | DATE '(' STRING ')' { MAKE($$, build.date($3, false)); }
   | DATE '(' NULL ')' { MAKE($$, TreeBuilder::nullDate()); }
   | TIMELIT { MAKE($$, TreeBuilder::time($1)); }
   | NULL { MAKE($$, TreeBuilder::null()); }
   | current_datetime;
-
-column_or_function
-  : column_ref { $$ = $1; }
-  | function_ref
-  | '(' scalar_exp ')' { MAKE($$, TreeBuilder::inParentheses(own($2))); };
 
 function_ref
   : COUNT '(' '*' ')' { MAKE($$, build.function("COUNT", false, nullptr)); }
@@ -429,7 +424,7 @@ function_arg: column_ref | quoted_column_ref | STRING { MAKE($$, TreeBuilder::co
 insert_value
   : INTNUM { MAKE($$, TreeBuilder::integer($1)); }
   | APPROXNUM { MAKE($$, TreeBuilder::real($1)); }
-  | string_literal { MAKE($$, TreeBuilder::text($1)); }
+  | STRING { MAKE($$, TreeBuilder::text($1)); }
   | DATE '(' NULL ')' { MAKE($$, TreeBuilder::nullDate()); }
   | DATE '(' STRING ')' { MAKE($$, build.date($3, true)); }
   | TIMELIT { MAKE($$, TreeBuilder::time($1)); }
@@ -445,23 +440,19 @@ current_datetime
 empty_parens_opt: %empty | '(' ')';
 
 column_ref
-  : name { MAKE($$, TreeBuilder::column($1)); }
-  | name subscript { MAKE($$, TreeBuilder::withSubscript(TreeBuilder::column($1), $2)); }
-  | name '.' name { MAKE($$, TreeBuilder::column($1, $3)); }
-  | name '.' name subscript { MAKE($$, TreeBuilder::withSubscript(TreeBuilder::column($1, $3), $4)); }
-  | name '.' name '.' name { MAKE($$, TreeBuilder::column($1, $3, $5)); }
-  | name '.' name '.' name subscript { MAKE($$, TreeBuilder::withSubscript(TreeBuilder::column($1, $3, $5), $6)); };
+  : NAME { MAKE($$, TreeBuilder::column($1)); }
+  | NAME subscript { MAKE($$, TreeBuilder::withSubscript(TreeBuilder::column($1), $2)); }
+  | NAME '.' NAME { MAKE($$, TreeBuilder::column($1, $3)); }
+  | NAME '.' NAME subscript { MAKE($$, TreeBuilder::withSubscript(TreeBuilder::column($1, $3), $4)); }
+  | NAME '.' NAME '.' NAME { MAKE($$, TreeBuilder::column($1, $3, $5)); }
+  | NAME '.' NAME '.' NAME subscript { MAKE($$, TreeBuilder::withSubscript(TreeBuilder::column($1, $3, $5), $6)); };
 
 quoted_column_ref
-  : name '.' string_literal { MAKE($$, TreeBuilder::column($1, $3)); }
-  | string_literal '.' string_literal { MAKE($$, TreeBuilder::column($1, $3)); }
-  | string_literal '.' string_literal '.' string_literal { MAKE($$, TreeBuilder::column($1, $3, $5)); };
+  : NAME '.' STRING { MAKE($$, TreeBuilder::column($1, $3)); }
+  | STRING '.' STRING { MAKE($$, TreeBuilder::column($1, $3)); }
+  | STRING '.' STRING '.' STRING { MAKE($$, TreeBuilder::column($1, $3, $5)); };
 
 subscript: '[' INTNUM ']' { $$ = $2; };
-
-string_literal: STRING;
-
-name: NAME;
 
 /* ---- data statements ---- */
 
@@ -516,7 +507,7 @@ column_defs
 column_def: column_name data_type default_opt column_constraint_opt
     { MAKE($$, TreeBuilder::columnElement($1, own($2), own($3), own($4))); };
 
-column_name: name | string_literal;
+column_name: NAME | STRING;
 
 data_type
   : VARCHAR '(' INTNUM ')' { MAKE($$, TreeBuilder::type(WSQLType::Code::kVarchar, $3)); }
@@ -574,11 +565,11 @@ plain_name: STRING | NAME;
 with_opt: %empty { $$ = nullptr; } | WITH with_options { $$ = $2; };
 
 with_options
-  : LOCATION '=' name { MAKE($$, TreeBuilder::withLocation(nullptr, $3)); }
+  : LOCATION '=' NAME { MAKE($$, TreeBuilder::withLocation(nullptr, $3)); }
   | LOCATION '=' STRING { MAKE($$, TreeBuilder::withLocation(nullptr, $3)); }
   | CHARACTER SET '=' STRING { MAKE($$, TreeBuilder::withCharacterSet(nullptr, $4)); }
   | CHARSET '=' STRING { MAKE($$, TreeBuilder::withCharacterSet(nullptr, $3)); }
-  | with_options ',' LOCATION '=' name { MAKE($$, TreeBuilder::withLocation(own($1), $5)); }
+  | with_options ',' LOCATION '=' NAME { MAKE($$, TreeBuilder::withLocation(own($1), $5)); }
   | with_options ',' LOCATION '=' STRING { MAKE($$, TreeBuilder::withLocation(own($1), $5)); }
   | with_options ',' CHARACTER SET '=' STRING { MAKE($$, TreeBuilder::withCharacterSet(own($1), $6)); }
   | with_options ',' CHARSET '=' STRING { MAKE($$, TreeBuilder::withCharacterSet(own($1), $5)); };
@@ -603,7 +594,7 @@ column_opt: %empty | COLUMN;
 set_data_opt: %empty | SET DATA;
 
 column_designator
-  : string_literal { MAKE($$, TreeBuilder::column($1)); }
+  : STRING { MAKE($$, TreeBuilder::column($1)); }
   | column_ref | quoted_column_ref;
 
 drop_table: DROP TABLE if_exists_opt table_name { MAKE($$, TreeBuilder::dropTable($3 != 0, own($4))); };
@@ -618,6 +609,6 @@ grant_right: ALL { $$ = 1; } | READ { $$ = 0; };
 
 revoke_right: ALL { $$ = 1; } | WRITE { $$ = 0; };
 
-grantee: name | string_literal;
+grantee: NAME | STRING;
 
 %%
