@@ -1,5 +1,8 @@
 #include "src/InsertColumns.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "include/wdb.h"
 #include "src/ElementAt.h"
 #include "src/support/text.h"
@@ -74,6 +77,24 @@ std::string typeMismatch(const WSQLScalar& value, const WELKFieldInfo& column, s
             return "Unexpected error - unrecognized WELK data type for column " + std::to_string(position) +
                    " \"" + column.name + "\".";
     }
+}
+
+std::unique_ptr<WSQLScalar> constantOf(const WSQLStmtSelect& select) {
+    const WSQLScalar* item = select.item(0);
+    if (item == nullptr || !item->isConstant()) return nullptr;
+    const ConstantValue value = item->constantValue();
+    if (value.null) return WSQLChar::null();
+    if (dynamic_cast<const WSQLOperation*>(item) == nullptr) return item->clone();
+    std::unique_ptr<WSQLNumeric> number;
+    if (value.kind == ConstantValue::Kind::kInteger) {
+        const std::int64_t magnitude = std::abs(std::int64_t{value.integer});
+        number = std::make_unique<WSQLInt>(
+            static_cast<std::int32_t>(std::min<std::int64_t>(magnitude, INT32_MAX)));
+    } else {
+        number = std::make_unique<WSQLFloat>(value.real < 0 ? -value.real : value.real);
+    }
+    if (value.kind == ConstantValue::Kind::kInteger ? value.integer < 0 : value.real < 0) number->sign = '-';
+    return number;
 }
 
 std::string partColumnText(std::int32_t position, const std::string& name) {

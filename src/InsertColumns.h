@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@ namespace wsql {
 class WELKFieldInfo;
 class WSQLScalar;
 class WSQLStmtInsert;
+class WSQLStmtSelect;
 
 /// The target fields in the order of the values: the named columns, or all fields in field-number order. The
 /// table's field list must be loaded. False when a column is no field of the table; `unknown` then holds its
@@ -26,6 +28,10 @@ enum class TypeRule { kValidation, kExecution };
 /// Why the value cannot be stored in the column; empty when it can. position is the column's, 1-based.
 std::string typeMismatch(const WSQLScalar& value, const WELKFieldInfo& column, std::int32_t position,
                          TypeRule rule);
+
+/// The literal that a sub-query over constants stands for: NULL, or a literal of the class of its value. Null
+/// when its item is no constant.
+std::unique_ptr<WSQLScalar> constantOf(const WSQLStmtSelect& select);
 
 /// "Column %d "%s" cannot be modified since it is located in a WELK part record."
 std::string partColumnText(std::int32_t position, const std::string& name);

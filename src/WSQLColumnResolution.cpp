@@ -71,7 +71,8 @@ bool WSQLFilter::DBColumnExists(WSQLColumnRef* column, const char* tableName) {
     std::int32_t status = attach(record, tableName);
     if (WDB_SUCCESS(status) && column->column.size() >= kNameBuffer) status = WDB_E_FIELD;
     FieldName name(column->column);
-    std::int32_t number = column->column.empty() ? column->fieldNumber : 0;  // a nameless column is looked up by number
+    std::int32_t number =
+        column->column.empty() ? column->fieldNumber : 0;  // a nameless column is looked up by number
     std::int32_t type = 0;
     std::uint32_t flags = 0;
     if (WDB_SUCCESS(status)) status = WdbCheckField(record.get(), name.text, &number, &type, &flags);

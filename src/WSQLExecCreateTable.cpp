@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "src/ElementAt.h"
+#include "src/InsertColumns.h"
 #include "src/WSQLFilter.h"
 #include "src/tree/Tree.h"
 
@@ -193,7 +194,17 @@ bool WSQLFilter::CreateField(WSQLColumnElement* column) {
     if (!WDB_SUCCESS(status)) return kernelFault(*this, status, "WdbPutFieldSpec", kFieldContext);
     if (!column->defaultValue) return true;
     CStringBuffer text(256);
-    column->defaultValue->toText(text);
+    if (const auto* subselect = dynamic_cast<const WSQLLiteralSelect*>(column->defaultValue.get())) {
+        // The way to write a negative number: (SELECT -5).
+        const std::unique_ptr<WSQLScalar> literal = constantOf(*subselect->select);
+        if (!literal || subselect->select->where) {
+            ReportUnsupported();
+            return false;
+        }
+        literal->toText(text);
+    } else {
+        column->defaultValue->toText(text);
+    }
     status = WdbPutDefaultValue(&field, text.text());
     return WDB_SUCCESS(status) || kernelFault(*this, status, "WdbPutDefaultValue", kFieldContext);
 }

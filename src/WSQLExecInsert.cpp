@@ -1,6 +1,4 @@
 // INSERT: one new record from a list of values, and the row-count answer.
-#include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -27,25 +25,6 @@ bool kernelFault(WSQLFilter& filter, std::int32_t status) {
     filter.setLastStatus(status);
     filter.ReportKernelError(status, kSource, kPhase);
     return false;
-}
-
-/// The literal that a constant sub-query stands for; null when the sub-query yields none.
-std::unique_ptr<WSQLScalar> constantOf(const WSQLStmtSelect& select) {
-    const WSQLScalar* item = select.item(0);
-    if (item == nullptr || !item->isConstant()) return nullptr;
-    const ConstantValue value = item->constantValue();
-    if (value.null) return WSQLChar::null();
-    if (dynamic_cast<const WSQLOperation*>(item) == nullptr) return item->clone();
-    std::unique_ptr<WSQLNumeric> number;
-    if (value.kind == ConstantValue::Kind::kInteger) {
-        const std::int64_t magnitude = std::abs(std::int64_t{value.integer});
-        number = std::make_unique<WSQLInt>(
-            static_cast<std::int32_t>(std::min<std::int64_t>(magnitude, INT32_MAX)));
-    } else {
-        number = std::make_unique<WSQLFloat>(value.real < 0 ? -value.real : value.real);
-    }
-    if (value.kind == ConstantValue::Kind::kInteger ? value.integer < 0 : value.real < 0) number->sign = '-';
-    return number;
 }
 
 /// One record in the making.

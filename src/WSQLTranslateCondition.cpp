@@ -85,7 +85,7 @@ bool WSQLFilter::TranslateCondition(WSQLCondition* condition, std::int32_t depth
 bool WSQLFilter::EvaluateConstantCondition(WSQLCondition* condition, bool& holds) {
     CStringBuffer text(256);
     if (!TranslateCondition(condition, 1, nullptr, &text)) return false;
-    holds = holdsForConstants(condition);
+    holds = condition == nullptr || holdsForConstants(condition);
     return true;
 }
 

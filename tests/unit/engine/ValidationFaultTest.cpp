@@ -1,0 +1,138 @@
+// Statements that are refused before they run, with the whole fault.
+#include <gtest/gtest.h>
+
+#include "tests/unit/engine/Articles.h"
+
+namespace {
+
+struct Row {
+    const char* sql;
+    std::int32_t code;
+    const char* source;
+    const char* context;
+    const char* text;
+};
+
+void check(const Row& row) {
+    loadArticles();
+    Request request(row.sql);
+    EXPECT_EQ(runSql(request), row.code * 2) << row.sql;
+    EXPECT_EQ(request.document(), faultDocument(std::to_string(row.code), row.source, row.context, row.text))
+        << row.sql;
+    EXPECT_EQ(fakeKernel().saves, fakeKernel().loads) << row.sql;
+}
+
+constexpr const char* kSelect = "WSQLFilter::ValidateSelect";
+constexpr const char* kPredicate = "WSQLFilter::ValidatePredicate";
+constexpr const char* kScalar = "WSQLFilter::ValidateScalar";
+constexpr const char* kInsert = "SQLFilter::ValidateInsert";
+constexpr const char* kUnsupported = "Statement not currently supported.";
+
+}  // namespace
+
+TEST(ValidationFault, Select) {
+    const Row rows[] = {
+        {"SELECT a FROM NOPE", WDB_E_BASE, "WSQLValidation:1341", kSelect, "Table \"NOPE\" does not exist."},
+        {"SELECT x.* FROM T", 1, "WSQLValidation:1364", kSelect, "Failed to expand column #1."},
+        {"SELECT A, NOPE FROM T", WDB_E_FIELD, "WSQLValidation:1450", kSelect,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT U.A FROM T", 1, "WSQLValidation:1450", kSelect,
+         "Could not find column \"A\" in any specified table."},
+        {"SELECT A + NOPE FROM T", WDB_E_FIELD, "WSQLValidation:1450", kSelect,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT NOTE[2] FROM T", 1, "WSQLValidation:1460", kSelect,
+         "Invalid column reference \"NOTE\": Can not refer to LONG VARCHAR/VARBINARY columns with an index."},
+        {"SELECT A FROM T ORDER BY 0", 1, "WSQLValidation:1507", kSelect, "Invalid order-by expression."},
+        {"SELECT A FROM T ORDER BY NOPE", WDB_E_FIELD, "WSQLValidation:1543", kSelect,
+         "Order-by column \"NOPE\" does not exist."},
+        {"SELECT HEAD FROM PARTS ORDER BY HEAD", 0, "WSQLValidation:1563", kSelect,
+         "The part record structure of \"PARTS\" disallows usage of ORDER BY."},
+        {"SELECT MAX(*) FROM T", 1, "WSQLValidation:1592", kSelect,
+         "Column reference is required for function MAX\n."},
+        {"SELECT SUM(NAME[2]) FROM T", 1, "WSQLValidation:1602", kSelect,
+         "WELK subfield index is not permitted in aggregate function SUM\n."},
+        {"SELECT SUM(NOPE) FROM T", WDB_E_FIELD, "WSQLValidation:1612", kSelect,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT SUM(NAME) FROM T", 1, "WSQLValidation:268", kSelect,
+         "Type of aggregate function argument must be numeric or date/time."},
+        {"SELECT SUM(A), A FROM T GROUP BY A", 1, "WSQLValidation:1639", kSelect,
+         "Aggregate function SUM argument \"T.A\" cannot be specified in non-aggregate column."},
+        {"SELECT A, COUNT(P) FROM T GROUP BY NOPE", WDB_E_FIELD, "WSQLValidation:1665", kSelect,
+         "Could not find group-by column \"NOPE\" in any specified table."},
+        {"SELECT A, COUNT(P) FROM T", 1, "WSQLValidation:1702", kSelect,
+         "Column \"T.A\" must be in group-by list."},
+    };
+    for (const Row& row : rows) check(row);
+}
+
+TEST(ValidationFault, Conditions) {
+    const Row rows[] = {
+        {"SELECT A FROM T WHERE NOPE IS NULL", WDB_E_FIELD, "WSQLValidation:332", kPredicate,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT A FROM T WHERE NOPE LIKE 'x'", WDB_E_FIELD, "WSQLValidation:387", kPredicate,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT A FROM T WHERE A LIKE 'x'", 1, "WSQLValidation:414", kPredicate,
+         "Column type for \"A\" must be TEXT or PHRASE for use with the LIKE operator."},
+        {"SELECT A FROM T WHERE A = 1 AND (P = 2 OR NOPE = 3)", WDB_E_FIELD, "WSQLValidation:234", kScalar,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT A FROM T WHERE A BETWEEN NOPE AND 2", WDB_E_FIELD, "WSQLValidation:234", kScalar,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"SELECT A FROM T WHERE SUM(NAME) = 1", 1, "WSQLValidation:268", kScalar,
+         "Type of aggregate function argument must be numeric or date/time."},
+        {"SELECT 1 WHERE A = 1", 1, "WSQLValidation:234", kScalar,
+         "Could not find column \"A\" in any specified table."},
+    };
+    for (const Row& row : rows) check(row);
+}
+
+TEST(ValidationFault, Insert) {
+    const Row rows[] = {
+        {"INSERT INTO NOPE VALUES (1)", WDB_E_BASE, "validation", kInsert, "Table \"NOPE\" does not exist."},
+        {"INSERT INTO T (NOPE) VALUES (1)", 1, "validation", kInsert,
+         "Column \"NOPE\" does not exist or is not writable."},
+        {"INSERT INTO T (R) VALUES (1)", 1, "validation", kInsert,
+         "Column \"R\" does not exist or is not writable."},
+        {"INSERT INTO T VALUES (1, 2)", 1, "validation", kInsert,
+         "Specified number of values (2) does not match the number of columns in the table (9)."},
+        {"INSERT INTO T (P, A) VALUES (1.0, 'x')", 1, "validation", kInsert,
+         "Value for column #2 \"A\" must be an integer constant."},
+        {"INSERT INTO T (NAME) VALUES (5)", 1, "validation", kInsert,
+         "Value for column #1 \"NAME\" must be a string constant."},
+        {"INSERT INTO T (NOTE) VALUES (5)", 1, "validation", kInsert,
+         "Value for column #1 \"NOTE\" must be a string constant."},
+        {"INSERT INTO T (P) VALUES ('5')", 1, "validation", kInsert,
+         "Value for column #1 \"P\" must be a numeric constant."},
+        {"INSERT INTO T (D) VALUES ('2024-01-01')", 1, "validation", kInsert,
+         "Value for column #1 \"D\" must be a date constant."},
+        {"INSERT INTO T (H) VALUES ('9:30')", 1, "validation", kInsert,
+         "Value for column #1 \"H\" must be a time constant."},
+        {"INSERT INTO T (B) VALUES ('x')", 1, "validation", kInsert,
+         "Data type LONG VARBINARY cannot be used with INSERT."},
+        {"INSERT INTO PARTS VALUES ('h', 'p')", 1, "validation", kInsert,
+         "Column 2 \"PIECE\" cannot be modified since it is located in a WELK part record."},
+    };
+    for (const Row& row : rows) check(row);
+}
+
+TEST(ValidationFault, NotYet) {
+    const char* statements[] = {
+        "SELECT A FROM T UNION SELECT A FROM T",
+        "SELECT T.A FROM T JOIN PARTS ON T.A = PARTS.HEAD",
+        "SELECT A FROM T, PARTS",
+        "SELECT * FROM WDBS.TABLES",
+        "SELECT A FROM T WHERE A IN (SELECT P FROM T)",
+        "SELECT A FROM T WHERE NAME LIKE (SELECT P FROM T)",
+        "SELECT (SELECT A FROM T) FROM T",
+        "SELECT DISTINCT A FROM T",
+        "SELECT COUNT(*) FROM T",
+        "SELECT A FROM T GROUP BY A",
+        "SELECT SUM(A) * 2 FROM T",
+        "INSERT INTO T (A) SELECT A FROM T",
+        "INSERT INTO T (A) VALUES ((SELECT A FROM T))",
+    };
+    for (const char* sql : statements) {
+        check({sql, 0, "WSQLFilter:656", "WSQLFilter::execSql", kUnsupported});
+        for (const std::string& command : fakeKernel().commands)
+            EXPECT_EQ(command.find("wSEL"), std::string::npos) << sql;
+    }
+}
