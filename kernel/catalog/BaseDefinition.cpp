@@ -122,8 +122,8 @@ std::string encodeDefinition(const BaseDefinition& definition) {
     appendLittle<uint32_t>(out, definition.id);
     appendLittle<uint64_t>(out, definition.version);
     appendLittle<uint32_t>(out, definition.generation);
-    appendLittle<int32_t>(out, definition.active);
-    appendLittle<int32_t>(out, definition.charsetFlag);
+    appendLittle<uint32_t>(out, static_cast<uint32_t>(definition.active));
+    appendLittle<uint32_t>(out, static_cast<uint32_t>(definition.charsetFlag));
     appendLittle<uint16_t>(out, definition.uniqueKey);
     appendLittle<uint16_t>(out, definition.highestField);
     for (const std::string* text :
@@ -147,8 +147,8 @@ Result<BaseDefinition> decodeDefinition(Slice bytes) {
     definition.id = in.number<uint32_t>();
     definition.version = in.number<uint64_t>();
     definition.generation = in.number<uint32_t>();
-    definition.active = in.number<int32_t>();
-    definition.charsetFlag = in.number<int32_t>();
+    definition.active = static_cast<int32_t>(in.number<uint32_t>());
+    definition.charsetFlag = static_cast<int32_t>(in.number<uint32_t>());
     definition.uniqueKey = in.number<uint16_t>();
     definition.highestField = in.number<uint16_t>();
     for (std::string* text :

@@ -40,7 +40,7 @@ public:
     // The caller has committed its open unit. Waits for the writer's lock at most so long.
     Status putBaseDef(const Actor& actor, const WdbBaseDef& definition, const Locations& locations,
                       std::chrono::milliseconds patience, int64_t now);
-    Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render) const;
+    Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render);
     Status putFieldSpec(const WdbFieldSpec& field);
     Status putDefaultValue(const WdbFieldSpec& field, const ParseDefault& parse);
     Status setForeignKey(Slice column, Slice table, Slice referredColumn, int32_t updateAction, int32_t deleteAction);
@@ -52,6 +52,7 @@ private:
         bool isNew = true;
     };
     FieldDefinition* findField(Slice name);
+    bool hasRecords(const BaseDefinition& definition) const;  // also when that cannot be told
     Status createNew(Current& current, const Actor& actor, const Locations& locations, const WriterHold& hold, int64_t now);
     Status changeStored(Current& current, const WriterHold& hold);
 
