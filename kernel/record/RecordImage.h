@@ -116,6 +116,8 @@ public:
     // 0 is the head.
     ItemList items(PartNumber part, FieldNumber field) const { return part == 0 ? items(field) : this->part(part).items(field); }
     Slice image() const { return image_; }
+    // The same view over a copy of its image.
+    RecordView over(Slice copy) const { return RecordView(copy); }
 
 private:
     explicit RecordView(Slice image) : image_(image) {}

@@ -77,7 +77,7 @@ Result<std::string> parseValue(FieldType type, std::string_view text, const Date
     if (type == FieldType::Number) {
         auto number = canonicalNumber(text);
         if (!number) return WDB_E_VALUE;
-        return *std::move(number);
+        return std::move(*number);
     }
     if (type == FieldType::Time) {
         const auto seconds = parseTime(text);

@@ -147,7 +147,7 @@ Status RecordPut::write() {
         }
     }
     WDB_TRY(base_->put(number_, *image));
-    image_ = *std::move(image);
+    image_ = std::move(*image);
     return WDB_OK;
 }
 

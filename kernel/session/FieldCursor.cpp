@@ -1,0 +1,80 @@
+#include "kernel/session/FieldCursor.h"
+
+#include <algorithm>
+
+#include "kernel/record/TextLines.h"
+
+namespace wdb {
+
+namespace {
+
+std::string& textOf(CurrentRecord& record, const FieldCursor& cursor) {
+    FieldValues& values = record.change(cursor.part, cursor.field);
+    if (values.items.size() != 1) values.items.resize(1);
+    return values.items.front();
+}
+
+}  // namespace
+
+void setItem(CurrentRecord& record, const FieldCursor& cursor, std::string canonical) {
+    FieldValues& values = record.change(cursor.part, cursor.field);
+    if (cursor.item == 0) {
+        values.items.clear();
+        values.items.push_back(std::move(canonical));
+        return;
+    }
+    if (values.items.size() < cursor.item) values.items.resize(cursor.item);
+    values.items[cursor.item - 1] = std::move(canonical);
+}
+
+void clearPosition(CurrentRecord& record, const FieldCursor& cursor, const FieldDefinition& field) {
+    FieldValues& values = record.change(cursor.part, cursor.field);
+    if (field.type == FieldType::String) {
+        record.dropObject(cursor.part, cursor.field);
+        values.items.clear();
+    } else if (field.type == FieldType::Text && cursor.paragraph > 0) {
+        replaceParagraph(textOf(record, cursor), cursor.paragraph, {});
+    } else if (cursor.item > 0) {
+        if (cursor.item <= values.items.size()) values.items[cursor.item - 1].clear();
+    } else {
+        values.items.clear();
+    }
+}
+
+Status replaceText(CurrentRecord& record, const FieldCursor& cursor, std::string_view data) {
+    if (data.find('\0') != std::string_view::npos) return WDB_E_VALUE;
+    std::string lines = linesFromData(data);
+    if (cursor.paragraph > 0) replaceParagraph(textOf(record, cursor), cursor.paragraph, lines);
+    else textOf(record, cursor) = std::move(lines);
+    return WDB_OK;
+}
+
+Status putLines(CurrentRecord& record, FieldCursor& cursor, std::string_view data) {
+    if (data.find('\0') != std::string_view::npos) return WDB_E_VALUE;
+    if (cursor.written) appendLines(textOf(record, cursor), cursor.paragraph, linesFromData(data));
+    else WDB_TRY(replaceText(record, cursor, data));
+    cursor.written = true;
+    return WDB_OK;
+}
+
+bool currentLine(std::string_view text, FieldCursor& cursor, std::string_view& line) {
+    if (!cursor.started) {
+        const LineRange range = paragraphLines(text, cursor.paragraph);
+        cursor.started = true;
+        cursor.ended = range.none;
+        cursor.offset = range.begin;
+    }
+    if (cursor.ended || cursor.offset > text.size()) return false;
+    line = text.substr(cursor.offset, std::min(text.find('\n', cursor.offset), text.size()) - cursor.offset);
+    if (cursor.paragraph > 0 && line.empty()) return false;
+    return true;
+}
+
+void nextLine(std::string_view text, FieldCursor& cursor, std::string_view line) {
+    const size_t end = cursor.offset + line.size();
+    cursor.inLine = 0;
+    cursor.offset = end + 1;
+    cursor.ended = end >= text.size();
+}
+
+}  // namespace wdb

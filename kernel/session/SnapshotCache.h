@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "kernel/catalog/BaseSnapshot.h"
+#include "kernel/catalog/OpenBase.h"
+#include "kernel/catalog/SessionUnit.h"
+#include "kernel/common/Status.h"
+
+namespace wdb {
+
+// The states of bases that a session sees: with a saved status one per base until the restore of the status that was on
+// top when it was taken, else one per base and call.
+class SnapshotCache {
+public:
+    // `saved`: serial number of the saved status on top, 0 for none. `unit`: the session's writes to the base, or null.
+    Result<BaseSnapshot*> get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved);
+    // Age of the base's kept snapshot; zero when there is none.
+    std::chrono::seconds age(const OpenBase& base) const;
+
+    void drop(const OpenBase& base);
+    void dropAll() { kept_.clear(); }
+    // Those taken while this saved status was on top.
+    void dropTakenUnder(uint64_t saved);
+    void dropTemporary() {
+        if (!kept_.empty()) dropTakenUnder(0);
+    }
+    size_t size() const { return kept_.size(); }
+
+private:
+    struct Kept {
+        std::unique_ptr<BaseSnapshot> snapshot;
+        uint64_t saved;
+        std::chrono::steady_clock::time_point taken;
+    };
+    const Kept* find(const OpenBase& base) const;
+    std::vector<Kept> kept_;
+};
+
+}  // namespace wdb
