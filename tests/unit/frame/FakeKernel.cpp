@@ -110,15 +110,51 @@ int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, in
     return WDB_E_FIELD;
 }
 
+int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t*, int32_t*, int32_t*) {
+    if (!kernel.searches) return WDB_E_UNSUPPORTED;
+    if (setNumber != nullptr) *setNumber = 3;
+    if (hitCount != nullptr) *hitCount = static_cast<std::int32_t>(kernel.rows.size());
+    return WDB_OK;
+}
+
+int32_t WdbGetRows(int32_t, int32_t rowIndex, int32_t, char** items, uint32_t** itemCount) {
+    *items = nullptr;
+    *itemCount = nullptr;
+    if (!kernel.searches) return WDB_E_UNSUPPORTED;
+    if (rowIndex < 0 || static_cast<std::size_t>(rowIndex) >= kernel.rows.size()) return WDB_FAIL;
+    const FakeKernel::Row& row = kernel.rows[static_cast<std::size_t>(rowIndex)];
+    if (row.status != WDB_OK) return row.status;
+    std::string data;
+    std::vector<std::uint32_t> words{static_cast<std::uint32_t>(row.items.size()),
+                                     static_cast<std::uint32_t>(4 + 2 * row.items.size())};
+    for (const FakeKernel::Item& item : row.items) {
+        words.push_back(static_cast<std::uint32_t>(item.text.size()));
+        words.push_back(item.flags);
+        data += item.text;
+        if ((item.flags & 128) != 0) data += '\0';
+    }
+    words.push_back(static_cast<std::uint32_t>(row.record));
+    words.push_back(static_cast<std::uint32_t>(row.part));
+    *items = new char[data.size() + 1];
+    std::memcpy(*items, data.c_str(), data.size() + 1);
+    *itemCount = reinterpret_cast<std::uint32_t*>(new char[words.size() * sizeof(std::uint32_t)]);
+    std::memcpy(*itemCount, words.data(), words.size() * sizeof(std::uint32_t));
+    kernel.liveBuffers += 2;
+    return WDB_OK;
+}
+
+int32_t WdbDeallocate(void* memory) {
+    if (memory != nullptr) --kernel.liveBuffers;
+    delete[] static_cast<char*>(memory);
+    return WDB_OK;
+}
+
 // ---- not modelled ----
 #define NOT_MODELLED { return WDB_E_UNSUPPORTED; }
 int32_t WdbShellDaoPtr(WdbCommandObject**, const char*, ...) NOT_MODELLED
 int32_t WdbShellToDao(WdbCommandObject*) NOT_MODELLED
 int32_t WdbDaoOrder(int32_t*) NOT_MODELLED
-int32_t WdbSearchResult(int32_t*, int32_t*, int32_t*, int32_t*, int32_t*) NOT_MODELLED
 int32_t WdbGetSearch(int32_t*, int32_t*, int32_t*) NOT_MODELLED
-int32_t WdbGetRows(int32_t, int32_t, int32_t, char**, uint32_t**) NOT_MODELLED
-int32_t WdbDeallocate(void*) NOT_MODELLED
 int32_t WdbStrNormalize(const char*, char*, int32_t) NOT_MODELLED
 int32_t WdbGetRecordInSearchRis(WdbRecordControl*, int32_t, int32_t, int32_t*, char*) NOT_MODELLED
 int32_t WdbGetRecordInBase(WdbRecordControl*, int32_t) NOT_MODELLED

@@ -28,6 +28,19 @@ struct FakeKernel {
         std::uint32_t flags;
     };
     std::map<std::string, std::vector<Column>> tables;
+    // Rows of the set that every command makes, as WdbGetRows hands them out; a status other than WDB_OK instead of the row.
+    struct Item {
+        std::string text;
+        std::uint32_t flags;
+    };
+    struct Row {
+        std::vector<Item> items;
+        std::int32_t record = 0, part = 0;
+        std::int32_t status = WDB_OK;
+    };
+    std::vector<Row> rows;
+    bool searches = false;         // whether WdbSearchResult and WdbGetRows are modelled
+    std::int32_t liveBuffers = 0;  // row buffers not yet released
 };
 
 FakeKernel& fakeKernel();
