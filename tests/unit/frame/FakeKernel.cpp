@@ -18,7 +18,9 @@ std::int32_t give(const std::string& value, char* text, std::int32_t* length) {
 }
 }  // namespace
 
-FakeKernel& fakeKernel() { return kernel; }
+FakeKernel& fakeKernel() {
+    return kernel;
+}
 
 extern "C" {
 
@@ -64,9 +66,15 @@ int32_t UpdateRCS(const char* name, const char* value) {
     return WDB_OK;
 }
 
-int32_t WdbCurrentDate(char* text, int32_t* length) { return give("2024-11-21", text, length); }
-int32_t WdbCurrentTime(char* text, int32_t* length) { return give("02:27:00", text, length); }
-int32_t WdbShellDefDateform(int32_t, const char*) { return WDB_OK; }
+int32_t WdbCurrentDate(char* text, int32_t* length) {
+    return give("2024-11-21", text, length);
+}
+int32_t WdbCurrentTime(char* text, int32_t* length) {
+    return give("02:27:00", text, length);
+}
+int32_t WdbShellDefDateform(int32_t, const char*) {
+    return WDB_OK;
+}
 
 int32_t WdbShellSymbol(char* symbol, int32_t* length) {
     std::string name(symbol);
@@ -98,7 +106,8 @@ int32_t WdbSetBase(WdbRecordControl* control, const char* baseName, int32_t) {
     return WDB_OK;
 }
 
-int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, int32_t* type, uint32_t* flags) {
+int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, int32_t* type,
+                      uint32_t* flags) {
     for (const FakeKernel::Column& column : *control->columns) {
         if (*name != '\0' ? column.name != name : column.number != *number) continue;
         std::strcpy(name, column.name.c_str());
@@ -150,50 +159,49 @@ int32_t WdbDeallocate(void* memory) {
 }
 
 // ---- not modelled ----
-#define NOT_MODELLED { return WDB_E_UNSUPPORTED; }
-int32_t WdbShellDaoPtr(WdbCommandObject**, const char*, ...) NOT_MODELLED
-int32_t WdbShellToDao(WdbCommandObject*) NOT_MODELLED
-int32_t WdbDaoOrder(int32_t*) NOT_MODELLED
-int32_t WdbGetSearch(int32_t*, int32_t*, int32_t*) NOT_MODELLED
-int32_t WdbStrNormalize(const char*, char*, int32_t) NOT_MODELLED
-int32_t WdbGetRecordInSearchRis(WdbRecordControl*, int32_t, int32_t, int32_t*, char*) NOT_MODELLED
-int32_t WdbGetRecordInBase(WdbRecordControl*, int32_t) NOT_MODELLED
-int32_t WdbPutRecord(WdbRecordControl*, int32_t*) NOT_MODELLED
-int32_t WdbDeleteRecordInBase(WdbRecordControl*) NOT_MODELLED
-int32_t WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) NOT_MODELLED
-int32_t WdbPartCount(WdbRecordControl*, int32_t*) NOT_MODELLED
-int32_t WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) NOT_MODELLED
-int32_t WdbShowControl(int32_t, int32_t, const char*, const char*) NOT_MODELLED
-int32_t WdbNextControl(WdbRecordControl**) NOT_MODELLED
-int32_t WdbSetCursor(WdbCursor**, WdbRecordControl*, int32_t, int32_t, int32_t) NOT_MODELLED
-int32_t WdbDeleteCursor(WdbCursor**) NOT_MODELLED
-int32_t WdbItemCount(WdbCursor*, int32_t*) NOT_MODELLED
-int32_t WdbParaCount(WdbCursor*, int32_t*) NOT_MODELLED
-int32_t WdbGetItem(WdbCursor*, char*, int32_t*) NOT_MODELLED
-int32_t WdbReplaceItem(WdbCursor*, const char*, int32_t) NOT_MODELLED
-int32_t WdbDeleteItem(WdbCursor*) NOT_MODELLED
-int32_t WdbGetLine(WdbCursor*, char*, int32_t*) NOT_MODELLED
-int32_t WdbPutLine(WdbCursor*, const char*, int32_t) NOT_MODELLED
-int32_t WdbGetBlobSize(WdbCursor*, int32_t*) NOT_MODELLED
-int32_t WdbGetBlobBlock(WdbCursor*, int32_t, int32_t, void*, int32_t*) NOT_MODELLED
-int32_t WdbPutBlobBlock(WdbCursor*, int32_t, const void*) NOT_MODELLED
-int32_t WdbBaseInfo(const char*, int32_t, void*, int32_t*) NOT_MODELLED
-int32_t WdbCheckBase(const char*, int32_t) NOT_MODELLED
-int32_t WdbGetIntegrityRules(WdbIntegrityRules**) NOT_MODELLED
-int32_t WdbFreeIntegrityRules(WdbIntegrityRules**) NOT_MODELLED
-int32_t WdbGetBaseDef(const char*, WdbBaseDef*) NOT_MODELLED
-int32_t WdbPutBaseDef(const WdbBaseDef*) NOT_MODELLED
-int32_t WdbDeleteBaseDef(void) NOT_MODELLED
-int32_t WdbGetFieldSpec(WdbFieldSpec*) NOT_MODELLED
-int32_t WdbPutFieldSpec(const WdbFieldSpec*) NOT_MODELLED
-int32_t WdbPutDefaultValue(const WdbFieldSpec*, const char*) NOT_MODELLED
-int32_t WdbSetForeignKey(const char*, const char*, const char*, int32_t, int32_t) NOT_MODELLED
-int32_t WdbGetDbAccess(const char*, WdbAccessRecord*) NOT_MODELLED
-int32_t WdbPutDbAccess(const WdbAccessRecord*) NOT_MODELLED
-int32_t WdbBaseStatus(const char*, char*, int32_t*, char*, int32_t*, int32_t*, int32_t*) NOT_MODELLED
-int32_t WdbBatchLoadIndex(int32_t, const char*, const char*) NOT_MODELLED
-int32_t WdbCallAse(WdbAse*, const char*, char*, int32_t*) NOT_MODELLED
-int32_t WdbLoadAse(const char*, WdbAse**) { return WDB_E_ASE; }
+#define NOT_MODELLED \
+    { return WDB_E_UNSUPPORTED; }
+int32_t WdbShellDaoPtr(WdbCommandObject**, const char*, ...) NOT_MODELLED int32_t
+    WdbShellToDao(WdbCommandObject*) NOT_MODELLED int32_t WdbDaoOrder(int32_t*) NOT_MODELLED int32_t
+    WdbGetSearch(int32_t*, int32_t*, int32_t*) NOT_MODELLED int32_t
+    WdbStrNormalize(const char*, char*, int32_t) NOT_MODELLED int32_t
+    WdbGetRecordInSearchRis(WdbRecordControl*, int32_t, int32_t, int32_t*, char*) NOT_MODELLED int32_t
+    WdbGetRecordInBase(WdbRecordControl*, int32_t) NOT_MODELLED int32_t
+    WdbPutRecord(WdbRecordControl*, int32_t*) NOT_MODELLED int32_t
+    WdbDeleteRecordInBase(WdbRecordControl*) NOT_MODELLED int32_t
+    WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) NOT_MODELLED int32_t
+    WdbPartCount(WdbRecordControl*, int32_t*) NOT_MODELLED int32_t
+    WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) NOT_MODELLED int32_t
+    WdbShowControl(int32_t, int32_t, const char*, const char*) NOT_MODELLED int32_t
+    WdbNextControl(WdbRecordControl**) NOT_MODELLED int32_t
+    WdbSetCursor(WdbCursor**, WdbRecordControl*, int32_t, int32_t, int32_t) NOT_MODELLED int32_t
+    WdbDeleteCursor(WdbCursor**) NOT_MODELLED int32_t WdbItemCount(WdbCursor*, int32_t*) NOT_MODELLED int32_t
+    WdbParaCount(WdbCursor*, int32_t*) NOT_MODELLED int32_t
+    WdbGetItem(WdbCursor*, char*, int32_t*) NOT_MODELLED int32_t
+    WdbReplaceItem(WdbCursor*, const char*, int32_t) NOT_MODELLED int32_t
+    WdbDeleteItem(WdbCursor*) NOT_MODELLED int32_t
+    WdbGetLine(WdbCursor*, char*, int32_t*) NOT_MODELLED int32_t
+    WdbPutLine(WdbCursor*, const char*, int32_t) NOT_MODELLED int32_t
+    WdbGetBlobSize(WdbCursor*, int32_t*) NOT_MODELLED int32_t
+    WdbGetBlobBlock(WdbCursor*, int32_t, int32_t, void*, int32_t*) NOT_MODELLED int32_t
+    WdbPutBlobBlock(WdbCursor*, int32_t, const void*) NOT_MODELLED int32_t
+    WdbBaseInfo(const char*, int32_t, void*, int32_t*) NOT_MODELLED int32_t
+    WdbCheckBase(const char*, int32_t) NOT_MODELLED int32_t
+    WdbGetIntegrityRules(WdbIntegrityRules**) NOT_MODELLED int32_t
+    WdbFreeIntegrityRules(WdbIntegrityRules**) NOT_MODELLED int32_t
+    WdbGetBaseDef(const char*, WdbBaseDef*) NOT_MODELLED int32_t
+    WdbPutBaseDef(const WdbBaseDef*) NOT_MODELLED int32_t WdbDeleteBaseDef(void) NOT_MODELLED int32_t
+    WdbGetFieldSpec(WdbFieldSpec*) NOT_MODELLED int32_t
+    WdbPutFieldSpec(const WdbFieldSpec*) NOT_MODELLED int32_t
+    WdbPutDefaultValue(const WdbFieldSpec*, const char*) NOT_MODELLED int32_t
+    WdbSetForeignKey(const char*, const char*, const char*, int32_t, int32_t) NOT_MODELLED int32_t
+    WdbGetDbAccess(const char*, WdbAccessRecord*) NOT_MODELLED int32_t
+    WdbPutDbAccess(const WdbAccessRecord*) NOT_MODELLED int32_t
+    WdbBaseStatus(const char*, char*, int32_t*, char*, int32_t*, int32_t*, int32_t*) NOT_MODELLED int32_t
+    WdbBatchLoadIndex(int32_t, const char*, const char*) NOT_MODELLED int32_t
+    WdbCallAse(WdbAse*, const char*, char*, int32_t*) NOT_MODELLED int32_t WdbLoadAse(const char*, WdbAse**) {
+    return WDB_E_ASE;
+}
 #undef NOT_MODELLED
 
 }  // extern "C"

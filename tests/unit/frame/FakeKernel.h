@@ -28,7 +28,8 @@ struct FakeKernel {
         std::uint32_t flags;
     };
     std::map<std::string, std::vector<Column>> tables;
-    // Rows of the set that every command makes, as WdbGetRows hands them out; a status other than WDB_OK instead of the row.
+    // Rows of the set that every command makes, as WdbGetRows hands them out; a status other than WDB_OK
+    // instead of the row.
     struct Item {
         std::string text;
         std::uint32_t flags;
