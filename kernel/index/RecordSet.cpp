@@ -1,42 +1,57 @@
 #include "kernel/index/RecordSet.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "kernel/index/ContainerOps.h"
+#include "kernel/index/ContainerKernels.h"
+#include "kernel/index/ContainerOperations.h"
 
 namespace wdb {
+
 namespace {
 
-constexpr uint16_t chunkOf(RecordNumber record) { return static_cast<uint16_t>(record >> 16); }
-constexpr uint16_t lowOf(RecordNumber record) { return static_cast<uint16_t>(record & 0xFFFF); }
+constexpr uint16_t high(RecordNumber record) { return static_cast<uint16_t>(record >> 16); }
+constexpr uint16_t low(RecordNumber record) { return static_cast<uint16_t>(record & 0xFFFF); }
+constexpr RecordNumber join(uint16_t chunk, uint16_t low) { return RecordNumber{chunk} << 16 | low; }
 
 }  // namespace
 
 RecordSet RecordSet::of(std::span<const RecordNumber> ascending) {
-    RecordSet set;
-    std::vector<uint16_t> lows;
-    for (size_t at = 0; at < ascending.size();) {
-        const uint16_t chunk = chunkOf(ascending[at]);
-        lows.clear();
-        for (; at < ascending.size() && chunkOf(ascending[at]) == chunk; ++at) lows.push_back(lowOf(ascending[at]));
-        OwnedContainer made = containerOf(lows.data(), static_cast<uint32_t>(lows.size()));
-        set.adopt(chunk, made.view, std::move(made.data));
+    RecordSet out;
+    std::vector<uint16_t> members;
+    for (size_t i = 0; i < ascending.size();) {
+        const uint16_t chunk = high(ascending[i]);
+        members.clear();
+        for (; i < ascending.size() && high(ascending[i]) == chunk; ++i) members.push_back(low(ascending[i]));
+        OwnedContainer made = fromMembers(members.data(), static_cast<uint32_t>(members.size()));
+        out.adopt(chunk, made.view, std::move(made.data));
     }
-    return set;
+    return out;
 }
 
 RecordSet RecordSet::single(RecordNumber record) { return of({&record, 1}); }
 
 RecordSet RecordSet::range(RecordNumber first, RecordNumber last) {
-    RecordSet set;
-    if (last < first) return set;
-    for (uint32_t chunk = chunkOf(first); chunk <= chunkOf(last); ++chunk) {
-        const uint16_t low = chunk == chunkOf(first) ? lowOf(first) : uint16_t{0};
-        const uint16_t high = chunk == chunkOf(last) ? lowOf(last) : uint16_t{0xFFFF};
-        OwnedContainer made = containerOfRange(low, high);
-        set.adopt(static_cast<uint16_t>(chunk), made.view, std::move(made.data));
+    RecordSet out;
+    if (last < first) return out;
+    for (uint32_t chunk = high(first); chunk <= high(last); ++chunk) {
+        const uint32_t from = chunk == high(first) ? low(first) : 0;
+        const uint32_t to = chunk == high(last) ? low(last) : 0xFFFF;
+        auto bits = allocateContainer(kBitmapBytes);
+        std::memset(bits.get(), 0, kBitmapBytes);
+        for (uint32_t i = from; i <= to;) {
+            if ((i & 7) == 0 && to - i >= 7) {
+                const uint32_t bytes = (to - i + 1) / 8;
+                std::memset(bits.get() + i / 8, 0xFF, bytes);
+                i += bytes * 8;
+            } else {
+                setBit(bits.get(), static_cast<uint16_t>(i++));
+            }
+        }
+        OwnedContainer made = fromBits(std::move(bits), to - from + 1);
+        out.adopt(static_cast<uint16_t>(chunk), made.view, std::move(made.data));
     }
-    return set;
+    return out;
 }
 
 Status RecordSet::borrow(uint16_t chunk, Slice stored) {
@@ -47,11 +62,17 @@ Status RecordSet::borrow(uint16_t chunk, Slice stored) {
 }
 
 void RecordSet::borrow(uint16_t chunk, const ContainerView& container) {
-    if (container.cardinality != 0) chunks_.push_back({chunk, container, nullptr});
+    if (container.cardinality > 0) chunks_.push_back({chunk, container, nullptr});
 }
 
 void RecordSet::adopt(uint16_t chunk, const ContainerView& container, std::unique_ptr<char[]> data) {
-    if (container.cardinality != 0) chunks_.push_back({chunk, container, std::move(data)});
+    if (container.cardinality > 0) chunks_.push_back({chunk, container, std::move(data)});
+}
+
+size_t RecordSet::findChunk(uint16_t number) const {
+    const auto found = std::lower_bound(chunks_.begin(), chunks_.end(), number,
+                                        [](const Chunk& chunk, uint16_t wanted) { return chunk.number < wanted; });
+    return static_cast<size_t>(found - chunks_.begin());
 }
 
 uint64_t RecordSet::cardinality() const {
@@ -60,23 +81,14 @@ uint64_t RecordSet::cardinality() const {
     return count;
 }
 
-size_t RecordSet::findChunk(uint16_t number) const {
-    const auto place = std::lower_bound(chunks_.begin(), chunks_.end(), number,
-                                        [](const Chunk& chunk, uint16_t wanted) { return chunk.number < wanted; });
-    return static_cast<size_t>(place - chunks_.begin());
-}
-
 bool RecordSet::contains(RecordNumber record) const {
-    const size_t place = findChunk(chunkOf(record));
-    return place < chunks_.size() && chunks_[place].number == chunkOf(record) &&
-           chunks_[place].view.contains(lowOf(record));
+    const size_t place = findChunk(high(record));
+    return place < chunks_.size() && chunks_[place].number == high(record) && chunks_[place].view.contains(low(record));
 }
 
 RecordNumber RecordSet::select(uint64_t place) const {
     for (const Chunk& chunk : chunks_) {
-        if (place < chunk.view.cardinality) {
-            return RecordNumber{chunk.number} << 16 | chunk.view.select(static_cast<uint32_t>(place));
-        }
+        if (place < chunk.view.cardinality) return join(chunk.number, chunk.view.select(static_cast<uint32_t>(place)));
         place -= chunk.view.cardinality;
     }
     return 0;
@@ -85,163 +97,142 @@ RecordNumber RecordSet::select(uint64_t place) const {
 uint64_t RecordSet::rank(RecordNumber record) const {
     uint64_t count = 0;
     for (const Chunk& chunk : chunks_) {
-        if (chunk.number > chunkOf(record)) break;
-        count += chunk.number < chunkOf(record) ? chunk.view.cardinality : chunk.view.rank(lowOf(record));
+        if (chunk.number > high(record)) break;
+        count += chunk.number < high(record) ? chunk.view.cardinality : chunk.view.rank(low(record));
     }
     return count;
 }
 
 RecordNumber RecordSet::last() const {
     if (chunks_.empty()) return 0;
-    const Chunk& chunk = chunks_.back();
-    return RecordNumber{chunk.number} << 16 | chunk.view.select(chunk.view.cardinality - 1);
+    return join(chunks_.back().number, chunks_.back().view.select(chunks_.back().view.cardinality - 1));
 }
 
 RecordNumber RecordSet::after(RecordNumber record) const {
-    if (record == UINT32_MAX) return 0;
-    const RecordNumber wanted = record + 1;
-    for (size_t place = findChunk(chunkOf(wanted)); place < chunks_.size(); ++place) {
+    for (size_t place = findChunk(high(record)); place < chunks_.size(); ++place) {
         const Chunk& chunk = chunks_[place];
-        const uint32_t below = chunk.number == chunkOf(wanted) ? chunk.view.rank(lowOf(wanted)) : 0;
-        if (below < chunk.view.cardinality) return RecordNumber{chunk.number} << 16 | chunk.view.select(below);
+        uint32_t from = 0;
+        if (chunk.number == high(record)) {
+            if (low(record) == 0xFFFF) continue;
+            from = chunk.view.rank(static_cast<uint16_t>(low(record) + 1));
+        }
+        if (from < chunk.view.cardinality) return join(chunk.number, chunk.view.select(from));
     }
     return 0;
 }
 
-void RecordSet::add(RecordNumber record) {
-    const size_t place = findChunk(chunkOf(record));
-    const uint16_t low = lowOf(record);
-    OwnedContainer single = containerOf(&low, 1);
-    if (place == chunks_.size() || chunks_[place].number != chunkOf(record)) {
-        chunks_.insert(chunks_.begin() + static_cast<ptrdiff_t>(place),
-                       Chunk{chunkOf(record), single.view, std::move(single.data)});
-        return;
-    }
-    Chunk& chunk = chunks_[place];
-    if (chunk.view.contains(low)) return;
-    OwnedContainer made = wdb::unite(chunk.view, single.view);
-    chunk.view = made.view;
-    chunk.owned = std::move(made.data);
-}
+void RecordSet::add(RecordNumber record) { unite(single(record)); }
 
-void RecordSet::remove(RecordNumber record) {
-    const size_t place = findChunk(chunkOf(record));
-    const uint16_t low = lowOf(record);
-    if (place == chunks_.size() || chunks_[place].number != chunkOf(record)) return;
-    Chunk& chunk = chunks_[place];
-    if (!chunk.view.contains(low)) return;
-    const OwnedContainer single = containerOf(&low, 1);
-    OwnedContainer made = wdb::subtract(chunk.view, single.view);
-    if (made.view.cardinality == 0) {
-        chunks_.erase(chunks_.begin() + static_cast<ptrdiff_t>(place));
-        return;
-    }
-    chunk.view = made.view;
-    chunk.owned = std::move(made.data);
-}
+void RecordSet::remove(RecordNumber record) { subtract(single(record)); }
 
 void RecordSet::intersect(const RecordSet& other) { *this = intersection(*this, other); }
 
+RecordSet RecordSet::intersection(const RecordSet& a, const RecordSet& b) {
+    RecordSet out;
+    size_t i = 0;
+    size_t j = 0;
+    while (i < a.chunks_.size() && j < b.chunks_.size()) {
+        const Chunk& x = a.chunks_[i];
+        const Chunk& y = b.chunks_[j];
+        if (x.number == y.number) {
+            OwnedContainer made = intersectContainers(x.view, y.view);
+            out.adopt(x.number, made.view, std::move(made.data));
+        }
+        i += x.number <= y.number ? 1 : 0;
+        j += y.number <= x.number ? 1 : 0;
+    }
+    return out;
+}
+
 void RecordSet::unite(const RecordSet& other) {
-    RecordSet copy;
-    for (const Chunk& chunk : other.chunks_) copy.chunks_.push_back({chunk.number, chunk.view, nullptr});
-    unite(std::move(copy));
+    RecordSet borrowed;
+    for (const Chunk& chunk : other.chunks_) {
+        if (!chunk.owned) borrowed.borrow(chunk.number, chunk.view);
+        else {
+            OwnedContainer made = copyContainer(chunk.view);
+            borrowed.adopt(chunk.number, made.view, std::move(made.data));
+        }
+    }
+    unite(std::move(borrowed));
 }
 
 void RecordSet::unite(RecordSet&& other) {
+    if (other.chunks_.empty()) return;
     if (chunks_.empty()) {
-        chunks_ = std::move(other.chunks_);
+        *this = std::move(other);
         return;
     }
     std::vector<Chunk> merged;
     merged.reserve(chunks_.size() + other.chunks_.size());
-    auto a = chunks_.begin();
-    auto b = other.chunks_.begin();
-    while (a != chunks_.end() && b != other.chunks_.end()) {
-        if (a->number < b->number) {
-            merged.push_back(std::move(*a++));
-        } else if (b->number < a->number) {
-            merged.push_back(std::move(*b++));
+    size_t i = 0;
+    size_t j = 0;
+    while (i < chunks_.size() || j < other.chunks_.size()) {
+        if (j == other.chunks_.size() || (i < chunks_.size() && chunks_[i].number < other.chunks_[j].number)) {
+            merged.push_back(std::move(chunks_[i++]));
+        } else if (i == chunks_.size() || other.chunks_[j].number < chunks_[i].number) {
+            merged.push_back(std::move(other.chunks_[j++]));
         } else {
-            OwnedContainer made = wdb::unite(a->view, b->view);
-            merged.push_back({a->number, made.view, std::move(made.data)});
-            ++a;
-            ++b;
+            OwnedContainer made = uniteContainers(chunks_[i].view, other.chunks_[j].view);
+            merged.push_back({chunks_[i].number, made.view, std::move(made.data)});
+            ++i;
+            ++j;
         }
     }
-    std::move(a, chunks_.end(), std::back_inserter(merged));
-    std::move(b, other.chunks_.end(), std::back_inserter(merged));
     chunks_ = std::move(merged);
     other.chunks_.clear();
 }
 
 void RecordSet::subtract(const RecordSet& other) {
-    std::vector<Chunk> kept;
-    kept.reserve(chunks_.size());
-    size_t at = 0;
-    for (Chunk& chunk : chunks_) {
-        while (at < other.chunks_.size() && other.chunks_[at].number < chunk.number) ++at;
-        if (at == other.chunks_.size() || other.chunks_[at].number != chunk.number ||
-            !wdb::intersects(chunk.view, other.chunks_[at].view)) {
-            kept.push_back(std::move(chunk));
-            continue;
+    if (other.chunks_.empty()) return;
+    size_t to = 0;
+    for (size_t i = 0; i < chunks_.size(); ++i) {
+        const size_t place = other.findChunk(chunks_[i].number);
+        const bool meets = place < other.chunks_.size() && other.chunks_[place].number == chunks_[i].number;
+        if (meets && countIntersection(chunks_[i].view, other.chunks_[place].view) > 0) {
+            OwnedContainer made = subtractContainers(chunks_[i].view, other.chunks_[place].view);
+            if (made.view.cardinality == 0) continue;
+            chunks_[i].view = made.view;
+            chunks_[i].owned = std::move(made.data);
         }
-        OwnedContainer made = wdb::subtract(chunk.view, other.chunks_[at].view);
-        if (made.view.cardinality != 0) kept.push_back({chunk.number, made.view, std::move(made.data)});
+        if (to != i) chunks_[to] = std::move(chunks_[i]);
+        ++to;
     }
-    chunks_ = std::move(kept);
-}
-
-namespace {
-
-// Calls visit(place in a, place in b) for each chunk that both sets have.
-template <typename Visit>
-void forCommonChunks(const RecordSet& a, const RecordSet& b, Visit&& visit) {
-    size_t i = 0;
-    size_t j = 0;
-    while (i < a.chunkCount() && j < b.chunkCount()) {
-        const uint16_t x = a.chunkNumber(i);
-        const uint16_t y = b.chunkNumber(j);
-        if (x == y && !visit(i, j)) return;
-        i += x <= y;
-        j += y <= x;
-    }
-}
-
-}  // namespace
-
-RecordSet RecordSet::intersection(const RecordSet& a, const RecordSet& b) {
-    RecordSet result;
-    forCommonChunks(a, b, [&](size_t i, size_t j) {
-        OwnedContainer made = wdb::intersect(a.chunk(i), b.chunk(j));
-        result.adopt(a.chunkNumber(i), made.view, std::move(made.data));
-        return true;
-    });
-    return result;
+    chunks_.resize(to);
 }
 
 RecordSet RecordSet::difference(const RecordSet& a, const RecordSet& b) {
-    RecordSet result = a.view();
-    result.subtract(b);
-    return result;
+    RecordSet out;
+    for (const Chunk& chunk : a.chunks_) {
+        const size_t place = b.findChunk(chunk.number);
+        const bool meets = place < b.chunks_.size() && b.chunks_[place].number == chunk.number;
+        if (!meets && !chunk.owned) {
+            out.borrow(chunk.number, chunk.view);
+            continue;
+        }
+        OwnedContainer made = meets ? subtractContainers(chunk.view, b.chunks_[place].view) : copyContainer(chunk.view);
+        out.adopt(chunk.number, made.view, std::move(made.data));
+    }
+    return out;
 }
 
 uint64_t RecordSet::intersectionCardinality(const RecordSet& a, const RecordSet& b) {
     uint64_t count = 0;
-    forCommonChunks(a, b, [&](size_t i, size_t j) {
-        count += wdb::intersectionCardinality(a.chunk(i), b.chunk(j));
-        return true;
-    });
+    for (const Chunk& chunk : a.chunks_) {
+        const size_t place = b.findChunk(chunk.number);
+        if (place < b.chunks_.size() && b.chunks_[place].number == chunk.number)
+            count += countIntersection(chunk.view, b.chunks_[place].view);
+    }
     return count;
 }
 
 bool RecordSet::intersects(const RecordSet& a, const RecordSet& b) {
-    bool found = false;
-    forCommonChunks(a, b, [&](size_t i, size_t j) {
-        found = wdb::intersects(a.chunk(i), b.chunk(j));
-        return !found;
-    });
-    return found;
+    for (const Chunk& chunk : a.chunks_) {
+        const size_t place = b.findChunk(chunk.number);
+        if (place < b.chunks_.size() && b.chunks_[place].number == chunk.number &&
+            countIntersection(chunk.view, b.chunks_[place].view) > 0)
+            return true;
+    }
+    return false;
 }
 
 void RecordSet::copyTo(uint64_t first, size_t count, std::vector<RecordNumber>& out) const {
@@ -252,18 +243,20 @@ void RecordSet::copyTo(uint64_t first, size_t count, std::vector<RecordNumber>& 
             first -= chunk.view.cardinality;
             continue;
         }
-        const RecordNumber base = RecordNumber{chunk.number} << 16;
-        const auto left = static_cast<uint32_t>(std::min<uint64_t>(count - out.size(), chunk.view.cardinality - first));
         if (chunk.view.kind == ContainerKind::Array) {
-            for (uint32_t i = 0; i < left; ++i) out.push_back(base | chunk.view.at(static_cast<uint32_t>(first) + i));
+            for (auto i = static_cast<uint32_t>(first); i < chunk.view.cardinality && out.size() < count; ++i)
+                out.push_back(join(chunk.number, chunk.view.at(i)));
         } else {
-            const uint16_t start = chunk.view.select(static_cast<uint32_t>(first));
-            uint32_t taken = 0;
-            for (size_t w = start / 64u; taken < left && w < kBitmapWords; ++w) {
-                uint64_t bits = chunk.view.word(w);
-                if (w == start / 64u) bits &= ~uint64_t{0} << (start % 64u);
-                for (; bits != 0 && taken < left; bits &= bits - 1, ++taken) {
-                    out.push_back(base | static_cast<RecordNumber>(w * 64 + static_cast<unsigned>(std::countr_zero(bits))));
+            size_t w = 0;
+            for (; w < kBitmapWords; ++w) {
+                const auto bits = static_cast<uint64_t>(std::popcount(chunk.view.word(w)));
+                if (first < bits) break;
+                first -= bits;
+            }
+            for (; w < kBitmapWords && out.size() < count; ++w) {
+                for (uint64_t bits = chunk.view.word(w); bits != 0 && out.size() < count; bits &= bits - 1) {
+                    if (first > 0) --first;
+                    else out.push_back(join(chunk.number, static_cast<uint16_t>(w * 64 + static_cast<unsigned>(std::countr_zero(bits)))));
                 }
             }
         }
@@ -272,18 +265,17 @@ void RecordSet::copyTo(uint64_t first, size_t count, std::vector<RecordNumber>& 
 }
 
 std::vector<RecordNumber> RecordSet::toVector() const {
-    std::vector<RecordNumber> records;
-    records.reserve(cardinality());
-    forEach([&](RecordNumber record) { records.push_back(record); });
-    return records;
+    std::vector<RecordNumber> out;
+    copyTo(0, cardinality(), out);
+    return out;
 }
 
 void RecordSet::own() {
     for (Chunk& chunk : chunks_) {
-        if (chunk.owned != nullptr) continue;
-        OwnedContainer copy = copyOf(chunk.view);
-        chunk.view = copy.view;
-        chunk.owned = std::move(copy.data);
+        if (chunk.owned) continue;
+        OwnedContainer made = copyContainer(chunk.view);
+        chunk.view = made.view;
+        chunk.owned = std::move(made.data);
     }
 }
 
@@ -292,41 +284,48 @@ bool RecordSet::ownsAll() const {
 }
 
 RecordSet RecordSet::clone() const {
-    RecordSet copy = view();
-    copy.own();
-    return copy;
+    RecordSet out = view();
+    out.own();
+    return out;
 }
 
 RecordSet RecordSet::view() const {
-    RecordSet borrowed;
-    borrowed.chunks_.reserve(chunks_.size());
-    for (const Chunk& chunk : chunks_) borrowed.chunks_.push_back({chunk.number, chunk.view, nullptr});
-    return borrowed;
+    RecordSet out;
+    out.chunks_.reserve(chunks_.size());
+    for (const Chunk& chunk : chunks_) out.borrow(chunk.number, chunk.view);
+    return out;
 }
 
 size_t RecordSet::memory() const {
-    size_t bytes = chunks_.capacity() * sizeof(Chunk);
-    for (const Chunk& chunk : chunks_) bytes += chunk.owned != nullptr ? chunk.view.bytes() : 0;
+    size_t bytes = chunks_.size() * sizeof(Chunk);
+    for (const Chunk& chunk : chunks_) bytes += chunk.owned ? chunk.view.bytes() : 0;
     return bytes;
 }
 
 bool RecordSet::operator==(const RecordSet& other) const {
-    return std::equal(chunks_.begin(), chunks_.end(), other.chunks_.begin(), other.chunks_.end(),
-                      [](const Chunk& a, const Chunk& b) {
-                          return a.number == b.number && a.view.kind == b.view.kind &&
-                                 a.view.cardinality == b.view.cardinality &&
-                                 std::memcmp(a.view.data, b.view.data, a.view.bytes()) == 0;
-                      });
+    if (chunks_.size() != other.chunks_.size()) return false;
+    for (size_t i = 0; i < chunks_.size(); ++i) {
+        const Chunk& a = chunks_[i];
+        const Chunk& b = other.chunks_[i];
+        if (a.number != b.number || a.view.kind != b.view.kind || a.view.cardinality != b.view.cardinality ||
+            std::memcmp(a.view.data, b.view.data, a.view.bytes()) != 0)
+            return false;
+    }
+    return true;
 }
 
 std::string RecordSet::validate() const {
-    for (size_t place = 0; place < chunks_.size(); ++place) {
-        const Chunk& chunk = chunks_[place];
-        if (place > 0 && chunks_[place - 1].number >= chunk.number) return "chunks out of order";
-        std::string stored;
-        appendContainer(chunk.view, stored);
-        if (stored.empty()) return "empty chunk " + std::to_string(chunk.number);
-        if (!ok(validateContainer(stored))) return "unsound container in chunk " + std::to_string(chunk.number);
+    for (size_t i = 0; i < chunks_.size(); ++i) {
+        const ContainerView& view = chunks_[i].view;
+        const std::string where = " in chunk " + std::to_string(chunks_[i].number);
+        if (i > 0 && chunks_[i - 1].number >= chunks_[i].number) return "chunks out of order";
+        if (view.cardinality == 0) return "empty container" + where;
+        if ((view.kind == ContainerKind::Bitmap) != (view.cardinality > kMaxArray)) return "wrong kind" + where;
+        if (view.kind == ContainerKind::Bitmap && containerKernels().countBits(view.data, kBitmapBytes) != view.cardinality)
+            return "wrong cardinality" + where;
+        for (uint32_t m = 1; view.kind == ContainerKind::Array && m < view.cardinality; ++m) {
+            if (view.at(m - 1) >= view.at(m)) return "members out of order" + where;
+        }
     }
     return {};
 }

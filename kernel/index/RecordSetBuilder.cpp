@@ -1,60 +1,57 @@
-#include <algorithm>
-
-#include "kernel/index/ContainerOps.h"
 #include "kernel/index/RecordSet.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "kernel/index/ContainerKernels.h"
+#include "kernel/index/ContainerOperations.h"
+
 namespace wdb {
+
 namespace {
 
-// A slot lists its members up to so many, then it becomes a bitmap.
-constexpr size_t kListed = 512;
-
-void setBit(char* bits, uint16_t member) {
-    bits[member >> 3] = static_cast<char>(static_cast<unsigned char>(bits[member >> 3]) | 1u << (member & 7));
-}
+// Members kept as a list before a slot takes a bitmap.
+constexpr size_t kMaxList = 256;
 
 }  // namespace
 
 RecordSetBuilder::Slot& RecordSetBuilder::slot(uint16_t number) {
     if (last_ < slots_.size() && slots_[last_].number == number) return slots_[last_];
-    auto place = std::lower_bound(slots_.begin(), slots_.end(), number,
-                                  [](const Slot& slot, uint16_t wanted) { return slot.number < wanted; });
-    if (place == slots_.end() || place->number != number) place = slots_.insert(place, Slot{number, nullptr, {}});
-    last_ = static_cast<size_t>(place - slots_.begin());
-    return *place;
+    const auto found = std::lower_bound(slots_.begin(), slots_.end(), number,
+                                        [](const Slot& slot, uint16_t wanted) { return slot.number < wanted; });
+    last_ = static_cast<size_t>(found - slots_.begin());
+    if (found == slots_.end() || found->number != number) slots_.insert(found, Slot{number, nullptr, {}});
+    return slots_[last_];
 }
 
 void RecordSetBuilder::promote(Slot& slot) {
-    slot.bits = std::make_unique<char[]>(kBitmapBytes);
+    slot.bits = allocateContainer(kBitmapBytes);
+    std::memset(slot.bits.get(), 0, kBitmapBytes);
     for (const uint16_t member : slot.members) setBit(slot.bits.get(), member);
     slot.members.clear();
 }
 
 void RecordSetBuilder::add(RecordNumber record) {
     Slot& target = slot(static_cast<uint16_t>(record >> 16));
-    const auto low = static_cast<uint16_t>(record & 0xFFFF);
-    if (target.bits == nullptr && target.members.size() == kListed) promote(target);
-    if (target.bits != nullptr) setBit(target.bits.get(), low);
-    else target.members.push_back(low);
+    const auto member = static_cast<uint16_t>(record & 0xFFFF);
+    if (!target.bits && target.members.size() >= kMaxList) promote(target);
+    if (target.bits) setBit(target.bits.get(), member);
+    else target.members.push_back(member);
 }
 
 void RecordSetBuilder::add(uint16_t chunk, const ContainerView& container) {
+    if (container.cardinality == 0) return;
     Slot& target = slot(chunk);
-    if (target.bits == nullptr && target.members.size() + container.cardinality > kListed) promote(target);
-    if (target.bits == nullptr) {
+    if (!target.bits && container.kind == ContainerKind::Array && target.members.size() + container.cardinality <= kMaxList) {
         container.forEach([&](uint16_t member) { target.members.push_back(member); });
         return;
     }
-    if (container.kind == ContainerKind::Array) {
-        for (uint32_t i = 0; i < container.cardinality; ++i) setBit(target.bits.get(), container.at(i));
+    if (!target.bits) promote(target);
+    if (container.kind == ContainerKind::Bitmap) {
+        containerKernels().orBitmaps(target.bits.get(), container.data, target.bits.get());
         return;
     }
-    for (size_t at = 0; at < kBitmapBytes; at += 8) {
-        uint64_t word;
-        std::memcpy(&word, target.bits.get() + at, 8);
-        word |= container.word(at / 8);
-        std::memcpy(target.bits.get() + at, &word, 8);
-    }
+    for (uint32_t i = 0; i < container.cardinality; ++i) setBit(target.bits.get(), container.at(i));
 }
 
 Status RecordSetBuilder::add(uint16_t chunk, Slice stored) {
@@ -65,36 +62,37 @@ Status RecordSetBuilder::add(uint16_t chunk, Slice stored) {
 }
 
 void RecordSetBuilder::add(const RecordSet& set) {
-    for (size_t place = 0; place < set.chunkCount(); ++place) add(set.chunkNumber(place), set.chunk(place));
+    for (size_t i = 0; i < set.chunkCount(); ++i) add(set.chunkNumber(i), set.chunk(i));
 }
 
 void RecordSetBuilder::addWord(uint32_t word, uint64_t bits) {
     if (bits == 0) return;
-    Slot& target = slot(static_cast<uint16_t>(word / kBitmapWords));
-    if (target.bits == nullptr) promote(target);
-    char* at = target.bits.get() + size_t{word % kBitmapWords} * 8;
-    uint64_t old;
-    std::memcpy(&old, at, 8);
-    old |= bits;
-    std::memcpy(at, &old, 8);
+    Slot& target = slot(static_cast<uint16_t>(word >> 10));
+    if (!target.bits) promote(target);
+    char* at = target.bits.get() + size_t{word & 1023} * 8;
+    uint64_t value;
+    std::memcpy(&value, at, 8);
+    value |= bits;
+    std::memcpy(at, &value, 8);
 }
 
 RecordSet RecordSetBuilder::finish() {
-    RecordSet set;
-    for (Slot& done : slots_) {
+    RecordSet out;
+    for (Slot& slot : slots_) {
         OwnedContainer made;
-        if (done.bits != nullptr) {
-            made = containerOfBits(done.bits.get());
+        if (slot.bits) {
+            const uint32_t count = containerKernels().countBits(slot.bits.get(), kBitmapBytes);
+            made = fromBits(std::move(slot.bits), count);
         } else {
-            std::sort(done.members.begin(), done.members.end());
-            done.members.erase(std::unique(done.members.begin(), done.members.end()), done.members.end());
-            made = containerOf(done.members.data(), static_cast<uint32_t>(done.members.size()));
+            std::sort(slot.members.begin(), slot.members.end());
+            slot.members.erase(std::unique(slot.members.begin(), slot.members.end()), slot.members.end());
+            made = fromMembers(slot.members.data(), static_cast<uint32_t>(slot.members.size()));
         }
-        set.adopt(done.number, made.view, std::move(made.data));
+        out.adopt(slot.number, made.view, std::move(made.data));
     }
     slots_.clear();
     last_ = 0;
-    return set;
+    return out;
 }
 
 }  // namespace wdb
