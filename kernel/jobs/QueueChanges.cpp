@@ -1,0 +1,42 @@
+#include "kernel/jobs/QueueChanges.h"
+
+#include <map>
+
+namespace wdb {
+namespace {
+
+// Nothing for a record that is not there.
+Status validLive(const Result<Slice>& image, std::optional<RecordView>& out) {
+    if (!image) return image.status() == WDB_E_DELETED || image.status() == WDB_FAIL ? WDB_OK : image.status();
+    const Result<RecordView> view = RecordView::validate(*image);
+    if (!view) return view.status();
+    if (!view->deleted()) out = *view;
+    return WDB_OK;
+}
+
+}  // namespace
+
+Result<std::vector<IndexChange>> readQueueChanges(const BaseReader& reader, Position after, Position upTo) {
+    // The first entry of a record behind `after` carries the image that the index holds.
+    std::map<RecordNumber, IndexChange> byRecord;
+    const auto note = [&](const QueueEntry& entry) -> Status {
+        for (uint64_t record = entry.record; record <= entry.last; ++record) {
+            const auto number = static_cast<RecordNumber>(record);
+            const auto [place, isFirst] = byRecord.try_emplace(number);
+            if (!isFirst) continue;
+            place->second.record = number;
+            if (!entry.previous.empty()) WDB_TRY(validLive(entry.previous, place->second.before));
+        }
+        return WDB_OK;
+    };
+    WDB_TRY(reader.forEachChange(after, upTo, note));
+    std::vector<IndexChange> changes;
+    changes.reserve(byRecord.size());
+    for (auto& [record, change] : byRecord) {
+        WDB_TRY(validLive(reader.image(record), change.after));
+        changes.push_back(std::move(change));
+    }
+    return changes;
+}
+
+}  // namespace wdb
