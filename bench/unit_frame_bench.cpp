@@ -33,9 +33,11 @@ std::string prose(std::size_t size, std::size_t everyMarkup) {
     return text;
 }
 
-// The first argument is the size, the second the distance between markup characters (0: none), the third the session's set.
+// The first argument is the size, the second the distance between markup characters (0: none), the third the
+// session's set.
 void XmlText(benchmark::State& state) {
-    const std::string text = prose(static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1)));
+    const std::string text =
+        prose(static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1)));
     const CharacterSet set = state.range(2) == 16 ? CharacterSet{16, "", 65001, nullptr}
                                                   : CharacterSet{1, ".28591", 28591, "Cp1252"};
     CStringBuffer buffer;
@@ -46,7 +48,11 @@ void XmlText(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(XmlText)->Args({1000, 0, 16})->Args({1000000, 0, 16})->Args({1000000, 200, 16})->Args({1000000, 0, 1});
+BENCHMARK(XmlText)
+    ->Args({1000, 0, 16})
+    ->Args({1000000, 0, 16})
+    ->Args({1000000, 200, 16})
+    ->Args({1000000, 0, 1});
 
 void Base64(benchmark::State& state) {
     const std::string data = prose(1000000, 0);

@@ -4,8 +4,10 @@
 
 namespace {
 
-// One filter, one operation. A record that cannot even be given a filter keeps its output and says so by status and message.
-std::int32_t run(FilterData* data, std::int32_t (wsql::WSQLFilter::*operation)(), const char* context) noexcept {
+// One filter, one operation. A record that cannot even be given a filter keeps its output and says so by
+// status and message.
+std::int32_t run(FilterData* data, std::int32_t (wsql::WSQLFilter::*operation)(),
+                 const char* context) noexcept {
     try {
         wsql::WSQLFilter filter(data);
         try {

@@ -1,5 +1,5 @@
-// The two small documents that answer everything but rows and objects, and the record's fields beside them. None of their
-// texts is escaped: hosts decide by status and message.
+// The two small documents that answer everything but rows and objects, and the record's fields beside them.
+// None of their texts is escaped: hosts decide by status and message.
 #include <cstdarg>
 #include <cstring>
 #include <string_view>
@@ -56,8 +56,8 @@ void WSQLFilter::ReportSuccess(const char* format, ...) {
     if (length > 0) info("", "%s\n", text);
 }
 
-void WSQLFilter::ReportFault(std::uint32_t code, const char* text, std::int32_t length, const char* sourceFile,
-                             std::int32_t line, const char* context) {
+void WSQLFilter::ReportFault(std::uint32_t code, const char* text, std::int32_t length,
+                             const char* sourceFile, std::int32_t line, const char* context) {
     const std::string source = std::string(fileName(sourceFile)) + ":" + std::to_string(line);
     WriteFaultDocument(code, text, length, source.c_str(), context);
 }
@@ -78,8 +78,8 @@ void WSQLFilter::ReportKernelError(std::int32_t code, const char* source, const 
     setLastStatus(code);
 }
 
-void WSQLFilter::WriteFaultDocument(std::uint32_t code, const char* text, std::int32_t length, const char* source,
-                                    const char* context) {
+void WSQLFilter::WriteFaultDocument(std::uint32_t code, const char* text, std::int32_t length,
+                                    const char* source, const char* context) {
     if (length < 0) length = text != nullptr ? static_cast<std::int32_t>(std::strlen(text)) : 0;
     const auto signedCode = static_cast<std::int32_t>(code);
     CStringBuffer document(512);

@@ -5,7 +5,9 @@
 
 namespace wsql {
 
-const CaseTable& WSQLFilter::caseTable() const { return CaseTable::forCodePage(characterSet_.codePage); }
+const CaseTable& WSQLFilter::caseTable() const {
+    return CaseTable::forCodePage(characterSet_.codePage);
+}
 
 const CharacterSet& WSQLFilter::conversionSet() const {
     if (!conversionSetKnown_) {

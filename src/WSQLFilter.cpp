@@ -21,7 +21,8 @@ constexpr std::uint32_t kAnyStyle = 1 | 2 | 4;
 constexpr std::int32_t kDirectCclVersion = 340;
 constexpr std::int32_t kLoggedStatement = 1024;
 
-// The digits in front of the first ".", between it and the first "-", and from there to the first ":", as one number.
+// The digits in front of the first ".", between it and the first "-", and from there to the first ":", as one
+// number.
 std::int32_t versionNumber(std::string_view version) {
     std::string digits;
     for (const char separator : {'.', '-', ':'}) {
@@ -58,7 +59,9 @@ void WSQLFilter::readVersion() {
     newCcl_ = WDB_SUCCESS(WdbVersion(version, &length)) && versionNumber(version) >= kDirectCclVersion;
 }
 
-void WSQLFilter::setResultSet(std::unique_ptr<WSQLResultSet> resultSet) { resultSet_ = std::move(resultSet); }
+void WSQLFilter::setResultSet(std::unique_ptr<WSQLResultSet> resultSet) {
+    resultSet_ = std::move(resultSet);
+}
 
 void WSQLFilter::begin() {
     lastStatus_ = WDB_OK;

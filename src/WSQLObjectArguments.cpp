@@ -51,7 +51,8 @@ std::int32_t WSQLFilter::setObject() {
     if (filterData() == nullptr) return nullRecord(kSetContext);
     WSQLStmtSetObject statement;
     statement.column = std::make_unique<WSQLColumnRef>();
-    if (!setObjectTable(statement) || !setObjectColumn(statement) || !setObjectRecord(statement)) return status();
+    if (!setObjectTable(statement) || !setObjectColumn(statement) || !setObjectRecord(statement))
+        return status();
     {
         StatusScope searchState(*this, kSetContext);
         info(kSetContext, "Executing object assigment routine.\n");
@@ -69,8 +70,8 @@ bool WSQLFilter::setObjectTable(WSQLStmtSetObject& statement) {
         return false;
     }
     if (!DBTableExists(table.text())) {
-        ReportFault(static_cast<std::uint32_t>(lastStatus_), "Table \"%s\" does not exist.", -1, kUnit, __LINE__,
-                    kSetContext);
+        ReportFault(static_cast<std::uint32_t>(lastStatus_), "Table \"%s\" does not exist.", -1, kUnit,
+                    __LINE__, kSetContext);
         return false;
     }
     statement.databaseName = table.view();
@@ -117,8 +118,8 @@ bool WSQLFilter::setObjectRecord(WSQLStmtSetObject& statement) {
         return false;
     }
     if (named) {
-        debug(kSetContext, "Large object assignment key is \"%s\".\"%s\".%d.%d\n", statement.databaseName.c_str(),
-              column.column.c_str(), record, part);
+        debug(kSetContext, "Large object assignment key is \"%s\".\"%s\".%d.%d\n",
+              statement.databaseName.c_str(), column.column.c_str(), record, part);
     } else {
         debug(kSetContext, "Large object assignment key is \"%s\".%d.%d.%d\n", statement.databaseName.c_str(),
               column.fieldNumber, record, part);

@@ -1,12 +1,12 @@
-// The engine's few switches. They live in the kernel's setting store, so that what one call sets holds for the following
-// calls of the session.
+// The engine's few switches. They live in the kernel's setting store, so that what one call sets holds for
+// the following calls of the session.
 #include <algorithm>
 #include <iterator>
 
 #include "src/WSQLFilter.h"
+#include "src/support/text.h"
 #include "src/tree/WSQLScalar.h"
 #include "src/tree/WSQLStmtProperty.h"
-#include "src/support/text.h"
 #include "src/welkhelp/CommandWord.h"
 
 namespace wsql {
@@ -38,7 +38,9 @@ const char* settingOf(std::string_view property) {
     return nullptr;
 }
 
-const char* truth(bool on) { return on ? "true" : "false"; }
+const char* truth(bool on) {
+    return on ? "true" : "false";
+}
 
 }  // namespace
 
@@ -48,13 +50,25 @@ bool WSQLFilter::settingOn(const char* name) const {
     return value.view() == "1";
 }
 
-bool WSQLFilter::selectText() const { return rawValues_ || settingOn(kSelectText); }
-bool WSQLFilter::selectBlob() const { return rawValues_ || settingOn(kSelectBlob); }
-bool WSQLFilter::batchIndex() const { return settingOn(kBatchIndex); }
-bool WSQLFilter::lazyIndex() const { return settingOn(kLazyIndex); }
+bool WSQLFilter::selectText() const {
+    return rawValues_ || settingOn(kSelectText);
+}
+bool WSQLFilter::selectBlob() const {
+    return rawValues_ || settingOn(kSelectBlob);
+}
+bool WSQLFilter::batchIndex() const {
+    return settingOn(kBatchIndex);
+}
+bool WSQLFilter::lazyIndex() const {
+    return settingOn(kLazyIndex);
+}
 
-void WSQLFilter::setSelectText(bool on) { UpdateRCS(kSelectText, on ? "1" : "0"); }
-void WSQLFilter::setSelectBlob(bool on) { UpdateRCS(kSelectBlob, on ? "1" : "0"); }
+void WSQLFilter::setSelectText(bool on) {
+    UpdateRCS(kSelectText, on ? "1" : "0");
+}
+void WSQLFilter::setSelectBlob(bool on) {
+    UpdateRCS(kSelectBlob, on ? "1" : "0");
+}
 
 bool WSQLFilter::ExecuteProperty(WSQLStmtProperty* statement) {
     CStringBuffer lowered(64);
@@ -75,7 +89,8 @@ bool WSQLFilter::ExecuteProperty(WSQLStmtProperty* statement) {
         return true;
     }
     const std::string fault = "Unknown property \"" + name + "\".";
-    WriteFaultDocument(0, fault.data(), static_cast<std::int32_t>(fault.size()), "WSQLFilter::ExecuteProperty", "execution");
+    WriteFaultDocument(0, fault.data(), static_cast<std::int32_t>(fault.size()),
+                       "WSQLFilter::ExecuteProperty", "execution");
     return false;
 }
 

@@ -13,8 +13,8 @@ namespace {
 constexpr const char* kContext = "WSQLFilter::getTableDesc";
 constexpr std::uint32_t kAllocateInMemory = 36;
 
-// The name between quotes that it does not contain; nothing when it cannot be quoted. A backslash in front of the closing
-// quote would join it to the text.
+// The name between quotes that it does not contain; nothing when it cannot be quoted. A backslash in front of
+// the closing quote would join it to the text.
 std::optional<std::string> quoted(std::string_view name) {
     if (!name.empty() && name.back() == '\\') return std::nullopt;
     for (const char quote : {'"', '\'', '`'}) {
@@ -59,7 +59,8 @@ std::int32_t WSQLFilter::getTableDesc() {
     std::string statement = "SELECT * FROM WDBS.COLUMNS WHERE TABLENAME=" + *literal;
     InnerCall inner(statement);
     setStatus(execsql(&inner.data, nullptr));
-    if (!WDB_SUCCESS(status()) || inner.data.output == nullptr || inner.data.outputLength < 1) return status();
+    if (!WDB_SUCCESS(status()) || inner.data.output == nullptr || inner.data.outputLength < 1)
+        return status();
     const std::int32_t length = inner.data.outputLength;
     SetAnswer(platform::HeapText(std::exchange(inner.data.output, nullptr)), length);
     writeContentType();

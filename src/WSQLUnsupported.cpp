@@ -1,11 +1,16 @@
-// Statements that have no executor yet: each answers the fault of an unsupported statement where its executor will stand.
+// Statements that have no executor yet: each answers the fault of an unsupported statement where its executor
+// will stand.
 #include "src/WSQLFilter.h"
 
 namespace wsql {
 
-bool WSQLFilter::ValidateUpdate(WSQLStmtUpdate* /*update*/) { return true; }
+bool WSQLFilter::ValidateUpdate(WSQLStmtUpdate* /*update*/) {
+    return true;
+}
 
-bool WSQLFilter::ValidateDelete(WSQLStmtDelete* /*statement*/) { return true; }
+bool WSQLFilter::ValidateDelete(WSQLStmtDelete* /*statement*/) {
+    return true;
+}
 
 bool WSQLFilter::ExecuteUnion(WSQLStmtSelect* /*select*/) {
     ReportUnsupported();

@@ -8,8 +8,8 @@
 
 namespace wsql {
 
-// The lines of a file, cut into pieces of at most limit - 1 bytes, without their line feed. Nothing when the file cannot be
-// read (a directory, for one). NULs end a line's text.
+// The lines of a file, cut into pieces of at most limit - 1 bytes, without their line feed. Nothing when the
+// file cannot be read (a directory, for one). NULs end a line's text.
 std::optional<std::vector<std::string>> readLines(const char* path, std::size_t limit);
 
 }  // namespace wsql

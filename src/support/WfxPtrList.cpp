@@ -11,37 +11,40 @@ namespace {
 constexpr std::int32_t kGrowth = 10;
 }
 
-WfxPtrList::~WfxPtrList() { platform::heapFree(items_); }
+WfxPtrList::~WfxPtrList() {
+    platform::heapFree(items_);
+}
 
 void WfxPtrList::reserve(std::int64_t capacity) {
-  if (capacity <= capacity_) return;
-  if (capacity > INT32_MAX) throw std::bad_alloc();
-  items_ = static_cast<void**>(platform::heapGrow(items_, static_cast<std::size_t>(capacity_) * sizeof(void*),
-                                                  static_cast<std::size_t>(capacity) * sizeof(void*)));
-  capacity_ = static_cast<std::int32_t>(capacity);
+    if (capacity <= capacity_) return;
+    if (capacity > INT32_MAX) throw std::bad_alloc();
+    items_ =
+        static_cast<void**>(platform::heapGrow(items_, static_cast<std::size_t>(capacity_) * sizeof(void*),
+                                               static_cast<std::size_t>(capacity) * sizeof(void*)));
+    capacity_ = static_cast<std::int32_t>(capacity);
 }
 
 void WfxPtrList::Add(void* item) {
-  if (count_ >= capacity_) reserve(std::int64_t{count_} + 1 + kGrowth);
-  items_[count_++] = item;
+    if (count_ >= capacity_) reserve(std::int64_t{count_} + 1 + kGrowth);
+    items_[count_++] = item;
 }
 
 void WfxPtrList::Insert(std::int32_t index, void* item) {
-  if (index < 0 || index > count_) index = count_;
-  reserve(std::int64_t{count_} + kGrowth);
-  std::move_backward(items_ + index, items_ + count_, items_ + count_ + 1);
-  items_[index] = item;
-  ++count_;
+    if (index < 0 || index > count_) index = count_;
+    reserve(std::int64_t{count_} + kGrowth);
+    std::move_backward(items_ + index, items_ + count_, items_ + count_ + 1);
+    items_[index] = item;
+    ++count_;
 }
 
 void WfxPtrList::Remove(std::int32_t index) {
-  if (index < 0 || index >= count_) return;
-  std::move(items_ + index + 1, items_ + count_, items_ + index);
-  items_[--count_] = nullptr;
+    if (index < 0 || index >= count_) return;
+    std::move(items_ + index + 1, items_ + count_, items_ + index);
+    items_[--count_] = nullptr;
 }
 
 void WfxPtrList::Set(std::int32_t index, void* item) {
-  if (index >= 0 && index < count_) items_[index] = item;
+    if (index >= 0 && index < count_) items_[index] = item;
 }
 
 }  // namespace wsql

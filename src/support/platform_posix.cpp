@@ -18,141 +18,161 @@
 namespace wsql::platform {
 
 void* heapAllocate(std::size_t size) {
-  void* block = std::calloc(1, std::max<std::size_t>(size, 1));
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
+    void* block = std::calloc(1, std::max<std::size_t>(size, 1));
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
 }
 
 void* heapGrow(void* block, std::size_t oldSize, std::size_t newSize) {
-  if (block == nullptr) return heapAllocate(newSize);
-  void* grown = std::realloc(block, std::max<std::size_t>(newSize, 1));
-  if (grown == nullptr) throw std::bad_alloc();
-  if (newSize > oldSize) std::memset(static_cast<char*>(grown) + oldSize, 0, newSize - oldSize);
-  return grown;
+    if (block == nullptr) return heapAllocate(newSize);
+    void* grown = std::realloc(block, std::max<std::size_t>(newSize, 1));
+    if (grown == nullptr) throw std::bad_alloc();
+    if (newSize > oldSize) std::memset(static_cast<char*>(grown) + oldSize, 0, newSize - oldSize);
+    return grown;
 }
 
-void heapFree(void* block) noexcept { std::free(block); }
+void heapFree(void* block) noexcept {
+    std::free(block);
+}
 
 HeapText heapCopy(const char* text, std::size_t length) {
-  HeapText copy(static_cast<char*>(heapAllocate(length + 1)));
-  if (length > 0) std::memcpy(copy.get(), text, length);
-  return copy;
+    HeapText copy(static_cast<char*>(heapAllocate(length + 1)));
+    if (length > 0) std::memcpy(copy.get(), text, length);
+    return copy;
 }
 
 namespace {
 std::mutex& environmentLock() {
-  static std::mutex lock;
-  return lock;
+    static std::mutex lock;
+    return lock;
 }
 }  // namespace
 
 std::optional<std::string> environment(const char* name, std::size_t limit) {
-  const std::lock_guard<std::mutex> guard(environmentLock());
-  const char* value = std::getenv(name);
-  if (value == nullptr) return std::nullopt;
-  return std::string(value, strnlen(value, limit));
+    const std::lock_guard<std::mutex> guard(environmentLock());
+    const char* value = std::getenv(name);
+    if (value == nullptr) return std::nullopt;
+    return std::string(value, strnlen(value, limit));
 }
 
 std::optional<std::string> installationDirectory() {
-  std::optional<std::string> home = environment("WDBS_HOME", 511);
-  if (home && home->empty()) return std::nullopt;
-  return home;
+    std::optional<std::string> home = environment("WDBS_HOME", 511);
+    if (home && home->empty()) return std::nullopt;
+    return home;
 }
 
 std::string temporaryDirectory() {
-  std::string directory = environment("TMPDIR", 4096).value_or("");
-  while (directory.size() > 1 && directory.back() == '/') directory.pop_back();
-  return directory.empty() ? "/tmp" : directory;
+    std::string directory = environment("TMPDIR", 4096).value_or("");
+    while (directory.size() > 1 && directory.back() == '/') directory.pop_back();
+    return directory.empty() ? "/tmp" : directory;
 }
 
 FileKind fileKind(const char* path) {
-  struct stat info {};
-  if (stat(path, &info) != 0) return FileKind::kMissing;
-  return S_ISDIR(info.st_mode) ? FileKind::kDirectory : FileKind::kOther;
+    struct stat info {};
+    if (stat(path, &info) != 0) return FileKind::kMissing;
+    return S_ISDIR(info.st_mode) ? FileKind::kDirectory : FileKind::kOther;
 }
 
-std::string openableFileName(const char* name) { return name; }
+std::string openableFileName(const char* name) {
+    return name;
+}
 
 std::vector<std::string> confFiles(const char* directory) {
-  std::vector<std::string> names;
-  DIR* entries = opendir(directory);
-  if (entries == nullptr) return names;
-  while (const dirent* entry = readdir(entries)) {
-    const std::string name = entry->d_name;
-    if (name.size() > 5 && name.compare(name.size() - 5, 5, ".conf") == 0) names.push_back(name);
-  }
-  closedir(entries);
-  std::sort(names.begin(), names.end());
-  return names;
+    std::vector<std::string> names;
+    DIR* entries = opendir(directory);
+    if (entries == nullptr) return names;
+    while (const dirent* entry = readdir(entries)) {
+        const std::string name = entry->d_name;
+        if (name.size() > 5 && name.compare(name.size() - 5, 5, ".conf") == 0) names.push_back(name);
+    }
+    closedir(entries);
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
-void deleteFile(const char* path) noexcept { (void)unlink(path); }
+void deleteFile(const char* path) noexcept {
+    (void)unlink(path);
+}
 
 std::FILE* openLogFile(const char* path, LogMode mode) {
-  const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (mode == LogMode::kAppend ? O_APPEND : O_TRUNC);
-  const int descriptor = open(path, flags, 0600);
-  if (descriptor < 0) return nullptr;
-  std::FILE* stream = fdopen(descriptor, mode == LogMode::kAppend ? "ab" : "wb");
-  if (stream == nullptr) close(descriptor);
-  return stream;
+    const int flags =
+        O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (mode == LogMode::kAppend ? O_APPEND : O_TRUNC);
+    const int descriptor = open(path, flags, 0600);
+    if (descriptor < 0) return nullptr;
+    std::FILE* stream = fdopen(descriptor, mode == LogMode::kAppend ? "ab" : "wb");
+    if (stream == nullptr) close(descriptor);
+    return stream;
 }
 
-std::int32_t processId() { return static_cast<std::int32_t>(getpid()); }
-std::uint32_t threadId() { return static_cast<std::uint32_t>(syscall(SYS_gettid)); }
+std::int32_t processId() {
+    return static_cast<std::int32_t>(getpid());
+}
+std::uint32_t threadId() {
+    return static_cast<std::uint32_t>(syscall(SYS_gettid));
+}
 
 LocalTime localTime() {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  tm parts{};
-  localtime_r(&now.tv_sec, &parts);
-  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
-          static_cast<int>(now.tv_nsec / 1000000), parts.tm_wday};
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    localtime_r(&now.tv_sec, &parts);
+    return {parts.tm_year + 1900,
+            parts.tm_mon + 1,
+            parts.tm_mday,
+            parts.tm_hour,
+            parts.tm_min,
+            parts.tm_sec,
+            static_cast<int>(now.tv_nsec / 1000000),
+            parts.tm_wday};
 }
 
 std::string logTimeText(const LocalTime& time) {
-  static constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-  static constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                            "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  char text[64];
-  std::snprintf(text, sizeof text, "%s %s %2d %02d:%02d:%02d", kDays[time.weekday % 7], kMonths[(time.month - 1) % 12],
-                time.day, time.hour, time.minute, time.second);
-  return text;
+    static constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    char text[64];
+    std::snprintf(text, sizeof text, "%s %s %2d %02d:%02d:%02d", kDays[time.weekday % 7],
+                  kMonths[(time.month - 1) % 12], time.day, time.hour, time.minute, time.second);
+    return text;
 }
 
 double monotonicSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
 void sleepMilliseconds(int milliseconds) {
-  timespec rest{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
-  while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
-  }
+    timespec rest{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
+    }
 }
 
 namespace {
-// Numbers carry a point while one of these lives, whatever the host has set for this thread or for the process.
+// Numbers carry a point while one of these lives, whatever the host has set for this thread or for the
+// process.
 class PlainNumbers {
- public:
-  PlainNumbers() : plain_(newlocale(LC_ALL_MASK, "C", nullptr)), before_(plain_ != nullptr ? uselocale(plain_) : nullptr) {}
-  PlainNumbers(const PlainNumbers&) = delete;
-  PlainNumbers& operator=(const PlainNumbers&) = delete;
-  ~PlainNumbers() {
-    if (plain_ == nullptr) return;
-    uselocale(before_);
-    freelocale(plain_);
-  }
+public:
+    PlainNumbers()
+        : plain_(newlocale(LC_ALL_MASK, "C", nullptr)),
+          before_(plain_ != nullptr ? uselocale(plain_) : nullptr) {}
+    PlainNumbers(const PlainNumbers&) = delete;
+    PlainNumbers& operator=(const PlainNumbers&) = delete;
+    ~PlainNumbers() {
+        if (plain_ == nullptr) return;
+        uselocale(before_);
+        freelocale(plain_);
+    }
 
- private:
-  locale_t plain_;
-  locale_t before_;
+private:
+    locale_t plain_;
+    locale_t before_;
 };
 }  // namespace
 
 int formatText(char* buffer, std::size_t size, const char* format, std::va_list arguments) {
-  const PlainNumbers plainNumbers;
-  return std::vsnprintf(buffer, size, format, arguments);
+    const PlainNumbers plainNumbers;
+    return std::vsnprintf(buffer, size, format, arguments);
 }
 
 }  // namespace wsql::platform

@@ -8,7 +8,7 @@ namespace wsql {
 namespace {
 
 class Answers : public testing::Test {
- protected:
+protected:
     void SetUp() override { fakeKernel() = FakeKernel(); }
     Request request{"x"};
     WSQLFilter filter{&request.data};
@@ -54,8 +54,8 @@ TEST_F(Answers, FaultsNameTheirUnitAndLine) {
                 {"WSQLFilter", "WSQLFilter:656"}};
     for (const auto& row : rows) {
         filter.ReportFault(0, "Statement not currently supported.", -1, row.path, 656, "WSQLFilter::execSql");
-        EXPECT_EQ(request.document(), faultDocument("0", row.source, "WSQLFilter::execSql",
-                                                    "Statement not currently supported."))
+        EXPECT_EQ(request.document(),
+                  faultDocument("0", row.source, "WSQLFilter::execSql", "Statement not currently supported."))
             << row.path;
         EXPECT_EQ(data.status, 0);
         EXPECT_STREQ(data.message, "Statement not currently supported.");
@@ -87,8 +87,9 @@ TEST_F(Answers, KernelErrorsCarryTheKernelsTextAndCode) {
     EXPECT_EQ(filter.lastStatus(), 610);
     EXPECT_STREQ(data.message, "base not available");
     filter.ReportKernelError(9994, "execution", "F");
-    EXPECT_EQ(request.document(), faultDocument("9994", "execution", "F",
-                                                "Unknown WELK error #9994 (source=\"execution\", context=\"F\")."));
+    EXPECT_EQ(request.document(),
+              faultDocument("9994", "execution", "F",
+                            "Unknown WELK error #9994 (source=\"execution\", context=\"F\")."));
     filter.ReportKernelError(-1, "execution", "F");
     EXPECT_EQ(data.status, 0) << "no failure looks like a success";
 }

@@ -9,7 +9,7 @@ namespace {
 using Export = std::int32_t (*)(FilterData*, void*);
 
 class Exports : public testing::Test {
- protected:
+protected:
     void SetUp() override { fakeKernel() = FakeKernel(); }
 };
 
@@ -56,8 +56,9 @@ TEST_F(Exports, TellTheEncodingForExactlyOneMask) {
         EXPECT_EQ(sqlgetencoding(&request.data, nullptr), right ? 1 : 0) << options;
         EXPECT_EQ(request.document(), right ? "UTF-8" : "(none)") << options;
         EXPECT_EQ(request.data.outputLength, right ? 5 : 0);
-        EXPECT_STREQ(request.data.message, right ? "" : "Filter invocation error: wdb_options must be set to "
-                                                        "EXPORT_ALLOC|IEOPT_MEMORY.");
+        EXPECT_STREQ(request.data.message, right ? ""
+                                                 : "Filter invocation error: wdb_options must be set to "
+                                                   "EXPORT_ALLOC|IEOPT_MEMORY.");
         EXPECT_EQ(request.text(), "left alone");
     }
 }
@@ -66,8 +67,9 @@ TEST_F(Exports, ReadTheKernelsVersion) {
     const struct {
         const char* version;
         bool direct;
-    } rows[] = {{"3.4-0:x", true}, {"3.3-9", false},  {"4.0-0:embedded", true}, {"3.4-", false},
-                {"10.2-1", true},  {"3.4:0-9", false}, {"", false},             {"x", false}};
+    } rows[] = {{"3.4-0:x", true}, {"3.3-9", false}, {"4.0-0:embedded", true},
+                {"3.4-", false},   {"10.2-1", true}, {"3.4:0-9", false},
+                {"", false},       {"x", false}};
     for (const auto& row : rows) {
         fakeKernel().version = row.version;
         EXPECT_EQ(wsql::WSQLFilter(nullptr).newCcl(), row.direct) << row.version;

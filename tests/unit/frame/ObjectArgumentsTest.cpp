@@ -6,7 +6,7 @@
 namespace {
 
 class ObjectArguments : public testing::Test {
- protected:
+protected:
     void SetUp() override {
         fakeKernel() = FakeKernel();
         fakeKernel().tables["ART"] = {{"TEXT", 1, WDB_T_TEXT, 0},
@@ -35,7 +35,8 @@ TEST_F(ObjectArguments, GetNeedsAFetchKey) {
     for (const auto& row : rows) {
         Request request(row.text, 4);
         EXPECT_EQ(sqlgetobject(&request.data, nullptr), 0) << row.reason;
-        EXPECT_EQ(withoutLine(request.document()), faultDocument("0", "WSQLFilter", row.context, row.fault)) << row.reason;
+        EXPECT_EQ(withoutLine(request.document()), faultDocument("0", "WSQLFilter", row.context, row.fault))
+            << row.reason;
         EXPECT_STREQ(request.data.message, row.fault) << row.reason;
     }
 }
@@ -53,14 +54,19 @@ TEST_F(ObjectArguments, SetChecksThemInOrder) {
     } rows[] = {
         {"", 0, kTable, "nothing given"},
         {"TABLE=\n", 0, kTable, "an empty name"},
-        {"TABLE=NONE\nCOLUMNNAME=TEXT\nRID=1\n", 1220, "Table \"%s\" does not exist.", "the placeholder stays"},
+        {"TABLE=NONE\nCOLUMNNAME=TEXT\nRID=1\n", 1220, "Table \"%s\" does not exist.",
+         "the placeholder stays"},
         {"TABLE=ART\nRID=1\n", 0, kColumn, "no column"},
-        {"TABLE=ART\nCOLUMNNAME=NONE\nRID=1\n", WDB_E_FIELD, "no such field", "the kernel's error, not doubled"},
+        {"TABLE=ART\nCOLUMNNAME=NONE\nRID=1\n", WDB_E_FIELD, "no such field",
+         "the kernel's error, not doubled"},
         {"TABLE=ART\nCOLUMNID=9\nRID=1\n", WDB_E_FIELD, "no such field", "by number too"},
         {"TABLE=ART\nCOLUMNNAME=QTY\nRID=1\n", 0,
-         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG VARBINARY.", "its type"},
+         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG "
+         "VARBINARY.",
+         "its type"},
         {"TABLE=ART\nCOLUMNID=3\nRID=1\n", 0,
-         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG VARBINARY.",
+         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG "
+         "VARBINARY.",
          "a number's name is found"},
         {"TABLE=ART\nCOLUMNNAME=R\nRID=1\n", 0,
          "Column \"R\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG VARBINARY.",
@@ -87,8 +93,8 @@ TEST_F(ObjectArguments, SetNamesThePhaseOfAColumnThatIsMissing) {
     fakeKernel().messages[WDB_E_FIELD] = "no such field";
     Request request("TABLE=ART\nCOLUMNNAME=NONE\n", 0);
     sqlsetobject(&request.data, nullptr);
-    EXPECT_EQ(request.document(),
-              faultDocument(std::to_string(WDB_E_FIELD), "validation", "WSQLFilter::setObject", "no such field"));
+    EXPECT_EQ(request.document(), faultDocument(std::to_string(WDB_E_FIELD), "validation",
+                                                "WSQLFilter::setObject", "no such field"));
 }
 
 }  // namespace

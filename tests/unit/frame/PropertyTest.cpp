@@ -7,7 +7,7 @@
 namespace {
 
 class Property : public testing::Test {
- protected:
+protected:
     void SetUp() override {
         fakeKernel() = FakeKernel();
         setenv("WDBS_LOG", "/nonexistent-directory", 1);
@@ -19,17 +19,23 @@ TEST_F(Property, SetStoresAndEchoes) {
     const struct {
         const char *statement, *name, *answer, *setting, *stored, *reason;
     } rows[] = {
-        {"SET PROPERTY selecttext = 'false'", "selecttext", "false", "SQL_SELECTTEXT", "0", "exactly false is off"},
-        {"SET PROPERTY selecttext = FALSE", "selecttext", "false", "SQL_SELECTTEXT", "0", "the keyword in any case"},
-        {"SET PROPERTY selecttext = 'FALSE'", "selecttext", "true", "SQL_SELECTTEXT", "1", "a text in another case is on"},
+        {"SET PROPERTY selecttext = 'false'", "selecttext", "false", "SQL_SELECTTEXT", "0",
+         "exactly false is off"},
+        {"SET PROPERTY selecttext = FALSE", "selecttext", "false", "SQL_SELECTTEXT", "0",
+         "the keyword in any case"},
+        {"SET PROPERTY selecttext = 'FALSE'", "selecttext", "true", "SQL_SELECTTEXT", "1",
+         "a text in another case is on"},
         {"SET PROPERTY SELECTBLOB = 0", "selectblob", "true", "SQL_SELECTBLOB", "1", "so is the digit"},
         {"SET PROPERTY batchindex = 'no'", "batchindex", "true", "SQL_BATCHINDEX", "1", "and the word no"},
         {"SET PROPERTY LazyIndex = TRUE", "lazyindex", "true", "SQL_LAZYINDEX", "1", "names in any case"},
-        {"SET PROPERTY lazyindex = NULL", "lazyindex", "true", "SQL_LAZYINDEX", "1", "NULL is the empty text"},
-        {"SET PROPERTY loglevel = 9", "loglevel", "9", "WELKSQL_LOG", "5", "the number is echoed, the level is limited"},
+        {"SET PROPERTY lazyindex = NULL", "lazyindex", "true", "SQL_LAZYINDEX", "1",
+         "NULL is the empty text"},
+        {"SET PROPERTY loglevel = 9", "loglevel", "9", "WELKSQL_LOG", "5",
+         "the number is echoed, the level is limited"},
         {"SET PROPERTY loglevel = '-2'", "loglevel", "-2", "WELKSQL_LOG", "0", "a sign needs a text"},
         {"SET PROPERTY loglevel = '3x'", "loglevel", "3", "WELKSQL_LOG", "3", "the decimal prefix"},
-        {"SET PROPERTY logging = TRUE", "logging", "true", "WELKSQL_LOG", "3", "stored as 3, whatever this call logs"},
+        {"SET PROPERTY logging = TRUE", "logging", "true", "WELKSQL_LOG", "3",
+         "stored as 3, whatever this call logs"},
         {"SET PROPERTY logging = FALSE", "logging", "false", "WELKSQL_LOG", "0", "off"},
     };
     for (const auto& row : rows) {
@@ -96,8 +102,9 @@ TEST_F(Property, EmptySearchesAreAllowedInTheSessionsWords) {
     fakeKernel().cclStatus = WDB_E_CCL_SYNTAX;
     EXPECT_FALSE(filter.UseZeroSearchSets());
     EXPECT_EQ(request.data.status, WDB_E_CCL_SYNTAX);
-    EXPECT_NE(request.document().find("faultSource=\"WSQLFilter\"\r\n      faultContext=\"UseZeroSearchSets\""),
-              std::string::npos);
+    EXPECT_NE(
+        request.document().find("faultSource=\"WSQLFilter\"\r\n      faultContext=\"UseZeroSearchSets\""),
+        std::string::npos);
 }
 
 }  // namespace

@@ -10,9 +10,9 @@
 #include "include/sqlengine.h"
 
 class Request {
- public:
-    // The text lies in memory of exactly size bytes (its own length when size is below 0), so that a sanitizer sees every
-    // byte too many.
+public:
+    // The text lies in memory of exactly size bytes (its own length when size is below 0), so that a
+    // sanitizer sees every byte too many.
     explicit Request(std::string_view text, std::uint32_t options = 36, std::int32_t size = -1) {
         const std::size_t bytes = size < 0 ? text.size() : static_cast<std::size_t>(size);
         memory_.reset(static_cast<char*>(std::malloc(bytes > 0 ? bytes : 1)));
@@ -29,7 +29,8 @@ class Request {
     ~Request() { std::free(data.output); }
 
     std::string document() const {
-        return data.output != nullptr ? std::string(data.output, static_cast<std::size_t>(data.outputLength)) : "(none)";
+        return data.output != nullptr ? std::string(data.output, static_cast<std::size_t>(data.outputLength))
+                                      : "(none)";
     }
     std::string text() const { return {data.text, static_cast<std::size_t>(data.textLength)}; }
     bool hostAreaUntouched() const {
@@ -41,7 +42,7 @@ class Request {
 
     FilterData data{};
 
- private:
+private:
     struct Free {
         void operator()(char* memory) const noexcept { std::free(memory); }
     };
@@ -50,8 +51,8 @@ class Request {
 
 inline const char* const kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n";
 
-inline std::string faultDocument(const std::string& code, const std::string& source, const std::string& context,
-                                 const std::string& text) {
+inline std::string faultDocument(const std::string& code, const std::string& source,
+                                 const std::string& context, const std::string& text) {
     return kDeclaration + ("<Fault faultCode=\"" + code) + "\"\r\n      faultSource=\"" + source +
            "\"\r\n      faultContext=\"" + context + "\">" + text + "</Fault>";
 }

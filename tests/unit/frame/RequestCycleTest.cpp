@@ -14,12 +14,13 @@ namespace {
 namespace fs = std::filesystem;
 
 class RequestCycle : public testing::Test {
- protected:
+protected:
     void SetUp() override { fakeKernel() = FakeKernel(); }
 };
 
 TEST_F(RequestCycle, CommitAndRollbackAnswerAnEmptySuccess) {
-    for (const char* statement : {"COMMIT", "commit work", "ROLLBACK", "Rollback Work", " COMMIT\n-- done\n"}) {
+    for (const char* statement :
+         {"COMMIT", "commit work", "ROLLBACK", "Rollback Work", " COMMIT\n-- done\n"}) {
         Request request(statement);
         EXPECT_EQ(execsql(&request.data, nullptr), 1) << statement;
         EXPECT_EQ(request.document(), successDocument("")) << statement;
@@ -33,7 +34,10 @@ TEST_F(RequestCycle, WritesTheContentTypeWhereItFits) {
         std::int32_t size;
         const char* reason;
         bool written;
-    } rows[] = {{6, "no room", false}, {10, "not even with its NUL", false}, {11, "just fits", true}, {40, "fits", true}};
+    } rows[] = {{6, "no room", false},
+                {10, "not even with its NUL", false},
+                {11, "just fits", true},
+                {40, "fits", true}};
     for (const auto& row : rows) {
         Request request("COMMIT", 36, row.size);
         ASSERT_EQ(execsql(&request.data, nullptr), 1);
@@ -58,7 +62,8 @@ TEST_F(RequestCycle, ParseFailuresLeaveTheRequestAlone) {
         Request request(row.statement, 36, row.size);
         const std::string before = request.text();
         EXPECT_EQ(execsql(&request.data, nullptr), 0) << row.reason;
-        EXPECT_EQ(request.document(), faultDocument("0", "WSQLFilter:585", "SQLFilter::execSql", "syntax error"))
+        EXPECT_EQ(request.document(),
+                  faultDocument("0", "WSQLFilter:585", "SQLFilter::execSql", "syntax error"))
             << row.reason;
         EXPECT_EQ(request.text(), before) << row.reason;
         EXPECT_EQ(fakeKernel().saves, 0) << "nothing is executed";
@@ -76,7 +81,8 @@ TEST_F(RequestCycle, DeepNestingIsAFaultWithItsOwnCode) {
     const std::string statement = "SELECT " + std::string(20000, '(') + "1" + std::string(20000, ')');
     Request request(statement);
     EXPECT_EQ(execsql(&request.data, nullptr), 4);
-    EXPECT_EQ(request.document(), faultDocument("2", "WSQLFilter:585", "SQLFilter::execSql", "memory exhausted"));
+    EXPECT_EQ(request.document(),
+              faultDocument("2", "WSQLFilter:585", "SQLFilter::execSql", "memory exhausted"));
 }
 
 TEST_F(RequestCycle, StopsAtTheFirstNul) {
@@ -85,15 +91,16 @@ TEST_F(RequestCycle, StopsAtTheFirstNul) {
 }
 
 TEST_F(RequestCycle, StatementsWithoutExecutorAreUnsupported) {
-    for (const char* statement :
-         {"ALTER TABLE t ADD COLUMN c INTEGER", "UPDATE t SET a = 1", "DELETE FROM t", "DROP TABLE t",
-          "GRANT ALL PRIVILEGES ON t TO u", "GET OBJECT = 'key'", "UPDATE t SET OBJECT (c, 'data=x') WHERE a = 1"}) {
+    for (const char* statement : {"ALTER TABLE t ADD COLUMN c INTEGER", "UPDATE t SET a = 1", "DELETE FROM t",
+                                  "DROP TABLE t", "GRANT ALL PRIVILEGES ON t TO u", "GET OBJECT = 'key'",
+                                  "UPDATE t SET OBJECT (c, 'data=x') WHERE a = 1"}) {
         Request request(statement);
         EXPECT_EQ(execsql(&request.data, nullptr), 0) << statement;
         EXPECT_EQ(request.document(), faultDocument("0", "WSQLFilter:656", "WSQLFilter::execSql",
                                                     "Statement not currently supported."))
             << statement;
-        EXPECT_STREQ(request.data.text, "TEXT\nUTF-8") << "an executed statement tells its encoding, a fault too";
+        EXPECT_STREQ(request.data.text, "TEXT\nUTF-8")
+            << "an executed statement tells its encoding, a fault too";
     }
 }
 
@@ -102,8 +109,8 @@ TEST_F(RequestCycle, AFailedCommitReplacesTheAnswer) {
     fakeKernel().loadStatus = WDB_E_STORAGE;
     Request request("COMMIT");
     EXPECT_EQ(execsql(&request.data, nullptr), WDB_E_STORAGE);
-    EXPECT_EQ(request.document(), faultDocument(std::to_string(WDB_E_STORAGE), "WdbLoadStatus", "WSQLFilter::execSql",
-                                                "storage failure"));
+    EXPECT_EQ(request.document(), faultDocument(std::to_string(WDB_E_STORAGE), "WdbLoadStatus",
+                                                "WSQLFilter::execSql", "storage failure"));
     EXPECT_EQ(fakeKernel().loads, 1);
 }
 
@@ -122,8 +129,10 @@ TEST_F(RequestCycle, LogsTheHeadOfAStatement) {
     for (const auto& entry : fs::directory_iterator(directory)) text << std::ifstream(entry.path()).rdbuf();
     fs::remove_all(directory);
     const std::string log = text.str();
-    EXPECT_NE(log.find("INFO] WSQLFilter::execSql: WELKsql v2. SQL processing filter entered.\n"), std::string::npos);
-    EXPECT_NE(log.find("Parsing SQL statement \"" + statement.substr(0, 1024) + "\"\n"), std::string::npos) << log;
+    EXPECT_NE(log.find("INFO] WSQLFilter::execSql: WELKsql v2. SQL processing filter entered.\n"),
+              std::string::npos);
+    EXPECT_NE(log.find("Parsing SQL statement \"" + statement.substr(0, 1024) + "\"\n"), std::string::npos)
+        << log;
     EXPECT_EQ(log.find(statement.substr(0, 1025)), std::string::npos);
     const std::string fault = "ERROR] WSQLFilter:585: syntax error\n";
     const std::size_t first = log.find(fault);

@@ -12,7 +12,7 @@ namespace wsql {
 namespace {
 
 class Scope : public testing::Test {
- protected:
+protected:
     void SetUp() override { fakeKernel() = FakeKernel(); }
 };
 
@@ -38,7 +38,11 @@ TEST_F(Scope, AnswersWhatCouldNotBeStored) {
     const struct {
         std::int32_t status;
         bool replaces;
-    } rows[] = {{WDB_OK, false}, {WDB_E_NO_STATUS, false}, {WDB_E_NO_SESSION, false}, {WDB_E_STORAGE, true}, {WDB_E_CORRUPT, true}};
+    } rows[] = {{WDB_OK, false},
+                {WDB_E_NO_STATUS, false},
+                {WDB_E_NO_SESSION, false},
+                {WDB_E_STORAGE, true},
+                {WDB_E_CORRUPT, true}};
     for (const auto& row : rows) {
         fakeKernel().loadStatus = row.status;
         fakeKernel().messages[row.status] = "the kernel's text";
@@ -48,9 +52,10 @@ TEST_F(Scope, AnswersWhatCouldNotBeStored) {
             StatusScope scope(filter, "WSQLFilter::ExecuteInsert");
             filter.ReportSuccess("stored");
         }
-        EXPECT_EQ(request.document(), row.replaces ? faultDocument(std::to_string(row.status), "WdbLoadStatus",
-                                                                   "WSQLFilter::ExecuteInsert", "the kernel's text")
-                                                   : successDocument("stored"));
+        EXPECT_EQ(request.document(), row.replaces
+                                          ? faultDocument(std::to_string(row.status), "WdbLoadStatus",
+                                                          "WSQLFilter::ExecuteInsert", "the kernel's text")
+                                          : successDocument("stored"));
         EXPECT_EQ(request.data.status, row.replaces ? row.status : 1);
     }
 }

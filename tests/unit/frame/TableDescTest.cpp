@@ -6,7 +6,7 @@
 namespace {
 
 class TableDesc : public testing::Test {
- protected:
+protected:
     void SetUp() override { fakeKernel() = FakeKernel(); }
 };
 

@@ -52,7 +52,7 @@ TEST(CStringBuffer, InsertsBeforeAPosition) {
         std::int32_t position;
         const char* result;
     } rows[] = {
-        {"doc", 0, "<>doc"}, {"doc", 2, "do<>c"}, {"doc", 3, "doc<>"},
+        {"doc", 0, "<>doc"},  {"doc", 2, "do<>c"},  {"doc", 3, "doc<>"},
         {"doc", 99, "doc<>"}, {"doc", -1, "doc<>"}, {"", 0, "<>"},
     };
     for (const auto& row : rows) {

@@ -10,7 +10,7 @@ namespace wsql {
 namespace {
 
 class Encoding : public testing::Test {
- protected:
+protected:
     void SetUp() override { fakeKernel() = FakeKernel(); }
 };
 
@@ -28,14 +28,14 @@ TEST_F(Encoding, ReadsTheSettingDifferentlyForStartAndConversion) {
         std::int32_t codePage;
         const char* converter;
     } rows[] = {
-        {1, nullptr, ".28591", 28591, "Cp1252"},   {2, nullptr, ".28592", 28592, "LATIN-2"},
-        {3, nullptr, ".28593", 28593, "LATIN-3"},  {16, "LA2", "", 65001, nullptr},
-        {17, nullptr, ".936", 936, "GB-2312"},     {18, nullptr, ".936", 936, "GBK"},
-        {20, nullptr, ".932", 932, "Cp1252"},      {99, nullptr, "", 0, "Cp1252"},
-        {0, nullptr, ".28591", 28591, "Cp1252"},   {0, "MUL", ".28591", 28591, "Cp1252"},
-        {0, "LA2", ".28592", 28592, "LATIN-2"},    {0, "LA2X", ".28592", 28592, "Cp1252"},
-        {0, "SJIS", ".932", 932, "Cp1252"},        {0, "UTF", ".28591", 28591, nullptr},
-        {0, "CHI", ".936", 936, "GB-2312"},        {0, "nonsense", ".28591", 28591, "Cp1252"},
+        {1, nullptr, ".28591", 28591, "Cp1252"},  {2, nullptr, ".28592", 28592, "LATIN-2"},
+        {3, nullptr, ".28593", 28593, "LATIN-3"}, {16, "LA2", "", 65001, nullptr},
+        {17, nullptr, ".936", 936, "GB-2312"},    {18, nullptr, ".936", 936, "GBK"},
+        {20, nullptr, ".932", 932, "Cp1252"},     {99, nullptr, "", 0, "Cp1252"},
+        {0, nullptr, ".28591", 28591, "Cp1252"},  {0, "MUL", ".28591", 28591, "Cp1252"},
+        {0, "LA2", ".28592", 28592, "LATIN-2"},   {0, "LA2X", ".28592", 28592, "Cp1252"},
+        {0, "SJIS", ".932", 932, "Cp1252"},       {0, "UTF", ".28591", 28591, nullptr},
+        {0, "CHI", ".936", 936, "GB-2312"},       {0, "nonsense", ".28591", 28591, "Cp1252"},
     };
     for (const auto& row : rows) {
         const std::string name = std::to_string(row.session) + (row.setting != nullptr ? row.setting : "");
@@ -52,7 +52,8 @@ TEST_F(Encoding, ReadsTheSettingDifferentlyForStartAndConversion) {
 TEST_F(Encoding, EscapesThreeCharactersOnly) {
     const CharacterSet utf8 = conversionCharacterSet();
     EXPECT_EQ(xml(utf8, "a<b&c>d\"'"), "a&lt;b&amp;c&gt;d\"'");
-    EXPECT_EQ(xml(utf8, "\x01\xC3\xA4\xFF"), "\x01\xC3\xA4\xFF") << "bytes of a UTF-8 session stand as they are";
+    EXPECT_EQ(xml(utf8, "\x01\xC3\xA4\xFF"), "\x01\xC3\xA4\xFF")
+        << "bytes of a UTF-8 session stand as they are";
     CStringBuffer buffer(16);
     appendXmlAttribute(utf8, buffer, "a\"b<");
     EXPECT_EQ(buffer.view(), "a&quot;b&lt;");
@@ -70,8 +71,11 @@ TEST_F(Encoding, ConvertsSessionTexts) {
         std::int32_t set;
         const char *text, *utf8;
     } rows[] = {
-        {1, "\xE4\x80<", "\xC3\xA4\xE2\x82\xAC&lt;"}, {2, "\xB1", "\xC4\x85"}, {3, "\xA1", "\xC4\xA6"},
-        {17, "\xD6\xD0", "\xE4\xB8\xAD"},             {18, "\xD6\xD0", "\xE4\xB8\xAD"},
+        {1, "\xE4\x80<", "\xC3\xA4\xE2\x82\xAC&lt;"},
+        {2, "\xB1", "\xC4\x85"},
+        {3, "\xA1", "\xC4\xA6"},
+        {17, "\xD6\xD0", "\xE4\xB8\xAD"},
+        {18, "\xD6\xD0", "\xE4\xB8\xAD"},
     };
     for (const auto& row : rows) {
         fakeKernel().charset = row.set;
@@ -99,7 +103,8 @@ TEST_F(Encoding, LeavesTheBufferAloneWhenNothingIsConverted) {
     EXPECT_TRUE(convertToUtf8(conversionCharacterSet(), buffer, "\xD6\xD0", true));
     EXPECT_EQ(buffer.view(), "kept\xE4\xB8\xAD");
     EXPECT_FALSE(convertToUtf8({1, "", 0, "no such converter"}, buffer, "x", false));
-    EXPECT_EQ(xml({1, "", 0, "no such converter"}, "\xE4<"), "\xE4&lt;") << "unconverted bytes stand for themselves";
+    EXPECT_EQ(xml({1, "", 0, "no such converter"}, "\xE4<"), "\xE4&lt;")
+        << "unconverted bytes stand for themselves";
 }
 
 }  // namespace

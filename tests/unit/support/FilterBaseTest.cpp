@@ -17,14 +17,14 @@ namespace {
 namespace fs = std::filesystem;
 
 class TestFilter : public CFilterBase {
- public:
+public:
     explicit TestFilter(FilterData* data, bool parse = false) : CFilterBase(data, parse) {}
     using CFilterBase::logFilePath;
     using CFilterBase::LogPathOptions;
 };
 
 class FilterBase : public testing::Test {
- protected:
+protected:
     void SetUp() override {
         fakeKernel() = FakeKernel();
         directory_ = fs::path(testing::TempDir()) / ("wsql_filterbase_" + std::to_string(getpid()));
@@ -43,11 +43,13 @@ class FilterBase : public testing::Test {
     }
     std::string logged() const {
         std::stringstream text;
-        for (const auto& entry : fs::directory_iterator(directory_)) text << std::ifstream(entry.path()).rdbuf();
+        for (const auto& entry : fs::directory_iterator(directory_))
+            text << std::ifstream(entry.path()).rdbuf();
         return text.str();
     }
     std::size_t files() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory_), fs::directory_iterator()));
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(directory_), fs::directory_iterator()));
     }
     FilterData data_{};
     std::string text_;
@@ -109,7 +111,8 @@ TEST_F(FilterBase, LogsUpToItsLevelIntoAFileOfItsThread) {
         filter.error("C", 8866, "bad\n");
         EXPECT_EQ(filter.configurationPath(), directory_.string());
     }
-    const std::string name = "sqlfilter_" + std::to_string(getpid()) + "_" + std::to_string(gettid()) + ".log";
+    const std::string name =
+        "sqlfilter_" + std::to_string(getpid()) + "_" + std::to_string(gettid()) + ".log";
     EXPECT_TRUE(fs::exists(directory_ / name)) << "a trailing separator of either kind is removed";
     const std::string text = logged();
     EXPECT_NE(text.find("   INFO] FilterBase: Logging started.\n"), std::string::npos) << text;
@@ -145,8 +148,10 @@ TEST_F(FilterBase, AnnouncesALevelThatItFinds) {
     filter.evaluateLevel();
     EXPECT_EQ(filter.logLevel(), 0);
     const std::string text = logged();
-    EXPECT_NE(text.find("   INFO] FilterBase: Trying to obtain log level setting.\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("WARNING] FilterBase: Log level is set to log errors and warnings.\n"), std::string::npos);
+    EXPECT_NE(text.find("   INFO] FilterBase: Trying to obtain log level setting.\n"), std::string::npos)
+        << text;
+    EXPECT_NE(text.find("WARNING] FilterBase: Log level is set to log errors and warnings.\n"),
+              std::string::npos);
     EXPECT_NE(text.find("   INFO] FilterBase: Log level is set to no logging.\n"), std::string::npos);
 }
 
@@ -155,7 +160,8 @@ TEST_F(FilterBase, NamesItsLogFiles) {
     EXPECT_EQ(TestFilter::logFilePath("/d/", "n", {".txt", true, false, false}), "/d/n_" + pid + ".txt");
     EXPECT_EQ(TestFilter::logFilePath("/", "n", {nullptr, false, false, false}), "/n.log");
     EXPECT_EQ(TestFilter::logFilePath("", "n", {"", false, false, false}), directory_.string() + "/n.log");
-    EXPECT_EQ(TestFilter::logFilePath("d", "n", {"log", false, false, true}).size(), std::string("d/n_.log").size() + 17);
+    EXPECT_EQ(TestFilter::logFilePath("d", "n", {"log", false, false, true}).size(),
+              std::string("d/n_.log").size() + 17);
 }
 
 TEST_F(FilterBase, SwitchesLoggingWithItsErrorLog) {

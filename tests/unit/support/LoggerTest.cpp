@@ -1,12 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "src/support/WfxFileLogger.h"
 
@@ -14,8 +14,11 @@ namespace wsql {
 namespace {
 
 class Logger : public testing::Test {
- protected:
-    void SetUp() override { path_ = testing::TempDir() + "wsql_logger_" + std::to_string(getpid()) + ".log"; std::remove(path_.c_str()); }
+protected:
+    void SetUp() override {
+        path_ = testing::TempDir() + "wsql_logger_" + std::to_string(getpid()) + ".log";
+        std::remove(path_.c_str());
+    }
     void TearDown() override { std::remove(path_.c_str()); }
     std::string written() const {
         std::ifstream file(path_);

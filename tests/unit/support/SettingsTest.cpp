@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <unistd.h>
+#include <cstdlib>
 
 #include <filesystem>
 #include <fstream>
@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 class Settings : public testing::Test {
- protected:
+protected:
     void SetUp() override {
         directory_ = fs::path(testing::TempDir()) / ("wsql_settings_" + std::to_string(getpid()));
         fs::remove_all(directory_);
@@ -31,8 +31,11 @@ class Settings : public testing::Test {
 };
 
 TEST_F(Settings, LooksUpLinesOfTheInstallation) {
-    const auto lines = readSettingsLines(put("s", "OTHER=1\nWDBS_Log=/var/log  # here\nnothing\nwdbs_log=second\nE=\n"
-                                                  "H=#x\nT=a b \t\r\n").c_str());
+    const auto lines =
+        readSettingsLines(put("s",
+                              "OTHER=1\nWDBS_Log=/var/log  # here\nnothing\nwdbs_log=second\nE=\n"
+                              "H=#x\nT=a b \t\r\n")
+                              .c_str());
     ASSERT_TRUE(lines.has_value());
     EXPECT_EQ(findSetting(*lines, "WDBS_LOG"), "/var/log");
     EXPECT_EQ(findSetting(*lines, "E"), "");
@@ -54,8 +57,9 @@ TEST_F(Settings, ReadsConfigurationFilesWithTheirIncludes) {
     put("b.conf", "key=late\nnew=b\n");
     put("a.conf", "new=a\n");
     put("c.txt", "key=never\n");
-    const std::string path = put("main", "# comment\n'x=1\n;x=1\n//x=1\n  key = value = 2 \nbare\nConfigDir=" +
-                                             directory_.string() + "\n[Section]\nkey=in section\n");
+    const std::string path = put(
+        "main", "# comment\n'x=1\n;x=1\n//x=1\n  key = value = 2 \nbare\nConfigDir=" + directory_.string() +
+                    "\n[Section]\nkey=in section\n");
     ConfigFile file;
     ASSERT_TRUE(file.read(path.c_str()));
     const auto value = [&](const char* section, const char* key) {
@@ -76,9 +80,17 @@ TEST(Text, ReadsDecimalPrefixes) {
     const struct {
         const char* text;
         std::int32_t number;
-    } rows[] = {{"5", 5},     {" -2x", -2}, {"+7", 7},   {"", 0},
-                {"x", 0},     {"3.9", 3},   {"- 1", 0},  {"4294967296", INT32_MAX},
-                {"-99999999999999999999", INT32_MIN}, {"2147483647", INT32_MAX}, {"-2147483648", INT32_MIN}};
+    } rows[] = {{"5", 5},
+                {" -2x", -2},
+                {"+7", 7},
+                {"", 0},
+                {"x", 0},
+                {"3.9", 3},
+                {"- 1", 0},
+                {"4294967296", INT32_MAX},
+                {"-99999999999999999999", INT32_MIN},
+                {"2147483647", INT32_MAX},
+                {"-2147483648", INT32_MIN}};
     for (const auto& row : rows) EXPECT_EQ(decimalPrefix(row.text), row.number) << row.text;
 }
 
