@@ -31,4 +31,10 @@ void SnapshotCache::dropTakenUnder(uint64_t saved) {
     std::erase_if(kept_, [&](const Kept& kept) { return kept.saved == saved; });
 }
 
+void SnapshotCache::passOn(uint64_t from, uint64_t to) {
+    for (Kept& kept : kept_) {
+        if (kept.saved == from) kept.saved = to;
+    }
+}
+
 }  // namespace wdb

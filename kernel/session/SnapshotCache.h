@@ -25,6 +25,8 @@ public:
     void dropAll() { kept_.clear(); }
     // Those taken while this saved status was on top.
     void dropTakenUnder(uint64_t saved);
+    // The status went without a restore: its snapshots live as long as another one.
+    void passOn(uint64_t from, uint64_t to);
     void dropTemporary() {
         if (!kept_.empty()) dropTakenUnder(0);
     }

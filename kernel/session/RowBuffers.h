@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <vector>
+
+namespace wdb {
+
+// Memory that the session has handed out and that the caller gives back, newest last.
+class RowBuffers {
+public:
+    RowBuffers() = default;
+    RowBuffers(const RowBuffers&) = delete;
+    RowBuffers& operator=(const RowBuffers&) = delete;
+    ~RowBuffers() {
+        for (void* memory : live_) std::free(memory);
+    }
+
+    // Null when there is no memory.
+    void* allocate(size_t size) {
+        live_.reserve(live_.size() + 1);
+        void* memory = std::malloc(size);
+        if (memory != nullptr) live_.push_back(memory);
+        return memory;
+    }
+    // False when the memory is not from here.
+    bool release(void* memory) {
+        for (size_t i = live_.size(); i-- > 0;) {
+            if (live_[i] != memory) continue;
+            live_.erase(live_.begin() + static_cast<ptrdiff_t>(i));
+            std::free(memory);
+            return true;
+        }
+        return false;
+    }
+    size_t size() const { return live_.size(); }
+
+private:
+    std::vector<void*> live_;
+};
+
+}  // namespace wdb

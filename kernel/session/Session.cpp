@@ -1,0 +1,231 @@
+#include "kernel/session/Session.h"
+
+#include "kernel/common/Ascii.h"
+#include "kernel/jobs/IndexJob.h"
+#include "kernel/rules/RecordChange.h"
+
+namespace wdb {
+
+namespace {
+
+constexpr int64_t kSnapshotMax = 60;  // seconds
+constexpr std::chrono::seconds kSnapshotYoung(1);
+
+// Tags of the handles of a session's controls and cursors.
+uint16_t controlTag(uint16_t number) { return static_cast<uint16_t>(number << 1); }
+uint16_t cursorTag(uint16_t number) { return static_cast<uint16_t>((number << 1) | 1); }
+
+}  // namespace
+
+Result<std::unique_ptr<Session>> Session::open(const std::string& home, std::string_view user, std::string_view password,
+                                               uint32_t options, uint16_t number) {
+    DirectoryOptions directoryOptions;
+    directoryOptions.create = (options & WDB_OPEN_CREATE) != 0;
+    directoryOptions.readOnly = (options & WDB_OPEN_READ_ONLY) != 0;
+    directoryOptions.owner = std::string(trimName(user));
+    directoryOptions.password = std::string(password);
+    auto directory = SystemDirectory::open(home, directoryOptions);
+    if (!directory) return directory.status();
+    auto who = (*directory)->authenticate(trimName(user), password);
+    if (!who) return who.status();
+    return std::make_unique<Session>(std::move(*directory), std::move(*who), options, number);
+}
+
+Session::Session(std::shared_ptr<SystemDirectory> home, UserRecord who, uint32_t options, uint16_t number)
+    : directory(std::move(home)),
+      user(std::move(who)),
+      asyncIndex((options & WDB_OPEN_ASYNC_INDEX) != 0),
+      settings(*directory),
+      writer(directory, settings, clock, snapshots, (options & WDB_OPEN_READ_ONLY) != 0),
+      search(*this),
+      editor(directory),
+      controls(controlTag(number)),
+      cursors(cursorTag(number)),
+      jobs_(directory) {}
+
+Session::~Session() { writer.drop(); }
+
+bool Session::owns(const BaseDefinition& base) const {
+    return administrator() || equalsIgnoreCase(trimName(base.owner), trimName(user.name));
+}
+
+Actor Session::actor() const {
+    return {user.name, administrator(), administrator() || (user.rights & WDB_USER_CREATE) != 0, writer.readOnly()};
+}
+
+Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
+    auto base = directory->find(name);
+    if (!base) {
+        fail(base.status(), name);
+        return base.status();
+    }
+    if (!mayRead(*(*base)->definition())) return fail(WDB_E_BASE, name);
+    return base;
+}
+
+Result<BaseSnapshot*> Session::state(const std::shared_ptr<OpenBase>& base) {
+    if (!statuses.empty() && snapshots.age(*base) > kSnapshotYoung &&
+        snapshots.age(*base).count() >= settings.number("WDB_SNAPSHOT_MAX", kSnapshotMax)) {
+        search.snapshotGivenUp(*base);
+        snapshots.drop(*base);
+    }
+    return snapshots.get(base, writer.unitBase(*base), statuses.top());
+}
+
+Result<const BaseSnapshot*> Session::snapshot(const std::shared_ptr<OpenBase>& base) {
+    const auto found = state(base);
+    if (!found) return found.status();
+    return static_cast<const BaseSnapshot*>(*found);
+}
+
+Result<uint64_t> Session::recordCount(const std::shared_ptr<OpenBase>& base) {
+    if (const UnitBase* load = writer.loadBase(*base)) return load->writer->meta().liveCount;
+    const auto found = state(base);
+    if (!found) return found.status();
+    return (*found)->liveCount();
+}
+
+Status Session::loadRecord(RecordControl& control, RecordNumber number, uint64_t version) {
+    if (const UnitBase* load = writer.loadBase(*control.base)) {
+        const auto image = load->writer->image(number);
+        if (!image) return image.status();
+        const auto view = RecordView::validate(*image);
+        if (!view) return view.status();
+        control.dropRecord();
+        control.record.load(number, *view, view->commit());
+        return WDB_OK;
+    }
+    const auto found = state(control.base);
+    if (!found) return found.status();
+    const auto view = (*found)->record(number);
+    if (!view) return view.status();
+    control.dropRecord();
+    control.record.load(number, *view, version == 0 ? view->commit() : version);
+    return WDB_OK;
+}
+
+Status Session::putRecord(RecordControl& control) {
+    if (!control.attached() || control.deleted) return WDB_E_NO_RECORD;
+    if (control.listed || !control.writable) return WDB_E_READ_ONLY;
+    if (!mayWrite(*control.definition)) return WDB_E_RIGHT;
+    if (!control.record.any()) control.record.makeNew();
+    const auto base = writer.begin(control.base, statuses.top());
+    if (!base) return base.status();
+    const auto objects = control.record.pendingObjects();
+    RecordPut put(**base, control.record.data(), control.record.number(), objects);
+    const auto changed = [&](uint64_t commit) {
+        return commit > control.record.version() && commit != (*base)->writer->commitNumber() &&
+               !writer.isOwnCommit(control.base->id(), commit);
+    };
+    Status status = put.check(changed);
+    const bool writing = ok(status);
+    if (writing) status = put.write();
+    const bool torn = writing && !ok(status);
+    status = writer.end(status, torn);
+    if (ok(status)) control.record.stored(put.number(), put.takeImage(), put.commit());
+    return status;
+}
+
+Status Session::deleteRecord(RecordControl& control) {
+    if (control.listed) return WDB_E_READ_ONLY;
+    if (!control.attached() || !control.record.any() || control.record.number() == 0) return WDB_E_NO_RECORD;
+    if (!control.writable) return WDB_E_READ_ONLY;
+    if (!mayWrite(*control.definition)) return WDB_E_RIGHT;
+    const auto base = writer.begin(control.base, statuses.top());
+    if (!base) return base.status();
+    RecordDelete removal(**base, control.record.number());
+    Status status = removal.check();
+    const bool writing = ok(status);
+    if (writing) status = removal.write();
+    const bool torn = writing && !ok(status);
+    status = writer.end(status, torn);
+    if (!ok(status)) return status;
+    control.dropRecord();
+    control.deleted = true;
+    return WDB_OK;
+}
+
+void Session::removeControl(uint64_t handle) {
+    if (controls.object(handle).cursors > 0) {
+        cursors.each([&](uint64_t cursor, const FieldCursor& placed) {
+            if (placed.control == handle) cursors.remove(cursor);
+        });
+    }
+    controls.remove(handle);
+}
+
+void Session::removeCursor(uint64_t handle) {
+    if (RecordControl* owner = controls.find(cursors.object(handle).control)) --owner->cursors;
+    cursors.remove(handle);
+}
+
+void Session::dropListEntry() {
+    if (controlList.handle == 0) return;
+    removeControl(controlList.handle);
+    controlList.handle = 0;
+}
+
+void Session::saveStatus() {
+    statuses.push(search.save(), controlList.state());
+    if (!statuses.tooMany()) return;
+    const uint64_t dropped = statuses.dropOldest();
+    writer.savedDropped(dropped, statuses.oldest());
+    snapshots.passOn(dropped, statuses.oldest());
+}
+
+Status Session::loadStatus(bool restore, bool remove) {
+    if (statuses.empty()) return WDB_E_NO_STATUS;
+    if (restore) {
+        search.restore(statuses.back().search);
+        searched();
+        dropListEntry();
+        controlList.restore(statuses.back().controls);
+    }
+    if (!remove) return WDB_OK;
+    const uint64_t serial = statuses.top();
+    statuses.pop();
+    snapshots.dropTakenUnder(serial);
+    return writer.savedRemoved(serial);
+}
+
+Status Session::submitJob(const std::shared_ptr<OpenBase>& base) {
+    return jobs_.submit(base, !writer.readOnly(), clock.nowMicros());
+}
+
+Status Session::fail(Status status, std::string_view subject, int32_t position) {
+    lastError.position = position;
+    lastError.subject.assign(subject);
+    lastError.fresh = true;
+    return status;
+}
+
+void Session::endCall(Status status) {
+    if (statuses.empty()) snapshots.dropTemporary();
+    publishCounts();
+    if (ok(status) || status == WDB_FAIL) {
+        lastError.fresh = false;
+        return;
+    }
+    lastError.code = status;
+    if (!lastError.fresh) {
+        lastError.position = 0;
+        lastError.subject.clear();
+    }
+    lastError.fresh = false;
+}
+
+void Session::publishCounts() {
+    const auto publish = [](std::atomic<int32_t>& count, size_t value) {
+        count.store(static_cast<int32_t>(value), std::memory_order_relaxed);
+    };
+    publish(counts_.controls, controls.size());
+    publish(counts_.cursors, cursors.size());
+    publish(counts_.rowBuffers, rowBuffers.size());
+    publish(counts_.ruleLists, ruleLists.size());
+    publish(counts_.savedStatuses, statuses.size());
+    publish(counts_.snapshots, snapshots.size());
+}
+
+void Session::searched() { counts_.sets.store(search.liveSets(), std::memory_order_relaxed); }
+
+}  // namespace wdb

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "include/wdb.h"
+#include "kernel/catalog/DefinitionEditor.h"
+#include "kernel/catalog/SystemDirectory.h"
+#include "kernel/search/Search.h"
+#include "kernel/search/SearchContext.h"
+#include "kernel/session/Charset.h"
+#include "kernel/session/ControlList.h"
+#include "kernel/session/FieldCursor.h"
+#include "kernel/session/HandleTable.h"
+#include "kernel/session/Hooks.h"
+#include "kernel/session/IndexJobs.h"
+#include "kernel/session/RecordControl.h"
+#include "kernel/session/RowBuffers.h"
+#include "kernel/session/SessionClock.h"
+#include "kernel/session/SessionWriter.h"
+#include "kernel/session/Settings.h"
+#include "kernel/session/ShellSymbols.h"
+#include "kernel/session/SnapshotCache.h"
+#include "kernel/session/StatusStack.h"
+
+namespace wdb {
+
+// What a session holds beyond its calls, and what it answers to searches. One thread at a time works with it; the API
+// (kernel/api) calls it through the thread's bound session. Members are public where the API works on the part itself;
+// the functions here are those that concern several parts.
+class Session final : public SearchContext {
+public:
+    // Authenticates the user and opens the home directory. `number`: of this process's sessions, part of the handles that
+    // the session gives out. WDB_E_USER, WDB_E_ARGUMENT, WDB_E_STORAGE, WDB_E_CORRUPT.
+    static Result<std::unique_ptr<Session>> open(const std::string& home, std::string_view user, std::string_view password,
+                                                 uint32_t options, uint16_t number);
+    Session(std::shared_ptr<SystemDirectory> home, UserRecord who, uint32_t options, uint16_t number);
+    ~Session() override;
+
+    // --- the session's parts ---
+    const std::shared_ptr<SystemDirectory> directory;
+    const UserRecord user;
+    const bool asyncIndex;
+    SessionClock clock;
+    Settings settings;
+    Charset charset;
+    DateForm dates;
+    ShellSymbols symbols;
+    SnapshotCache snapshots;
+    SessionWriter writer;
+    Search search;
+    DefinitionEditor editor;
+    ControlList controlList;
+    StatusStack statuses;
+    HandleTable<RecordControl> controls;
+    HandleTable<FieldCursor> cursors;
+    RowBuffers rowBuffers;
+    std::vector<std::unique_ptr<WdbIntegrityRules>> ruleLists;
+    std::shared_ptr<const BaseDefinition> checkedBase;  // null: none
+    Hooks hooks;
+    LastError lastError;
+    RowItems row;  // of the latest row fetched; kept for its memory
+
+    // --- rights ---
+    bool administrator() const { return (user.rights & WDB_USER_ADMIN) != 0; }
+    // Owner or administrator.
+    bool owns(const BaseDefinition& base) const;
+    bool mayRead(const BaseDefinition& base) const { return owns(base); }
+    bool mayWrite(const BaseDefinition& base) const { return owns(base); }
+    Actor actor() const;
+
+    // --- bases and records ---
+    // The unit's or load's writes included. Given up and taken anew when it is older than the setting WDB_SNAPSHOT_MAX.
+    Result<BaseSnapshot*> state(const std::shared_ptr<OpenBase>& base);
+    Result<uint64_t> recordCount(const std::shared_ptr<OpenBase>& base);
+    // Loads a record into a control. WDB_FAIL when no record ever had the number, WDB_E_DELETED. `version` 0: as it is now.
+    Status loadRecord(RecordControl& control, RecordNumber number, uint64_t version = 0);
+    Status putRecord(RecordControl& control);
+    Status deleteRecord(RecordControl& control);
+
+    // An index job of kind 2 in the background.
+    Status submitJob(const std::shared_ptr<OpenBase>& base);
+
+    // --- handles: null unless alive ---
+    RecordControl* control(const WdbRecordControl* handle) { return controls.find(handleOf(handle)); }
+    FieldCursor* cursor(const WdbCursor* handle) { return cursors.find(handleOf(handle)); }
+    void removeControl(uint64_t handle);
+    void removeCursor(uint64_t handle);
+    void dropListEntry();
+
+    // --- saved statuses ---
+    void saveStatus();
+    Status loadStatus(bool restore, bool remove);
+
+    // --- what every call ends with ---
+    // Notes what a failure is about; the call's end adds the code.
+    Status fail(Status status, std::string_view subject, int32_t position = 0);
+    void endCall(Status status);
+
+    // Counts for WdbLiveHandles, readable from other threads.
+    struct Counts {
+        std::atomic<int32_t> controls{0}, cursors{0}, rowBuffers{0}, ruleLists{0}, savedStatuses{0}, sets{0}, snapshots{0};
+    };
+    const Counts& counts() const { return counts_; }
+    // Called by whatever may have made or dropped sets.
+    void searched();
+
+    // --- SearchContext ---
+    Result<std::shared_ptr<OpenBase>> findBase(Slice name) override;
+    bool mayRead(const BaseDefinition& base, FieldNumber) override { return owns(base); }
+    Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) override;
+    bool snapshotsStay() const override { return !statuses.empty(); }
+    const ccl::CommandWords& commandWords() const override { return symbols.words(); }
+    DateForm dateForm() const override { return dates; }
+    DayNumber today() const override { return clock.today(); }
+    Analyzer& analyzer() override { return analyzer_; }
+
+private:
+    void publishCounts();
+
+    Analyzer analyzer_;
+    IndexJobs jobs_;
+    Counts counts_;
+};
+
+}  // namespace wdb
