@@ -1,0 +1,167 @@
+#include "kernel/check/BaseVerifier.h"
+
+#include "kernel/check/ExpectedIndex.h"
+#include "kernel/index/IndexFormat.h"
+#include "kernel/index/IndexView.h"
+#include "kernel/record/Value.h"
+#include "kernel/record/ValueKey.h"
+#include "kernel/rules/UniqueKeys.h"
+
+namespace wdb {
+namespace {
+
+// Ends the check: the caller wants no more findings.
+constexpr Status kStopped = WDB_FAIL;
+
+class Verifier {
+public:
+    Verifier(const BaseSnapshot& snapshot, const VerifyOptions& options, const FindingSink& report)
+        : snapshot_(snapshot), options_(options), report_(report), reader_(snapshot.reader()) {}
+
+    Status run() {
+        Status status = records();
+        if (ok(status)) status = keys();
+        if (ok(status) && !options_.skipIndex) status = indexes();
+        if (!ok(status) && status != kStopped) return status;
+        return sound_ ? WDB_OK : WDB_E_CORRUPT;
+    }
+
+private:
+    Status find(Severity severity, RecordNumber record, const std::string& text) {
+        if (severity != Severity::Note) sound_ = false;
+        const bool goOn = !report_ || report_(severity, record, text);
+        return goOn && !options_.stopAtFirst ? WDB_OK : kStopped;
+    }
+
+    Status records() {
+        uint64_t count = 0;
+        WDB_TRY(reader_.forEachRecord(1, [&](RecordNumber number, Slice image) -> Status {
+            ++count;
+            live_.push_back(number);
+            const Result<RecordView> view = RecordView::validate(image);
+            if (!view) return find(Severity::Damage, number, "The record does not decode.");
+            for (PartNumber part = 0; part <= view->partCount(); ++part) {
+                WDB_TRY(fields(number, part == 0 ? view->head() : view->part(part)));
+            }
+            return recordKeys(number, *view);
+        }));
+        if (count == snapshot_.liveCount()) return WDB_OK;
+        return find(Severity::Damage, 0, "The base counts " + std::to_string(snapshot_.liveCount()) + " records and has " +
+                                             std::to_string(count) + ".");
+    }
+
+    Status fields(RecordNumber number, const FieldsView& view) {
+        for (size_t place = 0; place < view.size(); ++place) {
+            const FieldDefinition* field = snapshot_.schema().find(view.field(place));
+            if (field == nullptr) {
+                WDB_TRY(find(Severity::Damage, number, "A value of the unknown field " + std::to_string(view.field(place)) + "."));
+                continue;
+            }
+            for (const Slice item : view.itemsAt(place)) {
+                if (item.empty() || isCanonical(field->type, item)) continue;
+                WDB_TRY(find(Severity::Damage, number, "A value of field " + field->name + " does not fit its type."));
+            }
+        }
+        return WDB_OK;
+    }
+
+    Status recordKeys(RecordNumber number, const RecordView& view) {
+        for (const std::string& key : keysOf(snapshot_.definition(), view)) {
+            ++keyCount_;
+            const Result<RecordNumber> owner = reader_.findKey(key);
+            if (!owner && owner.status() != WDB_FAIL) return owner.status();
+            if (!owner || *owner != number) WDB_TRY(find(Severity::Damage, number, "A unique key does not lead to its record."));
+        }
+        return WDB_OK;
+    }
+
+    Status keys() {
+        uint64_t stored = 0;
+        WDB_TRY(reader_.forEachKey([&](Slice, RecordNumber) -> Status {
+            ++stored;
+            return WDB_OK;
+        }));
+        if (stored == keyCount_) return WDB_OK;
+        return find(Severity::Damage, 0, std::to_string(stored) + " unique keys are stored, the records have " +
+                                             std::to_string(keyCount_) + ".");
+    }
+
+    Status indexes() {
+        IndexView index = snapshot_.index();
+        WDB_TRY(sameSet(index.live(), live_, "The set of live records"));
+        for (const FieldDefinition& field : snapshot_.schema().fields()) {
+            Result<ExpectedIndex> expected = ExpectedIndex::of(reader_, field);
+            if (!expected) return expected.status();
+            WDB_TRY(fieldIndex(index, field, *expected));
+        }
+        return WDB_OK;
+    }
+
+    Status fieldIndex(IndexView& index, const FieldDefinition& field, ExpectedIndex& expected) {
+        const std::string of = " of field " + field.name;
+        WDB_TRY(sameSet(index.present(field.number), expected.present, "The set of values" + of));
+        if (field.type == FieldType::String) return WDB_OK;
+        if (holdsItems(field.type)) WDB_TRY(sameSet(index.multi(field.number), expected.multi, "The set of lists" + of));
+        std::string term;
+        uint64_t count = 0;
+        Status status = index.nextTerm(field.number, term, count);
+        for (; ok(status); status = index.nextTerm(field.number, term, count)) {
+            const auto place = expected.terms.find(term);
+            if (place == expected.terms.end()) {
+                WDB_TRY(find(Severity::Repairable, 0, "A term" + of + " is in the index that no record has."));
+                continue;
+            }
+            place->second.seen = true;
+            if (count != place->second.records.size()) {
+                WDB_TRY(find(Severity::Repairable, 0, "A term" + of + " has a wrong number of records in the index."));
+            }
+            WDB_TRY(termRecords(index, field, place->first, place->second));
+        }
+        if (status != WDB_FAIL) return status;
+        for (const auto& [missing, records] : expected.terms) {
+            if (records.seen) continue;
+            WDB_TRY(find(Severity::Repairable, records.records.front(), "A term" + of + " is not in the index."));
+        }
+        return WDB_OK;
+    }
+
+    // Cut terms stand for several values; their number of records has been compared.
+    Status termRecords(IndexView& index, const FieldDefinition& field, const std::string& term, const ExpectedTerm& expected) {
+        const std::string what = "The index of field " + field.name;
+        if (field.type == FieldType::Text) {
+            return term.size() < kMaxTerm ? sameSet(index.word(field.number, Pattern(term)), expected.records, what) : WDB_OK;
+        }
+        return term.size() < kMaxValueKey ? sameSet(index.equal(field.number, expected.sample), expected.records, what) : WDB_OK;
+    }
+
+    Status sameSet(const Result<RecordSet>& set, const std::vector<RecordNumber>& expected, const std::string& what) {
+        if (!set) {
+            if (set.status() != WDB_E_CORRUPT) return set.status();
+            return find(Severity::Repairable, 0, what + " does not decode.");
+        }
+        if (const std::string wrong = set->validate(); !wrong.empty()) {
+            return find(Severity::Repairable, 0, what + ": " + wrong + ".");
+        }
+        const RecordSet wanted = RecordSet::of(expected);
+        if (*set == wanted) return WDB_OK;
+        const RecordSet extra = RecordSet::difference(*set, wanted);
+        if (!extra.empty()) return find(Severity::Repairable, extra.first(), what + " has a record too many.");
+        return find(Severity::Repairable, RecordSet::difference(wanted, *set).first(), what + " lacks a record.");
+    }
+
+    const BaseSnapshot& snapshot_;
+    const VerifyOptions options_;
+    const FindingSink& report_;
+    const BaseReader reader_;
+    std::vector<RecordNumber> live_;
+    uint64_t keyCount_ = 0;
+    bool sound_ = true;
+};
+
+}  // namespace
+
+Status verifyBase(const BaseSnapshot& snapshot, const VerifyOptions& options, const FindingSink& report) {
+    return Verifier(snapshot, options, report).run();
+}
+
+}  // namespace wdb
