@@ -35,7 +35,7 @@ struct BaseMeta {
     int64_t serialHigh = 0;   // highest number given to the serial field so far
     uint64_t commit = 0;      // number of the last commit that changed a record
     uint64_t queueCount = 0;  // records named by the queue's entries, a range counting as many as it has
-    uint64_t queueBytes = 0;  // bytes of images that the queue's records have now or had, for the merge's limit
+    uint64_t queueBytes = 0;  // bytes of images that the queue's entries stored and replaced, for the merge's limit
 
     // The position of this state: everything up to it has happened.
     Position position() const { return nextSequence - 1; }
@@ -53,6 +53,7 @@ struct QueueEntry {
     ChangeKind kind = ChangeKind::Put;
     RecordNumber record = 0;
     RecordNumber last = 0;  // of a Range, else equal to record
+    uint32_t bytes = 0;     // size of the image that was stored, in a Range of all
     Slice previous;         // image before the change, empty for a new record
 };
 
@@ -107,9 +108,9 @@ public:
     Result<Position> put(RecordNumber number, Slice image);
     // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
     Result<Position> remove(RecordNumber number);
-    // Stores a new record of a load: no queue entry until endRange() makes one for all of them.
+    // Stores a new record of a load. All of them share one queue entry, whose position is taken by the first one; it is
+    // written by commit().
     Status putInRange(RecordNumber number, Slice image);
-    Result<Position> endRange();
 
     // Keys: setKey answers WDB_E_DUPLICATE when another record has it.
     Status setKey(Slice key, RecordNumber number);
@@ -129,15 +130,15 @@ public:
     WriteTxn& writeTxn() { return txn_; }
 
 private:
-    Status change(RecordNumber number);
-    Result<Position> enqueue(ChangeKind kind, RecordNumber number, RecordNumber last, Slice previous, size_t bytes);
+    void change();
+    Status enqueue(const QueueEntry& entry, size_t bytes);
+    Status writeRange();
 
     WriteTxn txn_;
     BaseMeta meta_;
-    bool changed_ = false;      // a record was changed: commit number and date move
-    bool metaChanged_ = false;  // something of the meta entry was
-    RecordNumber rangeFirst_ = 0;
-    RecordNumber rangeLast_ = 0;
+    bool changed_ = false;      // a record was: commit number and date move
+    bool metaChanged_ = false;  // the meta entry is to be written
+    QueueEntry range_;          // of the load; position 0 when there is none
     uint64_t rangeBytes_ = 0;
 };
 

@@ -125,6 +125,10 @@ public:
 private:
     friend class Environment;
     using Txn::Txn;
+    void noteFailure(int code);
+
+    bool full_ = false;    // the map was: grow it before the next one
+    bool broken_ = false;  // a write failed half-way: nothing may be committed any more
 };
 
 // A walk through a table. Every step answers WDB_OK, WDB_FAIL at the end, or an error; key() and value() are those of
@@ -186,7 +190,7 @@ public:
     const std::string& path() const { return path_; }
     bool readOnly() const { return options_.readOnly; }
     // Bytes of the file in use (its last page).
-    uint64_t usedBytes() const;
+    uint64_t usedBytes();
     // Read transactions alive in this process.
     size_t readers() const { return gate_.inside(); }
 
@@ -197,10 +201,12 @@ private:
     Environment(std::string path, std::vector<TableSpec> tables, const EnvironmentOptions& options);
     Status openFile();
     Status openTables(bool create);
+    Status checkSize();
     void closeFile();
-    Status makeReady();                // reopens after a failed commit, grows the map when it is nearly full
+    Status reopen();
+    Status makeReady();
     Status growMap(size_t size);       // 0: to what another process made it
-    Result<MDB_txn*> beginRead();
+    int beginRead(MDB_txn*& txn);
     void endRead(MDB_txn* txn);
     void writeEnded(bool failed, bool full);
 
@@ -209,7 +215,7 @@ private:
     EnvironmentOptions options_;
     MDB_env* env_ = nullptr;
     std::vector<unsigned> handles_;    // LMDB's number of each table
-    size_t mapSize_;
+    std::atomic<size_t> mapSize_;
     Gate gate_;                        // transactions enter shared; growing and reopening alone
     std::mutex poolMutex_;
     std::vector<MDB_txn*> pool_;       // readers at rest

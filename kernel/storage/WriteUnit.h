@@ -23,11 +23,13 @@ public:
     bool empty() const;  // nothing was written
     size_t bases() const { return members_.size(); }
 
-    // Commits and syncs once per base, in the order in which the bases joined, then gives the lock back. On failure what
-    // is not committed yet is dropped. `now` in microseconds since 1970 UTC.
+    // Commits and syncs once per base, in the order in which the bases joined. On failure what is not committed yet is
+    // dropped. The lock stays held. `now` in microseconds since 1970 UTC.
     Status commit(int64_t now);
     void drop();
-    // The lock, for work that follows the commit; commit() then leaves it held.
+    const WriterHold& hold() const { return hold_; }
+    // Gives the lock back, or takes it out for work that follows the commit.
+    void release() { hold_.release(); }
     WriterHold takeHold() { return std::move(hold_); }
 
 private:

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "kernel/common/Ids.h"
+#include "kernel/common/Status.h"
+#include "kernel/storage/BaseFile.h"
+
+namespace wdb::base_layout {
+
+// The bytes of docs/formats/base-file.md, for reader and writer.
+
+inline constexpr Slice kMetaKey = "base";
+inline constexpr size_t kMetaSize = 80;
+inline constexpr size_t kQueueHeader = 16;  // kind, record, last, bytes of the image; then the image before
+
+std::string encodeMeta(const BaseMeta& meta);
+Result<BaseMeta> decodeMeta(Slice bytes);
+
+std::string encodeQueueHeader(ChangeKind kind, RecordNumber record, RecordNumber last, size_t bytes);
+// WDB_E_CORRUPT for an unknown kind, a record 0 or a range that ends before it begins.
+Result<QueueEntry> decodeQueueEntry(Position position, Slice bytes);
+
+std::string objectKey(uint64_t object, uint32_t chunk);
+
+}  // namespace wdb::base_layout

@@ -1,0 +1,160 @@
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "kernel/common/ByteOrder.h"
+#include "kernel/record/RecordImage.h"
+#include "kernel/storage/BaseFile.h"
+#include "kernel/storage/BaseLayout.h"
+
+namespace wdb {
+
+using namespace base_table;
+
+BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta) : BaseReader(txn_), txn_(std::move(txn)), meta_(meta) {}
+
+Result<RecordNumber> BaseWriter::newRecord() {
+    if (meta_.nextRecord == std::numeric_limits<RecordNumber>::max()) return Status{WDB_E_STORAGE};
+    metaChanged_ = true;
+    return meta_.nextRecord++;
+}
+
+void BaseWriter::noteSerial(int64_t value) {
+    if (value <= meta_.serialHigh) return;
+    meta_.serialHigh = value;
+    metaChanged_ = true;
+}
+
+void BaseWriter::change() {
+    if (!changed_) ++meta_.commit;
+    changed_ = metaChanged_ = true;
+}
+
+Status BaseWriter::enqueue(const QueueEntry& entry, size_t bytes) {
+    const std::string header = base_layout::encodeQueueHeader(entry.kind, entry.record, entry.last, bytes);
+    Slice key(reinterpret_cast<const char*>(&entry.position), sizeof entry.position);
+    char* place = nullptr;
+    WDB_TRY(txn_.reserve(kQueue, key, header.size() + entry.previous.size(), place));
+    std::copy(header.begin(), header.end(), place);
+    std::copy(entry.previous.begin(), entry.previous.end(), place + header.size());
+    meta_.queueCount += uint64_t{entry.last} - entry.record + 1;
+    meta_.queueBytes += bytes + entry.previous.size();
+    return WDB_OK;
+}
+
+Result<Position> BaseWriter::put(RecordNumber number, Slice image) {
+    Slice stored;
+    const Status found = txn_.get(kRecords, number, stored);
+    if (!ok(found) && found != WDB_FAIL) return found;
+    // The stored bytes are gone with the next write, so the queue entry, which quotes them, takes a copy.
+    const std::string previous(ok(found) && !isTombstone(stored) ? stored : Slice());
+    WDB_TRY(txn_.put(kRecords, number, image));
+    change();
+    if (previous.empty()) ++meta_.liveCount;
+    const Position position = meta_.nextSequence++;
+    WDB_TRY(enqueue({position, ChangeKind::Put, number, number, 0, previous}, image.size()));
+    return position;
+}
+
+Result<Position> BaseWriter::remove(RecordNumber number) {
+    const auto stored = image(number);
+    if (!stored) return stored.status();
+    const std::string previous(*stored);
+    change();
+    WDB_TRY(txn_.put(kRecords, number, encodeTombstone(meta_.commit)));
+    --meta_.liveCount;
+    const Position position = meta_.nextSequence++;
+    WDB_TRY(enqueue({position, ChangeKind::Delete, number, number, 0, previous}, 0));
+    return position;
+}
+
+Status BaseWriter::putInRange(RecordNumber number, Slice image) {
+    if (range_.position != 0 && number != range_.last + 1) return WDB_E_ARGUMENT;
+    WDB_TRY(txn_.put(kRecords, number, image, PutMode::Append));
+    change();
+    ++meta_.liveCount;
+    if (range_.position == 0) range_ = {meta_.nextSequence++, ChangeKind::Range, number, number, 0, {}};
+    range_.last = number;
+    rangeBytes_ += image.size();
+    return WDB_OK;
+}
+
+Status BaseWriter::writeRange() {
+    if (range_.position == 0) return WDB_OK;
+    return enqueue(std::exchange(range_, QueueEntry{}), std::exchange(rangeBytes_, 0));
+}
+
+Status BaseWriter::setKey(Slice key, RecordNumber number) {
+    const auto present = findKey(key);
+    if (present) return *present == number ? WDB_OK : WDB_E_DUPLICATE;
+    if (present.status() != WDB_FAIL) return present.status();
+    char bytes[sizeof number];
+    storeLittle(bytes, number);
+    return txn_.put(kKeys, key, Slice(bytes, sizeof bytes));
+}
+
+Status BaseWriter::dropKey(Slice key) {
+    const Status status = txn_.remove(kKeys, key);
+    return status == WDB_FAIL ? WDB_OK : status;
+}
+
+Status BaseWriter::dropKeysOf(FieldNumber field) {
+    std::string prefix;
+    appendBig(prefix, field);
+    Cursor cursor = txn_.cursor(kKeys);
+    Status status = cursor.seek(prefix);
+    while (ok(status) && cursor.key().substr(0, prefix.size()) == prefix) {
+        WDB_TRY(cursor.remove());
+        status = cursor.next();
+    }
+    return status == WDB_FAIL ? WDB_OK : status;
+}
+
+uint64_t BaseWriter::newObject() {
+    metaChanged_ = true;
+    return meta_.nextObject++;
+}
+
+Status BaseWriter::putObjectChunk(uint64_t object, uint32_t chunk, Slice bytes) {
+    metaChanged_ = true;
+    return txn_.put(kObjects, base_layout::objectKey(object, chunk), bytes);
+}
+
+Status BaseWriter::dropObject(uint64_t object) {
+    metaChanged_ = true;
+    for (uint32_t chunk = 0;; ++chunk) {
+        const Status status = txn_.remove(kObjects, base_layout::objectKey(object, chunk));
+        if (!ok(status)) return status == WDB_FAIL ? WDB_OK : status;
+    }
+}
+
+Status BaseWriter::trimQueue(Position upTo) {
+    Cursor cursor = txn_.cursor(kQueue);
+    Status status = cursor.first();
+    while (ok(status) && cursor.key64() <= upTo) {
+        const auto entry = base_layout::decodeQueueEntry(cursor.key64(), cursor.value());
+        if (!entry) return entry.status();
+        const uint64_t records = uint64_t{entry->last} - entry->record + 1;
+        const uint64_t bytes = entry->bytes + entry->previous.size();
+        meta_.queueCount -= std::min(meta_.queueCount, records);
+        meta_.queueBytes -= std::min(meta_.queueBytes, bytes);
+        metaChanged_ = true;
+        WDB_TRY(cursor.remove());
+        status = cursor.next();
+    }
+    if (status == WDB_FAIL) meta_.queueCount = meta_.queueBytes = 0;
+    return ok(status) || status == WDB_FAIL ? WDB_OK : status;
+}
+
+Status BaseWriter::commit(int64_t now) {
+    if (!changed_ && !metaChanged_) {
+        txn_.abort();
+        return WDB_OK;
+    }
+    WDB_TRY(writeRange());
+    if (changed_) meta_.modified = std::max(now, meta_.modified + 1);
+    WDB_TRY(txn_.put(kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta_)));
+    return txn_.commit();
+}
+
+}  // namespace wdb

@@ -1,0 +1,216 @@
+#include <cstring>
+#include <utility>
+
+#include "kernel/storage/Environment.h"
+#include "kernel/storage/LmdbStatus.h"
+
+namespace wdb {
+
+namespace {
+
+MDB_val toVal(Slice bytes) { return {bytes.size(), const_cast<char*>(bytes.data())}; }
+
+template <typename Integer>
+Slice keyBytes(const Integer& key) {
+    return {reinterpret_cast<const char*>(&key), sizeof key};
+}
+
+Slice toSlice(const MDB_val& value) { return {static_cast<const char*>(value.mv_data), value.mv_size}; }
+
+unsigned putFlags(PutMode mode) {
+    return mode == PutMode::Append ? MDB_APPEND : mode == PutMode::Insert ? MDB_NOOVERWRITE : 0;
+}
+
+bool keyFits(Slice key) { return !key.empty() && key.size() <= kMaxKey; }
+
+}  // namespace
+
+Status Txn::get(Table table, Slice key, Slice& value) const {
+    if (!keyFits(key)) return WDB_FAIL;
+    MDB_val keyVal = toVal(key);
+    MDB_val found{};
+    const int code = callLmdb([&] { return mdb_get(txn_, environment_->handles_[table], &keyVal, &found); });
+    if (code == MDB_SUCCESS) value = toSlice(found);
+    return lmdbStatus(code);
+}
+
+Status Txn::get(Table table, uint32_t key, Slice& value) const { return get(table, keyBytes(key), value); }
+Status Txn::get(Table table, uint64_t key, Slice& value) const { return get(table, keyBytes(key), value); }
+
+Cursor Txn::cursor(Table table) const {
+    MDB_cursor* cursor = nullptr;
+    if (mdb_cursor_open(txn_, environment_->handles_[table], &cursor) != MDB_SUCCESS) cursor = nullptr;
+    return Cursor(cursor);
+}
+
+uint64_t Txn::id() const { return mdb_txn_id(txn_); }
+
+uint64_t Txn::entries(Table table) const {
+    MDB_stat statistics;
+    return mdb_stat(txn_, environment_->handles_[table], &statistics) == MDB_SUCCESS ? statistics.ms_entries : 0;
+}
+
+ReadTxn& ReadTxn::operator=(ReadTxn&& other) noexcept {
+    if (this != &other) {
+        release();
+        environment_ = std::move(other.environment_);
+        txn_ = std::exchange(other.txn_, nullptr);
+    }
+    return *this;
+}
+
+void ReadTxn::release() {
+    if (txn_ != nullptr) environment_->endRead(std::exchange(txn_, nullptr));
+    environment_.reset();
+}
+
+WriteTxn& WriteTxn::operator=(WriteTxn&& other) noexcept {
+    if (this != &other) {
+        abort();
+        environment_ = std::move(other.environment_);
+        txn_ = std::exchange(other.txn_, nullptr);
+    }
+    return *this;
+}
+
+Status WriteTxn::put(Table table, Slice key, Slice value, PutMode mode) {
+    char* place = nullptr;
+    WDB_TRY(reserve(table, key, value.size(), place, mode));
+    if (!value.empty()) std::memcpy(place, value.data(), value.size());
+    return WDB_OK;
+}
+
+Status WriteTxn::put(Table table, uint32_t key, Slice value, PutMode mode) {
+    return put(table, keyBytes(key), value, mode);
+}
+
+Status WriteTxn::put(Table table, uint64_t key, Slice value, PutMode mode) {
+    return put(table, keyBytes(key), value, mode);
+}
+
+Status WriteTxn::reserve(Table table, Slice key, size_t size, char*& value, PutMode mode) {
+    if (txn_ == nullptr || !keyFits(key)) return WDB_E_STORAGE;
+    MDB_val keyVal = toVal(key);
+    MDB_val room{size, nullptr};
+    const int code = callLmdb([&] {
+        return mdb_put(txn_, environment_->handles_[table], &keyVal, &room, MDB_RESERVE | putFlags(mode));
+    });
+    noteFailure(code);
+    value = static_cast<char*>(room.mv_data);
+    return lmdbStatus(code);
+}
+
+Status WriteTxn::remove(Table table, Slice key) {
+    if (txn_ == nullptr) return WDB_E_STORAGE;
+    if (!keyFits(key)) return WDB_FAIL;
+    MDB_val keyVal = toVal(key);
+    const int code = callLmdb([&] { return mdb_del(txn_, environment_->handles_[table], &keyVal, nullptr); });
+    noteFailure(code);
+    return lmdbStatus(code);
+}
+
+Status WriteTxn::remove(Table table, uint32_t key) { return remove(table, keyBytes(key)); }
+Status WriteTxn::remove(Table table, uint64_t key) { return remove(table, keyBytes(key)); }
+
+Status WriteTxn::clear(Table table) {
+    const int code = callLmdb([&] { return mdb_drop(txn_, environment_->handles_[table], 0); });
+    noteFailure(code);
+    return lmdbStatus(code);
+}
+
+void WriteTxn::noteFailure(int code) {
+    if (code == MDB_MAP_FULL) full_ = true;
+    if (code != MDB_SUCCESS && code != MDB_NOTFOUND && code != MDB_KEYEXIST) broken_ = true;
+}
+
+Status WriteTxn::commit() {
+    if (txn_ == nullptr) return WDB_E_STORAGE;
+    if (broken_) {
+        abort();
+        return WDB_E_STORAGE;
+    }
+    MDB_txn* txn = std::exchange(txn_, nullptr);
+    const int code = callLmdb([&] { return mdb_txn_commit(txn); });
+    environment_->writeEnded(code != MDB_SUCCESS, code == MDB_MAP_FULL);
+    environment_.reset();
+    return code == MDB_SUCCESS ? WDB_OK : WDB_E_STORAGE;
+}
+
+void WriteTxn::abort() {
+    if (txn_ == nullptr) return;
+    mdb_txn_abort(std::exchange(txn_, nullptr));
+    environment_->writeEnded(false, full_);
+    environment_.reset();
+}
+
+Cursor::Cursor(Cursor&& other) noexcept
+    : cursor_(std::exchange(other.cursor_, nullptr)), key_(other.key_), value_(other.value_) {}
+
+Cursor& Cursor::operator=(Cursor&& other) noexcept {
+    if (this != &other) {
+        close();
+        cursor_ = std::exchange(other.cursor_, nullptr);
+        key_ = other.key_;
+        value_ = other.value_;
+    }
+    return *this;
+}
+
+void Cursor::close() {
+    if (cursor_ != nullptr) mdb_cursor_close(std::exchange(cursor_, nullptr));
+}
+
+Status Cursor::step(int operation) {
+    if (cursor_ == nullptr) return WDB_E_STORAGE;
+    MDB_val key = toVal(key_);
+    MDB_val value{};
+    const int code =
+        callLmdb([&] { return mdb_cursor_get(cursor_, &key, &value, static_cast<MDB_cursor_op>(operation)); });
+    if (code == MDB_SUCCESS) {
+        key_ = toSlice(key);
+        value_ = toSlice(value);
+    }
+    return lmdbStatus(code);
+}
+
+Status Cursor::first() { return step(MDB_FIRST); }
+Status Cursor::last() { return step(MDB_LAST); }
+Status Cursor::next() { return step(MDB_NEXT); }
+Status Cursor::previous() { return step(MDB_PREV); }
+
+Status Cursor::seek(Slice key) {
+    if (key.empty()) return first();
+    if (key.size() > kMaxKey) return WDB_E_ARGUMENT;
+    const Slice before = key_;
+    key_ = key;
+    const Status status = step(MDB_SET_RANGE);
+    if (!ok(status)) key_ = before;
+    return status;
+}
+
+Status Cursor::seek(uint32_t key) { return seek(keyBytes(key)); }
+Status Cursor::seek(uint64_t key) { return seek(keyBytes(key)); }
+
+uint32_t Cursor::key32() const {
+    uint32_t key = 0;
+    if (key_.size() == sizeof key) std::memcpy(&key, key_.data(), sizeof key);
+    return key;
+}
+
+uint64_t Cursor::key64() const {
+    uint64_t key = 0;
+    if (key_.size() == sizeof key) std::memcpy(&key, key_.data(), sizeof key);
+    return key;
+}
+
+Status Cursor::replace(Slice value) {
+    MDB_val key = toVal(key_);
+    MDB_val data = toVal(value);
+    return lmdbStatus(callLmdb([&] { return mdb_cursor_put(cursor_, &key, &data, MDB_CURRENT); }));
+}
+
+Status Cursor::remove() {
+    return lmdbStatus(callLmdb([&] { return mdb_cursor_del(cursor_, 0); }));
+}
+
+}  // namespace wdb
