@@ -35,7 +35,7 @@ private:
 
     Status records() {
         uint64_t count = 0;
-        WDB_TRY(reader_.forEachRecord(1, [&](RecordNumber number, Slice image) -> Status {
+        const auto check = [&](RecordNumber number, Slice image) -> Status {
             ++count;
             live_.push_back(number);
             const Result<RecordView> view = RecordView::validate(image);
@@ -44,7 +44,8 @@ private:
                 WDB_TRY(fields(number, part == 0 ? view->head() : view->part(part)));
             }
             return recordKeys(number, *view);
-        }));
+        };
+        WDB_TRY(reader_.forEachRecord(1, check));
         if (count == snapshot_.liveCount()) return WDB_OK;
         return find(Severity::Damage, 0, "The base counts " + std::to_string(snapshot_.liveCount()) + " records and has " +
                                              std::to_string(count) + ".");
