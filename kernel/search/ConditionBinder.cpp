@@ -1,0 +1,260 @@
+#include "kernel/search/ConditionBinder.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "kernel/search/CommandFault.h"
+#include "kernel/search/SearchSet.h"
+#include "kernel/search/SetValues.h"
+
+namespace wdb {
+
+using ccl::Comparison;
+using ccl::Criterion;
+using Test = Condition::Test;
+
+namespace {
+
+constexpr int64_t kLastRecord = std::numeric_limits<RecordNumber>::max();
+
+// Numbers that stand so to n; empty when low is above high.
+struct NumberRange {
+    int64_t low = 1;
+    int64_t high = kLastRecord;
+};
+
+NumberRange rangeOf(Comparison comparison, int64_t n) {
+    switch (comparison) {
+    case Comparison::Less: return {1, n == std::numeric_limits<int64_t>::min() ? 0 : n - 1};
+    case Comparison::LessOrEqual: return {1, n};
+    case Comparison::Greater: return {n == std::numeric_limits<int64_t>::max() ? n : n + 1, kLastRecord};
+    case Comparison::GreaterOrEqual: return {n, kLastRecord};
+    default: return {n, n};
+    }
+}
+
+RecordSet setOf(NumberRange range) {
+    range.low = std::max<int64_t>(range.low, 1);
+    range.high = std::min(range.high, kLastRecord);
+    if (range.low > range.high) return {};
+    return RecordSet::range(static_cast<RecordNumber>(range.low), static_cast<RecordNumber>(range.high));
+}
+
+bool isOrder(Comparison comparison) { return comparison != Comparison::Equal && comparison != Comparison::NotEqual; }
+
+}  // namespace
+
+Status ConditionBinder::bind(const std::vector<Criterion>& criteria, std::vector<Condition>& conditions) {
+    conditions.reserve(criteria.size());
+    for (const Criterion& criterion : criteria) WDB_TRY(bindOne(criterion, conditions.emplace_back()));
+    return WDB_OK;
+}
+
+Status ConditionBinder::bindOne(const Criterion& criterion, Condition& condition) {
+    if (criterion.form == Criterion::Form::InSet) return bindInSet(criterion, condition);
+    return criterion.column.record ? bindRecords(criterion, condition) : bindField(criterion, condition);
+}
+
+Status ConditionBinder::bindInSet(const Criterion& criterion, Condition& condition) {
+    const SearchSet* set = search_.find(static_cast<int32_t>(criterion.number));
+    if (set == nullptr) return fault(error_, WDB_E_CCL_SET, criterion.position, std::to_string(criterion.number));
+    condition.test = Test::Records;
+    condition.records = set->recordsOf(state_.snapshot.base());
+    return WDB_OK;
+}
+
+Status ConditionBinder::bindRecords(const Criterion& criterion, Condition& condition) {
+    using Form = Criterion::Form;
+    condition.test = Test::Records;
+    condition.negated = criterion.comparison == Comparison::NotEqual;
+    switch (criterion.form) {
+    case Form::Any:
+        if (!isOrder(criterion.comparison)) condition.records = setOf({});
+        return WDB_OK;
+    case Form::Empty: return WDB_OK;  // no record is without a number
+    case Form::Set: return bindSetRecords(criterion, condition);
+    case Form::NumberRange:
+        if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
+        condition.records = setOf({criterion.number, criterion.numberHigh});
+        return WDB_OK;
+    default: condition.records = setOf(rangeOf(criterion.comparison, criterion.number)); return WDB_OK;
+    }
+}
+
+Status ConditionBinder::bindField(const Criterion& criterion, Condition& condition) {
+    using Form = Criterion::Form;
+    condition.field = state_.readable(criterion.column.field);
+    if (condition.field == nullptr) {
+        return fault(error_, WDB_E_CCL_FIELD, criterion.column.position, criterion.column.field);
+    }
+    condition.first = static_cast<uint32_t>(criterion.column.first);
+    condition.last = static_cast<uint32_t>(criterion.column.last);
+    condition.negated = criterion.comparison == Comparison::NotEqual;
+    switch (criterion.form) {
+    case Form::Any:
+        if (!isOrder(criterion.comparison)) condition.test = Test::Present;
+        else if (condition.field->type == FieldType::Phrase) return bindOrder(criterion, condition);
+        return WDB_OK;
+    case Form::Empty:
+        condition.negated = false;
+        if (criterion.comparison == Comparison::Equal) condition.test = Test::Absent;
+        if (criterion.comparison == Comparison::NotEqual) condition.test = Test::Present;
+        return WDB_OK;
+    case Form::Set: return bindSetValues(criterion, condition);
+    case Form::TextRange: return bindTextRange(criterion, condition);
+    default: return bindText(criterion, condition);
+    }
+}
+
+Status ConditionBinder::readOperand(const FieldDefinition& field, const ccl::Value& value, Operand& operand) {
+    Result<Operand> read = operandOf(field.type, value.prefix(), state_.context.dateForm(), state_.context.today());
+    if (!read) return fault(error_, read.status(), value.position, std::string(value.prefix()));
+    operand = std::move(*read);
+    return WDB_OK;
+}
+
+Bound ConditionBinder::wordBound(const ccl::Value& value, bool inclusive) {
+    return {state_.context.analyzer().fold(value.prefix()), inclusive};
+}
+
+Status ConditionBinder::bindText(const Criterion& criterion, Condition& condition) {
+    if (condition.field->type == FieldType::String) {
+        return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
+    }
+    return isOrder(criterion.comparison) ? bindOrder(criterion, condition) : bindEqual(criterion, condition);
+}
+
+Status ConditionBinder::bindEqual(const Criterion& criterion, Condition& condition) {
+    const Pattern pattern = patternOf(criterion.low);
+    if (pattern.matchesAll()) {
+        condition.test = Test::Present;
+        return WDB_OK;
+    }
+    const FieldType type = condition.field->type;
+    if (type == FieldType::Text) {
+        condition.test = Test::Words;
+        condition.phrases.push_back(state_.context.analyzer().wordPatterns(pattern));
+        return WDB_OK;
+    }
+    if (!pattern.isLiteral()) {
+        condition.test = type == FieldType::Phrase ? Test::Matching : Test::Delivered;
+        condition.pattern = type == FieldType::Phrase ? phrasePattern(pattern) : pattern;
+        return WDB_OK;
+    }
+    Operand operand;
+    WDB_TRY(readOperand(*condition.field, criterion.low, operand));
+    if (operand.empty()) {
+        condition.test = condition.negated ? Test::Present : Test::Absent;
+        condition.negated = false;
+    } else if (operand.exact && operand.beyond == 0) {
+        condition.test = Test::Equal;
+        condition.values.push_back(std::move(operand.canonical));
+    }
+    return WDB_OK;
+}
+
+// What is left of a value before its first wildcard may be nothing: every text stands above that, no number to it.
+Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& condition) {
+    const Comparison comparison = criterion.comparison;
+    const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
+    const bool inclusive = comparison == Comparison::LessOrEqual || comparison == Comparison::GreaterOrEqual;
+    const FieldType type = condition.field->type;
+    if (criterion.low.prefix().empty()) {
+        const bool text = type == FieldType::Phrase || type == FieldType::Text;
+        condition.test = text && above ? Test::Present : Test::Nothing;
+        return WDB_OK;
+    }
+    if (type == FieldType::Text) {
+        condition.test = Test::WordWithin;
+        (above ? condition.low : condition.high) = wordBound(criterion.low, inclusive);
+        return WDB_OK;
+    }
+    Operand operand;
+    WDB_TRY(readOperand(*condition.field, criterion.low, operand));
+    if (operand.empty()) return WDB_OK;
+    bool none = false;
+    if (above) condition.low = lowBound(operand, inclusive, none);
+    else condition.high = highBound(operand, inclusive, none);
+    if (none) return WDB_OK;
+    condition.test = condition.low || condition.high ? Test::Within : Test::Present;
+    return WDB_OK;
+}
+
+Status ConditionBinder::bindTextRange(const Criterion& criterion, Condition& condition) {
+    const FieldType type = condition.field->type;
+    if (type == FieldType::String) return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
+    if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
+    if (criterion.low.pieces.empty() || criterion.high.prefix().empty()) return WDB_OK;
+    const bool fromLowest = criterion.low.prefix().empty();
+    if (type == FieldType::Text) {
+        condition.test = Test::WordWithin;
+        if (!fromLowest) condition.low = wordBound(criterion.low, true);
+        condition.high = wordBound(criterion.high, true);
+        return WDB_OK;
+    }
+    if (fromLowest && type != FieldType::Phrase) return WDB_OK;
+    bool none = false;
+    Operand operand;
+    if (!fromLowest) {
+        WDB_TRY(readOperand(*condition.field, criterion.low, operand));
+        if (operand.empty()) return WDB_OK;
+        condition.low = lowBound(operand, true, none);
+    }
+    WDB_TRY(readOperand(*condition.field, criterion.high, operand));
+    if (operand.empty()) return WDB_OK;
+    condition.high = highBound(operand, true, none);
+    if (!none) condition.test = condition.low || condition.high ? Test::Within : Test::Present;
+    return WDB_OK;
+}
+
+Status ConditionBinder::bindSetValues(const Criterion& criterion, Condition& condition) {
+    SetValues values(state_.context, search_, error_);
+    WDB_TRY(values.collect(criterion.setValue[0], criterion.position));
+    const FieldDefinition& field = *condition.field;
+    if (field.type == FieldType::String) return fault(error_, WDB_E_TYPE, criterion.position, field.name);
+    if (field.type == FieldType::Text) {
+        if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position, field.name);
+        condition.test = Test::Words;
+        for (const std::string& text : values.texts()) {
+            condition.phrases.push_back(state_.context.analyzer().wordPatterns(Pattern(text)));
+        }
+        return WDB_OK;
+    }
+    std::vector<std::string> canonical = values.as(field.type);
+    if (!isOrder(criterion.comparison)) {
+        condition.test = Test::Equal;
+        condition.values = std::move(canonical);
+        return WDB_OK;
+    }
+    if (canonical.empty()) return WDB_OK;
+    condition.test = Test::Within;
+    const bool above = criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
+    const bool inclusive =
+        criterion.comparison == Comparison::GreaterOrEqual || criterion.comparison == Comparison::LessOrEqual;
+    if (above) condition.low = Bound{std::move(canonical.front()), inclusive};
+    else condition.high = Bound{std::move(canonical.back()), inclusive};
+    return WDB_OK;
+}
+
+// Record numbers beside the values of a set: its record numbers, or what its items say as whole numbers.
+Status ConditionBinder::bindSetRecords(const Criterion& criterion, Condition& condition) {
+    SetValues values(state_.context, search_, error_);
+    WDB_TRY(values.collect(criterion.setValue[0], criterion.position));
+    const std::vector<std::string> numbers = values.as(FieldType::Integer);
+    if (!isOrder(criterion.comparison)) {
+        std::vector<RecordNumber> records;
+        for (const std::string& number : numbers) {
+            const int64_t value = decodeInteger(number);
+            if (value >= 1 && value <= kLastRecord) records.push_back(static_cast<RecordNumber>(value));
+        }
+        condition.records = RecordSet::of(records);
+        return WDB_OK;
+    }
+    if (numbers.empty()) return WDB_OK;
+    const bool above = criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
+    const int64_t limit = decodeInteger(above ? numbers.front() : numbers.back());
+    condition.records = setOf(rangeOf(criterion.comparison, limit));
+    return WDB_OK;
+}
+
+}  // namespace wdb

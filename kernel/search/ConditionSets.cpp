@@ -1,0 +1,113 @@
+#include "kernel/search/ConditionSets.h"
+
+#include "kernel/search/ItemTest.h"
+
+namespace wdb {
+
+namespace {
+
+using Test = Condition::Test;
+
+Result<RecordSet> phrasesOf(const Condition& condition, BaseState& state) {
+    if (condition.phrases.size() == 1) return state.index.phrase(condition.field->number, condition.phrases.front());
+    RecordSetBuilder builder;
+    for (const std::vector<Pattern>& phrase : condition.phrases) {
+        Result<RecordSet> hits = state.index.phrase(condition.field->number, phrase);
+        if (!hits) return hits;
+        builder.add(*hits);
+    }
+    return builder.finish();
+}
+
+Result<RecordSet> equalsOf(const Condition& condition, BaseState& state) {
+    if (condition.values.size() == 1) return state.index.equal(condition.field->number, condition.values.front());
+    RecordSetBuilder builder;
+    for (const std::string& value : condition.values) {
+        Result<RecordSet> hits = state.index.equal(condition.field->number, value);
+        if (!hits) return hits;
+        builder.add(*hits);
+    }
+    return builder.finish();
+}
+
+// The records with some item that passes the test, subfields aside. (Exact but for Delivered, which no index knows.)
+Result<RecordSet> passing(const Condition& condition, BaseState& state) {
+    const FieldNumber field = condition.field->number;
+    switch (condition.test) {
+    case Test::Present:
+    case Test::Absent:
+    case Test::Delivered: return state.index.present(field);
+    case Test::Equal: return equalsOf(condition, state);
+    case Test::Matching: return state.index.match(field, condition.pattern);
+    case Test::Words: return phrasesOf(condition, state);
+    case Test::Within: return state.index.range(field, condition.low, condition.high);
+    case Test::WordWithin: return state.index.wordRange(field, condition.low, condition.high);
+    default: return RecordSet();
+    }
+}
+
+Result<RecordSet> recordsNumbered(const Condition& condition, BaseState& state) {
+    const RecordSet& wanted = condition.records;
+    if (!condition.negated && !wanted.empty() && wanted.first() == wanted.last()) {
+        const Result<RecordView> record = state.snapshot.record(wanted.first());
+        if (record) return RecordSet::single(wanted.first());
+        const bool gone = record.status() == WDB_FAIL || record.status() == WDB_E_DELETED;
+        if (gone) return RecordSet();
+        return record.status();
+    }
+    Result<RecordSet> live = state.index.live();
+    if (!live) return live;
+    if (condition.negated) live->subtract(wanted);
+    else live->intersect(wanted);
+    return live;
+}
+
+Result<RecordSet> subtractedFrom(Result<RecordSet> whole, Result<RecordSet> part) {
+    if (!whole) return whole;
+    if (!part) return part;
+    whole->subtract(*part);
+    return whole;
+}
+
+}  // namespace
+
+Result<RecordSet> filterByRecords(const RecordSet& candidates, const Condition& condition, BaseState& state) {
+    ItemTest test(condition, state.context);
+    RecordSetBuilder builder;
+    Status status = WDB_OK;
+    candidates.forEach([&](RecordNumber number) {
+        if (status != WDB_OK) return;
+        const Result<RecordView> record = state.snapshot.record(number);
+        if (!record) status = record.status();
+        else if (test.holds(*record)) builder.add(number);
+    });
+    if (status != WDB_OK) return status;
+    return builder.finish();
+}
+
+Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state) {
+    if (condition.test == Test::Records) return recordsNumbered(condition, state);
+    const bool byRecords = condition.first > 0 || condition.test == Test::Delivered;
+    if (!byRecords) {
+        if (condition.test == Test::Absent) return subtractedFrom(state.index.live(), passing(condition, state));
+        if (!condition.negated) return passing(condition, state);
+        return subtractedFrom(state.index.present(condition.field->number), passing(condition, state));
+    }
+    // The field as a whole narrows down the records that are looked at.
+    Result<RecordSet> candidates = condition.test == Test::Absent ? state.index.live()
+                                   : condition.negated            ? state.index.present(condition.field->number)
+                                                                  : passing(condition, state);
+    if (!candidates) return candidates;
+    return filterByRecords(*candidates, condition, state);
+}
+
+// What the index answers by walking through many keys, against some microseconds for each record.
+bool cheaperByRecords(const Condition& condition, uint64_t candidates) {
+    switch (condition.test) {
+    case Test::Delivered: return true;
+    case Test::Matching: return candidates <= (condition.pattern.prefix().empty() ? 2000u : 16u);
+    default: return condition.first > 0 && candidates <= 2000;
+    }
+}
+
+}  // namespace wdb

@@ -1,0 +1,109 @@
+#include "kernel/search/ExpressionEvaluator.h"
+
+namespace wdb {
+
+namespace {
+
+using ccl::Connective;
+using ccl::ExpressionNode;
+
+class Evaluation {
+public:
+    Evaluation(const ccl::Expression& expression, std::span<const Condition> conditions, BaseState& state)
+        : expression_(expression), conditions_(conditions), state_(state) {}
+
+    Result<RecordSet> run() {
+        visits_.push_back({static_cast<uint32_t>(expression_.nodes.size() - 1), Stage::Enter});
+        while (!visits_.empty()) {
+            const Visit visit = visits_.back();
+            visits_.pop_back();
+            const Status status = step(visit, expression_.nodes[visit.node]);
+            if (status != WDB_OK) return status;
+        }
+        return std::move(results_.back());
+    }
+
+private:
+    enum class Stage : uint8_t { Enter, LeftDone, RightDone };
+    struct Visit {
+        uint32_t node;
+        Stage stage;
+    };
+
+    Status step(const Visit& visit, const ExpressionNode& node) {
+        if (visit.stage == Stage::RightDone) return combine(node.kind);
+        if (visit.stage == Stage::LeftDone) return leftDone(visit.node, node);
+        if (node.kind == Connective::Criterion) {
+            Result<RecordSet> set = recordsWhere(conditions_[node.left], state_);
+            if (!set) return set.status();
+            results_.push_back(std::move(*set));
+            return WDB_OK;
+        }
+        visits_.push_back({visit.node, Stage::LeftDone});
+        visits_.push_back({firstOf(node), Stage::Enter});
+        return WDB_OK;
+    }
+
+    // AND may begin with either side: a costly criterion waits for the other side's result.
+    uint32_t firstOf(const ExpressionNode& node) const { return swapped(node) ? node.right : node.left; }
+    uint32_t secondOf(const ExpressionNode& node) const { return swapped(node) ? node.left : node.right; }
+    bool swapped(const ExpressionNode& node) const {
+        return node.kind == Connective::And && cost(node.left) > cost(node.right);
+    }
+    int cost(uint32_t at) const {
+        const ExpressionNode& node = expression_.nodes[at];
+        if (node.kind != Connective::Criterion) return 2;
+        const Condition& condition = conditions_[node.left];
+        if (cheaperByRecords(condition, 1)) return 3;
+        return condition.test == Condition::Test::Equal && !condition.negated ? 0 : 1;
+    }
+
+    Status leftDone(uint32_t at, const ExpressionNode& node) {
+        RecordSet& left = results_.back();
+        if (node.kind != Connective::Or) {
+            if (left.empty()) return WDB_OK;
+            const ExpressionNode& second = expression_.nodes[secondOf(node)];
+            if (second.kind == Connective::Criterion) {
+                const Condition& condition = conditions_[second.left];
+                if (cheaperByRecords(condition, left.cardinality())) return narrow(node.kind, condition);
+            }
+        }
+        visits_.push_back({at, Stage::RightDone});
+        visits_.push_back({secondOf(node), Stage::Enter});
+        return WDB_OK;
+    }
+
+    Status narrow(Connective kind, const Condition& condition) {
+        RecordSet& left = results_.back();
+        Result<RecordSet> kept = filterByRecords(left, condition, state_);
+        if (!kept) return kept.status();
+        if (kind == Connective::And) left = std::move(*kept);
+        else left.subtract(*kept);
+        return WDB_OK;
+    }
+
+    Status combine(Connective kind) {
+        RecordSet right = std::move(results_.back());
+        results_.pop_back();
+        RecordSet& left = results_.back();
+        if (kind == Connective::And) left.intersect(right);
+        else if (kind == Connective::Or) left.unite(std::move(right));
+        else left.subtract(right);
+        return WDB_OK;
+    }
+
+    const ccl::Expression& expression_;
+    const std::span<const Condition> conditions_;
+    BaseState& state_;
+    std::vector<Visit> visits_;
+    std::vector<RecordSet> results_;
+};
+
+}  // namespace
+
+Result<RecordSet> evaluateExpression(const ccl::Expression& expression, std::span<const Condition> conditions,
+                                     BaseState& state) {
+    return Evaluation(expression, conditions, state).run();
+}
+
+}  // namespace wdb

@@ -1,0 +1,219 @@
+#include "kernel/search/Search.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "kernel/ccl/Printer.h"
+#include "kernel/ccl/Reader.h"
+#include "kernel/search/CommandFault.h"
+#include "kernel/search/FindPlan.h"
+#include "kernel/search/RowWriter.h"
+#include "kernel/search/SearchSet.h"
+#include "kernel/search/SelectPlan.h"
+
+namespace wdb {
+
+namespace {
+
+int32_t clamp(uint64_t count) {
+    constexpr uint64_t kMax = std::numeric_limits<int32_t>::max();
+    return static_cast<int32_t>(std::min(count, kMax));
+}
+
+}  // namespace
+
+Search::Search(SearchContext& context) : context_(context) {}
+Search::~Search() = default;
+
+Status Search::fail(Status code, size_t position, std::string subject) {
+    return fault(error_, code, position, std::move(subject));
+}
+
+Status Search::execute(Slice command) {
+    error_ = {};
+    size_t position = 0;
+    Result<ccl::Command> read = ccl::readCommand(command, context_.commandWords(), &position);
+    if (!read) return fail(read.status(), position);
+    command_ = command;
+    const Status status = std::visit([this](const auto& one) { return run(one); }, *read);
+    if (status != WDB_OK && error_.code != status) error_ = {status, 0, {}};
+    return status;
+}
+
+Result<std::string> Search::check(Slice command) {
+    error_ = {};
+    size_t position = 0;
+    const Result<ccl::Command> read = ccl::readCommand(command, context_.commandWords(), &position);
+    if (!read) return fail(read.status(), position);
+    return ccl::printCommand(*read);
+}
+
+Status Search::run(const ccl::BaseCommand& command) {
+    std::vector<std::shared_ptr<OpenBase>> bases;
+    for (const ccl::TableRef& table : command.bases) {
+        Result<std::shared_ptr<OpenBase>> base = context_.findBase(table.base);
+        if (!base) return fail(base.status(), table.position, table.base);
+        bases.push_back(std::move(*base));
+    }
+    bases_ = std::move(bases);
+    current_ = {true, 0};
+    return WDB_OK;
+}
+
+Status Search::run(const ccl::DefineCommand& command) {
+    minimum_ = command.minimum;
+    return WDB_OK;
+}
+
+Status Search::run(const ccl::FindCommand& command) {
+    std::erase_if(bases_, [](const auto& base) { return base->gone(); });
+    Result<std::unique_ptr<SearchSet>> set = FindPlan(command.expression, context_, *this, error_).makeSet();
+    if (!set) return set.status();
+    if (minimum_ > 0 && (*set)->rows() < static_cast<uint64_t>(minimum_)) return fail(WDB_E_CCL_NO_HITS, 0);
+    adopt(std::move(*set));
+    return WDB_OK;
+}
+
+Status Search::run(const ccl::SelectCommand& command) {
+    Result<std::unique_ptr<SearchSet>> set = SelectPlan(command, context_, *this, error_).makeSet();
+    if (!set) return set.status();
+    adopt(std::move(*set));
+    return WDB_OK;
+}
+
+Status Search::run(const ccl::UnionCommand& command) {
+    for (const int32_t number : {command.left, command.right}) {
+        if (find(number) == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    }
+    return fail(WDB_E_CCL_UNSUPPORTED, 0);
+}
+
+void Search::adopt(std::unique_ptr<SearchSet> set) {
+    set->command = command_;
+    set->number = static_cast<int32_t>(sets_.size()) + 1;
+    sets_.push_back(std::move(set));
+    current_ = {false, sets_.back()->number};
+}
+
+Status Search::makeWholeSet() {
+    auto set = std::make_unique<SearchSet>();
+    for (const std::shared_ptr<OpenBase>& base : bases_) {
+        if (base->gone()) continue;
+        const Result<const BaseSnapshot*> snapshot = context_.snapshot(base);
+        if (!snapshot) return snapshot.status();
+        BaseState state(context_, **snapshot);
+        WDB_TRY(searchBase(nullptr, state, *this, set->bases.emplace_back(), error_));
+    }
+    if (set->bases.empty()) return WDB_FAIL;
+    command_ = "FIN RXX = FRL 1";
+    adopt(std::move(set));
+    return WDB_OK;
+}
+
+SearchSet* Search::find(int32_t number) {
+    if (number == 0 && current_.wholeBases && makeWholeSet() != WDB_OK) return nullptr;
+    const int32_t wanted = number == 0 ? current_.set : number;
+    if (wanted < 1 || static_cast<size_t>(wanted) > sets_.size()) return nullptr;
+    SearchSet* set = sets_[static_cast<size_t>(wanted) - 1].get();
+    if (set == nullptr) return nullptr;
+    const bool gone = std::any_of(set->bases.begin(), set->bases.end(), [](const SetBase& base) { return base.base->gone(); });
+    return gone ? nullptr : set;
+}
+
+Status Search::currentResult(SearchCounts& result) {
+    if (current_.wholeBases) WDB_TRY(makeWholeSet());
+    if (current_.set == 0) return WDB_FAIL;
+    return counts(current_.set, result) == WDB_OK ? WDB_OK : WDB_FAIL;
+}
+
+Status Search::counts(int32_t number, SearchCounts& result) {
+    const SearchSet* set = find(number);
+    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    result.set = set->number;
+    result.rows = clamp(set->rows());
+    result.records = set->bases.empty() ? 0 : clamp(set->bases.front().count);
+    if (set->kind == SetKind::Records) result.records = result.rows;
+    result.parts = 0;
+    result.kind = static_cast<int32_t>(set->kind);
+    return WDB_OK;
+}
+
+Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
+    SearchSet* set = find(number);
+    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    if (index < 0 || static_cast<uint64_t>(index) >= set->rows()) return WDB_FAIL;
+    const DateForm form = context_.dateForm();
+    if (set->bases.empty()) {
+        RowWriter(row, form).writeConstants(set->columns);
+        return WDB_OK;
+    }
+    uint64_t place = static_cast<uint64_t>(index);
+    size_t baseAt = 0;
+    while (place >= set->bases[baseAt].count) place -= set->bases[baseAt++].count;
+    SetBase& base = set->bases[baseAt];
+    const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
+    if (!snapshot) return snapshot.status();
+    if (set->order != nullptr && !set->order->has(place)) {
+        BaseState state(context_, **snapshot);
+        const Status status = set->order->ensure(place + 1, base.records, state);
+        if (status != WDB_OK) return fail(status, 0);
+    }
+    const RecordNumber record = set->order != nullptr ? set->order->at(place) : set->byNumber(base, place);
+    const Result<RecordView> view = (*snapshot)->record(record);
+    if (!view) return view.status() == WDB_FAIL ? Status{WDB_E_DELETED} : view.status();
+    const bool perBase = set->kind == SetKind::Records && (set->columns.empty() || set->bases.size() > 1);
+    if (perBase) set->columns = allColumns(context_, *base.definition);
+    RowWriter(row, form).write(set->columns, *view, record);
+    return WDB_OK;
+}
+
+Status Search::recordAt(int32_t number, int32_t ordinal, FoundRecord& found) {
+    SearchSet* set = find(number);
+    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    if (ordinal < 1 || set->bases.empty()) return WDB_FAIL;
+    uint64_t place = static_cast<uint64_t>(ordinal) - 1;
+    const size_t bases = set->kind == SetKind::Records ? set->bases.size() : 1;
+    for (size_t i = 0; i < bases; ++i) {
+        SetBase& base = set->bases[i];
+        if (place < base.count) {
+            found = {base.base, set->byNumber(base, place), base.commit};
+            return WDB_OK;
+        }
+        place -= base.count;
+    }
+    return WDB_FAIL;
+}
+
+Status Search::drop(int32_t number) {
+    SearchSet* set = find(number);
+    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    const size_t place = static_cast<size_t>(set->number) - 1;
+    if (current_.set == set->number) current_ = {};
+    sets_[place].reset();
+    return WDB_OK;
+}
+
+SearchState Search::save() const { return {bases_, static_cast<int32_t>(sets_.size()), current_}; }
+
+void Search::restore(const SearchState& state) {
+    bases_ = state.bases;
+    std::erase_if(bases_, [](const auto& base) { return base->gone(); });
+    if (sets_.size() > static_cast<size_t>(state.counter)) sets_.resize(static_cast<size_t>(state.counter));
+    current_ = state.current;
+    if (current_.wholeBases && bases_.empty()) current_ = {};
+}
+
+int32_t Search::liveSets() const {
+    return static_cast<int32_t>(std::count_if(sets_.begin(), sets_.end(), [](const auto& set) { return set != nullptr; }));
+}
+
+void Search::snapshotGivenUp(const OpenBase& base) {
+    for (const std::unique_ptr<SearchSet>& set : sets_) {
+        if (set == nullptr || set->order == nullptr) continue;
+        for (const SetBase& one : set->bases) {
+            if (one.base->id() == base.id()) set->order->giveUp();
+        }
+    }
+}
+
+}  // namespace wdb

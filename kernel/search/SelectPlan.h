@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+
+#include "kernel/ccl/Tree.h"
+#include "kernel/search/BaseState.h"
+#include "kernel/search/SearchSet.h"
+
+namespace wdb {
+
+// Makes the set of a SEL command over one base, or over none (a row of constants).
+//
+// The rows are the records for which the WHERE condition holds; a set that cannot rely on its snapshot to be there at the
+// next call fixes its order at once. Joins, groups, aggregates, arithmetic and DISTINCT are WDB_E_CCL_UNSUPPORTED so far.
+class SelectPlan {
+public:
+    SelectPlan(const ccl::SelectCommand& command, SearchContext& context, Search& search, CommandError& error)
+        : command_(command), context_(context), search_(search), error_(error) {}
+
+    Result<std::unique_ptr<SearchSet>> makeSet();
+
+private:
+    Status checkSupported();
+    Status selectFrom(const ccl::TableRef& table, SearchSet& set);
+    Status bindSort(const BaseState& state, const ccl::TableRef& table, SearchSet& set);
+    Status sortColumn(const BaseState& state, const ccl::TableRef& table, const ccl::SortItem& item,
+                      const SearchSet& set, std::vector<SortKey>& keys);
+    Status checkQualifiers(const ccl::TableRef& table);
+
+    const ccl::SelectCommand& command_;
+    SearchContext& context_;
+    Search& search_;
+    CommandError& error_;
+};
+
+// Evaluates a condition over one base into a set's part of it; no expression: all records.
+Status searchBase(const ccl::Expression* expression, BaseState& state, Search& search, SetBase& result,
+                  CommandError& error);
+
+}  // namespace wdb
