@@ -158,50 +158,66 @@ int32_t WdbDeallocate(void* memory) {
     return WDB_OK;
 }
 
+int32_t WdbBaseInfo(const char* baseName, int32_t item, void* info, int32_t* length) {
+    const auto found = kernel.tables.find(baseName);
+    if (found == kernel.tables.end()) return WDB_E_BASE;
+    if (item != 4 || *length < 4) return WDB_FAIL;
+    std::int32_t highest = 0;
+    for (const FakeKernel::Column& column : found->second) highest = std::max(highest, column.number);
+    std::memcpy(info, &highest, sizeof highest);
+    return WDB_OK;
+}
+
 // ---- not modelled ----
-#define NOT_MODELLED \
-    { return WDB_E_UNSUPPORTED; }
-int32_t WdbShellDaoPtr(WdbCommandObject**, const char*, ...) NOT_MODELLED int32_t
-    WdbShellToDao(WdbCommandObject*) NOT_MODELLED int32_t WdbDaoOrder(int32_t*) NOT_MODELLED int32_t
-    WdbGetSearch(int32_t*, int32_t*, int32_t*) NOT_MODELLED int32_t
-    WdbStrNormalize(const char*, char*, int32_t) NOT_MODELLED int32_t
-    WdbGetRecordInSearchRis(WdbRecordControl*, int32_t, int32_t, int32_t*, char*) NOT_MODELLED int32_t
-    WdbGetRecordInBase(WdbRecordControl*, int32_t) NOT_MODELLED int32_t
-    WdbPutRecord(WdbRecordControl*, int32_t*) NOT_MODELLED int32_t
-    WdbDeleteRecordInBase(WdbRecordControl*) NOT_MODELLED int32_t
-    WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) NOT_MODELLED int32_t
-    WdbPartCount(WdbRecordControl*, int32_t*) NOT_MODELLED int32_t
-    WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) NOT_MODELLED int32_t
-    WdbShowControl(int32_t, int32_t, const char*, const char*) NOT_MODELLED int32_t
-    WdbNextControl(WdbRecordControl**) NOT_MODELLED int32_t
-    WdbSetCursor(WdbCursor**, WdbRecordControl*, int32_t, int32_t, int32_t) NOT_MODELLED int32_t
-    WdbDeleteCursor(WdbCursor**) NOT_MODELLED int32_t WdbItemCount(WdbCursor*, int32_t*) NOT_MODELLED int32_t
-    WdbParaCount(WdbCursor*, int32_t*) NOT_MODELLED int32_t
-    WdbGetItem(WdbCursor*, char*, int32_t*) NOT_MODELLED int32_t
-    WdbReplaceItem(WdbCursor*, const char*, int32_t) NOT_MODELLED int32_t
-    WdbDeleteItem(WdbCursor*) NOT_MODELLED int32_t
-    WdbGetLine(WdbCursor*, char*, int32_t*) NOT_MODELLED int32_t
-    WdbPutLine(WdbCursor*, const char*, int32_t) NOT_MODELLED int32_t
-    WdbGetBlobSize(WdbCursor*, int32_t*) NOT_MODELLED int32_t
-    WdbGetBlobBlock(WdbCursor*, int32_t, int32_t, void*, int32_t*) NOT_MODELLED int32_t
-    WdbPutBlobBlock(WdbCursor*, int32_t, const void*) NOT_MODELLED int32_t
-    WdbBaseInfo(const char*, int32_t, void*, int32_t*) NOT_MODELLED int32_t
-    WdbCheckBase(const char*, int32_t) NOT_MODELLED int32_t
-    WdbGetIntegrityRules(WdbIntegrityRules**) NOT_MODELLED int32_t
-    WdbFreeIntegrityRules(WdbIntegrityRules**) NOT_MODELLED int32_t
-    WdbGetBaseDef(const char*, WdbBaseDef*) NOT_MODELLED int32_t
-    WdbPutBaseDef(const WdbBaseDef*) NOT_MODELLED int32_t WdbDeleteBaseDef(void) NOT_MODELLED int32_t
-    WdbGetFieldSpec(WdbFieldSpec*) NOT_MODELLED int32_t
-    WdbPutFieldSpec(const WdbFieldSpec*) NOT_MODELLED int32_t
-    WdbPutDefaultValue(const WdbFieldSpec*, const char*) NOT_MODELLED int32_t
-    WdbSetForeignKey(const char*, const char*, const char*, int32_t, int32_t) NOT_MODELLED int32_t
-    WdbGetDbAccess(const char*, WdbAccessRecord*) NOT_MODELLED int32_t
-    WdbPutDbAccess(const WdbAccessRecord*) NOT_MODELLED int32_t
-    WdbBaseStatus(const char*, char*, int32_t*, char*, int32_t*, int32_t*, int32_t*) NOT_MODELLED int32_t
-    WdbBatchLoadIndex(int32_t, const char*, const char*) NOT_MODELLED int32_t
-    WdbCallAse(WdbAse*, const char*, char*, int32_t*) NOT_MODELLED int32_t WdbLoadAse(const char*, WdbAse**) {
+#define NOT_MODELLED(name, ...)   \
+    int32_t name(__VA_ARGS__) {   \
+        return WDB_E_UNSUPPORTED; \
+    }
+NOT_MODELLED(WdbShellDaoPtr, WdbCommandObject**, const char*, ...)
+NOT_MODELLED(WdbShellToDao, WdbCommandObject*)
+NOT_MODELLED(WdbDaoOrder, int32_t*)
+NOT_MODELLED(WdbGetSearch, int32_t*, int32_t*, int32_t*)
+NOT_MODELLED(WdbStrNormalize, const char*, char*, int32_t)
+NOT_MODELLED(WdbGetRecordInSearchRis, WdbRecordControl*, int32_t, int32_t, int32_t*, char*)
+NOT_MODELLED(WdbGetRecordInBase, WdbRecordControl*, int32_t)
+NOT_MODELLED(WdbPutRecord, WdbRecordControl*, int32_t*)
+NOT_MODELLED(WdbDeleteRecordInBase, WdbRecordControl*)
+NOT_MODELLED(WdbHitParts, WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*)
+NOT_MODELLED(WdbPartCount, WdbRecordControl*, int32_t*)
+NOT_MODELLED(WdbSetRecordPart, WdbCursor*, WdbRecordControl*, int32_t)
+NOT_MODELLED(WdbShowControl, int32_t, int32_t, const char*, const char*)
+NOT_MODELLED(WdbNextControl, WdbRecordControl**)
+NOT_MODELLED(WdbSetCursor, WdbCursor**, WdbRecordControl*, int32_t, int32_t, int32_t)
+NOT_MODELLED(WdbDeleteCursor, WdbCursor**)
+NOT_MODELLED(WdbItemCount, WdbCursor*, int32_t*)
+NOT_MODELLED(WdbParaCount, WdbCursor*, int32_t*)
+NOT_MODELLED(WdbGetItem, WdbCursor*, char*, int32_t*)
+NOT_MODELLED(WdbReplaceItem, WdbCursor*, const char*, int32_t)
+NOT_MODELLED(WdbDeleteItem, WdbCursor*)
+NOT_MODELLED(WdbGetLine, WdbCursor*, char*, int32_t*)
+NOT_MODELLED(WdbPutLine, WdbCursor*, const char*, int32_t)
+NOT_MODELLED(WdbGetBlobSize, WdbCursor*, int32_t*)
+NOT_MODELLED(WdbGetBlobBlock, WdbCursor*, int32_t, int32_t, void*, int32_t*)
+NOT_MODELLED(WdbPutBlobBlock, WdbCursor*, int32_t, const void*)
+NOT_MODELLED(WdbCheckBase, const char*, int32_t)
+NOT_MODELLED(WdbGetIntegrityRules, WdbIntegrityRules**)
+NOT_MODELLED(WdbFreeIntegrityRules, WdbIntegrityRules**)
+NOT_MODELLED(WdbGetBaseDef, const char*, WdbBaseDef*)
+NOT_MODELLED(WdbPutBaseDef, const WdbBaseDef*)
+NOT_MODELLED(WdbDeleteBaseDef, void)
+NOT_MODELLED(WdbGetFieldSpec, WdbFieldSpec*)
+NOT_MODELLED(WdbPutFieldSpec, const WdbFieldSpec*)
+NOT_MODELLED(WdbPutDefaultValue, const WdbFieldSpec*, const char*)
+NOT_MODELLED(WdbSetForeignKey, const char*, const char*, const char*, int32_t, int32_t)
+NOT_MODELLED(WdbGetDbAccess, const char*, WdbAccessRecord*)
+NOT_MODELLED(WdbPutDbAccess, const WdbAccessRecord*)
+NOT_MODELLED(WdbBaseStatus, const char*, char*, int32_t*, char*, int32_t*, int32_t*, int32_t*)
+NOT_MODELLED(WdbBatchLoadIndex, int32_t, const char*, const char*)
+NOT_MODELLED(WdbCallAse, WdbAse*, const char*, char*, int32_t*)
+#undef NOT_MODELLED
+
+int32_t WdbLoadAse(const char*, WdbAse**) {
     return WDB_E_ASE;
 }
-#undef NOT_MODELLED
 
 }  // extern "C"
