@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 struct WdbRecordControl {
     const std::vector<FakeKernel::Column>* columns = nullptr;
@@ -43,6 +44,7 @@ int32_t WdbMessage(int32_t code, char* text, int32_t* length) {
 }
 
 int32_t WdbSaveStatus(void) {
+    if (kernel.outOfMemory) throw std::bad_alloc();
     ++kernel.saves;
     return WDB_OK;
 }

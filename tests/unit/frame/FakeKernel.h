@@ -17,6 +17,7 @@ struct FakeKernel {
     std::map<std::int32_t, std::string> messages;  // a code that is missing has no text
     std::int32_t loadStatus = WDB_OK;              // what WdbLoadStatus answers
     std::int32_t cclStatus = WDB_OK;
+    bool outOfMemory = false;  // WdbSaveStatus throws, as an allocation in the engine would
     std::int32_t saves = 0;
     std::int32_t loads = 0;
     std::int32_t sessionInfoCalls = 0;

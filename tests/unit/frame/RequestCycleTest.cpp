@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
+#include <vector>
 
 #include "tests/unit/frame/FakeKernel.h"
 #include "tests/unit/frame/Request.h"
@@ -112,6 +114,30 @@ TEST_F(RequestCycle, AFailedCommitReplacesTheAnswer) {
     EXPECT_EQ(request.document(), faultDocument(std::to_string(WDB_E_STORAGE), "WdbLoadStatus",
                                                 "WSQLFilter::execSql", "storage failure"));
     EXPECT_EQ(fakeKernel().loads, 1);
+}
+
+TEST_F(RequestCycle, NoExceptionReachesTheHost) {
+    fakeKernel().outOfMemory = true;
+    Request request("COMMIT");
+    EXPECT_EQ(execsql(&request.data, nullptr), 0);
+    EXPECT_EQ(request.document(),
+              faultDocument("0", "execution", "WSQLFilter::execSql", "Fault in SQL processing."));
+    EXPECT_STREQ(request.data.message, "Fault in SQL processing.");
+}
+
+TEST_F(RequestCycle, ThreadsDoNotMeet) {
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 4; ++n) {
+        threads.emplace_back([n] {
+            fakeKernel().settings["SQL_LAZYINDEX"] = n % 2 == 0 ? "1" : "0";
+            for (int i = 0; i < 50; ++i) {
+                Request request("GET PROPERTY lazyindex");
+                EXPECT_EQ(execsql(&request.data, nullptr), 1);
+                EXPECT_EQ(request.document(), propertyDocument("lazyindex", n % 2 == 0 ? "true" : "false"));
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(RequestCycle, LogsTheHeadOfAStatement) {
