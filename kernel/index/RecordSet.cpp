@@ -121,7 +121,28 @@ RecordNumber RecordSet::after(RecordNumber record) const {
     return 0;
 }
 
-void RecordSet::add(RecordNumber record) { unite(single(record)); }
+void RecordSet::add(RecordNumber record) {
+    const size_t place = findChunk(high(record));
+    const bool there = place < chunks_.size() && chunks_[place].number == high(record);
+    if (there && chunks_[place].view.contains(low(record))) return;
+    if (!there || chunks_[place].view.cardinality == kMaxArray) return unite(single(record));
+    Chunk& chunk = chunks_[place];
+    if (chunk.view.kind == ContainerKind::Bitmap) {
+        if (!chunk.owned) chunk.owned = copyContainer(chunk.view).data;
+        setBit(chunk.owned.get(), low(record));
+        chunk.view.data = chunk.owned.get();
+        ++chunk.view.cardinality;
+        return;
+    }
+    const size_t before = size_t{chunk.view.rank(low(record))} * 2;
+    auto data = allocateContainer(chunk.view.bytes() + 2);
+    const uint16_t member = low(record);
+    std::memcpy(data.get(), chunk.view.data, before);
+    std::memcpy(data.get() + before, &member, 2);
+    std::memcpy(data.get() + before + 2, chunk.view.data + before, chunk.view.bytes() - before);
+    chunk.view = {ContainerKind::Array, chunk.view.cardinality + 1, data.get()};
+    chunk.owned = std::move(data);
+}
 
 void RecordSet::remove(RecordNumber record) { subtract(single(record)); }
 
