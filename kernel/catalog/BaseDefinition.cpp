@@ -1,131 +1,100 @@
 #include "kernel/catalog/BaseDefinition.h"
 
-#include "kernel/common/ByteOrder.h"
+#include "kernel/common/ByteReader.h"
 
 namespace wdb {
+
 namespace {
 
-constexpr uint8_t kVersion = 1;
+constexpr uint32_t kDefinitionFormat = 1;
 
-// Bits of a field's flags.
-enum FieldBit : uint16_t {
-    kIndexed = 1,
-    kSerial = 2,
-    kMandatory = 4,
-    kWholeValue = 8,
-    kPart = 16,
-    kPlain = 32,
-    kKey = 64,
-    kHasDefault = 128,
-    kHasReference = 256
-};
-
-uint16_t fieldBits(const FieldDefinition& field) {
-    const auto bit = [](bool set, FieldBit value) { return set ? static_cast<unsigned>(value) : 0u; };
-    return static_cast<uint16_t>(bit(field.indexed, kIndexed) | bit(field.serial, kSerial) |
-                                 bit(field.mandatory, kMandatory) | bit(field.wholeValue, kWholeValue) |
-                                 bit(field.part, kPart) | bit(field.plain, kPlain) | bit(field.key, kKey) |
-                                 bit(field.hasDefault, kHasDefault) | bit(field.hasReference, kHasReference));
+uint16_t fieldFlags(const FieldDefinition& field) {
+    const bool bits[] = {field.indexed, field.serial, field.mandatory,  field.wholeValue,  field.part,
+                         field.plain,   field.key,    field.hasDefault, field.hasReference};
+    uint16_t flags = 0;
+    for (size_t i = 0; i < std::size(bits); ++i) flags = static_cast<uint16_t>(flags | (bits[i] ? 1u << i : 0u));
+    return flags;
 }
 
-void setFieldBits(FieldDefinition& field, uint16_t bits) {
-    field.indexed = (bits & kIndexed) != 0;
-    field.serial = (bits & kSerial) != 0;
-    field.mandatory = (bits & kMandatory) != 0;
-    field.wholeValue = (bits & kWholeValue) != 0;
-    field.part = (bits & kPart) != 0;
-    field.plain = (bits & kPlain) != 0;
-    field.key = (bits & kKey) != 0;
-    field.hasDefault = (bits & kHasDefault) != 0;
-    field.hasReference = (bits & kHasReference) != 0;
+void setFieldFlags(FieldDefinition& field, uint16_t flags) {
+    bool* bits[] = {&field.indexed, &field.serial, &field.mandatory,  &field.wholeValue,  &field.part,
+                    &field.plain,   &field.key,    &field.hasDefault, &field.hasReference};
+    for (size_t i = 0; i < std::size(bits); ++i) *bits[i] = (flags >> i & 1) != 0;
 }
 
-void appendText(std::string& out, const std::string& text) {
-    appendLittle<uint32_t>(out, static_cast<uint32_t>(text.size()));
-    out.append(text);
+void encodeField(std::string& out, const FieldDefinition& field) {
+    appendLittle(out, field.number);
+    appendLittle(out, static_cast<uint16_t>(field.type));
+    appendLittle(out, fieldFlags(field));
+    appendText(out, field.name);
+    appendText(out, field.defaultValue);
+    appendText(out, field.comment);
+    appendText(out, field.reference);
 }
 
-// Takes values from the front of stored bytes; once something did not fit, everything after is empty.
-class Decoder {
-public:
-    explicit Decoder(Slice bytes) : left_(bytes) {}
-
-    template <typename T>
-    T number() {
-        if (left_.size() < sizeof(T)) return fail(), T{};
-        const T value = loadLittle<T>(left_.data());
-        left_.remove_prefix(sizeof(T));
-        return value;
-    }
-    std::string text() {
-        const auto size = number<uint32_t>();
-        if (left_.size() < size) return fail(), std::string();
-        std::string value(left_.substr(0, size));
-        left_.remove_prefix(size);
-        return value;
-    }
-    void fail() {
-        failed_ = true;
-        left_ = {};
-    }
-    bool failed() const { return failed_; }
-    bool atEnd() const { return !failed_ && left_.empty(); }
-
-private:
-    Slice left_;
-    bool failed_ = false;
-};
-
-void appendField(std::string& out, const FieldDefinition& field) {
-    appendLittle<uint16_t>(out, field.number);
-    appendLittle<uint8_t>(out, static_cast<uint8_t>(field.type));
-    appendLittle<uint16_t>(out, fieldBits(field));
-    for (const std::string* text : {&field.name, &field.defaultValue, &field.comment, &field.reference}) {
-        appendText(out, *text);
-    }
-}
-
-FieldDefinition takeField(Decoder& in, FieldNumber after) {
-    FieldDefinition field;
+Status decodeField(ByteReader& in, FieldDefinition& field) {
     field.number = in.number<uint16_t>();
-    const auto type = typeOfCode(in.number<uint8_t>());
-    setFieldBits(field, in.number<uint16_t>());
-    for (std::string* text : {&field.name, &field.defaultValue, &field.comment, &field.reference}) *text = in.text();
-    if (!type || field.number <= after || field.number > WDB_FIELD_NUMBER_MAX) in.fail();
-    else field.type = *type;
-    return field;
+    const auto type = typeOfCode(in.number<uint16_t>());
+    setFieldFlags(field, in.number<uint16_t>());
+    field.name = in.text();
+    field.defaultValue = in.text();
+    field.comment = in.text();
+    field.reference = in.text();
+    if (in.failed() || !type || field.number == 0 || field.number > WDB_FIELD_NUMBER_MAX) return WDB_E_CORRUPT;
+    field.type = *type;
+    return WDB_OK;
 }
 
-void appendRule(std::string& out, const ReferenceRule& rule) {
-    appendLittle<uint16_t>(out, rule.field);
-    appendLittle<uint8_t>(out, static_cast<uint8_t>(rule.updateAction));
-    appendLittle<uint8_t>(out, static_cast<uint8_t>(rule.deleteAction));
+void encodeRule(std::string& out, const ReferenceRule& rule) {
+    appendLittle(out, rule.field);
+    appendLittle(out, static_cast<uint16_t>(rule.updateAction));
+    appendLittle(out, static_cast<uint16_t>(rule.deleteAction));
     appendText(out, rule.table);
     appendText(out, rule.column);
 }
 
-ReferenceRule takeRule(Decoder& in) {
-    ReferenceRule rule;
-    rule.field = in.number<uint16_t>();
-    rule.updateAction = in.number<uint8_t>();
-    rule.deleteAction = in.number<uint8_t>();
-    rule.table = in.text();
-    rule.column = in.text();
-    return rule;
+Status decodeFields(ByteReader& in, BaseDefinition& definition) {
+    const auto count = in.number<uint32_t>();
+    if (count > WDB_FIELD_NUMBER_MAX) return WDB_E_CORRUPT;
+    std::vector<FieldDefinition> fields(count);
+    FieldNumber last = 0;
+    for (FieldDefinition& field : fields) {
+        WDB_TRY(decodeField(in, field));
+        if (field.number <= last) return WDB_E_CORRUPT;
+        last = field.number;
+    }
+    if (last > definition.highestField) return WDB_E_CORRUPT;
+    definition.schema = std::make_shared<const Schema>(std::move(fields), definition.uniqueKey);
+    return WDB_OK;
+}
+
+Status decodeRules(ByteReader& in, BaseDefinition& definition) {
+    const auto count = in.number<uint32_t>();
+    if (count > WDB_FIELD_NUMBER_MAX) return WDB_E_CORRUPT;
+    for (uint32_t i = 0; i < count; ++i) {
+        ReferenceRule rule;
+        rule.field = in.number<uint16_t>();
+        rule.updateAction = in.number<uint16_t>();
+        rule.deleteAction = in.number<uint16_t>();
+        rule.table = in.text();
+        rule.column = in.text();
+        definition.rules.push_back(std::move(rule));
+    }
+    return WDB_OK;
 }
 
 }  // namespace
 
 std::string encodeDefinition(const BaseDefinition& definition) {
     std::string out;
-    appendLittle<uint8_t>(out, kVersion);
-    appendLittle<uint32_t>(out, definition.id);
-    appendLittle<uint64_t>(out, definition.version);
-    appendLittle<uint32_t>(out, definition.generation);
-    appendLittle<uint32_t>(out, static_cast<uint32_t>(definition.active));
-    appendLittle<uint32_t>(out, static_cast<uint32_t>(definition.charsetFlag));
-    appendLittle<uint16_t>(out, definition.uniqueKey);
-    appendLittle<uint16_t>(out, definition.highestField);
+    appendLittle(out, kDefinitionFormat);
+    appendLittle(out, definition.id);
+    appendLittle(out, definition.version);
+    appendLittle(out, definition.generation);
+    appendLittle(out, static_cast<uint32_t>(definition.active));
+    appendLittle(out, static_cast<uint32_t>(definition.charsetFlag));
+    appendLittle(out, definition.uniqueKey);
+    appendLittle(out, definition.highestField);
     for (const std::string* text :
          {&definition.name, &definition.baseFile, &definition.indexFile, &definition.valueFile, &definition.comment,
           &definition.charset, &definition.owner, &definition.directory, &definition.baseName, &definition.wordName,
@@ -133,17 +102,17 @@ std::string encodeDefinition(const BaseDefinition& definition) {
         appendText(out, *text);
     }
     const auto& fields = definition.schema->fields();
-    appendLittle<uint16_t>(out, static_cast<uint16_t>(fields.size()));
-    for (const FieldDefinition& field : fields) appendField(out, field);
-    appendLittle<uint16_t>(out, static_cast<uint16_t>(definition.rules.size()));
-    for (const ReferenceRule& rule : definition.rules) appendRule(out, rule);
+    appendLittle(out, static_cast<uint32_t>(fields.size()));
+    for (const FieldDefinition& field : fields) encodeField(out, field);
+    appendLittle(out, static_cast<uint32_t>(definition.rules.size()));
+    for (const ReferenceRule& rule : definition.rules) encodeRule(out, rule);
     return out;
 }
 
 Result<BaseDefinition> decodeDefinition(Slice bytes) {
-    Decoder in(bytes);
+    ByteReader in(bytes);
+    if (in.number<uint32_t>() != kDefinitionFormat) return Status{WDB_E_CORRUPT};
     BaseDefinition definition;
-    if (in.number<uint8_t>() != kVersion) return WDB_E_CORRUPT;
     definition.id = in.number<uint32_t>();
     definition.version = in.number<uint64_t>();
     definition.generation = in.number<uint32_t>();
@@ -157,15 +126,9 @@ Result<BaseDefinition> decodeDefinition(Slice bytes) {
           &definition.valueName}) {
         *text = in.text();
     }
-    std::vector<FieldDefinition> fields;
-    for (auto count = in.number<uint16_t>(); count > 0 && !in.failed(); --count) {
-        fields.push_back(takeField(in, fields.empty() ? FieldNumber{0} : fields.back().number));
-    }
-    for (auto count = in.number<uint16_t>(); count > 0 && !in.failed(); --count) {
-        definition.rules.push_back(takeRule(in));
-    }
-    if (!in.atEnd()) return WDB_E_CORRUPT;
-    definition.schema = std::make_shared<const Schema>(std::move(fields), definition.uniqueKey);
+    WDB_TRY(decodeFields(in, definition));
+    WDB_TRY(decodeRules(in, definition));
+    if (!in.atEnd()) return Status{WDB_E_CORRUPT};
     return definition;
 }
 

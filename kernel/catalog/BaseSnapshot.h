@@ -5,27 +5,28 @@
 #include "kernel/catalog/BaseDefinition.h"
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
+#include "kernel/index/Delta.h"
+#include "kernel/index/IndexView.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/storage/BaseFile.h"
 #include "kernel/storage/Environment.h"
 
 namespace wdb {
 
-class Delta;
-class IndexView;
 class OpenBase;
+struct IndexFiles;
 struct UnitBase;
 
 // One state of a base: the committed records up to queue position q, found through the index files (each complete up to
 // a position of its own) and the delta for the rest, and on top of it the writes of the reading session's open unit.
 // It holds three read transactions; it may move between threads and is used by one at a time. A snapshot with a unit is
 // used on the unit's thread and goes before the unit ends.
-class BaseSnapshot {
+class BaseSnapshot : private RecordSource {
 public:
     BaseSnapshot() = default;
     BaseSnapshot(BaseSnapshot&&) noexcept = default;
     BaseSnapshot& operator=(BaseSnapshot&&) noexcept = default;
-    ~BaseSnapshot();
+    ~BaseSnapshot() override;
     bool live() const { return base_ != nullptr; }
 
     const OpenBase& base() const { return *base_; }
@@ -38,11 +39,13 @@ public:
     Position position() const { return meta_.position(); }
     Position wordPosition() const { return wordPosition_; }
     Position valuePosition() const { return valuePosition_; }
+    // The numbers of the committed state that is read.
+    const BaseMeta& meta() const { return meta_; }
     // Number of the last commit that this state contains, the unit's own writes included when there is one.
     uint64_t commitNumber() const;
     uint64_t liveCount() const;
 
-    // What a search works with. Cheap to make; it points into this snapshot.
+    // What a search works with. It points into this snapshot, which must stay where it is meanwhile.
     IndexView index() const;
     // The record's current state. WDB_FAIL when no record ever had the number, WDB_E_DELETED, WDB_E_CORRUPT. The view
     // points into the mapped file: with a unit until its next write, else as long as the snapshot lives.
@@ -50,11 +53,17 @@ public:
     // For large objects and walks.
     BaseReader reader() const;
     const UnitBase* unit() const { return unit_; }
+    // The committed states of the index files, for checks.
+    const ReadTxn& words() const { return words_; }
+    const ReadTxn& values() const { return values_; }
 
 private:
     friend class OpenBase;
+    Result<RecordView> record(RecordNumber number) override;
+
     std::shared_ptr<OpenBase> base_;
     std::shared_ptr<const BaseDefinition> definition_;
+    std::shared_ptr<const IndexFiles> files_;
     ReadTxn words_;
     ReadTxn values_;
     ReadTxn records_;

@@ -5,6 +5,7 @@
 #include "include/wdb.h"
 
 namespace wdb {
+
 namespace {
 
 bool isLetter(unsigned char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c >= 128; }
@@ -14,17 +15,13 @@ bool isDigit(unsigned char c) { return c >= '0' && c <= '9'; }
 
 bool validBaseName(Slice name) {
     if (name.empty() || name.size() > WDB_BASE_NAME_MAX || !isLetter(static_cast<unsigned char>(name.front()))) return false;
-    return std::all_of(name.begin(), name.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return isLetter(byte) || isDigit(byte) || byte == '_';
-    });
+    return std::all_of(name.begin(), name.end(), [](unsigned char c) { return isLetter(c) || isDigit(c) || c == '_'; });
 }
 
 bool validFieldName(Slice name) {
     if (name.empty() || name.size() > WDB_FIELD_NAME_MAX || name.front() == ' ' || name.back() == ' ') return false;
-    return std::all_of(name.begin(), name.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte >= 32 && byte != 127 && Slice("\".,()").find(c) == Slice::npos;
+    return std::none_of(name.begin(), name.end(), [](unsigned char c) {
+        return c < ' ' || c == 127 || c == '"' || c == '.' || c == ',' || c == '(' || c == ')';
     });
 }
 

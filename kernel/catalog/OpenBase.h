@@ -7,13 +7,14 @@
 
 #include "kernel/catalog/BaseDefinition.h"
 #include "kernel/catalog/BaseSnapshot.h"
+#include "kernel/catalog/IndexFiles.h"
 #include "kernel/common/Status.h"
+#include "kernel/index/RankCache.h"
 #include "kernel/storage/BaseFile.h"
 
 namespace wdb {
 
 class Delta;
-class RankCache;
 struct UnitBase;
 
 // The two dates of a base, microseconds since 1970 UTC, and its counts.
@@ -28,8 +29,12 @@ struct BaseStamps {
 // definition is replaced when the catalogue's moved; take it once per call and keep the pointer.
 class OpenBase : public std::enable_shared_from_this<OpenBase> {
 public:
+    // Opens the base file. The index files follow with useIndex(), which may have to be preceded by building them anew.
     static Result<std::shared_ptr<OpenBase>> open(std::shared_ptr<const BaseDefinition> definition, bool readOnly);
     ~OpenBase();
+    // Opens the index files that the definition names. WDB_E_STORAGE, WDB_E_CORRUPT when they are missing, damaged, or
+    // do not belong to this state of the base: they are to be built anew.
+    Status useIndex();
 
     BaseId id() const { return id_; }
     std::shared_ptr<const BaseDefinition> definition() const;
@@ -40,28 +45,32 @@ public:
     Result<BaseSnapshot> snapshot(UnitBase* unit = nullptr);
 
     const std::shared_ptr<BaseFile>& file() const { return file_; }
+    // Null before useIndex().
+    std::shared_ptr<const IndexFiles> indexFiles() const;
     // Folds the changes that a unit committed into the delta, so that nobody has to read them from the queue.
     void unitCommitted(UnitBase& unit);
     // Brings the delta up to date and moves the index date.
     Status catchUp(int64_t now);
-    Result<BaseStamps> stamps();
-    RankCache& ranks() { return *ranks_; }
+    // With a unit: as its own session sees the base.
+    Result<BaseStamps> stamps(const UnitBase* unit = nullptr);
+    RankCache& ranks() { return ranks_; }
     // The base was dropped or its home directory's entry names other files.
     bool gone() const { return gone_.load(std::memory_order_relaxed); }
     void setGone() { gone_.store(true, std::memory_order_relaxed); }
 
 private:
-    struct IndexFiles;
     OpenBase() = default;
+    Result<BaseSnapshot> trySnapshot(UnitBase* unit);
+    std::shared_ptr<Delta> deltaFor(const IndexFiles* files, Position merged);
 
     BaseId id_ = 0;
     bool readOnly_ = false;
     std::shared_ptr<BaseFile> file_;
+    RankCache ranks_;
     mutable std::mutex mutex_;  // guards what follows
     std::shared_ptr<const BaseDefinition> definition_;
-    std::shared_ptr<IndexFiles> files_;
+    std::shared_ptr<const IndexFiles> files_;
     std::shared_ptr<Delta> delta_;
-    std::unique_ptr<RankCache> ranks_;
     int64_t indexed_ = 0;  // index date of this process
     std::atomic<bool> gone_{false};
 };

@@ -10,8 +10,15 @@
 
 namespace wdb {
 
-class BulkIndexBuilder;
 class UnitDelta;
+
+// What a load wants to know of the records that are stored in it.
+class LoadSink {
+public:
+    virtual ~LoadSink() = default;
+    virtual Status stored(RecordNumber number, const RecordView& record) = 0;  // a new one, above all others
+    virtual void disturbed() = 0;  // a record that was there before was changed or deleted
+};
 
 // A base within a write unit. Rules read and write keys, serials and objects through `writer`; records go through put()
 // and remove(), which keep the unit's delta (or, in a load, the new index) in step.
@@ -22,9 +29,10 @@ struct UnitBase {
     std::shared_ptr<OpenBase> base;
     std::shared_ptr<const BaseDefinition> definition;
     BaseWriter* writer = nullptr;
-    std::unique_ptr<UnitDelta> delta;     // null in a load
-    BulkIndexBuilder* builder = nullptr;  // of a load that builds new index files; new records are handed to it
-    bool range = false;                   // a load: new records share one queue entry
+    std::unique_ptr<UnitDelta> delta;  // null in a load: its session searches the state before it
+    LoadSink* load = nullptr;          // of a load: new records share one queue entry
+    RecordNumber firstNew = 0;         // numbers from here on were not used before the unit
+    RecordNumber highest = 0;          // highest number stored by the load
 
     // Stores the image of a new record (a number from writer->newRecord(), the highest so far) or of a stored one.
     Status put(RecordNumber number, Slice image);
@@ -36,15 +44,17 @@ struct UnitBase {
 // writes. One thread; destroyed without commit() nothing was written.
 class SessionUnit {
 public:
-    explicit SessionUnit(WriterHold hold) : unit_(std::move(hold)) {}
+    explicit SessionUnit(WriterHold hold);
     ~SessionUnit();
 
-    // Joins a base to the unit. The pointer stays valid until the unit ends.
-    Result<UnitBase*> base(const std::shared_ptr<OpenBase>& base);
+    // Joins a base to the unit, as a load when there is a sink. The pointer stays valid until the unit ends.
+    // WDB_E_BASE when the base was dropped.
+    Result<UnitBase*> base(const std::shared_ptr<OpenBase>& base, LoadSink* load = nullptr);
     // The base's part of the unit, or null when the unit has not written to it.
     UnitBase* find(const OpenBase& base) const;
-    // One sync per base; then folds the changes into the process's deltas. `now`: microseconds since 1970 UTC.
-    Status commit(int64_t now);
+    // One sync per base; then folds the changes into the process's deltas and gives the lock back, unless it is to be kept
+    // for work that follows (unit().takeHold()). `now`: microseconds since 1970 UTC.
+    Status commit(int64_t now, bool keepLock = false);
     void drop();
     WriteUnit& unit() { return unit_; }
     const std::vector<std::unique_ptr<UnitBase>>& bases() const { return bases_; }

@@ -22,7 +22,7 @@ Result<std::shared_ptr<BaseFile>> BaseFile::create(const std::string& path, int6
     auto txn = (*environment)->write();
     if (!txn) return txn.status();
     BaseMeta meta;
-    meta.modified = now;
+    meta.modified = meta.merged = now;
     WDB_TRY(txn->put(base_table::kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta)));
     WDB_TRY(txn->commit());
     WDB_TRY((*environment)->sync());

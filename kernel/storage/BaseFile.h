@@ -37,6 +37,9 @@ struct BaseMeta {
     uint64_t queueCount = 0;  // records named by the queue's entries, a range counting as many as it has
     uint64_t queueBytes = 0;  // bytes of images that the queue's entries stored and replaced, for the merge's limit
 
+    Position trimmed = 0;     // the queue holds no entries up to this one any more
+    int64_t merged = 0;       // modification date of the state that was last merged into the index files
+
     // The position of this state: everything up to it has happened.
     Position position() const { return nextSequence - 1; }
 };
@@ -109,7 +112,7 @@ public:
     // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
     Result<Position> remove(RecordNumber number);
     // Stores a new record of a load. All of them share one queue entry, whose position is taken by the first one; it is
-    // written by commit().
+    // written by commit(). Numbers ascend; gaps between them never hold a record.
     Status putInRange(RecordNumber number, Slice image);
 
     // Keys: setKey answers WDB_E_DUPLICATE when another record has it.
@@ -121,8 +124,8 @@ public:
     Status putObjectChunk(uint64_t object, uint32_t chunk, Slice bytes);
     Status dropObject(uint64_t object);
 
-    // Takes entries that both index files on disk contain out of the queue.
-    Status trimQueue(Position upTo);
+    // Takes entries that both index files on disk contain out of the queue; `merged` as in the meta entry.
+    Status trimQueue(Position upTo, int64_t merged);
 
     bool changed() const { return changed_; }
     // Writes the meta entry and makes everything durable; `now` in microseconds since 1970 UTC.

@@ -20,7 +20,8 @@ std::string encodeMeta(const BaseMeta& meta) {
     appendLittle(bytes, meta.commit);
     appendLittle(bytes, meta.queueCount);
     appendLittle(bytes, meta.queueBytes);
-    appendLittle(bytes, uint64_t{0});
+    appendLittle(bytes, meta.trimmed);
+    appendLittle(bytes, static_cast<uint64_t>(meta.merged));
     return bytes;
 }
 
@@ -38,6 +39,8 @@ Result<BaseMeta> decodeMeta(Slice bytes) {
     meta.commit = loadLittle<uint64_t>(at + 48);
     meta.queueCount = loadLittle<uint64_t>(at + 56);
     meta.queueBytes = loadLittle<uint64_t>(at + 64);
+    meta.trimmed = loadLittle<uint64_t>(at + 72);
+    meta.merged = static_cast<int64_t>(loadLittle<uint64_t>(at + 80));
     if (meta.format != kBaseFormat || meta.nextSequence == 0) return Status{WDB_E_CORRUPT};
     return meta;
 }

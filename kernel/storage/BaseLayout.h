@@ -11,7 +11,7 @@ namespace wdb::base_layout {
 // The bytes of docs/formats/base-file.md, for reader and writer.
 
 inline constexpr Slice kMetaKey = "base";
-inline constexpr size_t kMetaSize = 80;
+inline constexpr size_t kMetaSize = 88;
 inline constexpr size_t kQueueHeader = 16;  // kind, record, last, bytes of the image; then the image before
 
 std::string encodeMeta(const BaseMeta& meta);

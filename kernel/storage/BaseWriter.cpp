@@ -69,7 +69,7 @@ Result<Position> BaseWriter::remove(RecordNumber number) {
 }
 
 Status BaseWriter::putInRange(RecordNumber number, Slice image) {
-    if (range_.position != 0 && number != range_.last + 1) return WDB_E_ARGUMENT;
+    if (range_.position != 0 && number <= range_.last) return WDB_E_ARGUMENT;
     WDB_TRY(txn_.put(kRecords, number, image, PutMode::Append));
     change();
     ++meta_.liveCount;
@@ -128,7 +128,10 @@ Status BaseWriter::dropObject(uint64_t object) {
     }
 }
 
-Status BaseWriter::trimQueue(Position upTo) {
+Status BaseWriter::trimQueue(Position upTo, int64_t merged) {
+    meta_.trimmed = std::max(meta_.trimmed, std::min(upTo, meta_.position()));
+    meta_.merged = std::max(meta_.merged, merged);
+    metaChanged_ = true;
     Cursor cursor = txn_.cursor(kQueue);
     Status status = cursor.first();
     while (ok(status) && cursor.key64() <= upTo) {
@@ -138,7 +141,6 @@ Status BaseWriter::trimQueue(Position upTo) {
         const uint64_t bytes = entry->bytes + entry->previous.size();
         meta_.queueCount -= std::min(meta_.queueCount, records);
         meta_.queueBytes -= std::min(meta_.queueBytes, bytes);
-        metaChanged_ = true;
         WDB_TRY(cursor.remove());
         status = cursor.next();
     }

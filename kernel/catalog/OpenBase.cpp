@@ -1,0 +1,165 @@
+#include "kernel/catalog/OpenBase.h"
+
+#include <algorithm>
+
+#include "kernel/catalog/DeltaFeed.h"
+#include "kernel/catalog/SessionUnit.h"
+#include "kernel/index/Delta.h"
+#include "kernel/index/IndexFormat.h"
+
+namespace wdb {
+
+Result<std::shared_ptr<OpenBase>> OpenBase::open(std::shared_ptr<const BaseDefinition> definition, bool readOnly) {
+    auto file = BaseFile::open(definition->basePath(), readOnly);
+    if (!file) return file.status();
+    std::shared_ptr<OpenBase> base(new OpenBase);
+    base->id_ = definition->id;
+    base->readOnly_ = readOnly;
+    base->file_ = std::move(*file);
+    base->definition_ = std::move(definition);
+    return base;
+}
+
+OpenBase::~OpenBase() = default;
+
+Status OpenBase::useIndex() {
+    const auto definition = this->definition();
+    const auto files = IndexFiles::open(*definition, readOnly_);
+    if (!files) return files.status();
+    const auto words = (*files)->words->read();
+    const auto values = (*files)->values->read();
+    const auto records = file_->read();
+    if (!words || !values || !records) return WDB_E_STORAGE;
+    const auto wordMeta = readWordMeta(*words);
+    const auto valueMeta = readValueMeta(*values);
+    const auto meta = BaseReader(*records).meta();
+    if (!wordMeta || !valueMeta || !meta) return WDB_E_CORRUPT;
+    const auto [low, high] = std::minmax(wordMeta->position, valueMeta->position);
+    // Behind what the queue still holds, or ahead of the base: the files of another state of the base.
+    if (low < meta->trimmed || high > meta->position()) return WDB_E_CORRUPT;
+    const std::lock_guard lock(mutex_);
+    files_ = *files;
+    delta_ = std::make_shared<Delta>(definition->schema, low);
+    if (indexed_ == 0) indexed_ = meta->merged;
+    return WDB_OK;
+}
+
+std::shared_ptr<const BaseDefinition> OpenBase::definition() const {
+    const std::lock_guard lock(mutex_);
+    return definition_;
+}
+
+std::shared_ptr<const IndexFiles> OpenBase::indexFiles() const {
+    const std::lock_guard lock(mutex_);
+    return files_;
+}
+
+Status OpenBase::refresh(std::shared_ptr<const BaseDefinition> definition) {
+    bool otherFiles = false;
+    {
+        const std::lock_guard lock(mutex_);
+        if (definition->version == definition_->version) return WDB_OK;
+        otherFiles = files_ == nullptr || definition->generation != definition_->generation;
+        const bool otherFields = definition->schema->fields() != definition_->schema->fields();
+        definition_ = std::move(definition);
+        // What was inverted under the old fields is inverted anew, from the queue.
+        if (otherFields && delta_ != nullptr) delta_ = std::make_shared<Delta>(definition_->schema, delta_->start());
+    }
+    return otherFiles ? useIndex() : WDB_OK;
+}
+
+Result<BaseSnapshot> OpenBase::snapshot(UnitBase* unit) {
+    // A merge between the beginnings of the three transactions makes a try fail; it cannot happen often in a row.
+    constexpr int kTries = 20;
+    for (int i = 0; i < kTries; ++i) {
+        auto snapshot = trySnapshot(unit);
+        if (snapshot || snapshot.status() != WDB_FAIL) return snapshot;
+    }
+    return Status{WDB_E_CORRUPT};
+}
+
+// The index files first and the base last, so that the queue reaches at least to what the files contain. WDB_FAIL when it
+// begins too late for them by then.
+Result<BaseSnapshot> OpenBase::trySnapshot(UnitBase* unit) {
+    BaseSnapshot snapshot;
+    {
+        const std::lock_guard lock(mutex_);
+        snapshot.definition_ = definition_;
+        snapshot.files_ = files_;
+    }
+    if (snapshot.files_ == nullptr) return Status{WDB_E_CORRUPT};
+    auto words = snapshot.files_->words->read();
+    if (!words) return words.status();
+    auto values = snapshot.files_->values->read();
+    if (!values) return values.status();
+    auto records = file_->read();
+    if (!records) return records.status();
+    const auto wordMeta = readWordMeta(*words);
+    const auto valueMeta = readValueMeta(*values);
+    const auto meta = BaseReader(*records).meta();
+    if (!wordMeta) return wordMeta.status();
+    if (!valueMeta) return valueMeta.status();
+    if (!meta) return meta.status();
+    const Position merged = std::min(wordMeta->position, valueMeta->position);
+    if (merged < meta->trimmed) return Status{WDB_FAIL};
+    snapshot.delta_ = deltaFor(snapshot.files_.get(), merged);
+    if (snapshot.delta_ == nullptr) return Status{WDB_FAIL};
+    WDB_TRY(feedDelta(*snapshot.delta_, BaseReader(*records), meta->position()));
+    snapshot.words_ = std::move(*words);
+    snapshot.values_ = std::move(*values);
+    snapshot.records_ = std::move(*records);
+    snapshot.meta_ = *meta;
+    snapshot.wordPosition_ = wordMeta->position;
+    snapshot.valuePosition_ = valueMeta->position;
+    snapshot.unit_ = unit;
+    snapshot.base_ = shared_from_this();
+    return snapshot;
+}
+
+// The delta that completes files with everything up to `merged`: the present one, or its successor when a merge has taken
+// entries of it in. Null when the files or the delta have moved on since the files were looked at.
+std::shared_ptr<Delta> OpenBase::deltaFor(const IndexFiles* files, Position merged) {
+    const std::lock_guard lock(mutex_);
+    if (files != files_.get() || delta_->start() > merged) return nullptr;
+    if (delta_->start() < merged && delta_->caughtUpTo() >= merged) delta_ = delta_->successor(merged);
+    else if (delta_->start() < merged) delta_ = std::make_shared<Delta>(definition_->schema, merged);
+    return delta_;
+}
+
+void OpenBase::unitCommitted(UnitBase& unit) {
+    if (unit.delta == nullptr || unit.delta->empty()) return;
+    std::shared_ptr<Delta> delta;
+    {
+        const std::lock_guard lock(mutex_);
+        delta = delta_;
+    }
+    // Refused when the delta lags behind the unit's beginning: then the next reader catches up from the queue.
+    if (delta != nullptr) static_cast<void>(delta->append().fold(*unit.delta));
+}
+
+Status OpenBase::catchUp(int64_t now) {
+    const auto state = snapshot();
+    if (!state) return state.status();
+    const std::lock_guard lock(mutex_);
+    indexed_ = std::max({now, state->meta().modified, indexed_ + 1});
+    return WDB_OK;
+}
+
+Result<BaseStamps> OpenBase::stamps(const UnitBase* unit) {
+    BaseStamps stamps;
+    if (unit != nullptr) {
+        const BaseMeta& meta = unit->writer->meta();
+        stamps = {meta.modified + (unit->writer->changed() ? 1 : 0), 0, meta.liveCount, meta.queueCount};
+    } else {
+        const auto records = file_->read();
+        if (!records) return records.status();
+        const auto meta = BaseReader(*records).meta();
+        if (!meta) return meta.status();
+        stamps = {meta->modified, 0, meta->liveCount, meta->queueCount};
+    }
+    const std::lock_guard lock(mutex_);
+    stamps.indexed = indexed_;
+    return stamps;
+}
+
+}  // namespace wdb
