@@ -1,0 +1,115 @@
+#include <algorithm>
+#include <random>
+
+#include "tests/unit/search/SearchFixture.h"
+
+namespace wdb {
+namespace {
+
+class SortTest : public SearchFixture {
+protected:
+    void SetUp() override {
+        SearchFixture::SetUp();
+        create("T", {{"NAME", FieldType::Phrase}, {"N", FieldType::Integer}, {"NOTE", FieldType::Text}});
+        ASSERT_EQ(search.execute("DEF FIN MIN=0"), WDB_OK);
+    }
+};
+
+struct Row {
+    const char* command;
+    const char* rows;
+    const char* reason;
+};
+
+TEST_F(SortTest, OrdersOfFewRows) {
+    put("T", {{{"NAME", {"b"}}, {"N", {"3"}}, {"NOTE", {"zeta"}}},
+              {{"NAME", {"a"}}, {"N", {"3"}}},
+              {{"N", {"", "1"}}},
+              {{"NAME", {"C", "0"}}, {"N", {"-1", "9"}}, {"NOTE", {"Alpha"}}},
+              {{"NAME", {"b"}}, {"N", {"10"}}}});
+    const Row rows[] = {
+        {"SEL FRL(T) FIELD(T.R) SORT(T.NAME)", "3 2 1 5 4", "empty values first, equal ones by number"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.NAME DESC)", "4 1 5 2 3", "empty values last, equal ones by number all the same"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.N)", "3 4 1 2 5", "by the first item, a gap is empty"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.N.2)", "1 2 5 3 4", "by the second item"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.N,T.NAME)", "3 4 2 1 5", "equal rows by the second key"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.N DESC,T.NAME DESC)", "5 1 2 4 3", "each key its own direction"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.R DESC)", "5 4 3 2 1", "by record number"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.R,T.NAME)", "1 2 3 4 5", "nothing is equal in the number"},
+        {"SEL FRL(T) FIELD(T.R,T.NAME,1) SORT(3,2 DESC)", "4|C;0|1 1|b|1 5|b|1 2|a|1 3|-|1", "positions; a constant sorts nothing"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.NOTE)", "2 3 5 4 1", "texts as a whole"},
+        {"SEL FRL(T) FIELD(T.R) WHERE(T.N=3) SORT(T.NAME)", "2 1", "hits only"},
+        {"SEL FRL(T) FIELD(T.R) WHERE(R=77) SORT(T.NAME)", "", "no hits"},
+    };
+    for (const bool stay : {true, false}) {
+        stay_ = stay;
+        for (const Row& row : rows) EXPECT_EQ(select(row.command), row.rows) << row.command << ": " << row.reason;
+    }
+}
+
+// Many rows, pages taken at random: whatever way the order is worked out, it is the same.
+TEST_F(SortTest, PagesOfManyRowsAgreeWithASortOfAll) {
+    std::mt19937 random(7);
+    constexpr RecordNumber kRecords = 3000;
+    std::vector<Record> records;
+    std::vector<int64_t> values(kRecords + 1, INT64_MIN);
+    for (RecordNumber i = 1; i <= kRecords; ++i) {
+        Record& record = records.emplace_back();
+        if (random() % 50 == 0) continue;
+        values[i] = static_cast<int64_t>(random() % 2000);
+        record["N"] = {std::to_string(values[i])};
+    }
+    put("T", records);
+    for (const bool descending : {false, true}) {
+        for (const RecordNumber from : {RecordNumber{1}, RecordNumber{2900}}) {
+            std::vector<RecordNumber> expected;
+            for (RecordNumber i = from; i <= kRecords; ++i) expected.push_back(i);
+            std::stable_sort(expected.begin(), expected.end(), [&](RecordNumber a, RecordNumber b) {
+                return descending ? values[a] > values[b] : values[a] < values[b];
+            });
+            for (const size_t page : {size_t{0}, size_t{10}, size_t{1500}, expected.size() - 5}) {
+                if (page + 5 > expected.size()) continue;
+                const std::string command = "SEL FRL(T) FIELD(T.R) WHERE(R=FROM " + std::to_string(from) + ") SORT(T.N" +
+                                            (descending ? " DESC)" : ")");
+                ASSERT_EQ(search.execute(command), WDB_OK);
+                RowItems row;
+                for (size_t i = page; i < page + 5; ++i) {
+                    ASSERT_EQ(search.fetchRow(0, static_cast<int32_t>(i), row), WDB_OK);
+                    EXPECT_EQ(print(row), std::to_string(expected[i])) << command << " row " << i;
+                }
+                ASSERT_EQ(search.fetchRow(0, 0, row), WDB_OK);
+                EXPECT_EQ(print(row), std::to_string(expected[0])) << command;
+            }
+        }
+    }
+}
+
+TEST_F(SortTest, WritesAfterTheFirstRowsNeitherLoseNorRepeatARow) {
+    std::vector<Record> records;
+    for (int i = 0; i < 300; ++i) records.push_back({{"N", {std::to_string(i)}}});
+    put("T", records);
+    ASSERT_EQ(search.execute("SEL FRL(T) FIELD(T.R) SORT(T.N)"), WDB_OK);
+    RowItems row;
+    ASSERT_EQ(search.fetchRow(0, 0, row), WDB_OK);
+    replace("T", 250, {{"N", {"-5"}}});
+    std::vector<std::string> seen;
+    for (int32_t i = 0; search.fetchRow(0, i, row) == WDB_OK; ++i) seen.push_back(print(row));
+    EXPECT_EQ(seen.size(), 300u);
+    std::sort(seen.begin(), seen.end());
+    EXPECT_EQ(std::unique(seen.begin(), seen.end()) - seen.begin(), 300) << "every record once";
+}
+
+TEST_F(SortTest, AStateThatWasGivenUpEndsAnUnfinishedOrder) {
+    std::vector<Record> records;
+    for (int i = 0; i < 300; ++i) records.push_back({{"N", {std::to_string(i)}}});
+    put("T", records);
+    ASSERT_EQ(search.execute("SEL FRL(T) FIELD(T.R) SORT(T.N)"), WDB_OK);
+    RowItems row;
+    ASSERT_EQ(search.fetchRow(0, 0, row), WDB_OK);
+    search.snapshotGivenUp(**directory_->find("T"));
+    EXPECT_EQ(search.fetchRow(0, 1, row), WDB_OK) << "known already";
+    EXPECT_EQ(search.fetchRow(0, 299, row), WDB_E_CHANGED);
+}
+
+}  // namespace
+}  // namespace wdb
