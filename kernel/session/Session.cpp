@@ -63,7 +63,7 @@ Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
     return base;
 }
 
-Result<BaseSnapshot*> Session::state(const std::shared_ptr<OpenBase>& base) {
+Result<const BaseSnapshot*> Session::snapshot(const std::shared_ptr<OpenBase>& base) {
     if (!statuses.empty() && snapshots.age(*base) > kSnapshotYoung &&
         snapshots.age(*base).count() >= settings.number("WDB_SNAPSHOT_MAX", kSnapshotMax)) {
         search.snapshotGivenUp(*base);
@@ -72,36 +72,44 @@ Result<BaseSnapshot*> Session::state(const std::shared_ptr<OpenBase>& base) {
     return snapshots.get(base, writer.unitBase(*base), statuses.top());
 }
 
-Result<const BaseSnapshot*> Session::snapshot(const std::shared_ptr<OpenBase>& base) {
-    const auto found = state(base);
-    if (!found) return found.status();
-    return static_cast<const BaseSnapshot*>(*found);
-}
-
 Result<uint64_t> Session::recordCount(const std::shared_ptr<OpenBase>& base) {
     if (const UnitBase* load = writer.loadBase(*base)) return load->writer->meta().liveCount;
-    const auto found = state(base);
+    const auto found = snapshot(base);
     if (!found) return found.status();
     return (*found)->liveCount();
 }
 
-Status Session::loadRecord(RecordControl& control, RecordNumber number, uint64_t version) {
-    if (const UnitBase* load = writer.loadBase(*control.base)) {
+void Session::attach(RecordControl& control, const std::shared_ptr<OpenBase>& base) {
+    if (control.base != base) {
+        dropCursors(control);
+        control.dropRecord();
+        control.base = base;
+    }
+    control.definition = base->definition();
+}
+
+Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, uint64_t version) {
+    if (const UnitBase* load = writer.loadBase(*base)) {
         const auto image = load->writer->image(number);
         if (!image) return image.status();
         const auto view = RecordView::validate(*image);
         if (!view) return view.status();
-        control.dropRecord();
-        control.record.load(number, *view, view->commit());
+        takeRecord(control, base, number, *view, version);
         return WDB_OK;
     }
-    const auto found = state(control.base);
+    const auto found = snapshot(base);
     if (!found) return found.status();
     const auto view = (*found)->record(number);
     if (!view) return view.status();
-    control.dropRecord();
-    control.record.load(number, *view, version == 0 ? view->commit() : version);
+    takeRecord(control, base, number, *view, version);
     return WDB_OK;
+}
+
+void Session::takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, const RecordView& view,
+                         uint64_t version) {
+    attach(control, base);
+    control.dropRecord();
+    control.record.load(number, view, version == 0 ? view.commit() : version);
 }
 
 Status Session::putRecord(RecordControl& control) {
@@ -145,12 +153,16 @@ Status Session::deleteRecord(RecordControl& control) {
     return WDB_OK;
 }
 
+void Session::dropCursors(RecordControl& control) {
+    if (control.cursors == 0) return;
+    cursors.each([&](uint64_t cursor, const FieldCursor& placed) {
+        if (controls.find(placed.control) == &control) cursors.remove(cursor);
+    });
+    control.cursors = 0;
+}
+
 void Session::removeControl(uint64_t handle) {
-    if (controls.object(handle).cursors > 0) {
-        cursors.each([&](uint64_t cursor, const FieldCursor& placed) {
-            if (placed.control == handle) cursors.remove(cursor);
-        });
-    }
+    dropCursors(controls.object(handle));
     controls.remove(handle);
 }
 

@@ -28,6 +28,12 @@
 
 namespace wdb {
 
+// What WdbGetIntegrityRules hands out: the caller sees `head`.
+struct RuleList {
+    WdbIntegrityRules head{};
+    std::vector<WdbIntegrityRule> rules;
+};
+
 // What a session holds beyond its calls, and what it answers to searches. One thread at a time works with it; the API
 // (kernel/api) calls it through the thread's bound session. Members are public where the API works on the part itself;
 // the functions here are those that concern several parts.
@@ -58,7 +64,7 @@ public:
     HandleTable<RecordControl> controls;
     HandleTable<FieldCursor> cursors;
     RowBuffers rowBuffers;
-    std::vector<std::unique_ptr<WdbIntegrityRules>> ruleLists;
+    std::vector<std::unique_ptr<RuleList>> ruleLists;
     std::shared_ptr<const BaseDefinition> checkedBase;  // null: none
     Hooks hooks;
     LastError lastError;
@@ -73,11 +79,12 @@ public:
     Actor actor() const;
 
     // --- bases and records ---
-    // The unit's or load's writes included. Given up and taken anew when it is older than the setting WDB_SNAPSHOT_MAX.
-    Result<BaseSnapshot*> state(const std::shared_ptr<OpenBase>& base);
     Result<uint64_t> recordCount(const std::shared_ptr<OpenBase>& base);
-    // Loads a record into a control. WDB_FAIL when no record ever had the number, WDB_E_DELETED. `version` 0: as it is now.
-    Status loadRecord(RecordControl& control, RecordNumber number, uint64_t version = 0);
+    // Attaches a control; with another base than before its record and its cursors go.
+    void attach(RecordControl& control, const std::shared_ptr<OpenBase>& base);
+    // Loads a record of a base into a control and attaches it. WDB_FAIL when no record ever had the number, WDB_E_DELETED;
+    // the control is unchanged then. `version`: commit number up to which changes by others count as seen, 0: the record's.
+    Status loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, uint64_t version = 0);
     Status putRecord(RecordControl& control);
     Status deleteRecord(RecordControl& control);
 
@@ -111,6 +118,7 @@ public:
     // --- SearchContext ---
     Result<std::shared_ptr<OpenBase>> findBase(Slice name) override;
     bool mayRead(const BaseDefinition& base, FieldNumber) override { return owns(base); }
+    // Given up and taken anew when it is older than the setting WDB_SNAPSHOT_MAX.
     Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) override;
     bool snapshotsStay() const override { return !statuses.empty(); }
     const ccl::CommandWords& commandWords() const override { return symbols.words(); }
@@ -119,6 +127,9 @@ public:
     Analyzer& analyzer() override { return analyzer_; }
 
 private:
+    void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, const RecordView& view,
+                    uint64_t version);
+    void dropCursors(RecordControl& control);
     void publishCounts();
 
     Analyzer analyzer_;

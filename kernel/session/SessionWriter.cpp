@@ -75,7 +75,7 @@ UnitBase* SessionWriter::loadBase(const OpenBase& base) const {
     return load_ != nullptr && load_->base().get() == &base ? &load_->unitBase() : nullptr;
 }
 
-bool SessionWriter::hasWritten() const { return load_ != nullptr || (unit_ != nullptr && !unit_->unit().empty()); }
+bool SessionWriter::hasWritten() const { return load_ != nullptr || failed_ || (unit_ != nullptr && !unit_->unit().empty()); }
 
 Status SessionWriter::savedRemoved(uint64_t saved) {
     if (owner_ != saved) return WDB_OK;

@@ -9,12 +9,12 @@ const SnapshotCache::Kept* SnapshotCache::find(const OpenBase& base) const {
     return found == kept_.end() ? nullptr : &*found;
 }
 
-Result<BaseSnapshot*> SnapshotCache::get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved) {
-    if (const Kept* kept = find(*base)) return kept->snapshot.get();
+Result<const BaseSnapshot*> SnapshotCache::get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved) {
+    if (const Kept* kept = find(*base)) return static_cast<const BaseSnapshot*>(kept->snapshot.get());
     auto snapshot = base->snapshot(unit);
     if (!snapshot) return snapshot.status();
     kept_.push_back({std::make_unique<BaseSnapshot>(std::move(*snapshot)), saved, std::chrono::steady_clock::now()});
-    return kept_.back().snapshot.get();
+    return static_cast<const BaseSnapshot*>(kept_.back().snapshot.get());
 }
 
 std::chrono::seconds SnapshotCache::age(const OpenBase& base) const {

@@ -17,7 +17,7 @@ namespace wdb {
 class SnapshotCache {
 public:
     // `saved`: serial number of the saved status on top, 0 for none. `unit`: the session's writes to the base, or null.
-    Result<BaseSnapshot*> get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved);
+    Result<const BaseSnapshot*> get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved);
     // Age of the base's kept snapshot; zero when there is none.
     std::chrono::seconds age(const OpenBase& base) const;
 

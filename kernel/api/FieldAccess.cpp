@@ -1,0 +1,30 @@
+#include "kernel/api/FieldAccess.h"
+
+namespace wdb::api {
+
+Status findPlace(Session& session, WdbCursor* handle, Place& place) {
+    place.cursor = session.cursor(handle);
+    if (place.cursor == nullptr) return WDB_E_HANDLE;
+    place.control = session.controls.find(place.cursor->control);
+    if (place.control == nullptr) return WDB_E_HANDLE;
+    if (!place.control->attached() || !place.control->record.any()) return WDB_E_NO_RECORD;
+    place.field = place.control->schema().find(place.cursor->field);
+    if (place.field == nullptr) return WDB_E_FIELD;
+    if (!place.control->listed && !session.mayRead(*place.control->definition, place.field->number)) return WDB_E_RIGHT;
+    place.cursor->follow(place.control->record);
+    return WDB_OK;
+}
+
+Status findWritablePlace(Session& session, WdbCursor* handle, Place& place) {
+    WDB_TRY(findPlace(session, handle, place));
+    if (place.control->listed || !place.control->writable || session.writer.readOnly()) return WDB_E_READ_ONLY;
+    return session.mayWrite(*place.control->definition) ? WDB_OK : WDB_E_RIGHT;
+}
+
+Result<Slice> dataOf(const char* data, int32_t length) {
+    if (length < -1) return WDB_E_ARGUMENT;
+    if (data == nullptr) return Slice();
+    return length == -1 ? Slice(data) : Slice(data, static_cast<size_t>(length));
+}
+
+}  // namespace wdb::api

@@ -1,0 +1,127 @@
+// Commands, sets and rows.
+#include <cstring>
+
+#include "kernel/api/ApiCall.h"
+#include "kernel/text/Normalize.h"
+
+namespace wdb::api {
+namespace {
+
+constexpr uint32_t kText = 1;       // item flags of a row: the item has a text,
+constexpr uint32_t kZeroAfter = 128;  // a zero byte follows it
+
+Status execute(Session& session, const char* command) {
+    const Status status = session.search.execute(InText(session, command));
+    session.searched();
+    if (ok(status)) return status;
+    const CommandError& error = session.search.error();
+    return session.fail(status, error.subject, error.position);
+}
+
+Status searchCounts(Session& session, SearchCounts& counts) {
+    const Status status = session.search.currentResult(counts);
+    session.searched();
+    return status;
+}
+
+// The row's texts in the session's character set.
+void convertRow(Charset& charset, RowItems& row) {
+    std::string converted;
+    size_t at = 0;
+    for (uint32_t item = 0; item < row.words[0]; ++item) {
+        uint32_t& length = row.words[2 + 2 * item];
+        const uint32_t flags = row.words[3 + 2 * item];
+        const std::string text = (flags & kText) != 0 ? charset.fromUtf8(Slice(row.data).substr(at, length)) : std::string();
+        at += length + ((flags & kZeroAfter) != 0 ? 1 : 0);
+        length = static_cast<uint32_t>(text.size());
+        converted.append(text);
+        if ((flags & kZeroAfter) != 0) converted.push_back('\0');
+    }
+    converted.push_back('\0');
+    row.data = std::move(converted);
+}
+
+Status getRow(Session& session, int32_t set, int32_t index, int32_t count, char** items, uint32_t** descriptor) {
+    if (count != 1 || index < 0 || items == nullptr || descriptor == nullptr) return WDB_E_ARGUMENT;
+    WDB_TRY(session.search.fetchRow(set, index, session.row));
+    session.searched();
+    if (!session.charset.passes()) convertRow(session.charset, session.row);
+    const RowItems& row = session.row;
+    void* data = session.rowBuffers.allocate(row.data.size());
+    void* words = session.rowBuffers.allocate(row.words.size() * sizeof(uint32_t));
+    if (data == nullptr || words == nullptr) {
+        session.rowBuffers.release(data);
+        return WDB_E_MEMORY;
+    }
+    std::memcpy(data, row.data.data(), row.data.size());
+    std::memcpy(words, row.words.data(), row.words.size() * sizeof(uint32_t));
+    *items = static_cast<char*>(data);
+    *descriptor = static_cast<uint32_t*>(words);
+    return WDB_OK;
+}
+
+Status strNormalize(Session* session, const char* text, char* buffer, int32_t mode) {
+    if (text == nullptr || buffer == nullptr || mode < 1 || mode > 7) return WDB_E_ARGUMENT;
+    const std::string_view input(text);
+    std::string normalized;
+    if (session == nullptr || session->charset.passes()) {
+        normalizeTo(input, mode, normalized);
+    } else {
+        normalized = session->charset.fromUtf8(normalize(session->charset.toUtf8(input), mode));
+        if (normalized.size() > input.size()) normalized = input;
+    }
+    const size_t size = input.size();
+    std::memcpy(buffer, normalized.data(), normalized.size());
+    std::memset(buffer + normalized.size(), 0, size + 1 - normalized.size());
+    return WDB_OK;
+}
+
+}  // namespace
+}  // namespace wdb::api
+
+using namespace wdb;
+using namespace wdb::api;
+
+int32_t WdbExecuteCcl(const char* command, int32_t* statusOut) {
+    const Status status = call(__func__, [&](Session& session) { return execute(session, command); });
+    putNumber(statusOut, status);
+    return status;
+}
+
+int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t* recordCount, int32_t* partCount, int32_t* kind) {
+    SearchCounts counts;
+    const Status status = call(__func__, [&](Session& session) { return searchCounts(session, counts); });
+    if (!ok(status)) counts = SearchCounts();
+    putNumber(setNumber, counts.set);
+    putNumber(hitCount, counts.rows);
+    putNumber(recordCount, counts.records);
+    putNumber(partCount, counts.parts);
+    putNumber(kind, counts.kind);
+    return status;
+}
+
+int32_t WdbGetSearch(int32_t* searchNumber, int32_t* recordCount, int32_t* partCount) {
+    SearchCounts counts;
+    const Status status = call(__func__, [&](Session& session) { return searchCounts(session, counts); });
+    if (!ok(status)) counts = SearchCounts();
+    putNumber(searchNumber, counts.set);
+    putNumber(recordCount, counts.records);
+    putNumber(partCount, counts.parts);
+    return status;
+}
+
+int32_t WdbGetRows(int32_t setNumber, int32_t rowIndex, int32_t rowCount, char** items, uint32_t** itemCount) {
+    if (items != nullptr) *items = nullptr;
+    if (itemCount != nullptr) *itemCount = nullptr;
+    return call(__func__, [&](Session& session) { return getRow(session, setNumber, rowIndex, rowCount, items, itemCount); });
+}
+
+int32_t WdbDeallocate(void* memory) {
+    return callWithout(__func__, [&](Session*) -> Status {
+        return memory == nullptr || session_registry::deallocate(memory) ? WDB_OK : WDB_E_HANDLE;
+    });
+}
+
+int32_t WdbStrNormalize(const char* text, char* buffer, int32_t mode) {
+    return callWithout(__func__, [&](Session* session) { return strNormalize(session, text, buffer, mode); });
+}
