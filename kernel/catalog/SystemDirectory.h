@@ -1,12 +1,12 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <shared_mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "kernel/catalog/BaseDefinition.h"
@@ -55,12 +55,16 @@ public:
     Result<WriterHold> acquireWriter(std::chrono::milliseconds patience) { return lock_->acquire(patience); }
 
     // --- changes: the caller holds the writer's lock ---
-    // Makes the files of a new base and names them; the definition gets its id, directory entries and version.
+    // Makes the files of a new base in definition.directory and names them; the definition gets its id, file names and
+    // version. WDB_E_EXISTS when there is a base of that name.
     Status createBase(BaseDefinition definition, int64_t now, const WriterHold& hold);
-    // Stores a changed definition; with other index file names the old files go.
+    // Stores a changed definition, with the next version; when it names other index files the old ones go. WDB_E_BASE.
     Status storeBase(BaseDefinition definition, const WriterHold& hold);
-    // Paths of a new generation of index files, noted so that they are removed should the job not come to its end.
+    // Names a new generation of index files in the definition and notes them, so that they are removed should the job that
+    // makes them not come to its end.
     Status planIndexFiles(BaseDefinition& definition, const WriterHold& hold);
+    // Builds the index files of a base anew from its records and publishes them.
+    Status buildIndex(OpenBase& base, const WriterHold& hold);
     // Removes the files that no entry names.
     Status removeLeftovers(const WriterHold& hold);
 
@@ -79,20 +83,39 @@ private:
         std::shared_ptr<OpenBase> base;  // when somebody asked for it
     };
     using Entries = std::map<std::string, Entry, std::less<>>;  // by foldName
+    using Texts = std::map<std::string, std::string, std::less<>>;
+
     SystemDirectory() = default;
-    Status initialize(const DirectoryOptions& options);
-    Status reload();
-    Status publish(WriteTxn& txn, const WriterHold& hold);
+    static Result<std::unique_ptr<SystemDirectory>> make(const std::string& home, const DirectoryOptions& options);
+    Status createCatalog(const DirectoryOptions& options);
+    Status openCatalog(bool readOnly);
+
+    // What is cached is what the catalogue says now; reads it again when not.
+    bool current() const;
+    Status ensureCurrent();
+    Status refresh();
+    Status readEntries(const Txn& txn, Entries& entries) const;
+    Status readSettings(const Txn& txn, Texts& settings) const;
+    void replaceEntries(Entries entries);
+    Result<std::shared_ptr<OpenBase>> openBase(const std::string& key);
+    Status repairIndex(OpenBase& base);
+
+    // A change of the catalogue: `change` fills the transaction, which is then committed between two steps of the version.
+    Status publish(const std::function<Status(WriteTxn&)>& change);
+    // Paths below the home directory are stored relative to it, so that it can be moved or copied.
+    std::string storedPath(const std::string& path) const;
+    std::string fullPath(Slice stored) const;
+    Status noteFiles(const std::vector<std::string>& paths);
 
     std::string home_;
     bool readOnly_ = false;
     std::shared_ptr<WriterLock> lock_;
     std::shared_ptr<Environment> catalog_;
+    Texts fileSettings_;               // of conf/welk.rcs, by folded name
     mutable std::shared_mutex mutex_;  // guards what follows
-    uint64_t cachedVersion_ = 1;       // shared counter under which entries_ and settings_ were read; odd: none
+    uint64_t cachedVersion_ = 1;       // version under which the rest was read; odd: none
     Entries entries_;
-    std::map<std::string, std::string, std::less<>> settings_;
-    std::map<std::string, std::string, std::less<>> fileSettings_;
+    Texts settings_;
 };
 
 }  // namespace wdb

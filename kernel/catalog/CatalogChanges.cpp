@@ -1,0 +1,215 @@
+#include <algorithm>
+
+#include "kernel/catalog/CatalogLayout.h"
+#include "kernel/catalog/FileSystem.h"
+#include "kernel/catalog/SystemDirectory.h"
+#include "kernel/index/BulkIndexBuilder.h"
+
+// The part of SystemDirectory that changes the catalogue; its callers hold the writer's lock.
+
+namespace wdb {
+
+using namespace catalog_layout;
+
+namespace {
+
+// The file name that a base's "LOCATION:NAME.BAF" asks for, without its ending.
+std::string fileStem(const BaseDefinition& definition) {
+    const Slice given = definition.baseFile;
+    const size_t colon = given.find(':');
+    Slice stem = colon == Slice::npos ? given : given.substr(colon + 1);
+    stem = stem.substr(0, stem.rfind('.'));
+    return std::string(stem.empty() ? Slice(definition.name) : stem);
+}
+
+std::string indexFileName(const std::string& baseName, uint32_t generation, const char* ending) {
+    return baseName.substr(0, baseName.rfind('.')) + "." + std::to_string(generation) + ending;
+}
+
+void nameIndexFiles(BaseDefinition& definition) {
+    definition.wordName = indexFileName(definition.baseName, definition.generation, ".BIF");
+    definition.valueName = indexFileName(definition.baseName, definition.generation, ".VIF");
+}
+
+// A base may have been dropped, or its files copied here by hand: names that are in use are left alone.
+void nameFiles(BaseDefinition& definition) {
+    const std::string stem = fileStem(definition);
+    for (uint32_t copy = 1;; ++copy) {
+        definition.baseName = stem + (copy == 1 ? "" : "-" + std::to_string(copy)) + ".BAF";
+        nameIndexFiles(definition);
+        if (!file_system::exists(definition.basePath()) && !file_system::exists(definition.wordPath()) &&
+            !file_system::exists(definition.valuePath())) {
+            return;
+        }
+    }
+}
+
+std::vector<std::string> pathsOf(const BaseDefinition& definition) {
+    return {definition.basePath(), definition.wordPath(), definition.valuePath()};
+}
+
+}  // namespace
+
+std::string SystemDirectory::storedPath(const std::string& path) const {
+    const std::string prefix = home_ + "/";
+    return path.starts_with(prefix) ? path.substr(prefix.size()) : path;
+}
+
+std::string SystemDirectory::fullPath(Slice stored) const {
+    return stored.starts_with('/') ? std::string(stored) : home_ + "/" + std::string(stored);
+}
+
+Status SystemDirectory::publish(const std::function<Status(WriteTxn&)>& change) {
+    auto txn = catalog_->write();
+    if (!txn) return txn.status();
+    auto meta = readMeta(*txn);
+    if (!meta) return meta.status();
+    WDB_TRY(change(*txn));
+    meta = readMeta(*txn);
+    if (!meta) return meta.status();
+    ++meta->version;
+    WDB_TRY(txn->put(kMeta, kMetaKey, encodeMeta(*meta)));
+    lock_->catalogVersion().beginChange();
+    const Status status = txn->commit();
+    lock_->catalogVersion().endChange();
+    return status;
+}
+
+// Not a change of what the catalogue says: nobody has to read it again.
+Status SystemDirectory::noteFiles(const std::vector<std::string>& paths) {
+    auto txn = catalog_->write();
+    if (!txn) return txn.status();
+    for (const std::string& path : paths) WDB_TRY(txn->put(kFiles, storedPath(path), Slice()));
+    return txn->commit();
+}
+
+Status SystemDirectory::createBase(BaseDefinition definition, int64_t now, const WriterHold& hold) {
+    WDB_TRY(refresh());
+    if (this->definition(definition.name)) return WDB_E_EXISTS;
+    static_cast<void>(removeLeftovers(hold));
+    WDB_TRY(file_system::makeDirectory(definition.directory));
+    if (file_system::isRemote(definition.directory)) return WDB_E_STORAGE;
+    definition.directory = file_system::resolve(definition.directory);
+    nameFiles(definition);
+    WDB_TRY(noteFiles(pathsOf(definition)));
+    if (const auto file = BaseFile::create(definition.basePath(), now); !file) return file.status();
+    WDB_TRY(createIndexFiles(definition.wordPath(), definition.valuePath()));
+    const Status published = publish([&](WriteTxn& txn) -> Status {
+        auto meta = readMeta(txn);
+        if (!meta) return meta.status();
+        definition.id = meta->nextBase++;
+        definition.version = meta->version + 1;
+        WDB_TRY(txn.put(kMeta, kMetaKey, encodeMeta(*meta)));
+        for (const std::string& path : pathsOf(definition)) WDB_TRY(txn.remove(kFiles, storedPath(path)));
+        BaseDefinition stored = definition;
+        stored.directory = storedPath(definition.directory);
+        return txn.put(kBases, foldName(definition.name), encodeDefinition(stored), PutMode::Insert);
+    });
+    return ok(published) ? refresh() : published;
+}
+
+Status SystemDirectory::storeBase(BaseDefinition definition, const WriterHold&) {
+    std::vector<std::string> old;
+    const Status published = publish([&](WriteTxn& txn) -> Status {
+        const auto meta = readMeta(txn);
+        if (!meta) return meta.status();
+        Slice bytes;
+        const Status found = txn.get(kBases, foldName(definition.name), bytes);
+        if (!ok(found)) return found == WDB_FAIL ? Status{WDB_E_BASE} : found;
+        auto before = decodeDefinition(bytes);
+        if (!before) return before.status();
+        before->directory = fullPath(before->directory);
+        definition.version = meta->version + 1;
+        if (before->wordPath() != definition.wordPath()) {
+            old = {before->wordPath(), before->valuePath()};
+            for (const std::string& path : old) WDB_TRY(txn.put(kFiles, storedPath(path), Slice()));
+            for (const std::string& path : {definition.wordPath(), definition.valuePath()}) {
+                const Status removed = txn.remove(kFiles, storedPath(path));
+                if (!ok(removed) && removed != WDB_FAIL) return removed;
+            }
+        }
+        BaseDefinition stored = definition;
+        stored.directory = storedPath(definition.directory);
+        return txn.put(kBases, foldName(definition.name), encodeDefinition(stored));
+    });
+    WDB_TRY(published);
+    // Whoever reads the old files has them open and keeps them; their names go now, their notes at the next clearing.
+    for (const std::string& path : old) file_system::removeStorage(path);
+    return refresh();
+}
+
+Status SystemDirectory::planIndexFiles(BaseDefinition& definition, const WriterHold&) {
+    do {
+        ++definition.generation;
+        nameIndexFiles(definition);
+    } while (file_system::exists(definition.wordPath()) || file_system::exists(definition.valuePath()));
+    return noteFiles({definition.wordPath(), definition.valuePath()});
+}
+
+Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold) {
+    const auto present = definition(base.definition()->name);
+    if (!present) return present.status();
+    BaseDefinition next = **present;
+    WDB_TRY(planIndexFiles(next, hold));
+    const auto records = base.file()->read();
+    if (!records) return records.status();
+    const BaseReader reader(*records);
+    const auto meta = reader.meta();
+    if (!meta) return meta.status();
+    BulkIndexOptions options;
+    options.spillDirectory = next.directory;
+    BulkIndexBuilder builder(next.schema, options);
+    const Status added = reader.forEachRecord(1, [&](RecordNumber number, Slice image) -> Status {
+        // A damaged record stays unfound, a finding of the verifier; the others are to be found.
+        const auto view = RecordView::validate(image);
+        return view ? builder.add(number, *view) : WDB_OK;
+    });
+    WDB_TRY(added);
+    WDB_TRY(builder.write(next.wordPath(), next.valuePath(), meta->position()));
+    WDB_TRY(storeBase(next, hold));
+    const auto stored = definition(next.name);
+    if (!stored) return stored.status();
+    WDB_TRY(base.refresh(*stored));
+    if (meta->queueCount == 0) return WDB_OK;
+    auto writer = base.file()->write();
+    if (!writer) return writer.status();
+    WDB_TRY((*writer)->trimQueue(meta->position(), meta->modified));
+    return (*writer)->commit(meta->modified);
+}
+
+Status SystemDirectory::removeLeftovers(const WriterHold&) {
+    std::vector<std::string> stored;
+    {
+        const auto txn = catalog_->read();
+        if (!txn) return txn.status();
+        Cursor cursor = txn->cursor(kFiles);
+        for (Status status = cursor.first(); ok(status); status = cursor.next()) stored.emplace_back(cursor.key());
+    }
+    if (stored.empty()) return WDB_OK;
+    for (const std::string& path : stored) file_system::removeStorage(fullPath(path));
+    auto txn = catalog_->write();
+    if (!txn) return txn.status();
+    for (const std::string& path : stored) {
+        const Status status = txn->remove(kFiles, path);
+        if (!ok(status) && status != WDB_FAIL) return status;
+    }
+    return txn->commit();
+}
+
+Status SystemDirectory::storeUser(const UserRecord& user, const WriterHold&) {
+    auto txn = catalog_->write();
+    if (!txn) return txn.status();
+    WDB_TRY(txn->put(kUsers, foldName(user.name), encodeUser(user)));
+    return txn->commit();
+}
+
+Status SystemDirectory::storeSetting(Slice name, std::optional<Slice> value, const WriterHold&) {
+    const std::string key = foldName(name);
+    return publish([&](WriteTxn& txn) -> Status {
+        if (value) return txn.put(kSettings, key, *value);
+        const Status status = txn.remove(kSettings, key);
+        return status == WDB_FAIL ? WDB_OK : status;
+    });
+}
+
+}  // namespace wdb
