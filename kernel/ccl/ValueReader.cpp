@@ -1,5 +1,6 @@
 #include "kernel/ccl/ValueReader.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace wdb::ccl {
@@ -136,7 +137,9 @@ bool ValueReader::readNumber(int64_t& number) {
     for (const char c : digits) {
         if (!isDigit(c)) return state_.fail(part.position);
     }
-    number = negative ? -integerOf(digits) : integerOf(digits);
+    // The largest numbers of all mean that a range is open.
+    const int64_t size = std::min(integerOf(digits), std::numeric_limits<int64_t>::max() - 1);
+    number = negative ? -size : size;
     return true;
 }
 
