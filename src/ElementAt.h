@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "src/support/WSQLList.h"
+#include "src/tree/WSQLList.h"
 
 namespace wsql {
 

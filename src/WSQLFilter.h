@@ -11,7 +11,7 @@
 #include "src/support/CFilterBase.h"
 #include "src/support/CStringBuffer.h"
 #include "src/support/Encoding.h"
-#include "src/support/WSQLList.h"
+#include "src/tree/WSQLList.h"
 
 namespace wsql {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "src/support/WSQLList.h"
+#include "src/tree/WSQLList.h"
 #include "src/tree/WSQLComposite.h"
 
 namespace wsql {

@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "src/support/WSQLList.h"
 #include "src/support/WSQLOptionalPtr.h"
 #include "src/support/WfxPtrList.h"
+#include "src/tree/WSQLList.h"
 
 namespace wsql {
 namespace {
