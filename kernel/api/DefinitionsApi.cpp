@@ -1,0 +1,149 @@
+// Base definitions: reading, editing, storing.
+#include <cstring>
+
+#include "kernel/api/ApiCall.h"
+#include "kernel/record/TextLines.h"
+#include "kernel/record/Value.h"
+
+namespace wdb::api {
+namespace {
+
+enum class Way { In, Out };
+
+// A text of a record that is shared with the caller, from or into the session's character set; cut to its field.
+template <size_t N>
+void convertText(Session& session, Way way, char (&text)[N]) {
+    const std::string_view before(text, strnlen(text, N));
+    const std::string after = way == Way::In ? session.charset.toUtf8(before) : session.charset.fromUtf8(before);
+    std::memset(text, 0, N);
+    std::memcpy(text, after.data(), std::min(after.size(), N - 1));
+}
+
+void convert(Session& session, Way way, WdbBaseDef& record) {
+    if (session.charset.passes()) return;
+    convertText(session, way, record.name);
+    convertText(session, way, record.baseFile);
+    convertText(session, way, record.indexFile);
+    convertText(session, way, record.valueFile);
+    convertText(session, way, record.comment);
+    convertText(session, way, record.uniqueKey);
+    convertText(session, way, record.owner);
+}
+
+void convert(Session& session, Way way, WdbFieldSpec& record) {
+    if (session.charset.passes()) return;
+    convertText(session, way, record.name);
+    convertText(session, way, record.comment);
+    convertText(session, way, record.reference);
+    convertText(session, way, record.defaultValue);
+}
+
+template <size_t N>
+std::string_view nameOf(const char (&text)[N]) {
+    return trimName(std::string_view(text, strnlen(text, N)));
+}
+
+Status getBaseDef(Session& session, const char* name, WdbBaseDef* definition) {
+    if (definition == nullptr) {
+        session.editor.clear();
+        return WDB_E_ARGUMENT;
+    }
+    const InText text(session, name);
+    WdbBaseDef record{};
+    const Status status = session.editor.getBaseDef(session.actor(), text, &record);
+    if (!ok(status)) return session.fail(status, text);
+    convert(session, Way::Out, record);
+    *definition = record;
+    return WDB_OK;
+}
+
+Status putBaseDef(Session& session, const WdbBaseDef* definition) {
+    if (!session.editor.any()) return WDB_E_NO_DEFINITION;
+    if (definition == nullptr) return WDB_E_ARGUMENT;
+    if (session.writer.readOnly()) return WDB_E_READ_ONLY;
+    WDB_TRY(session.writer.commit());
+    WdbBaseDef record = *definition;
+    convert(session, Way::In, record);
+    const auto locations = [&](Slice name) { return session.settings.find(name, kAllLevels); };
+    const Status status =
+        session.editor.putBaseDef(session.actor(), record, locations, session.writer.patience(), session.clock.nowMicros());
+    session.snapshots.dropAll();
+    return ok(status) ? status : session.fail(status, nameOf(record.name));
+}
+
+Status getFieldSpec(Session& session, WdbFieldSpec* field) {
+    if (field == nullptr) return WDB_E_ARGUMENT;
+    WdbFieldSpec record = *field;
+    convert(session, Way::In, record);
+    const auto render = [&](const FieldDefinition& definition) {
+        std::string text;
+        renderValue(definition.type, definition.defaultValue, session.dates, text);
+        return text;
+    };
+    WDB_TRY(session.editor.getFieldSpec(&record, render));
+    convert(session, Way::Out, record);
+    *field = record;
+    return WDB_OK;
+}
+
+Status putFieldSpec(Session& session, const WdbFieldSpec* field) {
+    if (field == nullptr) return WDB_E_ARGUMENT;
+    WdbFieldSpec record = *field;
+    convert(session, Way::In, record);
+    const Status status = session.editor.putFieldSpec(record);
+    return ok(status) ? status : session.fail(status, nameOf(record.name));
+}
+
+Status putDefaultValue(Session& session, const WdbFieldSpec* field, const char* value) {
+    if (field == nullptr) return WDB_E_ARGUMENT;
+    WdbFieldSpec record = *field;
+    convert(session, Way::In, record);
+    const InText text(session, value);
+    const auto parse = [&](const FieldDefinition& definition) -> Result<std::string> {
+        if (definition.type == FieldType::String) return WDB_E_VALUE;
+        if (definition.type == FieldType::Text) return linesFromData(text);
+        return parseValue(definition.type, text, session.dates, session.clock.today());
+    };
+    const Status status = session.editor.putDefaultValue(record, parse);
+    return ok(status) ? status : session.fail(status, nameOf(record.name));
+}
+
+Status setForeignKey(Session& session, const char* column, const char* table, const char* referred, int32_t updateAction,
+                     int32_t deleteAction) {
+    const InText columnText(session, column), tableText(session, table), referredText(session, referred);
+    const Status status = session.editor.setForeignKey(columnText, tableText, referredText, updateAction, deleteAction);
+    return ok(status) ? status : session.fail(status, columnText);
+}
+
+}  // namespace
+}  // namespace wdb::api
+
+using namespace wdb;
+using namespace wdb::api;
+
+int32_t WdbGetBaseDef(const char* baseName, WdbBaseDef* definition) {
+    return call(__func__, [&](Session& session) { return getBaseDef(session, baseName, definition); });
+}
+
+int32_t WdbPutBaseDef(const WdbBaseDef* definition) {
+    return call(__func__, [&](Session& session) { return putBaseDef(session, definition); });
+}
+
+int32_t WdbGetFieldSpec(WdbFieldSpec* field) {
+    return call(__func__, [&](Session& session) { return getFieldSpec(session, field); });
+}
+
+int32_t WdbPutFieldSpec(const WdbFieldSpec* field) {
+    return call(__func__, [&](Session& session) { return putFieldSpec(session, field); });
+}
+
+int32_t WdbPutDefaultValue(const WdbFieldSpec* field, const char* text) {
+    return call(__func__, [&](Session& session) { return putDefaultValue(session, field, text); });
+}
+
+int32_t WdbSetForeignKey(const char* columnName, const char* referencedTable, const char* referencedColumn, int32_t updateAction,
+                         int32_t deleteAction) {
+    return call(__func__, [&](Session& session) {
+        return setForeignKey(session, columnName, referencedTable, referencedColumn, updateAction, deleteAction);
+    });
+}

@@ -1,0 +1,130 @@
+// Index dates and jobs, loads, verification.
+#include <array>
+
+#include "kernel/api/ApiCall.h"
+#include "kernel/check/BaseVerifier.h"
+#include "kernel/jobs/IndexJob.h"
+
+namespace wdb::api {
+namespace {
+
+// Date in the session's form, a blank, HH:MM:SS and six digits of microseconds: equal lengths order as text under form 1.
+std::string stampText(const Session& session, LocalMicros stamp) {
+    const LocalTime time = toLocalTime(stamp);
+    std::string text;
+    renderDate(time.day, session.dates, text);
+    text.push_back(' ');
+    renderTime(time.second, text);
+    const std::string micros = std::to_string(time.micro);
+    text.append(1, '.').append(6 - std::min<size_t>(micros.size(), 6), '0').append(micros);
+    return text;
+}
+
+struct StatusOut {
+    char* modified;
+    int32_t* modifiedLength;
+    char* indexed;
+    int32_t* indexedLength;
+    int32_t* records;
+    int32_t* pending;
+};
+
+Status putOptional(Session& session, const std::string& value, char* text, int32_t* length) {
+    return text == nullptr && length == nullptr ? WDB_OK : putText(&session, value, text, length);
+}
+
+Status baseStatus(Session& session, const char* baseName, const StatusOut& out) {
+    const auto base = session.findBase(trimName(InText(session, baseName)));
+    if (!base) return base.status();
+    const UnitBase* own = session.writer.unitBase(**base);
+    if (own == nullptr) own = session.writer.loadBase(**base);
+    const auto stamps = (*base)->stamps(own);
+    if (!stamps) return stamps.status();
+    WDB_TRY(putOptional(session, stampText(session, stamps->modified), out.modified, out.modifiedLength));
+    WDB_TRY(putOptional(session, stampText(session, stamps->indexed), out.indexed, out.indexedLength));
+    putNumber(out.records, static_cast<int64_t>(stamps->liveCount));
+    putNumber(out.pending, static_cast<int64_t>(stamps->pending));
+    return WDB_OK;
+}
+
+Status rebuild(Session& session, const std::shared_ptr<OpenBase>& base) {
+    if (session.writer.readOnly()) return WDB_E_READ_ONLY;
+    if (!session.owns(*base->definition())) return WDB_E_RIGHT;
+    WDB_TRY(session.writer.commit());
+    const auto hold = session.directory->acquireWriter(session.writer.patience());
+    if (!hold) return hold.status();
+    const Status status = rebuildIndex(*session.directory, base, *hold, session.clock.nowMicros());
+    session.snapshots.dropAll();
+    return status;
+}
+
+Status indexJob(Session& session, int32_t kind, const char* baseName) {
+    if (kind != 1 && kind != 2) return WDB_E_ARGUMENT;
+    const auto base = session.findBase(trimName(InText(session, baseName)));
+    if (!base) return base.status();
+    if (kind == 1) return rebuild(session, *base);
+    if (session.asyncIndex || session.settings.find("SQL_BATCHINDEX", kAllLevels) == "1") return session.submitJob(*base);
+    const bool mayMerge = !session.writer.readOnly() && !session.writer.hasWritten();
+    return runIndexJob(*session.directory, *base, mayMerge, session.clock.nowMicros());
+}
+
+Status beginLoad(Session& session, const char* baseName) {
+    const auto base = session.findBase(trimName(InText(session, baseName)));
+    if (!base) return base.status();
+    if (!session.mayWrite(*(*base)->definition())) return WDB_E_RIGHT;
+    return session.writer.beginLoad(*base);
+}
+
+Status endLoad(Session& session, const char* baseName, int32_t commit) {
+    const auto base = session.findBase(trimName(InText(session, baseName)));
+    if (!base) return base.status();
+    return session.writer.endLoad(**base, commit != 0);
+}
+
+Status verify(Session& session, const char* baseName, uint32_t options, WdbReportFn report, void* context) {
+    if ((options & ~3u) != 0) return WDB_E_ARGUMENT;
+    const auto base = session.findBase(trimName(InText(session, baseName)));
+    if (!base) return base.status();
+    if (!session.owns(*(*base)->definition())) return WDB_E_RIGHT;
+    if (session.writer.loadBase(**base) != nullptr) return WDB_E_LOCKED;
+    const auto state = session.snapshot(*base);
+    if (!state) return state.status();
+    const auto sink = [&](Severity severity, RecordNumber record, const std::string& text) {
+        if (report != nullptr) {
+            const std::string out = session.charset.fromUtf8(text);
+            static_cast<void>(report(context, static_cast<int32_t>(severity), static_cast<int32_t>(record), out.c_str()));
+        }
+        return true;
+    };
+    return verifyBase(**state, {.skipIndex = (options & 1) != 0, .stopAtFirst = (options & 2) != 0}, sink);
+}
+
+}  // namespace
+}  // namespace wdb::api
+
+using namespace wdb;
+using namespace wdb::api;
+
+int32_t WdbBaseStatus(const char* baseName, char* modificationDate, int32_t* modificationLength, char* indexDate,
+                      int32_t* indexLength, int32_t* recordCount, int32_t* pendingCount) {
+    return call(__func__, [&](Session& session) {
+        return baseStatus(session, baseName,
+                          {modificationDate, modificationLength, indexDate, indexLength, recordCount, pendingCount});
+    });
+}
+
+int32_t WdbBatchLoadIndex(int32_t kind, const char* baseName, const char*) {
+    return call(__func__, [&](Session& session) { return indexJob(session, kind, baseName); });
+}
+
+int32_t WdbBeginLoad(const char* baseName, uint32_t) {
+    return call(__func__, [&](Session& session) { return beginLoad(session, baseName); });
+}
+
+int32_t WdbEndLoad(const char* baseName, int32_t commit) {
+    return call(__func__, [&](Session& session) { return endLoad(session, baseName, commit); });
+}
+
+int32_t WdbVerifyBase(const char* baseName, uint32_t options, WdbReportFn report, void* context) {
+    return call(__func__, [&](Session& session) { return verify(session, baseName, options, report, context); });
+}
