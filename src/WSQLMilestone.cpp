@@ -37,16 +37,9 @@ bool isValueList(const WSQLFunctionRef& function) {
 
 /// A function that the kernel would have to compute, anywhere in the expression; inside arithmetic every
 /// function is one.
-bool holdsAggregate(const WSQLScalar* scalar, bool inside) {
-    for (;;) {
-        if (const WSQLFunctionRef* function = scalar->asFunctionRef())
-            return inside || !isValueList(*function);
-        const auto* operation = dynamic_cast<const WSQLOperation*>(scalar);
-        if (operation == nullptr) return inside && isSubselect(scalar);
-        inside = true;
-        if (holdsAggregate(operation->right(), true)) return true;
-        scalar = operation->left();
-    }
+bool isComputed(const WSQLScalar& item) {
+    if (const WSQLFunctionRef* function = item.asFunctionRef()) return !isValueList(*function);
+    return item.asColumnRef() == nullptr && !item.isConstant();
 }
 
 }  // namespace
@@ -66,7 +59,7 @@ bool beyondValidation(const WSQLStmtSelect& select) {
 bool beyondExecution(const WSQLStmtSelect& select) {
     if (select.distinct || count(select.groupBy) > 0) return true;
     for (std::int32_t i = 0; i < select.itemCount(); ++i) {
-        if (holdsAggregate(&elementAt(select.items(), i), false)) return true;
+        if (isComputed(elementAt(select.items(), i))) return true;
     }
     return false;
 }

@@ -127,6 +127,7 @@ TEST(ValidationFault, NotYet) {
         "SELECT COUNT(*) FROM T",
         "SELECT A FROM T GROUP BY A",
         "SELECT SUM(A) * 2 FROM T",
+        "SELECT A * 2 FROM T",
         "INSERT INTO T (A) SELECT A FROM T",
         "INSERT INTO T (A) VALUES ((SELECT A FROM T))",
     };
