@@ -87,8 +87,7 @@ Status SystemDirectory::createBase(BaseDefinition definition, int64_t now, const
     WDB_TRY(refresh());
     if (this->definition(definition.name)) return WDB_E_EXISTS;
     static_cast<void>(removeLeftovers(hold));
-    WDB_TRY(file_system::makeDirectory(definition.directory));
-    if (file_system::isRemote(definition.directory)) return WDB_E_STORAGE;
+    if (!file_system::isDirectory(definition.directory) || file_system::isRemote(definition.directory)) return WDB_E_STORAGE;
     definition.directory = file_system::resolve(definition.directory);
     nameFiles(definition);
     WDB_TRY(noteFiles(pathsOf(definition)));

@@ -40,21 +40,25 @@ public:
     // The caller has committed its open unit. Waits for the writer's lock at most so long.
     Status putBaseDef(const Actor& actor, const WdbBaseDef& definition, const Locations& locations,
                       std::chrono::milliseconds patience, int64_t now);
-    Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render);
+    Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render) const;
     Status putFieldSpec(const WdbFieldSpec& field);
     Status putDefaultValue(const WdbFieldSpec& field, const ParseDefault& parse);
     Status setForeignKey(Slice column, Slice table, Slice referredColumn, int32_t updateAction, int32_t deleteAction);
 
 private:
     struct Current {
-        BaseDefinition definition;
+        BaseDefinition definition;            // its schema is the stored one; the edited fields are beside it
         std::vector<FieldDefinition> fields;  // by ascending number
         bool isNew = true;
     };
     FieldDefinition* findField(Slice name);
-    bool hasRecords(const BaseDefinition& definition) const;  // also when that cannot be told
-    Status createNew(Current& current, const Actor& actor, const Locations& locations, const WriterHold& hold, int64_t now);
-    Status changeStored(Current& current, const WriterHold& hold);
+    const FieldDefinition* findField(Slice name) const;
+    Status checkFlags(const FieldDefinition& field) const;
+    Status checkRule(const ReferenceRule& rule) const;
+    // The definition that the current one and the base-level values of a record make.
+    Result<BaseDefinition> assemble(const WdbBaseDef& record) const;
+    Status createNew(BaseDefinition next, const Actor& actor, const Locations& locations, const WriterHold& hold, int64_t now);
+    Status changeStored(BaseDefinition next, const WriterHold& hold, int64_t now);
 
     std::shared_ptr<SystemDirectory> directory_;
     std::optional<Current> current_;

@@ -21,6 +21,8 @@ Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& 
 
 // The merge alone, tried after a commit: WDB_OK also when it was left to a later try.
 Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base);
+// The same under a lock that the caller has.
+Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold);
 
 // Merges whatever the queue holds, under a lock that the caller has. One commit per index file.
 Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold);

@@ -1,26 +1,63 @@
 #include "kernel/jobs/LoadJob.h"
 
-#include <optional>
+#include <new>
+#include <system_error>
+#include <thread>
 
 #include "kernel/index/BulkIndexBuilder.h"
-#include "kernel/index/Delta.h"
 #include "kernel/jobs/IndexJob.h"
 #include "kernel/jobs/PublishIndex.h"
 
 namespace wdb {
 
-struct LoadJob::State {
+namespace {
+
+// Below this a merge of the queue is cheaper than new files.
+constexpr uint64_t kBulkRecords = 2048;
+
+}  // namespace
+
+// While new records come, they are inverted on the way, as soon as there are enough of them against what the base held
+// before. A change of a record that was handed on makes that work void: the queue knows better then.
+struct LoadJob::State : LoadSink {
     State(std::shared_ptr<SystemDirectory> home, std::shared_ptr<OpenBase> target, WriterHold hold)
         : directory(std::move(home)), base(std::move(target)), unit(std::move(hold)) {}
 
-    Status publish(const WriterHold& hold);
+    Status stored(RecordNumber number, const RecordView& record) override;
+    void disturbed() override {
+        spoilt = true;
+        builder.reset();
+    }
+    Status startBuilder();
+    Status commitAndBuild(int64_t now);
+    Status publish(const BaseDefinition& next, const WriterHold& hold);
 
     std::shared_ptr<SystemDirectory> directory;
     std::shared_ptr<OpenBase> base;
     SessionUnit unit;
     UnitBase* unitBase = nullptr;
-    std::unique_ptr<BulkIndexBuilder> builder;  // while everything in the base went through it
+    std::unique_ptr<BulkIndexBuilder> builder;
+    uint64_t recordsBefore = 0;
+    uint64_t loaded = 0;
+    bool spoilt = false;
 };
+
+Status LoadJob::State::stored(RecordNumber number, const RecordView& record) {
+    ++loaded;
+    if (builder != nullptr) return builder->add(number, record);
+    const bool large = loaded >= kBulkRecords && loaded >= recordsBefore / 4;
+    return large && !spoilt ? startBuilder() : WDB_OK;
+}
+
+// Gives the builder what the base holds by now, the present record included.
+Status LoadJob::State::startBuilder() {
+    const auto definition = base->definition();
+    builder = std::make_unique<BulkIndexBuilder>(definition->schema, bulkOptions(*definition));
+    return unitBase->writer->forEachRecord(1, [this](RecordNumber number, Slice image) -> Status {
+        const auto view = RecordView::validate(image);
+        return view ? builder->add(number, *view) : WDB_OK;  // damage is the verifier's to tell
+    });
+}
 
 LoadJob::LoadJob(std::unique_ptr<State> state) : state_(std::move(state)) {}
 LoadJob::~LoadJob() = default;
@@ -28,16 +65,10 @@ LoadJob::~LoadJob() = default;
 Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory> directory, std::shared_ptr<OpenBase> base,
                                                 WriterHold hold) {
     auto state = std::make_unique<State>(std::move(directory), std::move(base), std::move(hold));
-    const Result<UnitBase*> unitBase = state->unit.base(state->base);
+    const Result<UnitBase*> unitBase = state->unit.base(state->base, state.get());
     if (!unitBase) return unitBase.status();
     state->unitBase = *unitBase;
-    state->unitBase->range = true;
-    state->unitBase->delta.reset();
-    if (state->unitBase->writer->meta().liveCount == 0) {
-        const auto definition = state->base->definition();
-        state->builder = std::make_unique<BulkIndexBuilder>(definition->schema, bulkOptions(*definition));
-        state->unitBase->builder = state->builder.get();
-    }
+    state->recordsBefore = (*unitBase)->writer->meta().liveCount;
     return std::unique_ptr<LoadJob>(new LoadJob(std::move(state)));
 }
 
@@ -47,31 +78,58 @@ UnitBase& LoadJob::unitBase() { return *state_->unitBase; }
 
 Status LoadJob::end(bool commit, int64_t now) {
     if (!commit) {
+        state_->builder.reset();
         state_->unit.drop();
         return WDB_OK;
     }
-    // A builder that missed a change of a stored record was taken off on the way.
-    if (state_->unitBase->builder == nullptr) state_->builder.reset();
+    if (state_->builder != nullptr) return state_->commitAndBuild(now);
+    WDB_TRY(state_->unit.commit(now, true));
     const WriterHold hold = state_->unit.unit().takeHold();
-    WDB_TRY(state_->unit.commit(now));
-    // The records are durable now and found through the queue; what follows only makes finding them faster.
-    (void)state_->publish(hold);
+    // The records are durable and found through the queue; a merge only makes finding them faster.
+    static_cast<void>(mergeIfDue(*state_->directory, state_->base, hold));
     return WDB_OK;
 }
 
-// With the builder the new files are nearly made; without one a queue that is due is merged, or the files are built anew.
-Status LoadJob::State::publish(const WriterHold& hold) {
-    Result<ReadTxn> txn = base->file()->read();
-    if (!txn) return txn.status();
-    const Result<BaseMeta> meta = BaseReader(*txn).meta();
-    if (!meta) return meta.status();
-    txn->release();
-    if (builder != nullptr) {
-        WDB_TRY(publishIndex(*directory, base, *builder, meta->position(), hold));
-        return trimQueue(*base, meta->position());
+// The index files are written while the base file is synced. Should the process end after the base's commit, the queue has
+// the load's range and the next open takes it in; files that nobody names are removed then.
+Status LoadJob::State::commitAndBuild(int64_t now) {
+    BaseDefinition next = *base->definition();
+    const Position position = unitBase->writer->meta().position();
+    Status built = directory->planIndexFiles(next, unit.unit().hold());
+    std::thread writing;
+    try {
+        if (ok(built)) {
+            writing = std::thread([&] {
+                try {
+                    built = builder->write(next.wordPath(), next.valuePath(), position);
+                } catch (const std::bad_alloc&) {
+                    built = WDB_E_MEMORY;
+                }
+            });
+        }
+    } catch (const std::system_error&) {
+        built = WDB_E_MEMORY;
     }
-    if (meta->queueCount < kMergeRecords && meta->queueBytes < kMergeBytes) return WDB_OK;
-    return mergeQueue(*directory, base, hold);
+    unitBase = nullptr;
+    const Status committed = unit.commit(now, true);
+    if (writing.joinable()) writing.join();
+    builder.reset();
+    const WriterHold hold = unit.unit().takeHold();
+    if (!ok(committed)) {
+        static_cast<void>(directory->removeLeftovers(hold));
+        return committed;
+    }
+    if (ok(built)) built = publish(next, hold);
+    if (!ok(built)) static_cast<void>(mergeIfDue(*directory, base, hold));
+    return WDB_OK;
+}
+
+Status LoadJob::State::publish(const BaseDefinition& next, const WriterHold& hold) {
+    WDB_TRY(directory->storeBase(next, hold));
+    const auto published = directory->definition(next.name);
+    if (!published) return published.status();
+    WDB_TRY(base->refresh(*published));
+    return trimQueue(*base);
 }
 
 }  // namespace wdb

@@ -1,5 +1,9 @@
 #include "kernel/jobs/PublishIndex.h"
 
+#include <algorithm>
+
+#include "kernel/index/IndexFormat.h"
+
 namespace wdb {
 
 BulkIndexOptions bulkOptions(const BaseDefinition& definition) {
@@ -8,22 +12,23 @@ BulkIndexOptions bulkOptions(const BaseDefinition& definition) {
     return options;
 }
 
-Status publishIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, BulkIndexBuilder& builder,
-                    Position position, const WriterHold& hold) {
-    BaseDefinition next = *base->definition();
-    WDB_TRY(directory.planIndexFiles(next, hold));
-    WDB_TRY(builder.write(next.wordPath(), next.valuePath(), position));
-    WDB_TRY(directory.storeBase(next, hold));
-    const auto published = directory.definition(next.name);
-    if (!published) return published.status();
-    return base->refresh(*published);
-}
-
-Status trimQueue(const OpenBase& base, Position upTo) {
+Status trimQueue(const OpenBase& base) {
+    const auto files = base.indexFiles();
+    if (files == nullptr) return WDB_E_CORRUPT;
+    const auto words = files->words->read();
+    const auto values = files->values->read();
+    if (!words || !values) return WDB_E_STORAGE;
+    const auto wordMeta = readWordMeta(*words);
+    const auto valueMeta = readValueMeta(*values);
+    if (!wordMeta || !valueMeta) return WDB_E_CORRUPT;
     auto writer = base.file()->write();
     if (!writer) return writer.status();
-    WDB_TRY((*writer)->trimQueue(upTo));
-    return (*writer)->commit(0);
+    const Position merged = std::min(wordMeta->position, valueMeta->position);
+    if (merged == (*writer)->meta().trimmed) return WDB_OK;
+    const int64_t modified = (*writer)->meta().modified;
+    const bool whole = merged == (*writer)->meta().position();
+    WDB_TRY((*writer)->trimQueue(merged, whole ? modified : (*writer)->meta().merged));
+    return (*writer)->commit(modified);
 }
 
 }  // namespace wdb

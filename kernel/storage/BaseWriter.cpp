@@ -90,10 +90,12 @@ Status BaseWriter::setKey(Slice key, RecordNumber number) {
     if (present.status() != WDB_FAIL) return present.status();
     char bytes[sizeof number];
     storeLittle(bytes, number);
+    metaChanged_ = true;
     return txn_.put(kKeys, key, Slice(bytes, sizeof bytes));
 }
 
 Status BaseWriter::dropKey(Slice key) {
+    metaChanged_ = true;
     const Status status = txn_.remove(kKeys, key);
     return status == WDB_FAIL ? WDB_OK : status;
 }
@@ -101,6 +103,7 @@ Status BaseWriter::dropKey(Slice key) {
 Status BaseWriter::dropKeysOf(FieldNumber field) {
     std::string prefix;
     appendBig(prefix, field);
+    metaChanged_ = true;
     Cursor cursor = txn_.cursor(kKeys);
     Status status = cursor.seek(prefix);
     while (ok(status) && cursor.key().substr(0, prefix.size()) == prefix) {

@@ -1,0 +1,146 @@
+#include <algorithm>
+
+#include "kernel/catalog/DefinitionEditor.h"
+#include "kernel/catalog/DefinitionRecords.h"
+#include "kernel/catalog/FileSystem.h"
+#include "kernel/catalog/KeyBuilder.h"
+#include "kernel/common/Ascii.h"
+
+// The part of DefinitionEditor that stores what was edited.
+
+namespace wdb {
+
+namespace {
+
+// A location by its name, or with its first `$` turned into `_`: callers write WELKSQL$BASES for WELKSQL_BASES.
+std::optional<std::string> locate(const DefinitionEditor::Locations& locations, std::string name) {
+    if (auto found = locations(name); found && !found->empty()) return found;
+    const size_t dollar = name.find('$');
+    if (dollar == std::string::npos) return std::nullopt;
+    name[dollar] = '_';
+    auto found = locations(name);
+    return found && !found->empty() ? found : std::nullopt;
+}
+
+bool isUnique(const BaseDefinition& definition, FieldNumber number) {
+    const FieldDefinition* field = definition.schema->find(number);
+    return field != nullptr && (field->key || number == definition.uniqueKey);
+}
+
+// Whether the same records make another index under the changed field.
+bool indexDiffers(const FieldDefinition& a, const FieldDefinition& b) {
+    return a.type != b.type || a.indexed != b.indexed || a.wholeValue != b.wholeValue || a.part != b.part;
+}
+
+Status storeKeys(OpenBase& base, const BaseDefinition& before, const BaseDefinition& next, int64_t now) {
+    auto writer = base.file()->write();
+    if (!writer) return writer.status();
+    bool any = false;
+    for (const FieldDefinition& field : next.schema->fields()) {
+        if (!isUnique(next, field.number) || isUnique(before, field.number)) continue;
+        WDB_TRY(buildKeys(**writer, field));
+        any = true;
+    }
+    if (!any) return WDB_OK;
+    return (*writer)->commit(now);
+}
+
+}  // namespace
+
+Result<BaseDefinition> DefinitionEditor::assemble(const WdbBaseDef& record) const {
+    const Current& current = *current_;
+    if (!equalsIgnoreCase(textOf(record.name), current.definition.name) || current.fields.empty()) {
+        return Status{WDB_E_DEFINITION};
+    }
+    BaseDefinition next = current.definition;
+    next.comment = textOf(record.comment);
+    next.active = record.active;
+    next.charset = textOf(record.charset);
+    next.charsetFlag = record.charsetFlag;
+    next.uniqueKey = 0;
+    if (const Slice key = textOf(record.uniqueKey); !key.empty()) {
+        const FieldDefinition* field = findField(key);
+        if (field == nullptr || !holdsItems(field->type)) return Status{WDB_E_DEFINITION};
+        next.uniqueKey = field->number;
+    }
+    if (current.isNew) {
+        next.baseFile = textOf(record.baseFile);
+        next.indexFile = textOf(record.indexFile);
+        next.valueFile = textOf(record.valueFile);
+    } else if (textOf(record.baseFile) != next.baseFile || textOf(record.indexFile) != next.indexFile ||
+               textOf(record.valueFile) != next.valueFile) {
+        return Status{WDB_E_DEFINITION};
+    }
+    next.schema = std::make_shared<const Schema>(current.fields, next.uniqueKey);
+    for (const ReferenceRule& rule : next.rules) {
+        WDB_TRY(checkRule(rule));
+        if (!equalsIgnoreCase(rule.table, next.name)) continue;
+        const FieldDefinition* referred = next.schema->find(trimName(rule.column));
+        if (referred == nullptr || !isUnique(next, referred->number)) return Status{WDB_E_DEFINITION};
+    }
+    return next;
+}
+
+Status DefinitionEditor::putBaseDef(const Actor& actor, const WdbBaseDef& record, const Locations& locations,
+                                    std::chrono::milliseconds patience, int64_t now) {
+    if (!current_) return WDB_E_NO_DEFINITION;
+    if (actor.readOnly) return WDB_E_READ_ONLY;
+    auto next = assemble(record);
+    if (!next) return next.status();
+    const std::string name = next->name;
+    const auto hold = directory_->acquireWriter(patience);
+    if (!hold) return hold.status();
+    WDB_TRY(current_->isNew ? createNew(std::move(*next), actor, locations, *hold, now)
+                            : changeStored(std::move(*next), *hold, now));
+    const auto stored = directory_->definition(name);
+    if (!stored) return stored.status();
+    current_->definition = **stored;
+    current_->fields = (*stored)->schema->fields();
+    current_->isNew = false;
+    return WDB_OK;
+}
+
+Status DefinitionEditor::createNew(BaseDefinition next, const Actor& actor, const Locations& locations,
+                                   const WriterHold& hold, int64_t now) {
+    std::optional<std::string> directory;
+    const std::pair<const std::string*, Slice> files[] = {
+        {&next.baseFile, ".BAF"}, {&next.indexFile, ".BIF"}, {&next.valueFile, ".VIF"}};
+    for (const auto& [text, ending] : files) {
+        const auto file = parseFileName(*text, ending);
+        if (!file) return file.status();
+        auto located = locate(locations, file->location);
+        // The three files of a base stand in one directory.
+        if (!located || (directory && *directory != *located)) return WDB_E_DEFINITION;
+        directory = std::move(located);
+    }
+    next.directory = directory->starts_with('/') ? *directory : directory_->home() + "/" + *directory;
+    if (!file_system::isDirectory(next.directory)) return WDB_E_DEFINITION;
+    next.owner = actor.user;
+    return directory_->createBase(std::move(next), now, hold);
+}
+
+Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hold, int64_t now) {
+    const auto base = directory_->find(next.name);
+    if (!base) return base.status();
+    const auto before = directory_->definition(next.name);
+    if (!before) return before.status();
+    // An index job may have renamed files meanwhile; another session's fields would be lost.
+    if ((*before)->id != next.id || (*before)->schema->fields() != current_->definition.schema->fields()) {
+        return WDB_E_DEFINITION;
+    }
+    next.wordName = (*before)->wordName;
+    next.valueName = (*before)->valueName;
+    next.generation = (*before)->generation;
+    next.directory = (*before)->directory;
+    WDB_TRY(storeKeys(**base, **before, next, now));
+    const auto schema = next.schema;
+    WDB_TRY(directory_->storeBase(std::move(next), hold));
+    const auto& old = (*before)->schema->fields();
+    const bool rebuild = std::any_of(old.begin(), old.end(), [&](const FieldDefinition& field) {
+        const FieldDefinition* after = schema->find(field.number);
+        return after == nullptr || indexDiffers(field, *after);
+    });
+    return rebuild ? directory_->buildIndex(**base, hold) : WDB_OK;
+}
+
+}  // namespace wdb
