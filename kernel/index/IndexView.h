@@ -104,8 +104,9 @@ public:
     // number of its records. WDB_FAIL at the end.
     Status nextTerm(FieldNumber field, std::string& term, uint64_t& records);
 
+    struct Impl;  // what the parts of kernel/index share, see IndexViewImpl.h
+
 private:
-    struct Impl;
     std::unique_ptr<Impl> impl_;
 };
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "kernel/common/Ids.h"
@@ -11,10 +12,15 @@ namespace wdb {
 
 // The order of a base's records by the first item of one field, as the value file has it at one position.
 struct Ranks {
+    static constexpr uint32_t kUnknown = UINT32_MAX;
+    static constexpr uint32_t kMarkStep = 32;
+
     FieldNumber field = 0;
-    Position position = 0;          // of the value file
-    uint32_t count = 0;             // ranks run from 1 to count
-    std::vector<uint32_t> rankOf;   // by record number; 0: no first item. Equal values have equal ranks.
+    Position position = 0;           // of the value file
+    uint32_t count = 0;              // ranks run from 1 to count, one for each key of the field
+    std::vector<uint32_t> rankOf;    // by record number; 0: no first item; equal values have equal ranks; kUnknown: the value
+                                     // file alone cannot tell (cut keys; several items, changed since)
+    std::vector<std::string> marks;  // keys of the ranks 1, 1 + kMarkStep, ...
 
     uint32_t of(RecordNumber record) const { return record < rankOf.size() ? rankOf[record] : 0; }
 };

@@ -1,0 +1,182 @@
+#include <algorithm>
+
+#include "kernel/index/IndexView.h"
+#include "kernel/index/IndexViewImpl.h"
+
+namespace wdb {
+
+namespace {
+
+// Makes the ranks of a field by one walk through its keys.
+class RankMaker {
+public:
+    RankMaker(IndexView::Impl& impl, const FieldDefinition& field) : impl_(impl), field_(field) {}
+
+    Result<std::shared_ptr<const Ranks>> make() {
+        auto ranks = std::make_shared<Ranks>();
+        ranks->field = field_.number;
+        ranks->position = impl_.sources.valuePosition;
+        const char kind = static_cast<char>(SetKind::Multi);
+        WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), multi_));
+        impl_.forLayers(impl_.sources.valuePosition,
+                        [&](const IndexView::Impl::Layer& layer) { touched_.unite(layer.entries.touched(layer.after, layer.upTo)); });
+        const std::string prefix = indexKey(field_.number, {});
+        WDB_TRY(impl_.values.walk(prefix, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
+            const Result<ContainerView> container = readContainer(stored);
+            if (!container) return container.status();
+            if (key != key_) startKey(key, *ranks);
+            return note(chunk, *container, *ranks);
+        }));
+        return std::shared_ptr<const Ranks>(std::move(ranks));
+    }
+
+private:
+    void startKey(Slice key, Ranks& ranks) {
+        key_ = key;
+        cut_ = maybeCutKey(field_.type, key.substr(2));
+        if (ranks.count++ % Ranks::kMarkStep == 0) ranks.marks.emplace_back(key.substr(2));
+    }
+
+    Status note(uint16_t chunk, const ContainerView& container, Ranks& ranks) {
+        Status status = WDB_OK;
+        const RecordNumber base = RecordNumber{chunk} << 16;
+        container.forEach([&](uint16_t low) {
+            const RecordNumber record = base | low;
+            if (record >= ranks.rankOf.size()) ranks.rankOf.resize(std::max<size_t>(record + size_t{1}, ranks.rankOf.size() * 2));
+            uint32_t& rank = ranks.rankOf[record];
+            if (cut_) rank = Ranks::kUnknown;
+            else if (multi_.empty() || !multi_.contains(record)) rank = ranks.count;
+            else if (touched_.contains(record)) rank = Ranks::kUnknown;
+            else if (rank == 0 && ok(status)) status = noteFirst(record, rank, ranks.count);
+        });
+        return status;
+    }
+
+    Status noteFirst(RecordNumber number, uint32_t& rank, uint32_t count) {
+        const Result<RecordView> record = impl_.sources.records->record(number);
+        if (!record) return record.status();
+        const std::string first = RecordMatcher::firstKey(*record, field_);
+        if (maybeCutKey(field_.type, Slice(first).substr(0, kMaxValueKey))) rank = Ranks::kUnknown;
+        else if (first == Slice(key_).substr(2)) rank = count;
+        return WDB_OK;
+    }
+
+    IndexView::Impl& impl_;
+    const FieldDefinition& field_;
+    RecordSet multi_;
+    RecordSet touched_;
+    std::string key_;
+    bool cut_ = false;
+};
+
+// A place is twice the rank for values that the file has, one less for those before the value of that rank, and below
+// that a number that orders the values within one such gap (or with one cut key).
+constexpr unsigned kGapBits = 30;
+
+struct SlowRecord {
+    size_t index;     // in the result
+    uint64_t gap;
+    std::string key;  // whole
+};
+
+}  // namespace
+
+// Finds the places of records that the ranks do not know.
+class Placer {
+public:
+    Placer(IndexView::Impl& impl, const FieldDefinition& field, const Ranks& ranks) : impl_(impl), field_(field), ranks_(ranks) {}
+
+    Status add(size_t index, RecordNumber number) {
+        const Result<RecordView> record = impl_.sources.records->record(number);
+        if (!record) return record.status();
+        SlowRecord slow{index, 0, RecordMatcher::firstKey(*record, field_)};
+        if (!slow.key.empty()) {
+            WDB_TRY(findGap(Slice(slow.key).substr(0, kMaxValueKey), slow.gap));
+            slow_.push_back(std::move(slow));
+        }
+        return WDB_OK;
+    }
+
+    void finish(std::vector<OrderedRecord>& out) {
+        std::sort(slow_.begin(), slow_.end(), [](const SlowRecord& a, const SlowRecord& b) {
+            return a.gap != b.gap ? a.gap < b.gap : a.key < b.key;
+        });
+        uint64_t within = 0;
+        for (size_t i = 0; i < slow_.size(); ++i) {
+            if (i > 0 && slow_[i].gap == slow_[i - 1].gap) within += slow_[i].key != slow_[i - 1].key ? 1 : 0;
+            else within = 0;
+            out[slow_[i].index].place = slow_[i].gap << kGapBits | within;
+        }
+    }
+
+private:
+    Status findGap(Slice key, uint64_t& gap) {
+        const auto mark = std::upper_bound(ranks_.marks.begin(), ranks_.marks.end(), key,
+                                           [](Slice wanted, const std::string& candidate) { return wanted < Slice(candidate); });
+        if (mark == ranks_.marks.begin()) {
+            gap = 1;
+            return WDB_OK;
+        }
+        uint64_t rank = static_cast<uint64_t>(mark - ranks_.marks.begin() - 1) * Ranks::kMarkStep;
+        gap = 0;
+        std::string present;
+        WDB_TRY(impl_.values.walk(indexKey(field_.number, *(mark - 1)), indexKey(field_.number, {}),
+                                  [&](Slice found, uint16_t, Slice) -> Status {
+                                      if (found == present) return WDB_OK;
+                                      present = found;
+                                      ++rank;
+                                      const int order = found.substr(2).compare(key);
+                                      if (order < 0) return WDB_OK;
+                                      gap = rank * 2 - (order == 0 ? 0 : 1);
+                                      return WDB_FAIL;
+                                  }));
+        if (gap == 0) gap = rank * 2 + 1;
+        return WDB_OK;
+    }
+
+    IndexView::Impl& impl_;
+    const FieldDefinition& field_;
+    const Ranks& ranks_;
+    std::vector<SlowRecord> slow_;
+};
+
+Result<std::shared_ptr<const Ranks>> IndexView::ranks(FieldNumber field) {
+    const Result<const FieldDefinition*> definition = impl_->itemField(field);
+    if (!definition) return definition.status();
+    RankCache* const cache = impl_->sources.ranks;
+    if (cache != nullptr) {
+        if (auto cached = cache->find(field, impl_->sources.valuePosition)) return cached;
+    }
+    Result<std::shared_ptr<const Ranks>> made = RankMaker(*impl_, **definition).make();
+    if (made && cache != nullptr) cache->store(*made);
+    return made;
+}
+
+Status IndexView::places(FieldNumber field, const RecordSet& records, std::vector<OrderedRecord>& out) {
+    out.clear();
+    const Result<const FieldDefinition*> definition = impl_->itemField(field);
+    if (!definition) return definition.status();
+    const Result<std::shared_ptr<const Ranks>> ranks = this->ranks(field);
+    if (!ranks) return ranks.status();
+    RecordSet touched;
+    impl_->forLayers(impl_->sources.valuePosition, [&](const Impl::Layer& layer) {
+        touched.unite(layer.entries.touched(layer.after, layer.upTo));
+    });
+    touched.intersect(records);
+    out.reserve(records.cardinality());
+    Placer placer(*impl_, **definition, **ranks);
+    Status status = WDB_OK;
+    records.forEach([&](RecordNumber record) {
+        if (!ok(status)) return;
+        const uint32_t rank = (*ranks)->of(record);
+        out.push_back({uint64_t{rank} * 2 << kGapBits, record});
+        if (rank != Ranks::kUnknown && (touched.empty() || !touched.contains(record))) return;
+        out.back().place = 0;
+        status = placer.add(out.size() - 1, record);
+    });
+    WDB_TRY(status);
+    placer.finish(out);
+    return WDB_OK;
+}
+
+}  // namespace wdb

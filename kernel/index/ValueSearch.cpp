@@ -1,0 +1,237 @@
+#include <limits>
+
+#include "kernel/index/Column.h"
+#include "kernel/index/IndexView.h"
+#include "kernel/index/IndexViewImpl.h"
+
+namespace wdb {
+
+namespace {
+
+// Entries of the values table that a range may read before a scan of the column is the better way.
+constexpr size_t kShortRange = 48;
+// Records with several items that a column scan may look up one by one.
+constexpr uint64_t kFewMulti = 64;
+
+enum class Fit { No, Yes, AskRecord };
+
+struct Hits {
+    RecordSet sure;
+    RecordSet unsure;
+};
+
+// A range of value keys, without the field.
+struct KeyRange {
+    FieldType type;
+    std::optional<std::string> low;   // whole keys
+    std::optional<std::string> high;
+    bool lowInclusive = true;
+    bool highInclusive = true;
+
+    // Of a stored key.
+    Fit fit(Slice key) const {
+        if (maybeCutKey(type, key) && ((low && Slice(*low).substr(0, kMaxValueKey) == key) ||
+                                       (high && Slice(*high).substr(0, kMaxValueKey) == key)))
+            return Fit::AskRecord;
+        return holds(key) ? Fit::Yes : Fit::No;
+    }
+    // Of a whole key.
+    bool holds(Slice key) const {
+        if (low && (key < Slice(*low) || (!lowInclusive && key == *low))) return false;
+        return !high || key < Slice(*high) || (highInclusive && key == *high);
+    }
+};
+
+Slice valueOf(Slice key) { return key.substr(2); }
+
+}  // namespace
+
+// Searches over the value file and the values of the layers.
+class ValueSearch {
+public:
+    ValueSearch(IndexView::Impl& impl, const FieldDefinition& field) : impl_(impl), field_(field) {}
+
+    Result<RecordSet> equal(Slice canonical) {
+        RecordSet sure;
+        const std::string whole = wholeValueKey(field_.type, canonical);
+        if (whole.empty()) return sure;
+        const Slice cut = Slice(whole).substr(0, kMaxValueKey);
+        RecordSet hits;
+        WDB_TRY(exact(cut, hits));
+        if (!maybeCutKey(field_.type, cut)) return hits;
+        WDB_TRY(impl_.verify(sure, std::move(hits), [&](const RecordView& record) {
+            return impl_.matcher.anyKey(record, field_, [&](Slice key) { return key == whole; });
+        }));
+        return sure;
+    }
+
+    Result<RecordSet> match(const Pattern& pattern) {
+        // What stands before the first wildcard, as keys have it.
+        const std::string prefix = indexKey(field_.number, pattern.prefix().substr(0, kMaxValueKey));
+        const bool literal = pattern.isLiteral();
+        const auto fit = [&](Slice key) {
+            if (maybeCutKey(field_.type, key)) return Fit::AskRecord;
+            return pattern.match(key.substr(0, key.size() - 1)) ? Fit::Yes : Fit::No;
+        };
+        // A literal's key is its prefix and the end byte, the first of all that begin so.
+        const auto goesOn = [&](Slice key) { return !literal || key.size() <= pattern.prefix().size() + 1; };
+        return scan(prefix, prefix, fit, goesOn, [&](Slice whole) { return pattern.match(whole.substr(0, whole.size() - 1)); });
+    }
+
+    Result<RecordSet> range(const std::optional<Bound>& low, const std::optional<Bound>& high);
+
+private:
+    Status exact(Slice key, RecordSet& hits) {
+        const std::string full = indexKey(field_.number, key);
+        WDB_TRY(impl_.values.read(full, hits));
+        impl_.overlay(hits, impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
+            const uint32_t number = layer.entries.values().find(full);
+            if (number != TermTable::kNone) IndexView::Impl::addVisible(layer, layer.entries.values().entries(number), 1, out);
+        });
+        return WDB_OK;
+    }
+
+    // Keys of the index from `from` on that begin with `prefix`, as long as goesOn(key). WDB_FAIL after `limit` entries.
+    template <typename FitKey, typename GoesOn>
+    Status scanIndex(const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn, size_t limit, Hits& hits) {
+        RecordSetBuilder sure;
+        RecordSetBuilder unsure;
+        bool stopped = false;
+        WDB_TRY(impl_.values.walk(from, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
+            if (key.size() < 3) return WDB_E_CORRUPT;
+            if (!goesOn(valueOf(key))) return WDB_FAIL;
+            stopped = limit-- == 0;
+            if (stopped) return WDB_FAIL;
+            const Fit fits = fit(valueOf(key));
+            if (fits == Fit::No) return WDB_OK;
+            return (fits == Fit::Yes ? sure : unsure).add(chunk, stored);
+        }));
+        if (stopped) return WDB_FAIL;
+        hits = {sure.finish(), unsure.finish()};
+        return WDB_OK;
+    }
+
+    template <typename FitKey, typename GoesOn>
+    void scanLayers(RecordSet& hits, const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn, Fit wanted) {
+        impl_.overlay(hits, impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
+            const DeltaEntries::Dictionary& values = layer.entries.values();
+            values.forEachFrom(from, [&](uint32_t number) {
+                const Slice key = values.key(number);
+                if (!key.starts_with(prefix) || !goesOn(valueOf(key))) return false;
+                if (fit(valueOf(key)) == wanted) IndexView::Impl::addVisible(layer, values.entries(number), 1, out);
+                return true;
+            });
+        });
+    }
+
+    template <typename FitKey, typename GoesOn, typename HoldsWhole>
+    Result<RecordSet> scan(const std::string& from, const std::string& prefix, FitKey&& fit, GoesOn&& goesOn, HoldsWhole&& holds) {
+        Hits hits;
+        WDB_TRY(scanIndex(from, prefix, fit, goesOn, std::numeric_limits<size_t>::max(), hits));
+        return finish(std::move(hits), from, prefix, fit, goesOn, holds);
+    }
+
+    template <typename FitKey, typename GoesOn, typename HoldsWhole>
+    Result<RecordSet> finish(Hits hits, const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn,
+                             HoldsWhole& holds) {
+        scanLayers(hits.sure, from, prefix, fit, goesOn, Fit::Yes);
+        scanLayers(hits.unsure, from, prefix, fit, goesOn, Fit::AskRecord);
+        WDB_TRY(impl_.verify(hits.sure, std::move(hits.unsure), [&](const RecordView& record) {
+            return impl_.matcher.anyKey(record, field_, [&](Slice whole) { return holds(whole); });
+        }));
+        return std::move(hits.sure);
+    }
+
+    Status scanColumn(const KeyRange& range, RecordSet& hits);
+
+    IndexView::Impl& impl_;
+    const FieldDefinition& field_;
+};
+
+// The records of the index within a range, from the column. WDB_FAIL when the column cannot tell.
+Status ValueSearch::scanColumn(const KeyRange& range, RecordSet& hits) {
+    RecordSet multi;
+    const char kind = static_cast<char>(SetKind::Multi);
+    WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), multi));
+    impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
+        multi.subtract(layer.entries.touched(layer.after, layer.upTo));
+    });
+    if (multi.cardinality() > kFewMulti) return WDB_FAIL;
+    int64_t low = std::numeric_limits<int64_t>::min();
+    int64_t high = std::numeric_limits<int64_t>::max();
+    if (range.low) low = columnValue(field_.type, *range.low);
+    if (range.high) high = columnValue(field_.type, *range.high);
+    if ((range.low && !range.lowInclusive && low++ == std::numeric_limits<int64_t>::max()) ||
+        (range.high && !range.highInclusive && high-- == std::numeric_limits<int64_t>::min()) || low > high) {
+        hits = {};
+        return WDB_OK;
+    }
+    RecordSetBuilder builder;
+    const std::string prefix = indexKey(field_.number, {});
+    Cursor cursor = impl_.sources.values->cursor(value_table::kColumns);
+    Status status = cursor.seek(prefix);
+    for (; ok(status) && cursor.key().starts_with(prefix); status = cursor.next()) {
+        if (cursor.key().size() != prefix.size() + 4) return WDB_E_CORRUPT;
+        const uint32_t block = loadBig<uint32_t>(cursor.key().data() + prefix.size());
+        const Result<ColumnView> view = ColumnView::open(cursor.value());
+        if (!view) return view.status();
+        view->scan(block, low, high, builder);
+    }
+    if (!ok(status) && status != WDB_FAIL) return status;
+    hits = builder.finish();
+    return impl_.verify(hits, std::move(multi), [&](const RecordView& record) {
+        return impl_.matcher.anyKey(record, field_, [&](Slice key) { return range.holds(key); });
+    });
+}
+
+Result<RecordSet> ValueSearch::range(const std::optional<Bound>& low, const std::optional<Bound>& high) {
+    KeyRange range{field_.type, std::nullopt, std::nullopt};
+    if (low) {
+        range.low = wholeValueKey(field_.type, low->value);
+        range.lowInclusive = low->inclusive;
+    }
+    if (high) {
+        range.high = wholeValueKey(field_.type, high->value);
+        range.highInclusive = high->inclusive;
+    }
+    if (hasColumn(field_.type)) {
+        const size_t size = field_.type == FieldType::Integer ? 8 : 4;
+        if ((range.low && range.low->size() != size) || (range.high && range.high->size() != size)) return Status{WDB_E_VALUE};
+    }
+    const std::string prefix = indexKey(field_.number, {});
+    const std::string from = indexKey(field_.number, range.low ? Slice(*range.low).substr(0, kMaxValueKey) : Slice());
+    const auto fit = [&](Slice key) { return range.fit(key); };
+    const Slice end = range.high ? Slice(*range.high) : Slice();
+    const auto goesOn = [&](Slice key) { return !range.high || key <= end; };
+    const auto holds = [&](Slice whole) { return range.holds(whole); };
+    if (hasColumn(field_.type)) {
+        Hits hits;
+        Status status = scanIndex(from, prefix, fit, goesOn, kShortRange, hits);
+        if (status == WDB_FAIL) status = scanColumn(range, hits.sure);
+        if (ok(status)) return finish(std::move(hits), from, prefix, fit, goesOn, holds);
+        if (status != WDB_FAIL) return status;
+    }
+    return scan(from, prefix, fit, goesOn, holds);
+}
+
+Result<RecordSet> IndexView::equal(FieldNumber field, Slice canonical) {
+    const Result<const FieldDefinition*> definition = impl_->itemField(field);
+    if (!definition) return definition.status();
+    return ValueSearch(*impl_, **definition).equal(canonical);
+}
+
+Result<RecordSet> IndexView::range(FieldNumber field, const std::optional<Bound>& low, const std::optional<Bound>& high) {
+    const Result<const FieldDefinition*> definition = impl_->itemField(field);
+    if (!definition) return definition.status();
+    return ValueSearch(*impl_, **definition).range(low, high);
+}
+
+Result<RecordSet> IndexView::match(FieldNumber field, const Pattern& pattern) {
+    const Result<const FieldDefinition*> definition =
+        impl_->field(field, [](FieldType type) { return type == FieldType::Phrase; });
+    if (!definition) return definition.status();
+    if (pattern.matchesAll()) return impl_->set(field, SetKind::Present);
+    return ValueSearch(*impl_, **definition).match(pattern);
+}
+
+}  // namespace wdb
