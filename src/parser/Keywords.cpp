@@ -1,7 +1,7 @@
 #include "src/parser/Keywords.h"
 
-#include "src/parser/WSQLSymbolTable.h"
 #include "src/parser/TreeBuilder.h"
+#include "src/parser/WSQLSymbolTable.h"
 #include "wsql.tab.h"
 
 namespace wsql {
@@ -104,10 +104,11 @@ const Keyword kKeywords[] = {
 };
 
 void loadKeywords(WSQLSymbolTable& table) {
-  table.Clear();
-  table.SetCopyNames(0);
-  table.SetCaseSensitive(false);
-  for (const Keyword* keyword = kKeywords; keyword->code != 0; ++keyword) table.Add(keyword->word, keyword->code);
+    table.Clear();
+    table.SetCopyNames(0);
+    table.SetCaseSensitive(false);
+    for (const Keyword* keyword = kKeywords; keyword->code != 0; ++keyword)
+        table.Add(keyword->word, keyword->code);
 }
 
 }  // namespace wsql

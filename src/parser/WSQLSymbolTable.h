@@ -10,89 +10,91 @@ namespace wsql {
 
 /// A named code in a WSQLSymbolTable.
 class WSQLSymbol {
- public:
-  WSQLSymbol(const char* symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket, bool copyName);
-  WSQLSymbol(const WSQLSymbol&) = delete;
-  WSQLSymbol& operator=(const WSQLSymbol&) = delete;
-  virtual ~WSQLSymbol();
+public:
+    WSQLSymbol(const char* symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
+               bool copyName);
+    WSQLSymbol(const WSQLSymbol&) = delete;
+    WSQLSymbol& operator=(const WSQLSymbol&) = delete;
+    virtual ~WSQLSymbol();
 
-  const char* name() const { return name_; }
-  int32_t code() const { return code_; }
-  int32_t level() const { return level_; }
-  uint32_t hash() const { return hash_; }  ///< bucket, 0 to 255
-  bool ownsName() const { return ownsName_; }
-  const WSQLSymbol* nextInBucket() const { return nextInBucket_; }  ///< the next older one of the bucket
-  const WSQLSymbol* nextAll() const { return nextAll_; }            ///< the next older one of the table
+    const char* name() const { return name_; }
+    int32_t code() const { return code_; }
+    int32_t level() const { return level_; }
+    uint32_t hash() const { return hash_; }  ///< bucket, 0 to 255
+    bool ownsName() const { return ownsName_; }
+    const WSQLSymbol* nextInBucket() const { return nextInBucket_; }  ///< the next older one of the bucket
+    const WSQLSymbol* nextAll() const { return nextAll_; }            ///< the next older one of the table
 
- private:
-  friend class WSQLSymbolTable;
+private:
+    friend class WSQLSymbolTable;
 
-  const char* name_;
-  int32_t code_;
-  int32_t level_;
-  uint32_t hash_;
-  bool ownsName_;
-  WSQLSymbol* nextAll_ = nullptr;
-  WSQLSymbol* prevAll_ = nullptr;
-  WSQLSymbol* nextInBucket_ = nullptr;
-  WSQLSymbol* prevInBucket_ = nullptr;
+    const char* name_;
+    int32_t code_;
+    int32_t level_;
+    uint32_t hash_;
+    bool ownsName_;
+    WSQLSymbol* nextAll_ = nullptr;
+    WSQLSymbol* prevAll_ = nullptr;
+    WSQLSymbol* nextInBucket_ = nullptr;
+    WSQLSymbol* prevInBucket_ = nullptr;
 };
 
 /// Chained hash table of names and codes: the keywords of the scanner. Used by one thread.
 class WSQLSymbolTable {
- public:
-  using Callback = void (*)(WSQLSymbol* symbol, uint32_t hash);
-  static constexpr uint32_t kBuckets = 256;
-  static constexpr int32_t kWholeChain = 0;    ///< lookup mode: every scope
-  static constexpr int32_t kCurrentScope = 1;  ///< lookup mode: symbols of the current level or above
+public:
+    using Callback = void (*)(WSQLSymbol* symbol, uint32_t hash);
+    static constexpr uint32_t kBuckets = 256;
+    static constexpr int32_t kWholeChain = 0;    ///< lookup mode: every scope
+    static constexpr int32_t kCurrentScope = 1;  ///< lookup mode: symbols of the current level or above
 
-  /// `onInsert` is called behind each insertion; the second callback is kept and never called.
-  explicit WSQLSymbolTable(Callback onInsert = nullptr, Callback spare = nullptr);
-  WSQLSymbolTable(const WSQLSymbolTable&) = delete;
-  WSQLSymbolTable& operator=(const WSQLSymbolTable&) = delete;
-  virtual ~WSQLSymbolTable();
+    /// `onInsert` is called behind each insertion; the second callback is kept and never called.
+    explicit WSQLSymbolTable(Callback onInsert = nullptr, Callback spare = nullptr);
+    WSQLSymbolTable(const WSQLSymbolTable&) = delete;
+    WSQLSymbolTable& operator=(const WSQLSymbolTable&) = delete;
+    virtual ~WSQLSymbolTable();
 
-  /// 1 (at creation): symbols take a copy of their name; any other value: the caller's text must outlive the table.
-  void SetCopyNames(int32_t copyNames) { copyNames_ = copyNames; }
-  /// True at creation. Symbols added before a change stay in the bucket that they were put into.
-  void SetCaseSensitive(bool caseSensitive) { caseSensitive_ = caseSensitive; }
-  void SetLookupMode(int32_t mode) { lookupMode_ = mode; }
-  void SetLevel(int32_t level) { level_ = level; }
-  int32_t level() const { return level_; }
+    /// 1 (at creation): symbols take a copy of their name; any other value: the caller's text must outlive
+    /// the table.
+    void SetCopyNames(int32_t copyNames) { copyNames_ = copyNames; }
+    /// True at creation. Symbols added before a change stay in the bucket that they were put into.
+    void SetCaseSensitive(bool caseSensitive) { caseSensitive_ = caseSensitive; }
+    void SetLookupMode(int32_t mode) { lookupMode_ = mode; }
+    void SetLevel(int32_t level) { level_ = level; }
+    int32_t level() const { return level_; }
 
-  /// Puts a new symbol in front of its bucket, so that it hides older ones of the same name.
-  WSQLSymbol* Add(const char* name, int32_t code);
+    /// Puts a new symbol in front of its bucket, so that it hides older ones of the same name.
+    WSQLSymbol* Add(const char* name, int32_t code);
 
-  /// The newest symbol of that name, or null. Letter case is ASCII only.
-  const WSQLSymbol* Find(std::string_view name) const;
+    /// The newest symbol of that name, or null. Letter case is ASCII only.
+    const WSQLSymbol* Find(std::string_view name) const;
 
-  const WSQLSymbol* head() const { return head_; }  ///< the newest symbol
-  const WSQLSymbol* bucket(uint32_t index) const { return buckets_[index]; }
+    const WSQLSymbol* head() const { return head_; }  ///< the newest symbol
+    const WSQLSymbol* bucket(uint32_t index) const { return buckets_[index]; }
 
-  /// Removes every symbol; the settings stay.
-  void Clear();
+    /// Removes every symbol; the settings stay.
+    void Clear();
 
- private:
-  uint32_t hash(std::string_view name) const;
-  bool equal(const char* symbolName, std::string_view name) const;
-  void* slot();
+private:
+    uint32_t hash(std::string_view name) const;
+    bool equal(const char* symbolName, std::string_view name) const;
+    void* slot();
 
-  /// Symbols live in blocks of this many: the keywords of a call cost one allocation.
-  static constexpr size_t kBlock = 96;
-  struct Block {
-    alignas(WSQLSymbol) unsigned char storage[kBlock * sizeof(WSQLSymbol)];
-  };
-  std::vector<std::unique_ptr<Block>> blocks_;
-  size_t used_ = 0;  ///< symbols in the last block
+    /// Symbols live in blocks of this many: the keywords of a call cost one allocation.
+    static constexpr size_t kBlock = 96;
+    struct Block {
+        alignas(WSQLSymbol) unsigned char storage[kBlock * sizeof(WSQLSymbol)];
+    };
+    std::vector<std::unique_ptr<Block>> blocks_;
+    size_t used_ = 0;  ///< symbols in the last block
 
-  WSQLSymbol* head_ = nullptr;
-  std::array<WSQLSymbol*, kBuckets> buckets_{};
-  int32_t level_ = 0;
-  bool caseSensitive_ = true;
-  int32_t lookupMode_ = kWholeChain;
-  int32_t copyNames_ = 1;
-  Callback onInsert_;
-  Callback spare_;
+    WSQLSymbol* head_ = nullptr;
+    std::array<WSQLSymbol*, kBuckets> buckets_{};
+    int32_t level_ = 0;
+    bool caseSensitive_ = true;
+    int32_t lookupMode_ = kWholeChain;
+    int32_t copyNames_ = 1;
+    Callback onInsert_;
+    Callback spare_;
 };
 
 }  // namespace wsql

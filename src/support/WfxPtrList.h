@@ -30,6 +30,7 @@ private:
     void reserve(std::int64_t capacity);
 
     std::int32_t capacity_ = 0;
+    std::int64_t storage_ = 0;  // entries really allocated, at least capacity_
     std::int32_t count_ = 0;
     void** items_ = nullptr;
 };

@@ -2,8 +2,8 @@
 
 namespace wsql {
 
-WELKFieldInfo::WELKFieldInfo(std::string databaseName, std::string fieldName, uint32_t fieldNumber, uint32_t fieldFlags,
-                             int32_t fieldType)
+WELKFieldInfo::WELKFieldInfo(std::string databaseName, std::string fieldName, uint32_t fieldNumber,
+                             uint32_t fieldFlags, int32_t fieldType)
     : name(std::move(fieldName)),
       database(std::move(databaseName)),
       number(fieldNumber),
@@ -16,11 +16,11 @@ WELKFieldInfo::WELKFieldInfo(std::string databaseName, std::string fieldName, ui
       flag8((fieldFlags & 8) != 0) {}
 
 WELKFieldInfoList::~WELKFieldInfoList() {
-  while (!fields_.empty()) fields_.pop_back();
+    while (!fields_.empty()) fields_.pop_back();
 }
 
 const WELKFieldInfo* WELKFieldInfoList::Get(int32_t index) const {
-  return index >= 0 && index < Count() ? fields_[static_cast<size_t>(index)].get() : nullptr;
+    return index >= 0 && index < Count() ? fields_[static_cast<size_t>(index)].get() : nullptr;
 }
 
 }  // namespace wsql

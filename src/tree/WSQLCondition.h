@@ -12,64 +12,68 @@ class WSQLCompositeCondition;
 
 /// A condition of a WHERE or ON clause.
 class WSQLCondition : public WSQLExpression {
- public:
-  bool negated() const { return negated_; }
-  void setNegated(bool on) { negated_ = on; }
-  void invert() { negated_ = !negated_; }
+public:
+    bool negated() const { return negated_; }
+    void setNegated(bool on) { negated_ = on; }
+    void invert() { negated_ = !negated_; }
 
-  /// False for a condition that was moved into a join; a composite is active while any operand is.
-  virtual bool isActive() const { return active_; }
-  void deactivate() { active_ = false; }
+    /// False for a condition that was moved into a join; a composite is active while any operand is.
+    virtual bool isActive() const { return active_; }
+    void deactivate() { active_ = false; }
 
-  /// Deep copy, flags included.
-  virtual std::unique_ptr<WSQLCondition> clone() const = 0;
+    /// Deep copy, flags included.
+    virtual std::unique_ptr<WSQLCondition> clone() const = 0;
 
-  virtual WSQLCompositeCondition* asComposite() { return nullptr; }
-  const WSQLCompositeCondition* asComposite() const { return const_cast<WSQLCondition*>(this)->asComposite(); }
+    virtual WSQLCompositeCondition* asComposite() { return nullptr; }
+    const WSQLCompositeCondition* asComposite() const {
+        return const_cast<WSQLCondition*>(this)->asComposite();
+    }
 
-  bool parenthesised = false;
+    bool parenthesised = false;
 
- protected:
-  void copyFlags(const WSQLCondition& from);
-  /// Writes negation and activity behind the content in a dump.
-  void dumpFlags(TreeDump& out) const;
+protected:
+    void copyFlags(const WSQLCondition& from);
+    /// Writes negation and activity behind the content in a dump.
+    void dumpFlags(TreeDump& out) const;
 
- private:
-  bool negated_ = false;
-  bool active_ = true;
+private:
+    bool negated_ = false;
+    bool active_ = true;
 };
 
-/// Two conditions joined by AND or OR. The grammar builds chains that lean to the left and may hold 100,000 terms:
-/// walk the left spine in a loop, recurse into right operands only (those nest at most some thousand levels).
+/// Two conditions joined by AND or OR. The grammar builds chains that lean to the left and may hold 100,000
+/// terms: walk the left spine in a loop, recurse into right operands only (those nest at most some thousand
+/// levels).
 class WSQLCompositeCondition : public WSQLCondition {
- public:
-  static constexpr int32_t kAnd = 0;
-  static constexpr int32_t kOr = 1;
+public:
+    static constexpr int32_t kAnd = 0;
+    static constexpr int32_t kOr = 1;
 
-  WSQLCompositeCondition(int32_t connective, std::unique_ptr<WSQLCondition> left, std::unique_ptr<WSQLCondition> right);
-  ~WSQLCompositeCondition() override;
+    WSQLCompositeCondition(int32_t connective, std::unique_ptr<WSQLCondition> left,
+                           std::unique_ptr<WSQLCondition> right);
+    ~WSQLCompositeCondition() override;
 
-  bool isActive() const override;
-  void toText(CStringBuffer& out) const override;  ///< "(left AND right)"
-  void dump(TreeDump& out) const override;
-  std::unique_ptr<WSQLCondition> clone() const override;
-  using WSQLCondition::asComposite;
-  WSQLCompositeCondition* asComposite() override { return this; }
+    bool isActive() const override;
+    void toText(CStringBuffer& out) const override;  ///< "(left AND right)"
+    void dump(TreeDump& out) const override;
+    std::unique_ptr<WSQLCondition> clone() const override;
+    using WSQLCondition::asComposite;
+    WSQLCompositeCondition* asComposite() override { return this; }
 
-  int32_t connective;                    ///< kAnd or kOr
-  std::unique_ptr<WSQLCondition> left;   ///< null once validation has moved it away
-  std::unique_ptr<WSQLCondition> right;  ///< null once validation has moved it away
+    int32_t connective;                    ///< kAnd or kOr
+    std::unique_ptr<WSQLCondition> left;   ///< null once validation has moved it away
+    std::unique_ptr<WSQLCondition> right;  ///< null once validation has moved it away
 };
 
 /// A piece of CCL that stands as a condition. No SQL text makes one.
 class WSQLEmbeddedCCL : public WSQLCondition {
- public:
-  explicit WSQLEmbeddedCCL(std::string cclText) : ccl(std::move(cclText)) {}
-  void toText(CStringBuffer& out) const override;  ///< "CCL(...)"
-  void dump(TreeDump& out) const override;
-  std::unique_ptr<WSQLCondition> clone() const override;
+public:
+    explicit WSQLEmbeddedCCL(std::string cclText) : ccl(std::move(cclText)) {}
+    void toText(CStringBuffer& out) const override;  ///< "CCL(...)"
+    void dump(TreeDump& out) const override;
+    std::unique_ptr<WSQLCondition> clone() const override;
 
-  std::string ccl;
+    std::string ccl;
 };
 
 /// Base of the simple tests.

@@ -7,12 +7,14 @@ namespace wsql {
 
 void WSQLExpression::toText(CStringBuffer&) const {}
 
-void WSQLExpression::dump(TreeDump& out) const { out.atom("?"); }
+void WSQLExpression::dump(TreeDump& out) const {
+    out.atom("?");
+}
 
 void WSQLItemRef::copyItem(const WSQLItemRef& from) {
-  owner = from.owner;
-  table = from.table;
-  column = from.column;
+    owner = from.owner;
+    table = from.table;
+    column = from.column;
 }
 
 }  // namespace wsql

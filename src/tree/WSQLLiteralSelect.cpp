@@ -10,18 +10,18 @@ WSQLLiteralSelect::WSQLLiteralSelect(std::unique_ptr<WSQLStmtSelect> query) : se
 WSQLLiteralSelect::~WSQLLiteralSelect() = default;
 
 void WSQLLiteralSelect::dump(TreeDump& out) const {
-  out.open("value");
-  out.child(select);
-  if (result) out.child(result);
-  dumpScalar(out);
-  out.close();
+    out.open("value");
+    out.child(select);
+    if (result) out.child(result);
+    dumpScalar(out);
+    out.close();
 }
 
 std::unique_ptr<WSQLScalar> WSQLLiteralSelect::clone() const {
-  auto copy = std::make_unique<WSQLLiteralSelect>(select ? select->clone() : nullptr);
-  if (result) copy->result = result->clone();
-  copy->copyScalar(*this);
-  return copy;
+    auto copy = std::make_unique<WSQLLiteralSelect>(select ? select->clone() : nullptr);
+    if (result) copy->result = result->clone();
+    copy->copyScalar(*this);
+    return copy;
 }
 
 }  // namespace wsql

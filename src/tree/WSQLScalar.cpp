@@ -5,13 +5,13 @@
 namespace wsql {
 
 void WSQLScalar::copyScalar(const WSQLScalar& from) {
-  label = from.label;
-  parenthesised = from.parenthesised;
+    label = from.label;
+    parenthesised = from.parenthesised;
 }
 
 void WSQLScalar::dumpScalar(TreeDump& out) const {
-  out.flag("paren", parenthesised);
-  out.field("as", label);
+    out.flag("paren", parenthesised);
+    out.field("as", label);
 }
 
 }  // namespace wsql

@@ -8,13 +8,13 @@ namespace wsql {
 class WSQLStatement : public virtual WSQLComposite {};
 
 class WSQLStmtCommit : public virtual WSQLStatement {
- public:
-  void dump(TreeDump& out) const override;
+public:
+    void dump(TreeDump& out) const override;
 };
 
 class WSQLStmtRollback : public virtual WSQLStatement {
- public:
-  void dump(TreeDump& out) const override;
+public:
+    void dump(TreeDump& out) const override;
 };
 
 }  // namespace wsql

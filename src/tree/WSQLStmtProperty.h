@@ -10,20 +10,20 @@ namespace wsql {
 
 /// GET PROPERTY and SET PROPERTY.
 class WSQLStmtProperty : public virtual WSQLStatement {
- public:
-  std::string name;  ///< as typed
+public:
+    std::string name;  ///< as typed
 };
 
 class WSQLStmtGet : public virtual WSQLStmtProperty {
- public:
-  void dump(TreeDump& out) const override;
+public:
+    void dump(TreeDump& out) const override;
 };
 
 class WSQLStmtSet : public virtual WSQLStmtProperty {
- public:
-  void dump(TreeDump& out) const override;
+public:
+    void dump(TreeDump& out) const override;
 
-  std::unique_ptr<WSQLScalar> value;  ///< TRUE and FALSE are a WSQLBoolean
+    std::unique_ptr<WSQLScalar> value;  ///< TRUE and FALSE are a WSQLBoolean
 };
 
 }  // namespace wsql
