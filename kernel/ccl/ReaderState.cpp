@@ -30,14 +30,14 @@ std::string_view functionName(Function function) { return kFunctions[static_cast
 std::string_view comparisonSign(Comparison comparison) { return kComparisons[static_cast<size_t>(comparison)]; }
 
 bool ReaderState::accept(Word word) {
-    const Token token = scanner.peek();
+    const Token& token = scanner.peek();
     if (token.kind != TokenKind::Name || !words.is(word, token.text)) return false;
     scanner.next();
     return true;
 }
 
 bool ReaderState::acceptText(std::string_view text) {
-    const Token token = scanner.peek();
+    const Token& token = scanner.peek();
     if (token.kind != TokenKind::Name || !equalsIgnoreCase(token.text, text)) return false;
     scanner.next();
     return true;

@@ -9,12 +9,20 @@ size_t Scanner::skipBlanks(size_t position) const {
     return position;
 }
 
-Token Scanner::peek() const {
-    size_t position = position_;
-    return scan(position);
+const Token& Scanner::peek() const {
+    if (peekedAt_ != position_) {
+        behindPeeked_ = position_;
+        peeked_ = scan(behindPeeked_);
+        peekedAt_ = position_;
+    }
+    return peeked_;
 }
 
-Token Scanner::next() { return scan(position_); }
+Token Scanner::next() {
+    peek();
+    position_ = behindPeeked_;
+    return peeked_;
+}
 
 ValuePart Scanner::peekPart() const {
     size_t position = position_;
@@ -50,7 +58,7 @@ Token Scanner::scan(size_t& position) const {
         if (end == std::string_view::npos) return {TokenKind::Bad, {}, start};
         position = end;
         return {TokenKind::Quoted, text_.substr(start + 1, end - start - 2), start};
-    } else if (std::string_view("(),.=<>+-*/").find(c) != std::string_view::npos) {
+    } else if (byte_class::is(c, byte_class::kSymbol)) {
         kind = TokenKind::Symbol;
         if ((c == '<' && (at(end) == '=' || at(end) == '>')) || (c == '>' && at(end) == '=')) ++end;
     }
@@ -69,7 +77,7 @@ ValuePart Scanner::scanPart(size_t& position) const {
         return {ValuePart::Kind::Quoted, text_.substr(start + 1, end - start - 2), start};
     }
     size_t end = start;
-    while (end < text_.size() && !isBlank(text_[end]) && text_[end] != '(' && text_[end] != ')' && text_[end] != '"') ++end;
+    while (end < text_.size() && !byte_class::is(text_[end], byte_class::kEndsPart)) ++end;
     position = end;
     return {ValuePart::Kind::Bare, text_.substr(start, end - start), start};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -38,8 +39,8 @@ class Scanner {
 public:
     explicit Scanner(std::string_view text) : text_(text) {}
 
-    // The next token, which stays the next one.
-    Token peek() const;
+    // The next token, which stays the next one: asked for many times, it is scanned once.
+    const Token& peek() const;
     Token next();
     // The next part of a value, blanks before it skipped.
     ValuePart peekPart() const;
@@ -61,14 +62,34 @@ private:
 
     std::string_view text_;
     size_t position_ = 0;
+    mutable Token peeked_;  // the token at peekedAt_, where behindPeeked_ follows
+    mutable size_t peekedAt_ = std::string_view::npos;
+    mutable size_t behindPeeked_ = 0;
 };
 
-constexpr bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool isNameStart(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || static_cast<unsigned char>(c) >= 128;
+namespace byte_class {
+inline constexpr uint8_t kBlank = 1, kDigit = 2, kNameStart = 4, kSymbol = 8, kEndsPart = 16;
+
+constexpr std::array<uint8_t, 256> table() {
+    std::array<uint8_t, 256> classes{};
+    for (size_t i = 128; i < 256; ++i) classes[i] = kNameStart;
+    for (size_t i = 0; i < 26; ++i) classes['A' + i] = classes['a' + i] = kNameStart;
+    classes['_'] = kNameStart;
+    for (size_t i = '0'; i <= '9'; ++i) classes[i] = kDigit;
+    for (const char c : std::string_view(" \t\n\r")) classes[static_cast<unsigned char>(c)] = kBlank | kEndsPart;
+    for (const char c : std::string_view("(),.=<>+-*/")) classes[static_cast<unsigned char>(c)] = kSymbol;
+    for (const char c : std::string_view("()\"")) classes[static_cast<unsigned char>(c)] |= kEndsPart;
+    return classes;
 }
-constexpr bool isNameByte(char c) { return isNameStart(c) || isDigit(c); }
+inline constexpr std::array<uint8_t, 256> kTable = table();
+constexpr bool is(char c, uint8_t classes) { return (kTable[static_cast<unsigned char>(c)] & classes) != 0; }
+}  // namespace byte_class
+
+constexpr bool isBlank(char c) { return byte_class::is(c, byte_class::kBlank); }
+constexpr bool isDigit(char c) { return byte_class::is(c, byte_class::kDigit); }
+// Letters: ASCII ones, the underscore, and all bytes from 128 up.
+constexpr bool isNameStart(char c) { return byte_class::is(c, byte_class::kNameStart); }
+constexpr bool isNameByte(char c) { return byte_class::is(c, byte_class::kNameStart | byte_class::kDigit); }
 
 // The text of a quoted token: doubled quotes become single ones.
 std::string unquote(std::string_view text);
