@@ -6,6 +6,7 @@
 #include "src/StatusScope.h"
 #include "src/WSQLFilter.h"
 #include "src/support/text.h"
+#include "src/welkhelp/CclText.h"
 #include "src/welkhelp/CommandWord.h"
 #include "src/welkhelp/DatabaseEntry.h"
 #include "src/welkhelp/WelkRecord.h"
@@ -142,7 +143,16 @@ std::int32_t WSQLFilter::GetShellSymbol(char* symbol) {
 bool WSQLFilter::SearchOpenDB(const char* databaseName) {
     IndexDatabase(databaseName, true, false);
     const CommandWord base(*this, "BAS");
-    const std::int32_t status = ExecuteCCL("%s %s", base.text(), databaseName);
+    CStringBuffer command(128);
+    command.append(base.text());
+    command.append(' ');
+    const std::string_view name(databaseName);
+    if (name.find('=') != std::string_view::npos) {
+        command.append(name);  // a list of databases, which the kernel takes apart
+    } else {
+        appendCclName(command, name);
+    }
+    const std::int32_t status = ExecuteCommand(command.text());
     if (WDB_SUCCESS(status)) return true;
     ReportKernelError(status, "WSQLFilter::SearchOpenDB", "ExecuteCCL");
     return false;
