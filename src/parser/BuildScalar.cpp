@@ -40,8 +40,13 @@ Node<WSQLScalar> TreeBuilder::time(TextToken token) {
     return std::make_unique<WSQLTime>(token.view());
 }
 
+const DateSettings& TreeBuilder::dateSettings() {
+    if (!dates_) dates_ = context_.dateSettings();
+    return *dates_;
+}
+
 Node<WSQLScalar> TreeBuilder::date(TextToken token, bool valuePosition) {
-    const auto normalised = normaliseDate(token.view(), context_.dateSettings());
+    const auto normalised = normaliseDate(token.view(), dateSettings());
     if (normalised) return std::make_unique<WSQLDate>(std::string_view(*normalised));
     const char* quote = valuePosition ? "\"" : "'";
     std::string message("Date constant ");
@@ -56,7 +61,7 @@ Node<WSQLScalar> TreeBuilder::currentTimestamp() {
 
 Node<WSQLScalar> TreeBuilder::currentDate() {
     const std::string_view today = context_.statementInstant()->datePart();
-    const auto normalised = normaliseDate(today, context_.dateSettings());
+    const auto normalised = normaliseDate(today, dateSettings());
     // A kernel that cannot tell the date leaves it empty; that is no fault of the statement.
     return std::make_unique<WSQLDate>(normalised ? std::string_view(*normalised) : today);
 }

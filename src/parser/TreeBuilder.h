@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -186,7 +187,10 @@ private:
     bool fitsColumns(const OwnedList<WSQLColumnRef>& columns, int32_t values);
     bool mergeConstraints(WSQLStmtCreateTable& create);
 
+    const DateSettings& dateSettings();
+
     ParseContext& context_;
+    std::optional<DateSettings> dates_;  // asked once per statement
     Node<WSQLStatement> statement_;
     bool tooDeep_ = false;
 };

@@ -29,7 +29,8 @@ WSQLSymbol::~WSQLSymbol() {
     if (ownsName_) delete[] name_;
 }
 
-WSQLSymbolTable::WSQLSymbolTable(Callback onInsert, Callback spare) : onInsert_(onInsert), spare_(spare) {}
+WSQLSymbolTable::WSQLSymbolTable(Callback onInsert, Callback spareCallback)
+    : onInsert_(onInsert), spare_(spareCallback) {}
 
 WSQLSymbolTable::~WSQLSymbolTable() {
     Clear();

@@ -68,6 +68,7 @@ public:
     /// The newest symbol of that name, or null. Letter case is ASCII only.
     const WSQLSymbol* Find(std::string_view name) const;
 
+    Callback spare() const { return spare_; }
     const WSQLSymbol* head() const { return head_; }  ///< the newest symbol
     const WSQLSymbol* bucket(uint32_t index) const { return buckets_[index]; }
 

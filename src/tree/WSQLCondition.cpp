@@ -94,6 +94,27 @@ std::unique_ptr<WSQLCondition> WSQLCompositeCondition::clone() const {
     return copy;
 }
 
+std::unique_ptr<WSQLCondition> takeCondition(std::unique_ptr<WSQLCondition>& root,
+                                             const WSQLCondition* wanted) {
+    std::unique_ptr<WSQLCondition>* slot = &root;
+    while (*slot && slot->get() != wanted) {
+        WSQLCompositeCondition* composite = (*slot)->asComposite();
+        if (composite == nullptr) return nullptr;
+        std::unique_ptr<WSQLCondition> taken = takeCondition(composite->right, wanted);
+        if (!taken && composite->left.get() == wanted) {
+            taken = std::move(composite->left);
+            *slot = std::move(composite->right);
+            return taken;
+        }
+        if (taken) {
+            if (!composite->right) *slot = std::move(composite->left);
+            return taken;
+        }
+        slot = &composite->left;
+    }
+    return std::move(*slot);
+}
+
 void WSQLEmbeddedCCL::toText(CStringBuffer& out) const {
     out.append("CCL(");
     out.append(std::string_view(ccl));

@@ -61,9 +61,15 @@ public:
     WSQLCompositeCondition* asComposite() override { return this; }
 
     int32_t connective;                    ///< kAnd or kOr
-    std::unique_ptr<WSQLCondition> left;   ///< null once validation has moved it away
-    std::unique_ptr<WSQLCondition> right;  ///< null once validation has moved it away
+    std::unique_ptr<WSQLCondition> left;   ///< null only when set so by hand; see takeCondition
+    std::unique_ptr<WSQLCondition> right;  ///< as left
 };
+
+/// Takes `wanted` out of the tree at `root` and hands it to the caller; its composite gives way to the other
+/// operand, so that no operand is ever missing. `root` becomes null when it was `wanted` itself. Null when it
+/// is not in the tree.
+std::unique_ptr<WSQLCondition> takeCondition(std::unique_ptr<WSQLCondition>& root,
+                                             const WSQLCondition* wanted);
 
 /// A piece of CCL that stands as a condition. No SQL text makes one.
 class WSQLEmbeddedCCL : public WSQLCondition {

@@ -95,6 +95,32 @@ TEST(Condition, CompositeIsActiveWhileAnyTermIs) {
     EXPECT_EQ(textOf(*where), "( AND )");
 }
 
+TEST(Condition, TakingATermCollapsesItsComposite) {
+    struct Row {
+        const char* path;  // l and r from the root down to the term
+        const char* rest;
+    };
+    const char* text = "(a = 1 AND b = 2) AND (c = 3 OR d = 4)";
+    for (const Row& row : {Row{"ll", "(b=2 AND (c=3 OR d=4))"}, Row{"lr", "(a=1 AND (c=3 OR d=4))"},
+                           Row{"rl", "((a=1 AND b=2) AND d=4)"}, Row{"rr", "((a=1 AND b=2) AND c=3)"},
+                           Row{"l", "(c=3 OR d=4)"}, Row{"r", "(a=1 AND b=2)"}}) {
+        auto where = condition(text);
+        const WSQLCondition* wanted = where.get();
+        for (const char* step = row.path; *step != 0; ++step) {
+            const WSQLCompositeCondition* composite = wanted->asComposite();
+            wanted = *step == 'l' ? composite->left.get() : composite->right.get();
+        }
+        const auto taken = takeCondition(where, wanted);
+        EXPECT_EQ(taken.get(), wanted) << row.path;
+        EXPECT_EQ(textOf(*where), row.rest) << row.path;
+        EXPECT_EQ(takeCondition(where, wanted), nullptr) << "it is gone";
+    }
+    auto whole = condition(text);
+    const WSQLCondition* root = whole.get();
+    EXPECT_EQ(takeCondition(whole, root).get(), root);
+    EXPECT_EQ(whole, nullptr);
+}
+
 TEST(Condition, CopiesAreDeep) {
     for (const char* text : {"a = 1", "a LIKE 'x'", "a BETWEEN 1 AND 2", "a IS NOT NULL",
                              "NOT a IN (SELECT b FROM u)", "(a = 1 OR b = 2) AND NOT (c = 3)"}) {
