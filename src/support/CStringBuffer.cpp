@@ -119,7 +119,7 @@ void CStringBuffer::append(const char* text, std::int32_t length) {
 }
 
 void CStringBuffer::append(std::string_view text) {
-    if (length_ == 0) {
+    if (data_ == nullptr || length_ == 0) {
         set(text);
         return;
     }

@@ -42,7 +42,7 @@ bool ConfigFile::read(const char* path, const char* defaultSection) {
     if (const std::string* found = find(defaultSection, "ConfigDir")) {
         const std::string directory = *found;
         for (const std::string& name : platform::confFiles(directory.c_str())) {
-            readOne((directory + platform::kPathSeparator + name).c_str());
+            readOne(std::string(directory).append(1, platform::kPathSeparator).append(name).c_str());
         }
     }
     return true;

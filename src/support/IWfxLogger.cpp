@@ -11,7 +11,7 @@ void IWfxLogger::vwrite(LogLevel level, const char* source, std::int32_t code, c
     char text[kTextSize + 1];
     const int length = platform::formatText(text, kTextSize, format, arguments);
     if (length < 0) return;
-    if (length >= kTextSize) std::strcpy(text + kTextSize - 1, "\n");
+    if (length >= kTextSize) std::memcpy(text + kTextSize - 1, "\n", 2);
     write(level, source, code, text);
 }
 
