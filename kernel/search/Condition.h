@@ -26,11 +26,12 @@ struct Condition {
         Within,     // item types: between the bounds
         WordWithin, // TEXT: some word between the bounds
         Delivered,  // the delivered text matches `pattern`: wildcards in a number, date or time
-        Records     // the record is one of `records` (negated: is not)
+        Records,    // the record is one of `records` (negated: is not)
+        Numbered    // its number lies in firstRecord..lastRecord (negated: does not); none when last is below first
     };
     Test test = Test::Nothing;
     bool negated = false;
-    const FieldDefinition* field = nullptr;  // null for Records; lives as long as the base's definition
+    const FieldDefinition* field = nullptr;  // null for Records and Numbered; lives as long as the base's definition
     uint32_t first = 0;                      // subfields, 0: all
     uint32_t last = 0;
     std::vector<std::string> values;         // canonical
@@ -39,6 +40,8 @@ struct Condition {
     std::optional<Bound> low;
     std::optional<Bound> high;
     RecordSet records;
+    RecordNumber firstRecord = 1;
+    RecordNumber lastRecord = 0;
 };
 
 }  // namespace wdb

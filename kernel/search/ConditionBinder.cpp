@@ -33,11 +33,10 @@ NumberRange rangeOf(Comparison comparison, int64_t n) {
     }
 }
 
-RecordSet setOf(NumberRange range) {
-    range.low = std::max<int64_t>(range.low, 1);
-    range.high = std::min(range.high, kLastRecord);
-    if (range.low > range.high) return {};
-    return RecordSet::range(static_cast<RecordNumber>(range.low), static_cast<RecordNumber>(range.high));
+void setRange(NumberRange range, Condition& condition) {
+    if (range.low > kLastRecord || range.high < 1) return;
+    condition.firstRecord = static_cast<RecordNumber>(std::max<int64_t>(range.low, 1));
+    condition.lastRecord = static_cast<RecordNumber>(std::min(range.high, kLastRecord));
 }
 
 bool isOrder(Comparison comparison) { return comparison != Comparison::Equal && comparison != Comparison::NotEqual; }
@@ -65,19 +64,19 @@ Status ConditionBinder::bindInSet(const Criterion& criterion, Condition& conditi
 
 Status ConditionBinder::bindRecords(const Criterion& criterion, Condition& condition) {
     using Form = Criterion::Form;
-    condition.test = Test::Records;
+    condition.test = Test::Numbered;
     condition.negated = criterion.comparison == Comparison::NotEqual;
     switch (criterion.form) {
     case Form::Any:
-        if (!isOrder(criterion.comparison)) condition.records = setOf({});
+        if (!isOrder(criterion.comparison)) setRange({}, condition);
         return WDB_OK;
     case Form::Empty: return WDB_OK;  // no record is without a number
     case Form::Set: return bindSetRecords(criterion, condition);
     case Form::NumberRange:
         if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
-        condition.records = setOf({criterion.number, criterion.numberHigh});
+        setRange({criterion.number, criterion.numberHigh}, condition);
         return WDB_OK;
-    default: condition.records = setOf(rangeOf(criterion.comparison, criterion.number)); return WDB_OK;
+    default: setRange(rangeOf(criterion.comparison, criterion.number), condition); return WDB_OK;
     }
 }
 
@@ -242,6 +241,7 @@ Status ConditionBinder::bindSetRecords(const Criterion& criterion, Condition& co
     WDB_TRY(values.collect(criterion.setValue[0], criterion.position));
     const std::vector<std::string> numbers = values.as(FieldType::Integer);
     if (!isOrder(criterion.comparison)) {
+        condition.test = Test::Records;
         std::vector<RecordNumber> records;
         for (const std::string& number : numbers) {
             const int64_t value = decodeInteger(number);
@@ -253,7 +253,7 @@ Status ConditionBinder::bindSetRecords(const Criterion& criterion, Condition& co
     if (numbers.empty()) return WDB_OK;
     const bool above = criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
     const int64_t limit = decodeInteger(above ? numbers.front() : numbers.back());
-    condition.records = setOf(rangeOf(criterion.comparison, limit));
+    setRange(rangeOf(criterion.comparison, limit), condition);
     return WDB_OK;
 }
 

@@ -1,5 +1,7 @@
 #include "kernel/search/ConditionSets.h"
 
+#include <algorithm>
+
 #include "kernel/search/ItemTest.h"
 
 namespace wdb {
@@ -46,19 +48,31 @@ Result<RecordSet> passing(const Condition& condition, BaseState& state) {
     }
 }
 
-Result<RecordSet> recordsNumbered(const Condition& condition, BaseState& state) {
-    const RecordSet& wanted = condition.records;
-    if (!condition.negated && !wanted.empty() && wanted.first() == wanted.last()) {
-        const Result<RecordView> record = state.snapshot.record(wanted.first());
-        if (record) return RecordSet::single(wanted.first());
-        const bool gone = record.status() == WDB_FAIL || record.status() == WDB_E_DELETED;
-        if (gone) return RecordSet();
-        return record.status();
-    }
+Result<RecordSet> recordIfLive(RecordNumber number, BaseState& state) {
+    const Result<RecordView> record = state.snapshot.record(number);
+    if (record) return RecordSet::single(number);
+    if (record.status() == WDB_FAIL || record.status() == WDB_E_DELETED) return RecordSet();
+    return record.status();
+}
+
+Result<RecordSet> recordsAmong(const Condition& condition, BaseState& state) {
     Result<RecordSet> live = state.index.live();
     if (!live) return live;
-    if (condition.negated) live->subtract(wanted);
-    else live->intersect(wanted);
+    if (condition.negated) live->subtract(condition.records);
+    else live->intersect(condition.records);
+    return live;
+}
+
+Result<RecordSet> recordsNumbered(const Condition& condition, BaseState& state) {
+    const RecordNumber first = condition.firstRecord;
+    if (!condition.negated && first == condition.lastRecord) return recordIfLive(first, state);
+    if (!condition.negated && first > condition.lastRecord) return RecordSet();
+    Result<RecordSet> live = state.index.live();
+    if (!live || live->empty()) return live;
+    const RecordNumber last = std::min(condition.lastRecord, live->last());
+    if (!condition.negated && first == 1 && last == live->last()) return live;
+    if (condition.negated) live->subtract(RecordSet::range(first, last));
+    else live->intersect(RecordSet::range(first, last));
     return live;
 }
 
@@ -86,7 +100,8 @@ Result<RecordSet> filterByRecords(const RecordSet& candidates, const Condition& 
 }
 
 Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state) {
-    if (condition.test == Test::Records) return recordsNumbered(condition, state);
+    if (condition.test == Test::Records) return recordsAmong(condition, state);
+    if (condition.test == Test::Numbered) return recordsNumbered(condition, state);
     const bool byRecords = condition.first > 0 || condition.test == Test::Delivered;
     if (!byRecords) {
         if (condition.test == Test::Absent) return subtractedFrom(state.index.live(), passing(condition, state));

@@ -9,7 +9,7 @@ namespace wdb {
 // Decides a condition by looking at a record: what subfields need, and the reference for what the indexes answer.
 class ItemTest {
 public:
-    // Both outlive the test. Not for Test::Records.
+    // Both outlive the test. Not for Test::Records and Test::Numbered.
     ItemTest(const Condition& condition, SearchContext& context);
 
     // Does the condition hold for the record, its negation and subfields included?

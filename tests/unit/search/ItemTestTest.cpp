@@ -42,6 +42,7 @@ TEST_F(ItemTestTest, NegationNeedsAValue) {
     RecordData data;
     const auto holds = [&](std::vector<std::string> items) {
         data.head.at(1).items = std::move(items);
+        data.trim();
         const std::string image = *encodeRecord(data, 1);
         return test.holds(*RecordView::validate(image));
     };
