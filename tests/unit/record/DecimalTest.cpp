@@ -38,7 +38,9 @@ TEST(Decimal, ComparisonAndKeyAgree) {
                     const auto sign = [](int n) { return (n > 0) - (n < 0); };
                     EXPECT_EQ(sign(compareNumbers(a, b)), wanted) << a << " and " << b;
                     EXPECT_EQ(sign(left.compare(right)), wanted) << "keys of " << a << " and " << b;
-                    if (wanted != 0) EXPECT_FALSE(left.starts_with(right)) << a << " begins with " << b;
+                    if (wanted != 0) {
+                        EXPECT_FALSE(left.starts_with(right)) << a << " begins with " << b;
+                    }
                 }
             }
         }

@@ -47,7 +47,9 @@ TEST(Value, ReadsAndDelivers) {
         std::string text;
         renderValue(row.type, *value, DateForm{}, text);
         EXPECT_EQ(text, row.delivered) << row.reason;
-        if (!value->empty()) EXPECT_TRUE(isCanonical(row.type, *value)) << row.reason;
+        if (!value->empty()) {
+            EXPECT_TRUE(isCanonical(row.type, *value)) << row.reason;
+        }
     }
     EXPECT_EQ(parseValue(Phrase, std::string_view("a\0b", 3), DateForm{}, 0).status(), WDB_E_VALUE);
     EXPECT_TRUE(parseValue(Phrase, std::string(kMaxPhrase, 'x'), DateForm{}, 0));
