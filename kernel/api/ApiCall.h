@@ -10,7 +10,8 @@
 
 namespace wdb::api {
 
-// Runs the work of one exported function and turns whatever happens into its status: no exception leaves the library.
+// Runs the work of one exported function and turns whatever happens into its status: no exception leaves the
+// library.
 template <typename Work>
 Status contained(Work&& work) noexcept {
     try {
@@ -52,11 +53,12 @@ Status callWithout(const char* function, Work&& work) noexcept {
     return runOn(*session, function, [&](Session& bound) { return work(&bound); });
 }
 
-// A text that a caller handed in, as UTF-8; NULL is the empty text. Nothing is copied unless the session's character set
-// asks for it.
+// A text that a caller handed in, as UTF-8; NULL is the empty text. Nothing is copied unless the session's
+// character set asks for it.
 class InText {
 public:
-    InText(Session& session, const char* text) : InText(session, std::string_view(text == nullptr ? "" : text)) {}
+    InText(Session& session, const char* text)
+        : InText(session, std::string_view(text == nullptr ? "" : text)) {}
     InText(Session& session, std::string_view text) : view_(text) {
         if (session.charset.passes()) return;
         converted_ = session.charset.toUtf8(text);
@@ -74,13 +76,17 @@ private:
 
 enum class Overflow { Refuse, Cut };
 
-// The one rule for texts going out: *length is the buffer's size with the NUL on entry, the text's length on return. A text
-// that does not fit is WDB_E_BUFFER with the size it needs, or is cut (never inside a UTF-8 character).
+// The one rule for texts going out: *length is the buffer's size with the NUL on entry, the text's length on
+// return. A text that does not fit is WDB_E_BUFFER with the size it needs, or is cut (never inside a UTF-8
+// character).
 Status putRaw(std::string_view text, char* buffer, int32_t* length, Overflow overflow = Overflow::Refuse);
 // The same for UTF-8 in the session's character set; the session may be null.
-Status putText(Session* session, std::string_view utf8, char* buffer, int32_t* length, Overflow overflow = Overflow::Refuse);
+Status putText(Session* session, std::string_view utf8, char* buffer, int32_t* length,
+               Overflow overflow = Overflow::Refuse);
 // The check alone, for calls that must not begin otherwise.
-inline bool canPut(const char* buffer, const int32_t* length) { return buffer != nullptr && length != nullptr && *length >= 1; }
+inline bool canPut(const char* buffer, const int32_t* length) {
+    return buffer != nullptr && length != nullptr && *length >= 1;
+}
 
 // A name into a buffer of fixed size, ended by a NUL.
 void putName(Session& session, std::string_view utf8, char* buffer, size_t size);

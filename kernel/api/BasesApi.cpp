@@ -34,15 +34,20 @@ Status baseInfo(Session& session, const char* baseName, int32_t item, void* info
     if (item == 2) return putText(&session, base.baseFile, text, length);
     if (!session.mayRead(base)) return session.fail(WDB_E_BASE, name);
     switch (item) {
-    case 1: return putText(&session, base.comment, text, length);
-    case 3: {
-        const FieldDefinition* key = base.schema->find(base.uniqueKey);
-        return key == nullptr ? WDB_FAIL : putText(&session, key->name, text, length);
-    }
-    case 4: return putInt(base.schema->highest(), info, length);
-    case 5: return putText(&session, base.owner, text, length);
-    case 6: return putText(&session, base.charset, text, length);
-    default: return countInfo(session, name, info, length);
+        case 1:
+            return putText(&session, base.comment, text, length);
+        case 3: {
+            const FieldDefinition* key = base.schema->find(base.uniqueKey);
+            return key == nullptr ? WDB_FAIL : putText(&session, key->name, text, length);
+        }
+        case 4:
+            return putInt(base.schema->highest(), info, length);
+        case 5:
+            return putText(&session, base.owner, text, length);
+        case 6:
+            return putText(&session, base.charset, text, length);
+        default:
+            return countInfo(session, name, info, length);
     }
 }
 
@@ -58,7 +63,8 @@ Status checkBase(Session& session, const char* baseName, int32_t mode) {
     return WDB_OK;
 }
 
-WdbIntegrityRule ruleRecord(Session& session, int32_t kind, const BaseDefinition& base, const ReferenceRule& rule) {
+WdbIntegrityRule ruleRecord(Session& session, int32_t kind, const BaseDefinition& base,
+                            const ReferenceRule& rule) {
     WdbIntegrityRule record{};
     record.kind = kind;
     record.deleteAction = rule.deleteAction;
@@ -83,10 +89,12 @@ Status integrityRules(Session& session, WdbIntegrityRules** rules) {
     const auto all = session.directory->definitions();
     if (!all) return all.status();
     auto list = std::make_unique<RuleList>();
-    for (const ReferenceRule& rule : (*checked)->rules) list->rules.push_back(ruleRecord(session, 1, **checked, rule));
+    for (const ReferenceRule& rule : (*checked)->rules)
+        list->rules.push_back(ruleRecord(session, 1, **checked, rule));
     for (const auto& other : *all) {
         for (const ReferenceRule& rule : other->rules) {
-            if (equalsIgnoreCase(rule.table, (*checked)->name)) list->rules.push_back(ruleRecord(session, 2, *other, rule));
+            if (equalsIgnoreCase(rule.table, (*checked)->name))
+                list->rules.push_back(ruleRecord(session, 2, *other, rule));
         }
     }
     list->head.count = static_cast<int32_t>(list->rules.size());
@@ -97,7 +105,8 @@ Status integrityRules(Session& session, WdbIntegrityRules** rules) {
 }
 
 Status freeRules(Session& session, WdbIntegrityRules** rules) {
-    const size_t freed = std::erase_if(session.ruleLists, [&](const auto& list) { return &list->head == *rules; });
+    const size_t freed =
+        std::erase_if(session.ruleLists, [&](const auto& list) { return &list->head == *rules; });
     if (freed == 0) return WDB_E_HANDLE;
     *rules = nullptr;
     return WDB_OK;

@@ -16,7 +16,8 @@ Status shellSymbol(Session& session, char* symbol, int32_t* length) {
 
 Status setShellSymbol(Session& session, const char* symbol, const char* value) {
     const InText name(session, symbol), text(session, value);
-    return session.symbols.define(name, value == nullptr ? std::nullopt : std::optional<std::string_view>(text.view()));
+    return session.symbols.define(
+        name, value == nullptr ? std::nullopt : std::optional<std::string_view>(text.view()));
 }
 
 }  // namespace

@@ -10,11 +10,13 @@ namespace {
 
 enum class Way { In, Out };
 
-// A text of a record that is shared with the caller, from or into the session's character set; cut to its field.
+// A text of a record that is shared with the caller, from or into the session's character set; cut to its
+// field.
 template <size_t N>
 void convertText(Session& session, Way way, char (&text)[N]) {
     const std::string_view before(text, strnlen(text, N));
-    const std::string after = way == Way::In ? session.charset.toUtf8(before) : session.charset.fromUtf8(before);
+    const std::string after =
+        way == Way::In ? session.charset.toUtf8(before) : session.charset.fromUtf8(before);
     std::memset(text, 0, N);
     std::memcpy(text, after.data(), std::min(after.size(), N - 1));
 }
@@ -65,8 +67,8 @@ Status putBaseDef(Session& session, const WdbBaseDef* definition) {
     WdbBaseDef record = *definition;
     convert(session, Way::In, record);
     const auto locations = [&](Slice name) { return session.settings.find(name, kAllLevels); };
-    const Status status =
-        session.editor.putBaseDef(session.actor(), record, locations, session.writer.patience(), session.clock.nowMicros());
+    const Status status = session.editor.putBaseDef(session.actor(), record, locations,
+                                                    session.writer.patience(), session.clock.nowMicros());
     session.snapshots.dropAll();
     return ok(status) ? status : session.fail(status, nameOf(record.name));
 }
@@ -108,10 +110,11 @@ Status putDefaultValue(Session& session, const WdbFieldSpec* field, const char* 
     return ok(status) ? status : session.fail(status, nameOf(record.name));
 }
 
-Status setForeignKey(Session& session, const char* column, const char* table, const char* referred, int32_t updateAction,
-                     int32_t deleteAction) {
+Status setForeignKey(Session& session, const char* column, const char* table, const char* referred,
+                     int32_t updateAction, int32_t deleteAction) {
     const InText columnText(session, column), tableText(session, table), referredText(session, referred);
-    const Status status = session.editor.setForeignKey(columnText, tableText, referredText, updateAction, deleteAction);
+    const Status status =
+        session.editor.setForeignKey(columnText, tableText, referredText, updateAction, deleteAction);
     return ok(status) ? status : session.fail(status, columnText);
 }
 
@@ -141,9 +144,10 @@ int32_t WdbPutDefaultValue(const WdbFieldSpec* field, const char* text) {
     return call(__func__, [&](Session& session) { return putDefaultValue(session, field, text); });
 }
 
-int32_t WdbSetForeignKey(const char* columnName, const char* referencedTable, const char* referencedColumn, int32_t updateAction,
-                         int32_t deleteAction) {
+int32_t WdbSetForeignKey(const char* columnName, const char* referencedTable, const char* referencedColumn,
+                         int32_t updateAction, int32_t deleteAction) {
     return call(__func__, [&](Session& session) {
-        return setForeignKey(session, columnName, referencedTable, referencedColumn, updateAction, deleteAction);
+        return setForeignKey(session, columnName, referencedTable, referencedColumn, updateAction,
+                             deleteAction);
     });
 }

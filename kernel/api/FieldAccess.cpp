@@ -10,14 +10,16 @@ Status findPlace(Session& session, WdbCursor* handle, Place& place) {
     if (!place.control->attached() || !place.control->record.any()) return WDB_E_NO_RECORD;
     place.field = place.control->schema().find(place.cursor->field);
     if (place.field == nullptr) return WDB_E_FIELD;
-    if (!place.control->listed && !session.mayRead(*place.control->definition, place.field->number)) return WDB_E_RIGHT;
+    if (!place.control->listed && !session.mayRead(*place.control->definition, place.field->number))
+        return WDB_E_RIGHT;
     place.cursor->follow(place.control->record);
     return WDB_OK;
 }
 
 Status findWritablePlace(Session& session, WdbCursor* handle, Place& place) {
     WDB_TRY(findPlace(session, handle, place));
-    if (place.control->listed || !place.control->writable || session.writer.readOnly()) return WDB_E_READ_ONLY;
+    if (place.control->listed || !place.control->writable || session.writer.readOnly())
+        return WDB_E_READ_ONLY;
     return session.mayWrite(*place.control->definition) ? WDB_OK : WDB_E_RIGHT;
 }
 

@@ -13,8 +13,8 @@ struct Place {
     CurrentRecord& record() const { return control->record; }
 };
 
-// Follows a cursor to its record and field. WDB_E_HANDLE for a dead one or one of a dead control, WDB_E_NO_RECORD, WDB_E_FIELD,
-// WDB_E_RIGHT.
+// Follows a cursor to its record and field. WDB_E_HANDLE for a dead one or one of a dead control,
+// WDB_E_NO_RECORD, WDB_E_FIELD, WDB_E_RIGHT.
 Status findPlace(Session& session, WdbCursor* handle, Place& place);
 // The same for writing: WDB_E_READ_ONLY, WDB_E_RIGHT as well.
 Status findWritablePlace(Session& session, WdbCursor* handle, Place& place);

@@ -9,7 +9,8 @@
 namespace wdb::api {
 namespace {
 
-Status checkField(Session& session, WdbRecordControl* handle, char* name, int32_t* number, int32_t* type, uint32_t* flags) {
+Status checkField(Session& session, WdbRecordControl* handle, char* name, int32_t* number, int32_t* type,
+                  uint32_t* flags) {
     const RecordControl* control = session.control(handle);
     if (control == nullptr) return WDB_E_HANDLE;
     if (!control->attached()) return WDB_E_NO_RECORD;
@@ -20,7 +21,8 @@ Status checkField(Session& session, WdbRecordControl* handle, char* name, int32_
         field = control->schema().find(InText(session, given).view());
     } else {
         if (number == nullptr || *number < 1) return WDB_E_ARGUMENT;
-        if (*number <= WDB_FIELD_NUMBER_MAX) field = control->schema().find(static_cast<FieldNumber>(*number));
+        if (*number <= WDB_FIELD_NUMBER_MAX)
+            field = control->schema().find(static_cast<FieldNumber>(*number));
     }
     if (field == nullptr) return session.fail(WDB_E_FIELD, given);
     putName(session, field->name, name, WDB_FIELD_NAME_SIZE);
@@ -40,15 +42,19 @@ bool isThere(const RecordControl& control, const FieldDefinition& field, Positio
     if (position.paragraph == 0 && position.item == 0) return true;
     const CurrentRecord& record = control.record;
     if (field.type == FieldType::Text && position.paragraph > 0) {
-        return static_cast<uint32_t>(position.paragraph) <= paragraphCount(record.value(control.part, field.number));
+        return static_cast<uint32_t>(position.paragraph) <=
+               paragraphCount(record.value(control.part, field.number));
     }
     if (!holdsItems(field.type)) return position.item == 1;
     return static_cast<uint32_t>(position.item) <= record.itemCount(control.part, field.number);
 }
 
-Status checkPosition(Session& session, RecordControl& control, int32_t number, Position position, const FieldDefinition*& field) {
+Status checkPosition(Session& session, RecordControl& control, int32_t number, Position position,
+                     const FieldDefinition*& field) {
     if (!control.attached()) return WDB_E_NO_RECORD;
-    field = number < 1 || number > WDB_FIELD_NUMBER_MAX ? nullptr : control.schema().find(static_cast<FieldNumber>(number));
+    field = number < 1 || number > WDB_FIELD_NUMBER_MAX
+                ? nullptr
+                : control.schema().find(static_cast<FieldNumber>(number));
     if (field == nullptr) return WDB_E_FIELD;
     if (!control.listed && !session.mayRead(*control.definition, field->number)) return WDB_E_RIGHT;
     const auto [paragraph, item] = position;
@@ -65,7 +71,8 @@ Status checkPosition(Session& session, RecordControl& control, int32_t number, P
     return paragraph > kMaxPosition || item > kMaxPosition ? WDB_E_ARGUMENT : WDB_OK;
 }
 
-Status setCursor(Session& session, WdbCursor** cursor, WdbRecordControl* handle, int32_t number, Position position) {
+Status setCursor(Session& session, WdbCursor** cursor, WdbRecordControl* handle, int32_t number,
+                 Position position) {
     FieldCursor* live = session.cursor(*cursor);
     if (*cursor != nullptr && live == nullptr) {
         *cursor = nullptr;
@@ -95,8 +102,10 @@ Status setCursor(Session& session, WdbCursor** cursor, WdbRecordControl* handle,
 
 Status deleteCursor(Session& session, WdbCursor** cursor) {
     const uint64_t handle = handleOf(*cursor);
-    if (session.cursors.find(handle) != nullptr) session.removeCursor(handle);
-    else if (!session.cursors.wasAlive(handle)) return WDB_E_HANDLE;
+    if (session.cursors.find(handle) != nullptr)
+        session.removeCursor(handle);
+    else if (!session.cursors.wasAlive(handle))
+        return WDB_E_HANDLE;
     *cursor = nullptr;
     return WDB_OK;
 }
@@ -145,8 +154,10 @@ Status replaceItem(Session& session, WdbCursor* handle, const char* bytes, int32
     if (place.field->type == FieldType::Text) return replaceText(place.record(), *place.cursor, whole);
     auto value = parseValue(place.field->type, whole, session.dates, session.clock.today());
     if (!value) return session.fail(value.status(), whole.substr(0, kMaxSetting));
-    if (value->empty()) clearPosition(place.record(), *place.cursor, *place.field);
-    else setItem(place.record(), *place.cursor, std::move(*value));
+    if (value->empty())
+        clearPosition(place.record(), *place.cursor, *place.field);
+    else
+        setItem(place.record(), *place.cursor, std::move(*value));
     return WDB_OK;
 }
 
@@ -163,11 +174,14 @@ Status deleteItem(Session& session, WdbCursor* handle) {
 using namespace wdb;
 using namespace wdb::api;
 
-int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, int32_t* type, uint32_t* flags) {
-    return call(__func__, [&](Session& session) { return checkField(session, control, name, number, type, flags); });
+int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, int32_t* type,
+                      uint32_t* flags) {
+    return call(__func__,
+                [&](Session& session) { return checkField(session, control, name, number, type, flags); });
 }
 
-int32_t WdbSetCursor(WdbCursor** cursor, WdbRecordControl* control, int32_t fieldNumber, int32_t paragraph, int32_t item) {
+int32_t WdbSetCursor(WdbCursor** cursor, WdbRecordControl* control, int32_t fieldNumber, int32_t paragraph,
+                     int32_t item) {
     return call(__func__, [&](Session& session) -> Status {
         if (cursor == nullptr) return WDB_E_ARGUMENT;
         return setCursor(session, cursor, control, fieldNumber, {paragraph, item});

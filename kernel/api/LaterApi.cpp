@@ -1,5 +1,5 @@
-// Functions that are declared and not built yet; kernel/README.md lists them. They answer WDB_E_UNSUPPORTED and leave their
-// outputs alone, except that what would be made is NULL.
+// Functions that are declared and not built yet; kernel/README.md lists them. They answer WDB_E_UNSUPPORTED
+// and leave their outputs alone, except that what would be made is NULL.
 #include "kernel/api/ApiCall.h"
 
 namespace wdb::api {
@@ -19,7 +19,9 @@ int32_t WdbShellDaoPtr(WdbCommandObject** object, const char*, ...) {
     if (object != nullptr) *object = nullptr;
     return later(__func__);
 }
-int32_t WdbShellToDao(WdbCommandObject*) { return later(__func__); }
+int32_t WdbShellToDao(WdbCommandObject*) {
+    return later(__func__);
+}
 int32_t WdbDaoOrder(int32_t* statusOut) {
     const int32_t status = later(__func__);
     wdb::api::putNumber(statusOut, status);
@@ -31,44 +33,106 @@ int32_t WdbLoadAse(const char*, WdbAse** routine) {
     if (routine != nullptr) *routine = nullptr;
     return later(__func__);
 }
-int32_t WdbCallAse(WdbAse*, const char*, char*, int32_t*) { return later(__func__); }
-int32_t WdbRegisterAse(const char*, WdbAseFn, void*) { return later(__func__); }
-int32_t WdbUnregisterAse(const char*) { return later(__func__); }
+int32_t WdbCallAse(WdbAse*, const char*, char*, int32_t*) {
+    return later(__func__);
+}
+int32_t WdbRegisterAse(const char*, WdbAseFn, void*) {
+    return later(__func__);
+}
+int32_t WdbUnregisterAse(const char*) {
+    return later(__func__);
+}
 
 // Parts of records.
-int32_t WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) { return later(__func__); }
-int32_t WdbPartCount(WdbRecordControl*, int32_t*) { return later(__func__); }
-int32_t WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) { return later(__func__); }
-int32_t WdbAddRecordPart(WdbRecordControl*, int32_t*) { return later(__func__); }
-int32_t WdbDeleteRecordPart(WdbRecordControl*, int32_t) { return later(__func__); }
+int32_t WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) {
+    return later(__func__);
+}
+int32_t WdbPartCount(WdbRecordControl*, int32_t*) {
+    return later(__func__);
+}
+int32_t WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) {
+    return later(__func__);
+}
+int32_t WdbAddRecordPart(WdbRecordControl*, int32_t*) {
+    return later(__func__);
+}
+int32_t WdbDeleteRecordPart(WdbRecordControl*, int32_t) {
+    return later(__func__);
+}
 
 // Loaders.
-int32_t WdbInsertItem(WdbCursor*, const char*, int32_t) { return later(__func__); }
-int32_t WdbNextRecordInBase(WdbRecordControl*, int32_t*) { return later(__func__); }
-int32_t WdbPutRecordAs(WdbRecordControl*, int32_t) { return later(__func__); }
+int32_t WdbInsertItem(WdbCursor*, const char*, int32_t) {
+    return later(__func__);
+}
+int32_t WdbNextRecordInBase(WdbRecordControl*, int32_t*) {
+    return later(__func__);
+}
+int32_t WdbPutRecordAs(WdbRecordControl*, int32_t) {
+    return later(__func__);
+}
 
 // Search sets and commands.
-int32_t WdbSetInfo(int32_t, WdbSetInfoRecord*) { return later(__func__); }
-int32_t WdbDropSet(int32_t) { return later(__func__); }
-int32_t WdbCheckCcl(const char*, char*, int32_t*, int32_t*) { return later(__func__); }
+int32_t WdbSetInfo(int32_t, WdbSetInfoRecord*) {
+    return later(__func__);
+}
+int32_t WdbDropSet(int32_t) {
+    return later(__func__);
+}
+int32_t WdbCheckCcl(const char*, char*, int32_t*, int32_t*) {
+    return later(__func__);
+}
 
 // Indexes, upkeep, observation.
-int32_t WdbRebuildIndex(const char*, const char*) { return later(__func__); }
-int32_t WdbWaitIndex(const char*, int32_t) { return later(__func__); }
-int32_t WdbNextTerm(const char*, int32_t, char*, int32_t*, int32_t*) { return later(__func__); }
-int32_t WdbBackupBase(const char*, const char*) { return later(__func__); }
-int32_t WdbCompactBase(const char*) { return later(__func__); }
-int32_t WdbSetProfile(WdbStepFn, void*) { return later(__func__); }
-int32_t WdbSetProgress(WdbProgressFn, void*) { return later(__func__); }
+int32_t WdbRebuildIndex(const char*, const char*) {
+    return later(__func__);
+}
+int32_t WdbWaitIndex(const char*, int32_t) {
+    return later(__func__);
+}
+int32_t WdbNextTerm(const char*, int32_t, char*, int32_t*, int32_t*) {
+    return later(__func__);
+}
+int32_t WdbBackupBase(const char*, const char*) {
+    return later(__func__);
+}
+int32_t WdbCompactBase(const char*) {
+    return later(__func__);
+}
+int32_t WdbSetProfile(WdbStepFn, void*) {
+    return later(__func__);
+}
+int32_t WdbSetProgress(WdbProgressFn, void*) {
+    return later(__func__);
+}
 
 // Definitions, rights, users.
-int32_t WdbDeleteBaseDef(void) { return later(__func__); }
-int32_t WdbGetFieldSpecByNumber(int32_t, WdbFieldSpec*) { return later(__func__); }
-int32_t WdbDeleteFieldSpec(const char*) { return later(__func__); }
-int32_t WdbDeleteForeignKey(const char*) { return later(__func__); }
-int32_t WdbSetBaseOwner(const char*, const char*) { return later(__func__); }
-int32_t WdbGetDbAccess(const char*, WdbAccessRecord*) { return later(__func__); }
-int32_t WdbPutDbAccess(const WdbAccessRecord*) { return later(__func__); }
-int32_t WdbPutUser(const char*, const char*, uint32_t) { return later(__func__); }
-int32_t WdbDeleteUser(const char*) { return later(__func__); }
-int32_t WdbNextUser(char*, int32_t*, uint32_t*) { return later(__func__); }
+int32_t WdbDeleteBaseDef(void) {
+    return later(__func__);
+}
+int32_t WdbGetFieldSpecByNumber(int32_t, WdbFieldSpec*) {
+    return later(__func__);
+}
+int32_t WdbDeleteFieldSpec(const char*) {
+    return later(__func__);
+}
+int32_t WdbDeleteForeignKey(const char*) {
+    return later(__func__);
+}
+int32_t WdbSetBaseOwner(const char*, const char*) {
+    return later(__func__);
+}
+int32_t WdbGetDbAccess(const char*, WdbAccessRecord*) {
+    return later(__func__);
+}
+int32_t WdbPutDbAccess(const WdbAccessRecord*) {
+    return later(__func__);
+}
+int32_t WdbPutUser(const char*, const char*, uint32_t) {
+    return later(__func__);
+}
+int32_t WdbDeleteUser(const char*) {
+    return later(__func__);
+}
+int32_t WdbNextUser(char*, int32_t*, uint32_t*) {
+    return later(__func__);
+}

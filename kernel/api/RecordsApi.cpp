@@ -24,7 +24,8 @@ Status setBase(Session& session, WdbRecordControl* handle, const char* baseName,
     return WDB_OK;
 }
 
-Status getRecordInSearch(Session& session, WdbRecordControl* handle, int32_t set, int32_t ordinal, int32_t* recordId, char* baseName) {
+Status getRecordInSearch(Session& session, WdbRecordControl* handle, int32_t set, int32_t ordinal,
+                         int32_t* recordId, char* baseName) {
     RecordControl* control = session.control(handle);
     if (control == nullptr) return WDB_E_HANDLE;
     if (control->listed) return WDB_E_READ_ONLY;
@@ -145,7 +146,8 @@ int32_t WdbSetBase(WdbRecordControl* control, const char* baseName, int32_t mode
     return call(__func__, [&](Session& session) { return setBase(session, control, baseName, mode); });
 }
 
-int32_t WdbGetRecordInSearchRis(WdbRecordControl* control, int32_t searchNumber, int32_t recordNumber, int32_t* recordId, char* baseName) {
+int32_t WdbGetRecordInSearchRis(WdbRecordControl* control, int32_t searchNumber, int32_t recordNumber,
+                                int32_t* recordId, char* baseName) {
     return call(__func__, [&](Session& session) {
         return getRecordInSearch(session, control, searchNumber, recordNumber, recordId, baseName);
     });

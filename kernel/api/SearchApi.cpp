@@ -7,7 +7,7 @@
 namespace wdb::api {
 namespace {
 
-constexpr uint32_t kText = 1;       // item flags of a row: the item has a text,
+constexpr uint32_t kText = 1;         // item flags of a row: the item has a text,
 constexpr uint32_t kZeroAfter = 128;  // a zero byte follows it
 
 Status execute(Session& session, const char* command) {
@@ -31,7 +31,8 @@ void convertRow(Charset& charset, RowItems& row) {
     for (uint32_t item = 0; item < row.words[0]; ++item) {
         uint32_t& length = row.words[2 + 2 * item];
         const uint32_t flags = row.words[3 + 2 * item];
-        const std::string text = (flags & kText) != 0 ? charset.fromUtf8(Slice(row.data).substr(at, length)) : std::string();
+        const std::string text =
+            (flags & kText) != 0 ? charset.fromUtf8(Slice(row.data).substr(at, length)) : std::string();
         at += length + ((flags & kZeroAfter) != 0 ? 1 : 0);
         length = static_cast<uint32_t>(text.size());
         converted.append(text);
@@ -41,7 +42,8 @@ void convertRow(Charset& charset, RowItems& row) {
     row.data = std::move(converted);
 }
 
-Status getRow(Session& session, int32_t set, int32_t index, int32_t count, char** items, uint32_t** descriptor) {
+Status getRow(Session& session, int32_t set, int32_t index, int32_t count, char** items,
+              uint32_t** descriptor) {
     if (count != 1 || index < 0 || items == nullptr || descriptor == nullptr) return WDB_E_ARGUMENT;
     WDB_TRY(session.search.fetchRow(set, index, session.row));
     session.searched();
@@ -88,7 +90,8 @@ int32_t WdbExecuteCcl(const char* command, int32_t* statusOut) {
     return status;
 }
 
-int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t* recordCount, int32_t* partCount, int32_t* kind) {
+int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t* recordCount, int32_t* partCount,
+                        int32_t* kind) {
     SearchCounts counts;
     const Status status = call(__func__, [&](Session& session) { return searchCounts(session, counts); });
     if (!ok(status)) counts = SearchCounts();
@@ -110,10 +113,13 @@ int32_t WdbGetSearch(int32_t* searchNumber, int32_t* recordCount, int32_t* partC
     return status;
 }
 
-int32_t WdbGetRows(int32_t setNumber, int32_t rowIndex, int32_t rowCount, char** items, uint32_t** itemCount) {
+int32_t WdbGetRows(int32_t setNumber, int32_t rowIndex, int32_t rowCount, char** items,
+                   uint32_t** itemCount) {
     if (items != nullptr) *items = nullptr;
     if (itemCount != nullptr) *itemCount = nullptr;
-    return call(__func__, [&](Session& session) { return getRow(session, setNumber, rowIndex, rowCount, items, itemCount); });
+    return call(__func__, [&](Session& session) {
+        return getRow(session, setNumber, rowIndex, rowCount, items, itemCount);
+    });
 }
 
 int32_t WdbDeallocate(void* memory) {

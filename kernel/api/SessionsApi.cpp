@@ -4,12 +4,13 @@
 namespace wdb::api {
 namespace {
 
-Status openSession(const char* home, const char* user, const char* password, uint32_t options, WdbSession** session) {
+Status openSession(const char* home, const char* user, const char* password, uint32_t options,
+                   WdbSession** session) {
     constexpr uint32_t kOptions = WDB_OPEN_CREATE | WDB_OPEN_READ_ONLY | WDB_OPEN_ASYNC_INDEX;
     if (home == nullptr || *home == '\0' || (options & ~kOptions) != 0) return WDB_E_ARGUMENT;
     const uint64_t id = session_registry::nextId();
-    auto opened = Session::open(home, user == nullptr ? "" : user, password == nullptr ? "" : password, options,
-                                static_cast<uint16_t>(id & 0x3FFF));
+    auto opened = Session::open(home, user == nullptr ? "" : user, password == nullptr ? "" : password,
+                                options, static_cast<uint16_t>(id & 0x3FFF));
     if (!opened) return opened.status();
     *session = session_registry::add(std::move(*opened), id);
     return WDB_OK;
@@ -36,7 +37,8 @@ Status lastError(Session& session, int32_t* code, int32_t* position, char* text,
 using namespace wdb;
 using namespace wdb::api;
 
-int32_t WdbOpenSession(const char* home, const char* user, const char* password, uint32_t options, WdbSession** session) {
+int32_t WdbOpenSession(const char* home, const char* user, const char* password, uint32_t options,
+                       WdbSession** session) {
     if (session == nullptr) return WDB_E_ARGUMENT;
     *session = nullptr;
     return contained([&] { return openSession(home, user, password, options, session); });
@@ -55,7 +57,9 @@ int32_t WdbBindSession(WdbSession* session) {
     return contained([&] { return session_registry::bind(session); });
 }
 
-WdbSession* WdbBoundSession(void) { return session_registry::bound(); }
+WdbSession* WdbBoundSession(void) {
+    return session_registry::bound();
+}
 
 int32_t WdbSaveStatus(void) {
     return call(__func__, [](Session& session) -> Status {

@@ -9,11 +9,14 @@ namespace {
 
 constexpr std::string_view kVersion = "4.0-0:embedded";
 
-std::string separators(const DateForm& form) { return {form.first, form.second}; }
+std::string separators(const DateForm& form) {
+    return {form.first, form.second};
+}
 
 std::string baseList(const Search& search) {
     std::string list;
-    for (const auto& base : search.bases()) list.append(list.empty() ? "" : ",").append(base->definition()->name);
+    for (const auto& base : search.bases())
+        list.append(list.empty() ? "" : ",").append(base->definition()->name);
     return list;
 }
 
@@ -24,18 +27,27 @@ struct Item {
 
 Result<Item> sessionItem(const Session& session, int32_t item) {
     switch (item) {
-    case WDB_SI_USER: return Item{0, session.user.name};
-    case WDB_SI_DATE_FORM: return Item{session.dates.number, separators(session.dates)};
-    case WDB_SI_LANGUAGE: return Item{session.symbols.language(), {}};
-    case WDB_SI_HOME: return Item{0, session.directory->home()};
-    case WDB_SI_FIND_MINIMUM: return Item{session.search.findMinimum(), {}};
-    case WDB_SI_SETS: return Item{session.search.liveSets(), {}};
-    case WDB_SI_SAVED: return Item{static_cast<int64_t>(session.statuses.size()), {}};
-    case WDB_SI_BASES: return Item{static_cast<int64_t>(session.search.bases().size()), baseList(session.search)};
-    case WDB_SI_CHARSET:
-        if (session.charset.id() == 0) return WDB_FAIL;  // the session cannot tell
-        return Item{session.charset.id(), std::string(session.charset.name())};
-    default: return WDB_E_ARGUMENT;
+        case WDB_SI_USER:
+            return Item{0, session.user.name};
+        case WDB_SI_DATE_FORM:
+            return Item{session.dates.number, separators(session.dates)};
+        case WDB_SI_LANGUAGE:
+            return Item{session.symbols.language(), {}};
+        case WDB_SI_HOME:
+            return Item{0, session.directory->home()};
+        case WDB_SI_FIND_MINIMUM:
+            return Item{session.search.findMinimum(), {}};
+        case WDB_SI_SETS:
+            return Item{session.search.liveSets(), {}};
+        case WDB_SI_SAVED:
+            return Item{static_cast<int64_t>(session.statuses.size()), {}};
+        case WDB_SI_BASES:
+            return Item{static_cast<int64_t>(session.search.bases().size()), baseList(session.search)};
+        case WDB_SI_CHARSET:
+            if (session.charset.id() == 0) return WDB_FAIL;  // the session cannot tell
+            return Item{session.charset.id(), std::string(session.charset.name())};
+        default:
+            return WDB_E_ARGUMENT;
     }
 }
 
@@ -72,14 +84,18 @@ Status setCharset(Session& session, int32_t number, std::string_view name) {
 
 Status setSessionInfo(Session& session, int32_t item, int32_t number, std::string_view text) {
     switch (item) {
-    case WDB_SI_DATE_FORM: return setDateForm(session, number, text);
-    case WDB_SI_LANGUAGE: return session.symbols.setLanguage(number);
-    case WDB_SI_FIND_MINIMUM:
-        if (number < 0) return WDB_E_ARGUMENT;
-        session.search.setFindMinimum(number);
-        return WDB_OK;
-    case WDB_SI_CHARSET: return setCharset(session, number, text);
-    default: return WDB_E_ARGUMENT;
+        case WDB_SI_DATE_FORM:
+            return setDateForm(session, number, text);
+        case WDB_SI_LANGUAGE:
+            return session.symbols.setLanguage(number);
+        case WDB_SI_FIND_MINIMUM:
+            if (number < 0) return WDB_E_ARGUMENT;
+            session.search.setFindMinimum(number);
+            return WDB_OK;
+        case WDB_SI_CHARSET:
+            return setCharset(session, number, text);
+        default:
+            return WDB_E_ARGUMENT;
     }
 }
 
@@ -88,8 +104,10 @@ Status queryRcs(Session* session, const char* name, char* value, int32_t* length
     value[0] = '\0';
     std::optional<std::string> found;
     if ((levels & kAllLevels) == 0) return WDB_E_ARGUMENT;
-    if (session != nullptr) found = session->settings.find(InText(*session, name), levels);
-    else if ((levels & kEnvironmentLevel) != 0) found = environmentSetting(name == nullptr ? "" : name);
+    if (session != nullptr)
+        found = session->settings.find(InText(*session, name), levels);
+    else if ((levels & kEnvironmentLevel) != 0)
+        found = environmentSetting(name == nullptr ? "" : name);
     int32_t size = std::min<int32_t>(*length, kMaxSetting + 1);
     const Status status = putText(session, found.value_or(std::string()), value, &size, Overflow::Cut);
     *length = size;
@@ -104,7 +122,8 @@ Status setResource(Session& session, int32_t level, const char* name, const char
     const InText nameText(session, name), valueText(session, value);
     const auto wanted = optionalText(value, valueText);
     if (level == kSessionLevel) return session.settings.set(nameText, wanted);
-    if (level != kLastingLevel || trimName(nameText).empty() || valueText.view().size() > kMaxSetting) return WDB_E_ARGUMENT;
+    if (level != kLastingLevel || trimName(nameText).empty() || valueText.view().size() > kMaxSetting)
+        return WDB_E_ARGUMENT;
     if (session.writer.readOnly()) return WDB_E_READ_ONLY;
     if (!session.administrator()) return WDB_E_RIGHT;
     WDB_TRY(session.writer.commit());
@@ -131,7 +150,9 @@ int32_t WdbSessionInfo(int32_t item, int32_t* number, char* text, int32_t* lengt
 }
 
 int32_t WdbSetSessionInfo(int32_t item, int32_t number, const char* text) {
-    return call(__func__, [&](Session& session) { return setSessionInfo(session, item, number, text == nullptr ? "" : text); });
+    return call(__func__, [&](Session& session) {
+        return setSessionInfo(session, item, number, text == nullptr ? "" : text);
+    });
 }
 
 int32_t WdbMessage(int32_t code, char* text, int32_t* length) {
@@ -143,7 +164,8 @@ int32_t WdbMessage(int32_t code, char* text, int32_t* length) {
 }
 
 int32_t QueryRCS(const char* name, char* value, int32_t* length, int32_t levels) {
-    return callWithout(__func__, [&](Session* session) { return queryRcs(session, name, value, length, levels); });
+    return callWithout(__func__,
+                       [&](Session* session) { return queryRcs(session, name, value, length, levels); });
 }
 
 int32_t UpdateRCS(const char* name, const char* value) {
@@ -158,5 +180,6 @@ int32_t WdbSetResource(int32_t level, const char* name, const char* value) {
 }
 
 int32_t WdbShellDefDateform(int32_t form, const char* text) {
-    return call(__func__, [&](Session& session) { return setDateForm(session, form, text == nullptr ? "" : text); });
+    return call(__func__,
+                [&](Session& session) { return setDateForm(session, form, text == nullptr ? "" : text); });
 }

@@ -39,8 +39,10 @@ Status getLine(Session& session, WdbCursor* handle, char* buffer, int32_t* lengt
     const size_t piece = std::min(rest.size(), static_cast<size_t>(*length) - 1);
     if (piece == 0 && !rest.empty()) return WDB_E_BUFFER;  // no room for any byte: it would never end
     WDB_TRY(putRaw(rest.substr(0, piece), buffer, length));
-    if (piece == rest.size()) nextLine(text, cursor, stored);
-    else cursor.inLine += piece;
+    if (piece == rest.size())
+        nextLine(text, cursor, stored);
+    else
+        cursor.inLine += piece;
     return WDB_OK;
 }
 
@@ -78,8 +80,10 @@ Status blobSize(Session& session, WdbCursor* handle, int32_t* size) {
     return WDB_OK;
 }
 
-// Copies bytes of a stored object out of its chunks. WDB_E_CHANGED when they are gone: somebody stored another object.
-Status readChunks(const BaseReader& reader, const ObjectReference& object, uint64_t offset, size_t size, char* buffer) {
+// Copies bytes of a stored object out of its chunks. WDB_E_CHANGED when they are gone: somebody stored
+// another object.
+Status readChunks(const BaseReader& reader, const ObjectReference& object, uint64_t offset, size_t size,
+                  char* buffer) {
     while (size > 0) {
         const auto chunk = reader.objectChunk(object.id, static_cast<uint32_t>(offset / object.chunkSize));
         if (!chunk) return chunk.status() == WDB_FAIL ? WDB_E_CHANGED : chunk.status();
@@ -94,7 +98,8 @@ Status readChunks(const BaseReader& reader, const ObjectReference& object, uint6
     return WDB_OK;
 }
 
-Status readStored(Session& session, const Place& place, const ObjectReference& object, uint64_t offset, size_t size, char* buffer) {
+Status readStored(Session& session, const Place& place, const ObjectReference& object, uint64_t offset,
+                  size_t size, char* buffer) {
     if (const UnitBase* load = session.writer.loadBase(*place.control->base)) {
         return readChunks(*load->writer, object, offset, size, buffer);
     }
@@ -103,7 +108,8 @@ Status readStored(Session& session, const Place& place, const ObjectReference& o
     return readChunks((*state)->reader(), object, offset, size, buffer);
 }
 
-Status getBlock(Session& session, WdbCursor* handle, int32_t start, int32_t size, void* buffer, int32_t* sizeRead) {
+Status getBlock(Session& session, WdbCursor* handle, int32_t start, int32_t size, void* buffer,
+                int32_t* sizeRead) {
     Place place;
     WDB_TRY(findObject(session, handle, place));
     if (start < 1 || size < 0 || (buffer == nullptr && size > 0)) return WDB_E_ARGUMENT;
@@ -137,7 +143,8 @@ Status putBlock(Session& session, WdbCursor* handle, int32_t length, const void*
     if (place.field->type != FieldType::String) return WDB_E_TYPE;
     if (length < 0 || (data == nullptr && length > 0)) return WDB_E_ARGUMENT;
     CurrentRecord& record = place.record();
-    ObjectSpool* object = place.cursor->written ? record.pendingObject(place.cursor->part, place.field->number) : nullptr;
+    ObjectSpool* object =
+        place.cursor->written ? record.pendingObject(place.cursor->part, place.field->number) : nullptr;
     if (object == nullptr) object = &record.startObject(place.cursor->part, place.field->number);
     place.cursor->written = true;
     return object->append(Slice(static_cast<const char*>(data), static_cast<size_t>(length)));
@@ -166,7 +173,8 @@ int32_t WdbGetBlobSize(WdbCursor* cursor, int32_t* size) {
 }
 
 int32_t WdbGetBlobBlock(WdbCursor* cursor, int32_t start, int32_t size, void* buffer, int32_t* sizeRead) {
-    return call(__func__, [&](Session& session) { return getBlock(session, cursor, start, size, buffer, sizeRead); });
+    return call(__func__,
+                [&](Session& session) { return getBlock(session, cursor, start, size, buffer, sizeRead); });
 }
 
 int32_t WdbPutBlobBlock(WdbCursor* cursor, int32_t length, const void* data) {

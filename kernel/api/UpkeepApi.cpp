@@ -8,7 +8,8 @@
 namespace wdb::api {
 namespace {
 
-// Date in the session's form, a blank, HH:MM:SS and six digits of microseconds: equal lengths order as text under form 1.
+// Date in the session's form, a blank, HH:MM:SS and six digits of microseconds: equal lengths order as text
+// under form 1.
 std::string stampText(const Session& session, LocalMicros stamp) {
     const LocalTime time = toLocalTime(stamp);
     std::string text;
@@ -63,7 +64,8 @@ Status indexJob(Session& session, int32_t kind, const char* baseName) {
     const auto base = session.findBase(trimName(InText(session, baseName)));
     if (!base) return base.status();
     if (kind == 1) return rebuild(session, *base);
-    if (session.asyncIndex || session.settings.find("SQL_BATCHINDEX", kAllLevels) == "1") return session.submitJob(*base);
+    if (session.asyncIndex || session.settings.find("SQL_BATCHINDEX", kAllLevels) == "1")
+        return session.submitJob(*base);
     const bool mayMerge = !session.writer.readOnly() && !session.writer.hasWritten();
     return runIndexJob(*session.directory, *base, mayMerge, session.clock.nowMicros());
 }
@@ -92,7 +94,8 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
     const auto sink = [&](Severity severity, RecordNumber record, const std::string& text) {
         if (report != nullptr) {
             const std::string out = session.charset.fromUtf8(text);
-            static_cast<void>(report(context, static_cast<int32_t>(severity), static_cast<int32_t>(record), out.c_str()));
+            static_cast<void>(
+                report(context, static_cast<int32_t>(severity), static_cast<int32_t>(record), out.c_str()));
         }
         return true;
     };
@@ -105,11 +108,12 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
 using namespace wdb;
 using namespace wdb::api;
 
-int32_t WdbBaseStatus(const char* baseName, char* modificationDate, int32_t* modificationLength, char* indexDate,
-                      int32_t* indexLength, int32_t* recordCount, int32_t* pendingCount) {
+int32_t WdbBaseStatus(const char* baseName, char* modificationDate, int32_t* modificationLength,
+                      char* indexDate, int32_t* indexLength, int32_t* recordCount, int32_t* pendingCount) {
     return call(__func__, [&](Session& session) {
-        return baseStatus(session, baseName,
-                          {modificationDate, modificationLength, indexDate, indexLength, recordCount, pendingCount});
+        return baseStatus(
+            session, baseName,
+            {modificationDate, modificationLength, indexDate, indexLength, recordCount, pendingCount});
     });
 }
 
@@ -126,5 +130,6 @@ int32_t WdbEndLoad(const char* baseName, int32_t commit) {
 }
 
 int32_t WdbVerifyBase(const char* baseName, uint32_t options, WdbReportFn report, void* context) {
-    return call(__func__, [&](Session& session) { return verify(session, baseName, options, report, context); });
+    return call(__func__,
+                [&](Session& session) { return verify(session, baseName, options, report, context); });
 }

@@ -9,15 +9,21 @@ namespace wdb {
 
 namespace {
 
-constexpr std::array<std::string_view, 12> kMonths{"January", "February", "March",     "April",   "May",      "June",
-                                                   "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<std::string_view, 12> kMonths{"January",   "February", "March",    "April",
+                                                   "May",       "June",     "July",     "August",
+                                                   "September", "October",  "November", "December"};
 
 // The parts of a form in order: Y four digits, y two, M and D padded to two, m and d not, N month name.
-constexpr std::array<std::string_view, kDateForms + 1> kLayouts{"",    "YMD", "Ymd", "ymd", "YNd", "yNd", "MDY", "mdY", "mdy",
-                                                                "NdY", "Ndy", "DMY", "dmY", "dmy", "dNY", "dNy", "YMD", "yMD"};
+constexpr std::array<std::string_view, kDateForms + 1> kLayouts{"",    "YMD", "Ymd", "ymd", "YNd", "yNd",
+                                                                "MDY", "mdY", "mdy", "NdY", "Ndy", "DMY",
+                                                                "dmY", "dmy", "dNY", "dNy", "YMD", "yMD"};
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 std::string_view trimBlanks(std::string_view text) {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
@@ -57,7 +63,8 @@ int fullYear(int twoDigits, DayNumber today) {
 
 void appendPadded(std::string& out, int value, int width) {
     std::array<char, 4> digits{};
-    for (int i = width - 1; i >= 0; --i, value /= 10) digits[static_cast<size_t>(i)] = static_cast<char>('0' + value % 10);
+    for (int i = width - 1; i >= 0; --i, value /= 10)
+        digits[static_cast<size_t>(i)] = static_cast<char>('0' + value % 10);
     out.append(digits.data(), static_cast<size_t>(width));
 }
 
@@ -76,21 +83,33 @@ struct Day {
 bool takePart(char part, bool packed, DayNumber today, std::string_view& text, Day& day) {
     std::optional<int> value;
     switch (part) {
-    case 'Y': value = takeNumber(text, packed ? 4 : 1, 4); break;
-    case 'N': value = takeMonthName(text); break;
-    default: value = takeNumber(text, packed ? 2 : 1, 2); break;
+        case 'Y':
+            value = takeNumber(text, packed ? 4 : 1, 4);
+            break;
+        case 'N':
+            value = takeMonthName(text);
+            break;
+        default:
+            value = takeNumber(text, packed ? 2 : 1, 2);
+            break;
     }
     if (!value) return false;
-    if (part == 'Y') day.year = *value;
-    else if (part == 'y') day.year = fullYear(*value, today);
-    else if (part == 'D' || part == 'd') day.day = *value;
-    else day.month = *value;
+    if (part == 'Y')
+        day.year = *value;
+    else if (part == 'y')
+        day.year = fullYear(*value, today);
+    else if (part == 'D' || part == 'd')
+        day.day = *value;
+    else
+        day.month = *value;
     return true;
 }
 
 }  // namespace
 
-bool isDateSeparator(char c) { return c == '-' || c == '/' || c == '.' || c == ':'; }
+bool isDateSeparator(char c) {
+    return c == '-' || c == '/' || c == '.' || c == ':';
+}
 
 std::optional<DayNumber> parseDate(std::string_view text, const DateForm& form, DayNumber today) {
     text = trimBlanks(text);
@@ -124,15 +143,29 @@ void renderDate(DayNumber day, const DateForm& form, std::string& out) {
     for (size_t i = 0; i < layout.size(); ++i) {
         if (i > 0 && !packed) out.push_back(i == 1 ? form.first : form.second);
         switch (layout[i]) {
-        case 'Y': appendPadded(out, year, 4); break;
-        case 'y': appendPadded(out, year % 100, 2); break;
-        case 'M': appendPadded(out, month, 2); break;
-        case 'm': appendShort(out, month); break;
-        case 'D': appendPadded(out, dayOfMonth, 2); break;
-        case 'd': appendShort(out, dayOfMonth); break;
-        default:
-            if (month >= 1 && month <= 12) out.append(kMonths[static_cast<size_t>(month - 1)].substr(0, 3));
-            else appendShort(out, month);
+            case 'Y':
+                appendPadded(out, year, 4);
+                break;
+            case 'y':
+                appendPadded(out, year % 100, 2);
+                break;
+            case 'M':
+                appendPadded(out, month, 2);
+                break;
+            case 'm':
+                appendShort(out, month);
+                break;
+            case 'D':
+                appendPadded(out, dayOfMonth, 2);
+                break;
+            case 'd':
+                appendShort(out, dayOfMonth);
+                break;
+            default:
+                if (month >= 1 && month <= 12)
+                    out.append(kMonths[static_cast<size_t>(month - 1)].substr(0, 3));
+                else
+                    appendShort(out, month);
         }
     }
 }
@@ -148,7 +181,8 @@ std::optional<int32_t> parseTime(std::string_view text) {
         text.remove_prefix(1);
         seconds = takeNumber(text, 2, 2);
     }
-    if (!minutes || !seconds || !text.empty() || *hours > 23 || *minutes > 59 || *seconds > 59) return std::nullopt;
+    if (!minutes || !seconds || !text.empty() || *hours > 23 || *minutes > 59 || *seconds > 59)
+        return std::nullopt;
     return *hours * 3600 + *minutes * 60 + *seconds;
 }
 

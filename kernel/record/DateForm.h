@@ -7,10 +7,13 @@
 
 namespace wdb {
 
-// A day as the number year * 10000 + month * 100 + day: numbers order as days do. Also days that no calendar has.
+// A day as the number year * 10000 + month * 100 + day: numbers order as days do. Also days that no calendar
+// has.
 using DayNumber = int32_t;
 
-constexpr DayNumber dayNumber(int year, int month, int day) { return year * 10000 + month * 100 + day; }
+constexpr DayNumber dayNumber(int year, int month, int day) {
+    return year * 10000 + month * 100 + day;
+}
 
 // How dates are written: a form of 1 to 17 and the two separators.
 //
@@ -30,9 +33,11 @@ inline constexpr int kDateForms = 17;
 // One of - / . :
 bool isDateSeparator(char c);
 
-// The day that a text names, blanks around it ignored; whether the calendar has it is not asked (month and day are at most
-// 99). Month names in English, three letters or whole, in any case. Numbers may lack leading zeros except in forms 16 and
-// 17. A two-digit year is the one of the hundred years that end 20 years after today. Nothing when the text has another form.
+// The day that a text names, blanks around it ignored; whether the calendar has it is not asked (month and
+// day are at most 99). Month names in English, three letters or whole, in any case. Numbers may lack leading
+// zeros except in forms 16 and
+// 17. A two-digit year is the one of the hundred years that end 20 years after today. Nothing when the text
+// has another form.
 std::optional<DayNumber> parseDate(std::string_view text, const DateForm& form, DayNumber today);
 
 // Gregorian, years 0 to 9999.

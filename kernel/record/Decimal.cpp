@@ -6,10 +6,12 @@ namespace wdb {
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
-// A number as 0.d1d2d3... times ten to the exponent; the digits start and end with one that is not 0, and still hold the
-// point. Zero has no digits.
+// A number as 0.d1d2d3... times ten to the exponent; the digits start and end with one that is not 0, and
+// still hold the point. Zero has no digits.
 struct Digits {
     bool negative = false;
     int exponent = 0;
@@ -61,7 +63,9 @@ int compareMagnitudes(const Digits& a, const Digits& b) {
     return 0;
 }
 
-int signOf(const Digits& number) { return number.text.empty() ? 0 : (number.negative ? -1 : 1); }
+int signOf(const Digits& number) {
+    return number.text.empty() ? 0 : (number.negative ? -1 : 1);
+}
 
 }  // namespace
 
@@ -82,7 +86,8 @@ std::optional<std::string> canonicalNumber(std::string_view text) {
     if (!std::ranges::all_of(whole, isDigit) || !std::ranges::all_of(fraction, isDigit)) return std::nullopt;
     const size_t first = std::min(whole.find_first_not_of('0'), whole.size() - 1);
     std::string canonical(text.substr(first));
-    if (negative && canonical.find_first_not_of("0.") != std::string::npos) canonical.insert(canonical.begin(), '-');
+    if (negative && canonical.find_first_not_of("0.") != std::string::npos)
+        canonical.insert(canonical.begin(), '-');
     return canonical;
 }
 
@@ -110,7 +115,8 @@ void appendNumberKey(std::string_view canonical, std::string& out) {
     }
     out.push_back('\0');
     if (!number.negative) return;
-    for (size_t i = begin; i < out.size(); ++i) out[i] = static_cast<char>(~static_cast<unsigned char>(out[i]));
+    for (size_t i = begin; i < out.size(); ++i)
+        out[i] = static_cast<char>(~static_cast<unsigned char>(out[i]));
 }
 
 }  // namespace wdb

@@ -7,7 +7,8 @@
 
 namespace wdb {
 
-// Exact decimals as texts. The canonical text is the one that was typed without a plus sign and needless leading zeros:
+// Exact decimals as texts. The canonical text is the one that was typed without a plus sign and needless
+// leading zeros:
 // "-0012.50" is "-12.50", "-0.0" is "0.0". Equal numbers can have different texts ("1.5" and "1.50").
 
 inline constexpr size_t kMaxNumberText = 32000;  // bytes
@@ -18,9 +19,9 @@ std::optional<std::string> canonicalNumber(std::string_view text);
 // Less than, equal to, greater than 0 as a is to b; both canonical.
 int compareNumbers(std::string_view a, std::string_view b);
 
-// Appends bytes that order and equal as the numbers do; no key is the beginning of another one. A sign byte (1 negative, 2
-// zero, 3 positive), the decimal exponent as 16 bits, the significant digits two to a byte, an end byte; all but the sign
-// byte inverted for negative numbers.
+// Appends bytes that order and equal as the numbers do; no key is the beginning of another one. A sign byte
+// (1 negative, 2 zero, 3 positive), the decimal exponent as 16 bits, the significant digits two to a byte, an
+// end byte; all but the sign byte inverted for negative numbers.
 void appendNumberKey(std::string_view canonical, std::string& out);
 
 }  // namespace wdb

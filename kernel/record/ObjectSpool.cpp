@@ -14,7 +14,8 @@ Status ObjectSpool::append(Slice bytes) {
     }
     if (!file_) {
         file_.reset(std::tmpfile());
-        if (!file_ || std::fwrite(memory_.data(), 1, memory_.size(), file_.get()) != memory_.size()) return WDB_E_STORAGE;
+        if (!file_ || std::fwrite(memory_.data(), 1, memory_.size(), file_.get()) != memory_.size())
+            return WDB_E_STORAGE;
         memory_ = std::string();
     }
     if (std::fseek(file_.get(), static_cast<long>(size_), SEEK_SET) != 0) return WDB_E_STORAGE;

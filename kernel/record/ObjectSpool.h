@@ -11,8 +11,9 @@
 
 namespace wdb {
 
-// A large object that is being written and belongs to no record yet: in memory up to kMemory bytes, beyond that in a
-// file without a name in the directory for temporary files, which goes with the object (or with the process).
+// A large object that is being written and belongs to no record yet: in memory up to kMemory bytes, beyond
+// that in a file without a name in the directory for temporary files, which goes with the object (or with the
+// process).
 class ObjectSpool {
 public:
     static constexpr size_t kMemory = size_t{4} << 20;

@@ -10,8 +10,8 @@ using namespace record_image;
 
 namespace {
 
-constexpr size_t kLongField = 256;      // bytes of a field's items from which they stand behind the short ones
-constexpr size_t kShortItem = 255;      // lengths below it take one byte
+constexpr size_t kLongField = 256;  // bytes of a field's items from which they stand behind the short ones
+constexpr size_t kShortItem = 255;  // lengths below it take one byte
 constexpr size_t kMaxImage = 0x7FFFFFFF;
 
 uint32_t checksumOf(Slice image) {
@@ -41,7 +41,8 @@ bool directoryFits(Slice image, size_t directory, size_t count) {
         const char* entry = image.data() + directory + i * kFieldEntry;
         const auto field = loadLittle<uint16_t>(entry);
         const auto items = loadLittle<uint16_t>(entry + 2);
-        if (field <= before || items == 0 || !itemsFit(image, loadLittle<uint32_t>(entry + 4), items)) return false;
+        if (field <= before || items == 0 || !itemsFit(image, loadLittle<uint32_t>(entry + 4), items))
+            return false;
         before = field;
     }
     return true;
@@ -56,7 +57,9 @@ bool partsFit(Slice image, size_t table, size_t count) {
     return true;
 }
 
-size_t partTable(Slice image) { return kHeaderSize + loadLittle<uint16_t>(image.data() + kFieldCount) * kFieldEntry; }
+size_t partTable(Slice image) {
+    return kHeaderSize + loadLittle<uint16_t>(image.data() + kFieldCount) * kFieldEntry;
+}
 
 std::string makeHeader(uint8_t flags, size_t fields, uint64_t commit, size_t parts) {
     std::string image(kHeaderSize, '\0');
@@ -122,17 +125,21 @@ ItemList FieldsView::items(FieldNumber field) const {
     size_t low = 0, high = count_;
     while (low < high) {
         const size_t middle = (low + high) / 2;
-        if (this->field(middle) < field) low = middle + 1;
-        else high = middle;
+        if (this->field(middle) < field)
+            low = middle + 1;
+        else
+            high = middle;
     }
     return low < count_ && this->field(low) == field ? itemsAt(low) : ItemList();
 }
 
 Result<RecordView> RecordView::validate(Slice image) {
-    if (image.size() < kHeaderSize || static_cast<uint8_t>(image[kVersionAt]) != kVersion) return WDB_E_CORRUPT;
+    if (image.size() < kHeaderSize || static_cast<uint8_t>(image[kVersionAt]) != kVersion)
+        return WDB_E_CORRUPT;
     if (loadLittle<uint32_t>(image.data() + kChecksum) != checksumOf(image)) return WDB_E_CORRUPT;
     RecordView view(image);
-    if (!directoryFits(image, kHeaderSize, view.head().size()) || !partsFit(image, partTable(image), view.partCount())) {
+    if (!directoryFits(image, kHeaderSize, view.head().size()) ||
+        !partsFit(image, partTable(image), view.partCount())) {
         return WDB_E_CORRUPT;
     }
     return view;
@@ -151,7 +158,8 @@ const FieldValues* FieldsData::find(FieldNumber field) const {
 
 FieldValues& FieldsData::at(FieldNumber field) {
     auto found = std::ranges::lower_bound(fields_, field, {}, &FieldValues::field);
-    if (found == fields_.end() || found->field != field) found = fields_.insert(found, FieldValues{field, {}});
+    if (found == fields_.end() || found->field != field)
+        found = fields_.insert(found, FieldValues{field, {}});
     return *found;
 }
 
@@ -170,7 +178,8 @@ RecordData RecordData::from(const RecordView& view) {
     RecordData data;
     readFields(view.head(), data.head);
     data.parts.resize(view.partCount());
-    for (PartNumber part = 1; part <= view.partCount(); ++part) readFields(view.part(part), data.parts[part - 1]);
+    for (PartNumber part = 1; part <= view.partCount(); ++part)
+        readFields(view.part(part), data.parts[part - 1]);
     return data;
 }
 

@@ -14,17 +14,17 @@ namespace wdb {
 // A stored record as bytes; docs/formats/record-image.md has the layout. Little endian.
 namespace record_image {
 inline constexpr uint8_t kVersion = 1;
-inline constexpr uint8_t kTombstone = 1;        // flag: the record is deleted
-inline constexpr size_t kChecksum = 0;          // u32: low half of XXH3-64 over everything behind it
-inline constexpr size_t kVersionAt = 4;         // u8
-inline constexpr size_t kFlags = 5;             // u8
-inline constexpr size_t kFieldCount = 6;        // u16
-inline constexpr size_t kCommit = 8;            // u64
-inline constexpr size_t kPartCount = 16;        // u32
+inline constexpr uint8_t kTombstone = 1;  // flag: the record is deleted
+inline constexpr size_t kChecksum = 0;    // u32: low half of XXH3-64 over everything behind it
+inline constexpr size_t kVersionAt = 4;   // u8
+inline constexpr size_t kFlags = 5;       // u8
+inline constexpr size_t kFieldCount = 6;  // u16
+inline constexpr size_t kCommit = 8;      // u64
+inline constexpr size_t kPartCount = 16;  // u32
 inline constexpr size_t kHeaderSize = 20;
-inline constexpr size_t kFieldEntry = 8;        // u16 field, u16 items, u32 offset from the start of the image
-inline constexpr size_t kPartEntry = 8;         // u32 offset of the part's directory, u16 fields, u16 zero
-inline constexpr size_t kMaxItems = 65535;      // of a field
+inline constexpr size_t kFieldEntry = 8;    // u16 field, u16 items, u32 offset from the start of the image
+inline constexpr size_t kPartEntry = 8;     // u32 offset of the part's directory, u16 fields, u16 zero
+inline constexpr size_t kMaxItems = 65535;  // of a field
 }  // namespace record_image
 
 // The items of one field in an image: canonical values, empty ones in gaps. Iterates without allocating.
@@ -50,8 +50,10 @@ public:
         void read() {
             if (left_ == 0) return;
             const auto first = static_cast<unsigned char>(*at_);
-            if (first != 255) item_ = Slice(at_ + 1, first);
-            else item_ = Slice(at_ + 5, loadLittle<uint32_t>(at_ + 1));
+            if (first != 255)
+                item_ = Slice(at_ + 1, first);
+            else
+                item_ = Slice(at_ + 5, loadLittle<uint32_t>(at_ + 1));
         }
         const char* at_ = nullptr;
         uint32_t left_ = 0;
@@ -77,19 +79,23 @@ private:
 class FieldsView {
 public:
     FieldsView() = default;
-    FieldsView(Slice image, size_t directory, uint16_t count) : image_(image), directory_(directory), count_(count) {}
+    FieldsView(Slice image, size_t directory, uint16_t count)
+        : image_(image), directory_(directory), count_(count) {}
 
     size_t size() const { return count_; }
     // By place in the directory, which is sorted by field number.
     FieldNumber field(size_t place) const { return loadLittle<uint16_t>(entry(place)); }
     ItemList itemsAt(size_t place) const {
-        return {image_.data() + loadLittle<uint32_t>(entry(place) + 4), loadLittle<uint16_t>(entry(place) + 2)};
+        return {image_.data() + loadLittle<uint32_t>(entry(place) + 4),
+                loadLittle<uint16_t>(entry(place) + 2)};
     }
     // The items of a field; none for a field without a value.
     ItemList items(FieldNumber field) const;
 
 private:
-    const char* entry(size_t place) const { return image_.data() + directory_ + place * record_image::kFieldEntry; }
+    const char* entry(size_t place) const {
+        return image_.data() + directory_ + place * record_image::kFieldEntry;
+    }
 
     Slice image_;
     size_t directory_ = 0;
@@ -100,21 +106,26 @@ private:
 class RecordView {
 public:
     RecordView() = default;
-    // Checks version, checksum and that every offset and length lies inside: WDB_E_CORRUPT. Whether values fit their
-    // types is not looked at (isCanonical). A tombstone is a valid view without fields.
+    // Checks version, checksum and that every offset and length lies inside: WDB_E_CORRUPT. Whether values
+    // fit their types is not looked at (isCanonical). A tombstone is a valid view without fields.
     static Result<RecordView> validate(Slice image);
 
-    bool deleted() const { return (static_cast<uint8_t>(image_[record_image::kFlags]) & record_image::kTombstone) != 0; }
+    bool deleted() const {
+        return (static_cast<uint8_t>(image_[record_image::kFlags]) & record_image::kTombstone) != 0;
+    }
     uint64_t commit() const { return loadLittle<uint64_t>(image_.data() + record_image::kCommit); }
     uint32_t partCount() const { return loadLittle<uint32_t>(image_.data() + record_image::kPartCount); }
     FieldsView head() const {
-        return {image_, record_image::kHeaderSize, loadLittle<uint16_t>(image_.data() + record_image::kFieldCount)};
+        return {image_, record_image::kHeaderSize,
+                loadLittle<uint16_t>(image_.data() + record_image::kFieldCount)};
     }
     // Parts from 1; without fields for a part that is not there.
     FieldsView part(PartNumber number) const;
     ItemList items(FieldNumber field) const { return head().items(field); }
     // 0 is the head.
-    ItemList items(PartNumber part, FieldNumber field) const { return part == 0 ? items(field) : this->part(part).items(field); }
+    ItemList items(PartNumber part, FieldNumber field) const {
+        return part == 0 ? items(field) : this->part(part).items(field);
+    }
     Slice image() const { return image_; }
     // The same view over a copy of its image.
     RecordView over(Slice copy) const { return RecordView(copy); }
@@ -133,7 +144,9 @@ struct FieldValues {
 // The fields of a head record or of a part, to be changed.
 class FieldsData {
 public:
-    const std::vector<FieldValues>& fields() const { return fields_; }  // by ascending number; some may have no value
+    const std::vector<FieldValues>& fields() const {
+        return fields_;
+    }  // by ascending number; some may have no value
     // Null when the field was never touched.
     const FieldValues* find(FieldNumber field) const;
     FieldValues& at(FieldNumber field);  // made when missing
@@ -156,8 +169,8 @@ struct RecordData {
     void trim();
 };
 
-// The image of a record as it is (call trim() first). WDB_E_VALUE when a field has more than kMaxItems items or the image
-// passes 2 GiB.
+// The image of a record as it is (call trim() first). WDB_E_VALUE when a field has more than kMaxItems items
+// or the image passes 2 GiB.
 Result<std::string> encodeRecord(const RecordData& record, uint64_t commit);
 // The image that a deleted record leaves.
 std::string encodeTombstone(uint64_t commit);

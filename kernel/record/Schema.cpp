@@ -11,12 +11,12 @@ namespace wdb {
 namespace {
 
 constexpr std::array<std::pair<FieldType, std::string_view>, 7> kTypes{{{FieldType::Text, "TEXT"},
-                                                                       {FieldType::Phrase, "PHRASE"},
-                                                                       {FieldType::Integer, "INTEGER"},
-                                                                       {FieldType::Number, "NUMBER"},
-                                                                       {FieldType::Date, "DATE"},
-                                                                       {FieldType::Time, "TIME"},
-                                                                       {FieldType::String, "STRING"}}};
+                                                                        {FieldType::Phrase, "PHRASE"},
+                                                                        {FieldType::Integer, "INTEGER"},
+                                                                        {FieldType::Number, "NUMBER"},
+                                                                        {FieldType::Date, "DATE"},
+                                                                        {FieldType::Time, "TIME"},
+                                                                        {FieldType::String, "STRING"}}};
 
 }  // namespace
 
@@ -42,8 +42,8 @@ std::optional<FieldType> typeOfCode(int32_t code) {
 }
 
 uint32_t FieldDefinition::flags() const {
-    return (indexed ? WDB_F_INDEXED : 0) | (serial ? WDB_F_SERIAL : 0) | (part ? WDB_F_PART : 0) | (key ? WDB_F_UNIQUE : 0) |
-           (mandatory ? 0 : WDB_F_NULLABLE) | (plain ? WDB_F_PLAIN : 0);
+    return (indexed ? WDB_F_INDEXED : 0) | (serial ? WDB_F_SERIAL : 0) | (part ? WDB_F_PART : 0) |
+           (key ? WDB_F_UNIQUE : 0) | (mandatory ? 0 : WDB_F_NULLABLE) | (plain ? WDB_F_PLAIN : 0);
 }
 
 std::string_view trimName(std::string_view name) {
@@ -57,7 +57,8 @@ std::string foldName(std::string_view name) {
     return folded;
 }
 
-Schema::Schema(std::vector<FieldDefinition> fields, FieldNumber uniqueKey) : fields_(std::move(fields)), uniqueKey_(uniqueKey) {
+Schema::Schema(std::vector<FieldDefinition> fields, FieldNumber uniqueKey)
+    : fields_(std::move(fields)), uniqueKey_(uniqueKey) {
     std::ranges::sort(fields_, {}, &FieldDefinition::number);
     slots_.resize(fields_.empty() ? 0 : fields_.back().number + size_t{1});
     for (size_t i = 0; i < fields_.size(); ++i) {
@@ -74,7 +75,8 @@ const FieldDefinition* Schema::find(std::string_view name) const {
     std::array<char, WDB_FIELD_NAME_MAX> folded;
     std::ranges::transform(name, folded.begin(), asciiUpper);
     const std::string_view wanted(folded.data(), name.size());
-    const auto found = std::ranges::lower_bound(byName_, wanted, {}, [](const auto& entry) { return std::string_view(entry.first); });
+    const auto found = std::ranges::lower_bound(
+        byName_, wanted, {}, [](const auto& entry) { return std::string_view(entry.first); });
     return found != byName_.end() && found->first == wanted ? &fields_[found->second] : nullptr;
 }
 

@@ -24,7 +24,9 @@ enum class FieldType : uint8_t {
 };
 
 // Fields of these types hold a list of items; TEXT and STRING hold one value.
-constexpr bool holdsItems(FieldType type) { return type != FieldType::Text && type != FieldType::String; }
+constexpr bool holdsItems(FieldType type) {
+    return type != FieldType::Text && type != FieldType::String;
+}
 // "PHRASE", "TEXT", ...
 std::string_view typeName(FieldType type);
 // By name without regard to case, trailing blanks dropped; by code.
@@ -33,20 +35,20 @@ std::optional<FieldType> typeOfCode(int32_t code);
 
 struct FieldDefinition {
     FieldNumber number = 0;
-    std::string name;          // as given at creation, at most WDB_FIELD_NAME_MAX bytes
+    std::string name;  // as given at creation, at most WDB_FIELD_NAME_MAX bytes
     FieldType type = FieldType::Phrase;
     bool indexed = false;
-    bool serial = false;       // INTEGER only, at most one field of a base
+    bool serial = false;  // INTEGER only, at most one field of a base
     bool mandatory = false;
     bool wholeValue = false;
     bool part = false;
     bool plain = false;
-    bool key = false;          // values are unique in the base
+    bool key = false;  // values are unique in the base
     bool hasDefault = false;
-    bool hasReference = false; // kept as information, see reference
-    std::string defaultValue;  // canonical (Value.h)
-    std::string comment;       // UTF-8, at most 127 bytes
-    std::string reference;     // "table.column"
+    bool hasReference = false;  // kept as information, see reference
+    std::string defaultValue;   // canonical (Value.h)
+    std::string comment;        // UTF-8, at most 127 bytes
+    std::string reference;      // "table.column"
 
     // WDB_F_ bits as WdbCheckField gives them.
     uint32_t flags() const;
@@ -62,7 +64,8 @@ std::string foldName(std::string_view name);
 class Schema {
 public:
     Schema() = default;
-    // Field numbers must differ and lie in 1..WDB_FIELD_NUMBER_MAX; the fields are sorted by number here. uniqueKey 0: none.
+    // Field numbers must differ and lie in 1..WDB_FIELD_NUMBER_MAX; the fields are sorted by number here.
+    // uniqueKey 0: none.
     explicit Schema(std::vector<FieldDefinition> fields, FieldNumber uniqueKey = 0);
 
     const std::vector<FieldDefinition>& fields() const { return fields_; }  // by ascending number
@@ -77,8 +80,8 @@ public:
 
 private:
     std::vector<FieldDefinition> fields_;
-    std::vector<uint16_t> slots_;                            // by number: 1 + place in fields_, 0 for a gap
-    std::vector<std::pair<std::string, uint16_t>> byName_;   // folded names, sorted, with the place in fields_
+    std::vector<uint16_t> slots_;                           // by number: 1 + place in fields_, 0 for a gap
+    std::vector<std::pair<std::string, uint16_t>> byName_;  // folded names, sorted, with the place in fields_
     FieldNumber uniqueKey_ = 0;
     FieldNumber serial_ = 0;
 };

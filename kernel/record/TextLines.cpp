@@ -98,7 +98,8 @@ void replaceParagraph(std::string& text, uint32_t paragraph, std::string_view ne
     if (newLines.empty() && paragraph > paragraphCount(text)) return;
     Lines lines = linesOf(text);
     const auto [begin, end] = makeParagraph(lines, paragraph);
-    const auto at = lines.erase(lines.begin() + static_cast<ptrdiff_t>(begin), lines.begin() + static_cast<ptrdiff_t>(end));
+    const auto at = lines.erase(lines.begin() + static_cast<ptrdiff_t>(begin),
+                                lines.begin() + static_cast<ptrdiff_t>(end));
     const Lines added = linesOf(newLines);
     lines.insert(at, added.begin(), added.end());
     text = join(lines);

@@ -34,9 +34,9 @@ bool isCanonical(FieldType type, Slice value);
 // How strictly dates are read: storing wants days that exist, comparing takes any three numbers.
 enum class DateUse : uint8_t { Store, Compare };
 
-// Reads a text (UTF-8) as a value of an item type (not TEXT, not STRING). WDB_E_VALUE when the type cannot read it;
-// WDB_E_TYPE for TEXT and STRING. An empty text (blanks only for the types other than PHRASE) gives an empty value.
-// `today` places two-digit years.
+// Reads a text (UTF-8) as a value of an item type (not TEXT, not STRING). WDB_E_VALUE when the type cannot
+// read it; WDB_E_TYPE for TEXT and STRING. An empty text (blanks only for the types other than PHRASE) gives
+// an empty value. `today` places two-digit years.
 Result<std::string> parseValue(FieldType type, std::string_view text, const DateForm& form, DayNumber today,
                                DateUse use = DateUse::Store);
 
@@ -51,7 +51,9 @@ struct ObjectReference {
 
     std::string encode() const;
     static Result<ObjectReference> decode(Slice bytes);  // WDB_E_CORRUPT
-    uint32_t chunks() const { return chunkSize == 0 ? 0 : static_cast<uint32_t>((uint64_t{size} + chunkSize - 1) / chunkSize); }
+    uint32_t chunks() const {
+        return chunkSize == 0 ? 0 : static_cast<uint32_t>((uint64_t{size} + chunkSize - 1) / chunkSize);
+    }
     bool operator==(const ObjectReference&) const = default;
 };
 

@@ -9,16 +9,21 @@ namespace {
 
 void appendWhole(FieldType type, Slice canonical, std::string& out) {
     switch (type) {
-    case FieldType::Integer:
-    case FieldType::Date:
-    case FieldType::Time: out.append(canonical); break;
-    case FieldType::Number: appendNumberKey(canonical, out); break;
-    case FieldType::Phrase:
-        normalizeTo(canonical, kNormalizeValue, out);
-        out.push_back('\0');
-        break;
-    case FieldType::Text:
-    case FieldType::String: break;
+        case FieldType::Integer:
+        case FieldType::Date:
+        case FieldType::Time:
+            out.append(canonical);
+            break;
+        case FieldType::Number:
+            appendNumberKey(canonical, out);
+            break;
+        case FieldType::Phrase:
+            normalizeTo(canonical, kNormalizeValue, out);
+            out.push_back('\0');
+            break;
+        case FieldType::Text:
+        case FieldType::String:
+            break;
     }
 }
 
@@ -46,7 +51,8 @@ std::string wholeValueKey(FieldType type, Slice canonical) {
 
 int compareValues(FieldType type, Slice a, Slice b) {
     if (type == FieldType::Number) return compareNumbers(a, b);
-    if (type == FieldType::Phrase) return normalize(a, kNormalizeValue).compare(normalize(b, kNormalizeValue));
+    if (type == FieldType::Phrase)
+        return normalize(a, kNormalizeValue).compare(normalize(b, kNormalizeValue));
     return a.compare(b);
 }
 

@@ -10,8 +10,8 @@ namespace wdb {
 // Keys longer than this are cut.
 inline constexpr size_t kMaxValueKey = 400;
 
-// The bytes by which values of one type are found and ordered: memcmp order of keys is the order of the values, equal
-// keys mean equal values unless they are cut, and no key is the beginning of another one.
+// The bytes by which values of one type are found and ordered: memcmp order of keys is the order of the
+// values, equal keys mean equal values unless they are cut, and no key is the beginning of another one.
 //   INTEGER, DATE, TIME  the canonical bytes
 //   NUMBER               appendNumberKey
 //   PHRASE               normalised with mode 7, ended by a 0 byte

@@ -15,14 +15,17 @@ std::vector<ObjectReference> collectObjects(const Schema& schema, size_t parts, 
     for (const FieldDefinition& field : schema.fields()) {
         if (field.type != FieldType::String) continue;
         for (PartNumber part = 0; part <= parts; ++part) {
-            if (const auto reference = ObjectReference::decode(item(part, field.number))) objects.push_back(*reference);
+            if (const auto reference = ObjectReference::decode(item(part, field.number)))
+                objects.push_back(*reference);
         }
     }
     return objects;
 }
 
 std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordView& record) {
-    return collectObjects(schema, record.partCount(), [&](PartNumber part, FieldNumber field) { return record.items(part, field).first(); });
+    return collectObjects(schema, record.partCount(), [&](PartNumber part, FieldNumber field) {
+        return record.items(part, field).first();
+    });
 }
 
 std::vector<ObjectReference> objectsOf(const Schema& schema, RecordData& record) {
@@ -34,7 +37,8 @@ std::vector<ObjectReference> objectsOf(const Schema& schema, RecordData& record)
 
 bool hasValue(const FieldsData& fields, FieldNumber field) {
     const FieldValues* values = fields.find(field);
-    return values != nullptr && std::ranges::any_of(values->items, [](const std::string& item) { return !item.empty(); });
+    return values != nullptr &&
+           std::ranges::any_of(values->items, [](const std::string& item) { return !item.empty(); });
 }
 
 Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number) {
@@ -56,7 +60,8 @@ Status storeObject(BaseWriter& writer, const ObjectSpool& bytes, ObjectReference
 
 }  // namespace
 
-RecordPut::RecordPut(UnitBase& base, RecordData& record, RecordNumber number, std::span<const PendingObject> objects)
+RecordPut::RecordPut(UnitBase& base, RecordData& record, RecordNumber number,
+                     std::span<const PendingObject> objects)
     : base_(&base), record_(&record), number_(number), objects_(objects) {}
 
 Status RecordPut::check(const ChangedByOthers& changed) {
@@ -86,7 +91,8 @@ Status RecordPut::fillDefaults() {
     for (const FieldDefinition& field : base_->definition->schema->fields()) {
         if ((!field.hasDefault && !field.serial) || hasValue(record_->head, field.number)) continue;
         if (field.serial && base_->writer->serialHigh() == INT64_MAX) return WDB_E_VALUE;
-        record_->head.at(field.number).items = {field.serial ? encodeInteger(base_->writer->serialHigh() + 1) : field.defaultValue};
+        record_->head.at(field.number).items = {field.serial ? encodeInteger(base_->writer->serialHigh() + 1)
+                                                             : field.defaultValue};
         filled_.push_back(field.number);
     }
     return WDB_OK;
@@ -103,7 +109,8 @@ Status RecordPut::checkMandatory() const {
         const bool pending = std::ranges::any_of(objects_, [&](const PendingObject& object) {
             return object.field == field.number && object.bytes->size() > 0;
         });
-        const bool inPart = std::ranges::any_of(record_->parts, [&](const FieldsData& part) { return hasValue(part, field.number); });
+        const bool inPart = std::ranges::any_of(
+            record_->parts, [&](const FieldsData& part) { return hasValue(part, field.number); });
         if (!pending && !inPart) return WDB_E_MANDATORY;
     }
     return WDB_OK;

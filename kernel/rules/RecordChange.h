@@ -23,17 +23,21 @@ struct PendingObject {
 // Tells whether a record's commit number means that somebody else stored it since the caller read it.
 using ChangedByOthers = std::function<bool(uint64_t commit)>;
 
-// Stores one record in a write unit: first everything that can refuse it (check), then everything that writes (write). A
-// refused put leaves base, unit and record as they were; a failed write leaves the unit torn, to be dropped as a whole.
+// Stores one record in a write unit: first everything that can refuse it (check), then everything that writes
+// (write). A refused put leaves base, unit and record as they were; a failed write leaves the unit torn, to
+// be dropped as a whole.
 //
-// check, in this order: the stored record is still the one that was read; defaults and serial numbers of a new record;
-// empty items at the end dropped; mandatory fields; unique keys. write: large objects, keys, the image with its queue entry.
+// check, in this order: the stored record is still the one that was read; defaults and serial numbers of a
+// new record; empty items at the end dropped; mandatory fields; unique keys. write: large objects, keys, the
+// image with its queue entry.
 class RecordPut {
 public:
     // `number` 0 stores a new record. All arguments outlive the put.
-    RecordPut(UnitBase& base, RecordData& record, RecordNumber number, std::span<const PendingObject> objects);
+    RecordPut(UnitBase& base, RecordData& record, RecordNumber number,
+              std::span<const PendingObject> objects);
 
-    // WDB_E_CHANGED, WDB_E_DELETED, WDB_E_MANDATORY, WDB_E_DUPLICATE, WDB_E_VALUE (serial numbers used up), storage errors.
+    // WDB_E_CHANGED, WDB_E_DELETED, WDB_E_MANDATORY, WDB_E_DUPLICATE, WDB_E_VALUE (serial numbers used up),
+    // storage errors.
     Status check(const ChangedByOthers& changed);
     Status write();
 
@@ -53,7 +57,7 @@ private:
     RecordData* record_;
     RecordNumber number_;
     std::span<const PendingObject> objects_;
-    std::vector<FieldNumber> filled_;             // fields that got a default or a serial number
+    std::vector<FieldNumber> filled_;  // fields that got a default or a serial number
     std::vector<std::string> keysBefore_;
     std::vector<std::string> keysAfter_;
     std::vector<ObjectReference> objectsBefore_;  // of the stored record

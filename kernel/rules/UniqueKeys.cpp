@@ -12,7 +12,8 @@ void addKey(const FieldDefinition& field, Slice item, std::vector<std::string>& 
     if (item.empty()) return;
     const ValueKey key = valueKey(field.type, item);
     if (key.bytes.empty()) return;
-    keys.push_back(uniqueKey(field.number, key.bytes, key.cut, key.cut ? wholeValueKey(field.type, item) : std::string()));
+    keys.push_back(uniqueKey(field.number, key.bytes, key.cut,
+                             key.cut ? wholeValueKey(field.type, item) : std::string()));
 }
 
 // `items(part, field, visit)` hands out the items of a field of a part.
@@ -61,8 +62,8 @@ Status checkKeys(const BaseReader& reader, const std::vector<std::string>& keys,
     return WDB_OK;
 }
 
-Status storeKeys(BaseWriter& writer, const std::vector<std::string>& before, const std::vector<std::string>& after,
-                 RecordNumber number) {
+Status storeKeys(BaseWriter& writer, const std::vector<std::string>& before,
+                 const std::vector<std::string>& after, RecordNumber number) {
     for (const std::string& key : before) {
         if (!std::ranges::binary_search(after, key)) WDB_TRY(writer.dropKey(key));
     }

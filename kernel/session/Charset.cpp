@@ -26,11 +26,15 @@ constexpr std::array<Known, 7> kKnown{{{1, "Western Latin", "ibm-5348_P100-1997"
                                        {18, "Chinese GBK", "windows-936-2000"},
                                        {20, "Japanese Shift-JIS", "ibm-943_P15A-2003"}}};
 
-UConverter* icu(void* converter) { return static_cast<UConverter*>(converter); }
+UConverter* icu(void* converter) {
+    return static_cast<UConverter*>(converter);
+}
 
 }  // namespace
 
-void Charset::Close::operator()(void* converter) const { ucnv_close(static_cast<UConverter*>(converter)); }
+void Charset::Close::operator()(void* converter) const {
+    ucnv_close(static_cast<UConverter*>(converter));
+}
 
 std::optional<Charset> Charset::byId(int32_t id) {
     const auto known = std::ranges::find(kKnown, id, &Known::id);
@@ -70,13 +74,14 @@ std::string Charset::toUtf8(std::string_view text) {
     UChar* target = units.data();
     const char* source = text.data();
     ucnv_reset(icu(converter_.get()));
-    ucnv_toUnicode(icu(converter_.get()), &target, units.data() + units.size(), &source, text.data() + text.size(), nullptr, false,
-                   &error);
+    ucnv_toUnicode(icu(converter_.get()), &target, units.data() + units.size(), &source,
+                   text.data() + text.size(), nullptr, false, &error);
     const auto length = static_cast<int32_t>(target - units.data());
     std::string utf8(static_cast<size_t>(length) * 3 + 1, '\0');
     int32_t written = 0;
     error = U_ZERO_ERROR;
-    u_strToUTF8WithSub(utf8.data(), static_cast<int32_t>(utf8.size()), &written, units.data(), length, 0xFFFD, nullptr, &error);
+    u_strToUTF8WithSub(utf8.data(), static_cast<int32_t>(utf8.size()), &written, units.data(), length, 0xFFFD,
+                       nullptr, &error);
     utf8.resize(static_cast<size_t>(std::max(written, 0)));
     return utf8;
 }
@@ -86,19 +91,23 @@ std::string Charset::fromUtf8(std::string_view utf8) {
     std::u16string units(utf8.size() + 1, u'\0');
     int32_t length = 0;
     UErrorCode error = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(units.data(), static_cast<int32_t>(units.size()), &length, utf8.data(), static_cast<int32_t>(utf8.size()),
-                         0xFFFD, nullptr, &error);
-    std::string text(static_cast<size_t>(UCNV_GET_MAX_BYTES_FOR_STRING(length, ucnv_getMaxCharSize(icu(converter_.get())))), '\0');
+    u_strFromUTF8WithSub(units.data(), static_cast<int32_t>(units.size()), &length, utf8.data(),
+                         static_cast<int32_t>(utf8.size()), 0xFFFD, nullptr, &error);
+    std::string text(static_cast<size_t>(
+                         UCNV_GET_MAX_BYTES_FOR_STRING(length, ucnv_getMaxCharSize(icu(converter_.get())))),
+                     '\0');
     error = U_ZERO_ERROR;
-    const int32_t written = ucnv_fromUChars(icu(converter_.get()), text.data(), static_cast<int32_t>(text.size()), units.data(),
-                                            length, &error);
+    const int32_t written = ucnv_fromUChars(icu(converter_.get()), text.data(),
+                                            static_cast<int32_t>(text.size()), units.data(), length, &error);
     text.resize(static_cast<size_t>(std::max(U_FAILURE(error) ? 0 : written, 0)));
     return text;
 }
 
 std::string_view Charset::dropIncompleteUtf8(std::string_view text) {
     size_t tail = 0;  // continuation bytes at the end
-    while (tail < 3 && tail < text.size() && (static_cast<unsigned char>(text[text.size() - 1 - tail]) & 0xC0) == 0x80) ++tail;
+    while (tail < 3 && tail < text.size() &&
+           (static_cast<unsigned char>(text[text.size() - 1 - tail]) & 0xC0) == 0x80)
+        ++tail;
     if (tail == text.size()) return text;
     const auto lead = static_cast<unsigned char>(text[text.size() - 1 - tail]);
     const size_t wanted = lead >= 0xF0 && lead < 0xF8 ? 3 : (lead >= 0xE0 ? 2 : (lead >= 0xC0 ? 1 : 0));

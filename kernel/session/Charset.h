@@ -10,8 +10,8 @@ namespace wdb {
 
 inline constexpr int32_t kCharsetUtf8 = 16;
 
-// The character set of a session: texts are converted where they cross the API, storage is UTF-8. A value of one
-// session; not for two threads at once.
+// The character set of a session: texts are converted where they cross the API, storage is UTF-8. A value of
+// one session; not for two threads at once.
 class Charset {
 public:
     Charset() = default;  // UTF-8

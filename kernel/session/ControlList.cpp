@@ -23,8 +23,8 @@ std::shared_ptr<const BaseDefinition> listDefinition() {
     static const std::shared_ptr<const BaseDefinition> kDefinition = [] {
         auto definition = std::make_shared<BaseDefinition>();
         definition->schema = std::make_shared<const Schema>(
-            std::vector<FieldDefinition>{phrase(kOwnerField, "OWNER"), phrase(kNameField, "NAME"), phrase(kRecordsField, "RECORDS"),
-                                         phrase(kCommentField, "COMMENT")});
+            std::vector<FieldDefinition>{phrase(kOwnerField, "OWNER"), phrase(kNameField, "NAME"),
+                                         phrase(kRecordsField, "RECORDS"), phrase(kCommentField, "COMMENT")});
         definition->highestField = kCommentField;
         return definition;
     }();

@@ -10,8 +10,8 @@
 
 namespace wdb {
 
-// The control list: the bases that the user had a right on when it was opened, by name, walked one by one. Entries appear as
-// records with the PHRASE fields 44 name, 4 owner, 45 number of records and 46 comment.
+// The control list: the bases that the user had a right on when it was opened, by name, walked one by one.
+// Entries appear as records with the PHRASE fields 44 name, 4 owner, 45 number of records and 46 comment.
 class ControlList {
 public:
     using Bases = std::vector<std::shared_ptr<const BaseDefinition>>;

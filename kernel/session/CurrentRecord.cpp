@@ -42,8 +42,10 @@ void CurrentRecord::stored(RecordNumber number, std::string image, uint64_t comm
     number_ = number;
     version_ = commit;
     image_ = std::move(image);
-    if (const auto view = RecordView::validate(image_)) view_ = *view;
-    else data_.emplace();
+    if (const auto view = RecordView::validate(image_))
+        view_ = *view;
+    else
+        data_.emplace();
 }
 
 const FieldsData* CurrentRecord::decoded(PartNumber part) const {
@@ -72,7 +74,9 @@ Slice CurrentRecord::item(PartNumber part, FieldNumber field, uint32_t position)
     if (!data_) return view_.items(part, field).at(position);
     const FieldsData* fields = decoded(part);
     const FieldValues* values = fields == nullptr ? nullptr : fields->find(field);
-    return values == nullptr || position == 0 || position > values->items.size() ? Slice() : Slice(values->items[position - 1]);
+    return values == nullptr || position == 0 || position > values->items.size()
+               ? Slice()
+               : Slice(values->items[position - 1]);
 }
 
 RecordData& CurrentRecord::data() {
@@ -96,12 +100,14 @@ ObjectSpool& CurrentRecord::startObject(PartNumber part, FieldNumber field) {
 }
 
 ObjectSpool* CurrentRecord::pendingObject(PartNumber part, FieldNumber field) {
-    const auto found = std::ranges::find_if(objects_, [&](const Object& o) { return o.part == part && o.field == field; });
+    const auto found =
+        std::ranges::find_if(objects_, [&](const Object& o) { return o.part == part && o.field == field; });
     return found == objects_.end() ? nullptr : &found->bytes;
 }
 
 const ObjectSpool* CurrentRecord::pendingObject(PartNumber part, FieldNumber field) const {
-    const auto found = std::ranges::find_if(objects_, [&](const Object& o) { return o.part == part && o.field == field; });
+    const auto found =
+        std::ranges::find_if(objects_, [&](const Object& o) { return o.part == part && o.field == field; });
     return found == objects_.end() ? nullptr : &found->bytes;
 }
 

@@ -16,9 +16,9 @@ namespace wdb {
 class CurrentRecord {
 public:
     bool any() const { return any_; }
-    RecordNumber number() const { return number_; }    // 0: not stored yet
-    uint64_t version() const { return version_; }      // highest commit number that the reader has seen
-    uint64_t epoch() const { return epoch_; }          // moves when another record takes the place
+    RecordNumber number() const { return number_; }  // 0: not stored yet
+    uint64_t version() const { return version_; }    // highest commit number that the reader has seen
+    uint64_t epoch() const { return epoch_; }        // moves when another record takes the place
 
     void clear();
     void makeNew();
@@ -59,8 +59,8 @@ private:
     RecordNumber number_ = 0;
     uint64_t version_ = 0;
     uint64_t epoch_ = 0;
-    std::string image_;   // of view_
-    RecordView view_;     // as long as data_ has not been made
+    std::string image_;  // of view_
+    RecordView view_;    // as long as data_ has not been made
     std::optional<RecordData> data_;
     std::vector<Object> objects_;
 };

@@ -44,15 +44,19 @@ void clearPosition(CurrentRecord& record, const FieldCursor& cursor, const Field
 Status replaceText(CurrentRecord& record, const FieldCursor& cursor, std::string_view data) {
     if (data.find('\0') != std::string_view::npos) return WDB_E_VALUE;
     std::string lines = linesFromData(data);
-    if (cursor.paragraph > 0) replaceParagraph(textOf(record, cursor), cursor.paragraph, lines);
-    else textOf(record, cursor) = std::move(lines);
+    if (cursor.paragraph > 0)
+        replaceParagraph(textOf(record, cursor), cursor.paragraph, lines);
+    else
+        textOf(record, cursor) = std::move(lines);
     return WDB_OK;
 }
 
 Status putLines(CurrentRecord& record, FieldCursor& cursor, std::string_view data) {
     if (data.find('\0') != std::string_view::npos) return WDB_E_VALUE;
-    if (cursor.written) appendLines(textOf(record, cursor), cursor.paragraph, linesFromData(data));
-    else WDB_TRY(replaceText(record, cursor, data));
+    if (cursor.written)
+        appendLines(textOf(record, cursor), cursor.paragraph, linesFromData(data));
+    else
+        WDB_TRY(replaceText(record, cursor, data));
     cursor.written = true;
     return WDB_OK;
 }

@@ -10,21 +10,21 @@
 
 namespace wdb {
 
-// What a WdbCursor stands for: a place in the record of a control. The field is looked up by number at each use, since the
-// definition may be replaced meanwhile.
+// What a WdbCursor stands for: a place in the record of a control. The field is looked up by number at each
+// use, since the definition may be replaced meanwhile.
 struct FieldCursor {
-    uint64_t control = 0;   // handle
+    uint64_t control = 0;  // handle
     FieldNumber field = 0;
-    PartNumber part = 0;    // the control's part when the cursor was placed
-    uint32_t paragraph = 0; // from 1 for TEXT; 0: the whole field
-    uint32_t item = 0;      // from 1 for the other types; 0: the whole field
+    PartNumber part = 0;     // the control's part when the cursor was placed
+    uint32_t paragraph = 0;  // from 1 for TEXT; 0: the whole field
+    uint32_t item = 0;       // from 1 for the other types; 0: the whole field
     // The running position, valid for one record only.
     uint64_t epoch = 0;
-    size_t offset = 0;      // next byte of the text, as stored, at the start of a line
-    size_t inLine = 0;      // bytes of that line delivered already, as delivered
+    size_t offset = 0;  // next byte of the text, as stored, at the start of a line
+    size_t inLine = 0;  // bytes of that line delivered already, as delivered
     bool started = false;
     bool ended = false;
-    bool written = false;   // a value was written through it: the next line or block is appended
+    bool written = false;  // a value was written through it: the next line or block is appended
 
     void reset() { *this = FieldCursor(); }
     // Forgets the running position when the control has another record than before.
@@ -39,7 +39,8 @@ struct FieldCursor {
 // Positions of items and paragraphs that can be written.
 inline constexpr int32_t kMaxPosition = 65535;
 
-// Writing at a position of a field of items: 0 replaces all items by one, beyond the last item empty ones fill the gap.
+// Writing at a position of a field of items: 0 replaces all items by one, beyond the last item empty ones
+// fill the gap.
 void setItem(CurrentRecord& record, const FieldCursor& cursor, std::string canonical);
 // Empties a position; 0 the whole field, of any type.
 void clearPosition(CurrentRecord& record, const FieldCursor& cursor, const FieldDefinition& field);
@@ -48,8 +49,8 @@ Status replaceText(CurrentRecord& record, const FieldCursor& cursor, std::string
 // The first call through a cursor replaces, further ones append lines.
 Status putLines(CurrentRecord& record, FieldCursor& cursor, std::string_view data);
 
-// The line at the running position (of the paragraph, when the cursor has one) as stored, without its line end; false at
-// the end. nextLine() moves on to the one behind it.
+// The line at the running position (of the paragraph, when the cursor has one) as stored, without its line
+// end; false at the end. nextLine() moves on to the one behind it.
 bool currentLine(std::string_view text, FieldCursor& cursor, std::string_view& line);
 void nextLine(std::string_view text, FieldCursor& cursor, std::string_view line);
 

@@ -6,10 +6,10 @@
 
 namespace wdb {
 
-// The live objects of one kind that a session has handed out. A handle is no address: it holds a tag (session and kind),
-// a generation and a slot, so that a dead or foreign pointer is told apart without looking at what it points to, also when
-// the slot is in use again. Objects keep their address and their buffers when a slot is used again; T::reset() empties
-// one.
+// The live objects of one kind that a session has handed out. A handle is no address: it holds a tag (session
+// and kind), a generation and a slot, so that a dead or foreign pointer is told apart without looking at what
+// it points to, also when the slot is in use again. Objects keep their address and their buffers when a slot
+// is used again; T::reset() empties one.
 template <typename T>
 class HandleTable {
 public:

@@ -64,7 +64,8 @@ Status IndexJobs::submit(const std::shared_ptr<OpenBase>& base, bool mayMerge, i
     }
     {
         const std::lock_guard lock(worker_->mutex);
-        if (std::ranges::any_of(worker_->jobs, [&](const Worker::Job& job) { return job.base == base; })) return WDB_OK;
+        if (std::ranges::any_of(worker_->jobs, [&](const Worker::Job& job) { return job.base == base; }))
+            return WDB_OK;
         worker_->jobs.push_back({base, mayMerge, now});
     }
     worker_->changed.notify_one();

@@ -8,8 +8,9 @@
 
 namespace wdb {
 
-// Which commits of which bases were this session's: a record that they changed was not changed by another session. Ranges of
-// neighbouring numbers; with very many the oldest are forgotten, which errs on the side of "another session".
+// Which commits of which bases were this session's: a record that they changed was not changed by another
+// session. Ranges of neighbouring numbers; with very many the oldest are forgotten, which errs on the side of
+// "another session".
 class OwnCommits {
 public:
     static constexpr size_t kMaxRanges = 1024;
@@ -26,7 +27,8 @@ public:
     bool contains(BaseId base, uint64_t commit) const {
         const auto found = bases_.find(base);
         if (found == bases_.end()) return false;
-        for (auto range = found->second.rbegin(); range != found->second.rend() && range->last >= commit; ++range) {
+        for (auto range = found->second.rbegin(); range != found->second.rend() && range->last >= commit;
+             ++range) {
             if (range->first <= commit) return true;
         }
         return false;

@@ -20,12 +20,12 @@ struct RecordControl {
     std::shared_ptr<OpenBase> base;  // null: none attached, or an entry of the control list
     std::shared_ptr<const BaseDefinition> definition;
     bool writable = false;
-    bool listed = false;    // belongs to the control list, not to the caller; can be read only
-    bool deleted = false;   // its record was just deleted through it
+    bool listed = false;   // belongs to the control list, not to the caller; can be read only
+    bool deleted = false;  // its record was just deleted through it
     PartNumber part = 0;
     Origin origin;
     CurrentRecord record;
-    uint32_t cursors = 0;   // alive on it
+    uint32_t cursors = 0;  // alive on it
 
     bool attached() const { return definition != nullptr; }
     const Schema& schema() const { return *definition->schema; }

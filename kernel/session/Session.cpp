@@ -12,13 +12,17 @@ constexpr int64_t kSnapshotMax = 60;  // seconds
 constexpr std::chrono::seconds kSnapshotYoung(1);
 
 // Tags of the handles of a session's controls and cursors.
-uint16_t controlTag(uint16_t number) { return static_cast<uint16_t>(number << 1); }
-uint16_t cursorTag(uint16_t number) { return static_cast<uint16_t>((number << 1) | 1); }
+uint16_t controlTag(uint16_t number) {
+    return static_cast<uint16_t>(number << 1);
+}
+uint16_t cursorTag(uint16_t number) {
+    return static_cast<uint16_t>((number << 1) | 1);
+}
 
 }  // namespace
 
-Result<std::unique_ptr<Session>> Session::open(const std::string& home, std::string_view user, std::string_view password,
-                                               uint32_t options, uint16_t number) {
+Result<std::unique_ptr<Session>> Session::open(const std::string& home, std::string_view user,
+                                               std::string_view password, uint32_t options, uint16_t number) {
     DirectoryOptions directoryOptions;
     directoryOptions.create = (options & WDB_OPEN_CREATE) != 0;
     directoryOptions.readOnly = (options & WDB_OPEN_READ_ONLY) != 0;
@@ -43,14 +47,17 @@ Session::Session(std::shared_ptr<SystemDirectory> home, UserRecord who, uint32_t
       cursors(cursorTag(number)),
       jobs_(directory) {}
 
-Session::~Session() { writer.drop(); }
+Session::~Session() {
+    writer.drop();
+}
 
 bool Session::owns(const BaseDefinition& base) const {
     return administrator() || equalsIgnoreCase(trimName(base.owner), trimName(user.name));
 }
 
 Actor Session::actor() const {
-    return {user.name, administrator(), administrator() || (user.rights & WDB_USER_CREATE) != 0, writer.readOnly()};
+    return {user.name, administrator(), administrator() || (user.rights & WDB_USER_CREATE) != 0,
+            writer.readOnly()};
 }
 
 Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
@@ -88,7 +95,8 @@ void Session::attach(RecordControl& control, const std::shared_ptr<OpenBase>& ba
     control.definition = base->definition();
 }
 
-Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, uint64_t version) {
+Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
+                           uint64_t version) {
     if (const UnitBase* load = writer.loadBase(*base)) {
         const auto image = load->writer->image(number);
         if (!image) return image.status();
@@ -105,8 +113,8 @@ Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBas
     return WDB_OK;
 }
 
-void Session::takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, const RecordView& view,
-                         uint64_t version) {
+void Session::takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
+                         const RecordView& view, uint64_t version) {
     attach(control, base);
     control.dropRecord();
     control.record.load(number, view, version == 0 ? view.commit() : version);
@@ -238,6 +246,8 @@ void Session::publishCounts() {
     publish(counts_.snapshots, snapshots.size());
 }
 
-void Session::searched() { counts_.sets.store(search.liveSets(), std::memory_order_relaxed); }
+void Session::searched() {
+    counts_.sets.store(search.liveSets(), std::memory_order_relaxed);
+}
 
 }  // namespace wdb

@@ -34,15 +34,16 @@ struct RuleList {
     std::vector<WdbIntegrityRule> rules;
 };
 
-// What a session holds beyond its calls, and what it answers to searches. One thread at a time works with it; the API
-// (kernel/api) calls it through the thread's bound session. Members are public where the API works on the part itself;
-// the functions here are those that concern several parts.
+// What a session holds beyond its calls, and what it answers to searches. One thread at a time works with it;
+// the API (kernel/api) calls it through the thread's bound session. Members are public where the API works on
+// the part itself; the functions here are those that concern several parts.
 class Session final : public SearchContext {
 public:
-    // Authenticates the user and opens the home directory. `number`: of this process's sessions, part of the handles that
-    // the session gives out. WDB_E_USER, WDB_E_ARGUMENT, WDB_E_STORAGE, WDB_E_CORRUPT.
-    static Result<std::unique_ptr<Session>> open(const std::string& home, std::string_view user, std::string_view password,
-                                                 uint32_t options, uint16_t number);
+    // Authenticates the user and opens the home directory. `number`: of this process's sessions, part of the
+    // handles that the session gives out. WDB_E_USER, WDB_E_ARGUMENT, WDB_E_STORAGE, WDB_E_CORRUPT.
+    static Result<std::unique_ptr<Session>> open(const std::string& home, std::string_view user,
+                                                 std::string_view password, uint32_t options,
+                                                 uint16_t number);
     Session(std::shared_ptr<SystemDirectory> home, UserRecord who, uint32_t options, uint16_t number);
     ~Session() override;
 
@@ -82,9 +83,11 @@ public:
     Result<uint64_t> recordCount(const std::shared_ptr<OpenBase>& base);
     // Attaches a control; with another base than before its record and its cursors go.
     void attach(RecordControl& control, const std::shared_ptr<OpenBase>& base);
-    // Loads a record of a base into a control and attaches it. WDB_FAIL when no record ever had the number, WDB_E_DELETED;
-    // the control is unchanged then. `version`: commit number up to which changes by others count as seen, 0: the record's.
-    Status loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, uint64_t version = 0);
+    // Loads a record of a base into a control and attaches it. WDB_FAIL when no record ever had the number,
+    // WDB_E_DELETED; the control is unchanged then. `version`: commit number up to which changes by others
+    // count as seen, 0: the record's.
+    Status loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
+                      uint64_t version = 0);
     Status putRecord(RecordControl& control);
     Status deleteRecord(RecordControl& control);
 
@@ -109,7 +112,8 @@ public:
 
     // Counts for WdbLiveHandles, readable from other threads.
     struct Counts {
-        std::atomic<int32_t> controls{0}, cursors{0}, rowBuffers{0}, ruleLists{0}, savedStatuses{0}, sets{0}, snapshots{0};
+        std::atomic<int32_t> controls{0}, cursors{0}, rowBuffers{0}, ruleLists{0}, savedStatuses{0}, sets{0},
+            snapshots{0};
     };
     const Counts& counts() const { return counts_; }
     // Called by whatever may have made or dropped sets.
@@ -127,8 +131,8 @@ public:
     Analyzer& analyzer() override { return analyzer_; }
 
 private:
-    void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number, const RecordView& view,
-                    uint64_t version);
+    void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
+                    const RecordView& view, uint64_t version);
     void dropCursors(RecordControl& control);
     void publishCounts();
 

@@ -6,7 +6,8 @@ namespace wdb {
 
 namespace {
 
-// Days since 1970-01-01 of a Gregorian day and back, after Howard Hinnant's "chrono-compatible low-level date algorithms".
+// Days since 1970-01-01 of a Gregorian day and back, after Howard Hinnant's "chrono-compatible low-level date
+// algorithms".
 int64_t daysFromCivil(int64_t year, int64_t month, int64_t day) {
     year -= month <= 2;
     const int64_t era = (year >= 0 ? year : year - 399) / 400;
@@ -33,7 +34,8 @@ constexpr int64_t kDay = 86400 * kSecond;
 }  // namespace
 
 LocalMicros toMicros(const LocalTime& time) {
-    return daysFromCivil(time.day / 10000, time.day / 100 % 100, time.day % 100) * kDay + time.second * kSecond + time.micro;
+    return daysFromCivil(time.day / 10000, time.day / 100 % 100, time.day % 100) * kDay +
+           time.second * kSecond + time.micro;
 }
 
 LocalTime toLocalTime(LocalMicros micros) {
@@ -49,7 +51,8 @@ LocalTime SessionClock::now() const {
     std::tm parts{};
     localtime_r(&instant.tv_sec, &parts);
     return {dayNumber(parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday),
-            parts.tm_hour * 3600 + parts.tm_min * 60 + (parts.tm_sec > 59 ? 59 : parts.tm_sec), static_cast<int32_t>(instant.tv_nsec / 1000)};
+            parts.tm_hour * 3600 + parts.tm_min * 60 + (parts.tm_sec > 59 ? 59 : parts.tm_sec),
+            static_cast<int32_t>(instant.tv_nsec / 1000)};
 }
 
 LocalTime SessionClock::dateCall() {

@@ -16,9 +16,9 @@ struct LocalTime {
     int32_t micro = 0;
 };
 
-// Microseconds that a local calendar clock has counted since 1970-01-01 00:00: what base files stamp their changes with, so
-// that a stamp reads back as the local time without asking for zones again. When the clock steps back, storage keeps its
-// stamps increasing by itself.
+// Microseconds that a local calendar clock has counted since 1970-01-01 00:00: what base files stamp their
+// changes with, so that a stamp reads back as the local time without asking for zones again. When the clock
+// steps back, storage keeps its stamps increasing by itself.
 using LocalMicros = int64_t;
 LocalMicros toMicros(const LocalTime& time);
 LocalTime toLocalTime(LocalMicros micros);

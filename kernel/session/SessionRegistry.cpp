@@ -33,8 +33,8 @@ struct Binding {
 };
 constinit thread_local Binding binding;
 
-// A thread that ends with a session bound gives it back; what was not committed goes, since a write transaction cannot change its
-// thread.
+// A thread that ends with a session bound gives it back; what was not committed goes, since a write
+// transaction cannot change its thread.
 struct ThreadEnd {
     bool used = false;
     ~ThreadEnd() {
@@ -50,8 +50,12 @@ thread_local ThreadEnd threadEnd;
 
 constexpr int kIdShift = 4;  // handles look like small addresses that no memory has
 
-uint64_t idOf(const WdbSession* session) { return handleOf(session) >> kIdShift; }
-WdbSession* handleOfId(uint64_t id) { return handlePointer<WdbSession>(id << kIdShift); }
+uint64_t idOf(const WdbSession* session) {
+    return handleOf(session) >> kIdShift;
+}
+WdbSession* handleOfId(uint64_t id) {
+    return handlePointer<WdbSession>(id << kIdShift);
+}
 
 void unbind(std::map<uint64_t, Entry>& sessions) {
     const auto found = sessions.find(binding.id);
@@ -61,7 +65,9 @@ void unbind(std::map<uint64_t, Entry>& sessions) {
 
 }  // namespace
 
-Session* boundSession() { return binding.session; }
+Session* boundSession() {
+    return binding.session;
+}
 
 namespace session_registry {
 
@@ -99,7 +105,9 @@ Status bind(WdbSession* session) {
     return WDB_OK;
 }
 
-WdbSession* bound() { return binding.session == nullptr ? nullptr : handleOfId(binding.id); }
+WdbSession* bound() {
+    return binding.session == nullptr ? nullptr : handleOfId(binding.id);
+}
 
 Status close(WdbSession* session) {
     std::unique_ptr<Session> closed;

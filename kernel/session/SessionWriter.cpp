@@ -17,16 +17,21 @@ struct Commit {
 std::vector<Commit> commitsOf(const SessionUnit& unit) {
     std::vector<Commit> commits;
     for (const auto& base : unit.bases()) {
-        if (base->writer != nullptr && base->writer->changed()) commits.push_back({base->base->id(), base->writer->commitNumber()});
+        if (base->writer != nullptr && base->writer->changed())
+            commits.push_back({base->base->id(), base->writer->commitNumber()});
     }
     return commits;
 }
 
 }  // namespace
 
-SessionWriter::SessionWriter(std::shared_ptr<SystemDirectory> directory, const Settings& settings, const SessionClock& clock,
-                             SnapshotCache& snapshots, bool readOnly)
-    : directory_(std::move(directory)), settings_(&settings), clock_(&clock), snapshots_(&snapshots), readOnly_(readOnly) {}
+SessionWriter::SessionWriter(std::shared_ptr<SystemDirectory> directory, const Settings& settings,
+                             const SessionClock& clock, SnapshotCache& snapshots, bool readOnly)
+    : directory_(std::move(directory)),
+      settings_(&settings),
+      clock_(&clock),
+      snapshots_(&snapshots),
+      readOnly_(readOnly) {}
 
 std::chrono::milliseconds SessionWriter::patience() const {
     return std::chrono::milliseconds(settings_->number("WDB_LOCK_WAIT", kLockWait));
@@ -69,13 +74,17 @@ Status SessionWriter::end(Status status, bool torn) {
     return owner_ == 0 ? commitUnit() : status;
 }
 
-UnitBase* SessionWriter::unitBase(const OpenBase& base) const { return unit_ == nullptr ? nullptr : unit_->find(base); }
+UnitBase* SessionWriter::unitBase(const OpenBase& base) const {
+    return unit_ == nullptr ? nullptr : unit_->find(base);
+}
 
 UnitBase* SessionWriter::loadBase(const OpenBase& base) const {
     return load_ != nullptr && load_->base().get() == &base ? &load_->unitBase() : nullptr;
 }
 
-bool SessionWriter::hasWritten() const { return load_ != nullptr || failed_ || (unit_ != nullptr && !unit_->unit().empty()); }
+bool SessionWriter::hasWritten() const {
+    return load_ != nullptr || failed_ || (unit_ != nullptr && !unit_->unit().empty());
+}
 
 Status SessionWriter::savedRemoved(uint64_t saved) {
     if (owner_ != saved) return WDB_OK;

@@ -15,23 +15,24 @@
 
 namespace wdb {
 
-// A session's side of writing: its open unit, to which saved status the unit belongs, and its load. One writer per home
-// directory: begin() takes the lock with the first write, the end of the unit gives it back.
+// A session's side of writing: its open unit, to which saved status the unit belongs, and its load. One
+// writer per home directory: begin() takes the lock with the first write, the end of the unit gives it back.
 class SessionWriter {
 public:
-    SessionWriter(std::shared_ptr<SystemDirectory> directory, const Settings& settings, const SessionClock& clock,
-                  SnapshotCache& snapshots, bool readOnly);
+    SessionWriter(std::shared_ptr<SystemDirectory> directory, const Settings& settings,
+                  const SessionClock& clock, SnapshotCache& snapshots, bool readOnly);
     ~SessionWriter() { drop(); }
 
     bool readOnly() const { return readOnly_; }
     // How long a write waits for the lock: the setting WDB_LOCK_WAIT in milliseconds.
     std::chrono::milliseconds patience() const;
 
-    // Joins a base to the unit (opened when there is none) or to its load. `saved`: serial number of the saved status
-    // on top, 0 for none: the write commits by itself in end(). WDB_E_READ_ONLY; WDB_E_LOCKED; WDB_E_STORAGE when the unit
-    // failed before and waits for its end.
+    // Joins a base to the unit (opened when there is none) or to its load. `saved`: serial number of the
+    // saved status on top, 0 for none: the write commits by itself in end(). WDB_E_READ_ONLY; WDB_E_LOCKED;
+    // WDB_E_STORAGE when the unit failed before and waits for its end.
     Result<UnitBase*> begin(const std::shared_ptr<OpenBase>& base, uint64_t saved);
-    // Ends one write begun with begin(). `torn`: it failed when something was written already, so the unit is given up.
+    // Ends one write begun with begin(). `torn`: it failed when something was written already, so the unit is
+    // given up.
     Status end(Status status, bool torn);
 
     // The session's uncommitted writes to a base that searches see, or null.
@@ -46,7 +47,8 @@ public:
     Status savedRemoved(uint64_t saved);
     // The oldest saved status fell off the stack: its unit passes to the next one.
     void savedDropped(uint64_t saved, uint64_t next);
-    // Commits the open unit, whomever it belongs to: what definition calls begin with. WDB_E_LOCKED during a load.
+    // Commits the open unit, whomever it belongs to: what definition calls begin with. WDB_E_LOCKED during a
+    // load.
     Status commit();
     // Gives up everything that is not committed.
     void drop();
@@ -65,8 +67,8 @@ private:
     SnapshotCache* snapshots_;
     bool readOnly_;
     std::unique_ptr<SessionUnit> unit_;
-    uint64_t owner_ = 0;       // saved status that the unit (or its failure) belongs to
-    bool failed_ = false;      // the owner's unit was given up
+    uint64_t owner_ = 0;   // saved status that the unit (or its failure) belongs to
+    bool failed_ = false;  // the owner's unit was given up
     std::unique_ptr<LoadJob> load_;
     OwnCommits own_;
 };

@@ -28,15 +28,19 @@ std::optional<std::string> Settings::find(std::string_view name, int32_t levels)
 Status Settings::set(std::string_view name, std::optional<std::string_view> value) {
     const std::string folded = foldName(name);
     if (folded.empty() || (value && value->size() > kMaxSetting)) return WDB_E_ARGUMENT;
-    if (value) own_.insert_or_assign(folded, std::string(*value));
-    else own_.erase(folded);
+    if (value)
+        own_.insert_or_assign(folded, std::string(*value));
+    else
+        own_.erase(folded);
     return WDB_OK;
 }
 
 int64_t Settings::number(std::string_view name, int64_t otherwise) const {
     const auto text = find(name, kAllLevels);
     int64_t value = 0;
-    if (!text || std::from_chars(text->data(), text->data() + text->size(), value).ec != std::errc() || value < 0) return otherwise;
+    if (!text || std::from_chars(text->data(), text->data() + text->size(), value).ec != std::errc() ||
+        value < 0)
+        return otherwise;
     return value;
 }
 

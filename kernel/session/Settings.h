@@ -24,7 +24,8 @@ public:
     explicit Settings(SystemDirectory& directory) : directory_(&directory) {}
 
     std::optional<std::string> find(std::string_view name, int32_t levels) const;
-    // The session's own value; nothing removes it. WDB_E_ARGUMENT for an empty name or a value that is too long.
+    // The session's own value; nothing removes it. WDB_E_ARGUMENT for an empty name or a value that is too
+    // long.
     Status set(std::string_view name, std::optional<std::string_view> value);
     // A whole number of at least 0 from any level, or the default.
     int64_t number(std::string_view name, int64_t otherwise) const;

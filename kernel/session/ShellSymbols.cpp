@@ -16,10 +16,14 @@ std::optional<std::string> ShellSymbols::find(std::string_view name) const {
 Status ShellSymbols::define(std::string_view name, std::optional<std::string_view> value) {
     const std::string folded = foldName(name);
     if (value) value = trimName(*value);
-    if (folded.empty() || folded.size() > WDB_WORD_MAX || (value && value->size() > WDB_WORD_MAX)) return WDB_E_ARGUMENT;
-    if (const auto word = ccl::wordByCanonicalName(folded)) words_.define(*word, value.value_or(std::string_view()));
-    if (value) own_.insert_or_assign(folded, std::string(*value));
-    else own_.erase(folded);
+    if (folded.empty() || folded.size() > WDB_WORD_MAX || (value && value->size() > WDB_WORD_MAX))
+        return WDB_E_ARGUMENT;
+    if (const auto word = ccl::wordByCanonicalName(folded))
+        words_.define(*word, value.value_or(std::string_view()));
+    if (value)
+        own_.insert_or_assign(folded, std::string(*value));
+    else
+        own_.erase(folded);
     return WDB_OK;
 }
 

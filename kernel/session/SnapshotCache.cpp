@@ -5,15 +5,18 @@
 namespace wdb {
 
 const SnapshotCache::Kept* SnapshotCache::find(const OpenBase& base) const {
-    const auto found = std::ranges::find_if(kept_, [&](const Kept& kept) { return &kept.snapshot->base() == &base; });
+    const auto found =
+        std::ranges::find_if(kept_, [&](const Kept& kept) { return &kept.snapshot->base() == &base; });
     return found == kept_.end() ? nullptr : &*found;
 }
 
-Result<const BaseSnapshot*> SnapshotCache::get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved) {
+Result<const BaseSnapshot*> SnapshotCache::get(const std::shared_ptr<OpenBase>& base, UnitBase* unit,
+                                               uint64_t saved) {
     if (const Kept* kept = find(*base)) return static_cast<const BaseSnapshot*>(kept->snapshot.get());
     auto snapshot = base->snapshot(unit);
     if (!snapshot) return snapshot.status();
-    kept_.push_back({std::make_unique<BaseSnapshot>(std::move(*snapshot)), saved, std::chrono::steady_clock::now()});
+    kept_.push_back(
+        {std::make_unique<BaseSnapshot>(std::move(*snapshot)), saved, std::chrono::steady_clock::now()});
     return static_cast<const BaseSnapshot*>(kept_.back().snapshot.get());
 }
 

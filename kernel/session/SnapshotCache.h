@@ -12,11 +12,12 @@
 
 namespace wdb {
 
-// The states of bases that a session sees: with a saved status one per base until the restore of the status that was on
-// top when it was taken, else one per base and call.
+// The states of bases that a session sees: with a saved status one per base until the restore of the status
+// that was on top when it was taken, else one per base and call.
 class SnapshotCache {
 public:
-    // `saved`: serial number of the saved status on top, 0 for none. `unit`: the session's writes to the base, or null.
+    // `saved`: serial number of the saved status on top, 0 for none. `unit`: the session's writes to the
+    // base, or null.
     Result<const BaseSnapshot*> get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved);
     // Age of the base's kept snapshot; zero when there is none.
     std::chrono::seconds age(const OpenBase& base) const;

@@ -58,7 +58,8 @@ protected:
     }
 
     // CREATE TABLE as the engine does it.
-    static void createBase(const std::string& name, const std::vector<Field>& fields, const std::string& uniqueKey = "") {
+    static void createBase(const std::string& name, const std::vector<Field>& fields,
+                           const std::string& uniqueKey = "") {
         WdbBaseDef base{};
         ASSERT_EQ(WdbGetBaseDef(name.c_str(), &base), 1);
         ASSERT_EQ(base.isNew, 1);
@@ -112,7 +113,8 @@ protected:
     // All lines of a text, each in brackets.
     static std::string lines(WdbRecordControl* control, int32_t field, int32_t paragraph = 0) {
         WdbCursor* cursor = nullptr;
-        if (const int32_t status = WdbSetCursor(&cursor, control, field, paragraph, 0); status != 1) return "#" + std::to_string(status);
+        if (const int32_t status = WdbSetCursor(&cursor, control, field, paragraph, 0); status != 1)
+            return "#" + std::to_string(status);
         std::string all;
         std::vector<char> buffer(8192);
         for (;;) {
@@ -124,7 +126,8 @@ protected:
         return all;
     }
     // Stores one record with values for the fields 1, 2, ...; the status of the put.
-    static int32_t insert(const char* base, const std::vector<std::string>& values, int32_t* number = nullptr) {
+    static int32_t insert(const char* base, const std::vector<std::string>& values,
+                          int32_t* number = nullptr) {
         WdbRecordControl* made = control(base, WDB_MODE_WRITE);
         for (size_t i = 0; i < values.size(); ++i) {
             if (!values[i].empty()) {

@@ -32,7 +32,8 @@ protected:
                                    WdbGetBlobSize(cursor, &number),
                                    WdbGetBlobBlock(cursor, 1, 1, text, &number),
                                    WdbPutBlobBlock(cursor, 1, "x")};
-        for (size_t i = 0; i < std::size(answers); ++i) EXPECT_EQ(answers[i], WDB_E_HANDLE) << why << ", call " << i;
+        for (size_t i = 0; i < std::size(answers); ++i)
+            EXPECT_EQ(answers[i], WDB_E_HANDLE) << why << ", call " << i;
         EXPECT_EQ(made, nullptr);
         EXPECT_STREQ(text, "A") << "outputs are unchanged";
     }
@@ -58,10 +59,12 @@ TEST_F(Handles, NullDeadAndForeign) {
     expectRefused(foreign, foreignCursor, "the address of something else");
     EXPECT_EQ(WdbDeleteRecordControl(&foreign), WDB_E_HANDLE);
     EXPECT_EQ(WdbDeleteCursor(&foreignCursor), WDB_E_HANDLE);
-    expectRefused(reinterpret_cast<WdbRecordControl*>(uintptr_t{1}), reinterpret_cast<WdbCursor*>(~uintptr_t{0}), "nonsense");
+    expectRefused(reinterpret_cast<WdbRecordControl*>(uintptr_t{1}),
+                  reinterpret_cast<WdbCursor*>(~uintptr_t{0}), "nonsense");
     WdbCursor* alive = nullptr;
     ASSERT_EQ(WdbSetCursor(&alive, reused, 1, 0, 0), 1);
-    expectRefused(reinterpret_cast<WdbRecordControl*>(alive), reinterpret_cast<WdbCursor*>(reused), "the other kind");
+    expectRefused(reinterpret_cast<WdbRecordControl*>(alive), reinterpret_cast<WdbCursor*>(reused),
+                  "the other kind");
     EXPECT_EQ(WdbDeallocate(&local), WDB_E_HANDLE);
     auto* rules = reinterpret_cast<WdbIntegrityRules*>(&local);
     EXPECT_EQ(WdbFreeIntegrityRules(&rules), WDB_E_HANDLE);
@@ -131,13 +134,15 @@ TEST_F(Handles, RowsOfAClosedSessionGoWithIt) {
     EXPECT_EQ(WdbDeallocate(items), 1) << "works without a session";
     EXPECT_EQ(WdbDeallocate(items), WDB_E_HANDLE) << "but once";
     ASSERT_EQ(WdbBindSession(session_), 1);
-    // The other buffer is left to WdbCloseSession: the leak check of the sanitizers sees when it is not freed.
+    // The other buffer is left to WdbCloseSession: the leak check of the sanitizers sees when it is not
+    // freed.
 }
 
 TEST_F(Handles, TraceAndInjectedFailures) {
     std::vector<std::string> calls;
     const auto trace = [](void* context, const char* function, int32_t status) {
-        static_cast<std::vector<std::string>*>(context)->push_back(std::string(function) + " " + std::to_string(status));
+        static_cast<std::vector<std::string>*>(context)->push_back(std::string(function) + " " +
+                                                                   std::to_string(status));
     };
     ASSERT_EQ(WdbSetTrace(trace, &calls), 1);
     ASSERT_EQ(WdbInjectFailure("WdbSetBase", 1, WDB_E_CORRUPT), 1);
@@ -149,8 +154,8 @@ TEST_F(Handles, TraceAndInjectedFailures) {
     WdbDeleteRecordControl(&made);
     ASSERT_EQ(WdbSetTrace(nullptr, nullptr), 1);
     ASSERT_EQ(WdbInjectFailure(nullptr, 0, 0), 1);
-    EXPECT_EQ(calls, (std::vector<std::string>{"WdbCreateRecordControl 1", "WdbSetBase 1", "WdbSetBase 16226", "WdbSetBase 1",
-                                               "WdbDeleteRecordControl 1"}));
+    EXPECT_EQ(calls, (std::vector<std::string>{"WdbCreateRecordControl 1", "WdbSetBase 1", "WdbSetBase 16226",
+                                               "WdbSetBase 1", "WdbDeleteRecordControl 1"}));
 }
 
 TEST_F(Handles, LastError) {
@@ -213,7 +218,9 @@ TEST_F(Handles, RulesAndTheControlList) {
             EXPECT_EQ(rule.kind, row.kind);
             EXPECT_EQ(rule.deleteAction, WDB_ACT_CASCADE);
             EXPECT_EQ(rule.updateAction, WDB_ACT_RESTRICT);
-            EXPECT_EQ(std::string(rule.fkTable) + "." + rule.fkColumn + ">" + rule.pkTable + "." + rule.pkColumn, "V.UID>U.ID");
+            EXPECT_EQ(
+                std::string(rule.fkTable) + "." + rule.fkColumn + ">" + rule.pkTable + "." + rule.pkColumn,
+                "V.UID>U.ID");
         }
         EXPECT_EQ(live().ruleLists, 1);
         EXPECT_EQ(WdbFreeIntegrityRules(&rules), 1);

@@ -51,7 +51,9 @@ TEST_F(Records, ExistenceCheckAndColumnBinding) {
 
 TEST_F(Records, InsertReadChangeDelete) {
     int32_t number = 0;
-    ASSERT_EQ(insert("ARTICLES", {"War and Peace", "one\n\ntwo", "+012.50", " 42 ", "2024-02-29", "9:05"}, &number), 1);
+    ASSERT_EQ(
+        insert("ARTICLES", {"War and Peace", "one\n\ntwo", "+012.50", " 42 ", "2024-02-29", "9:05"}, &number),
+        1);
     EXPECT_EQ(number, 1);
     ASSERT_EQ(insert("ARTICLES", {}, &number), 1) << "also when no field was set at all";
     EXPECT_EQ(number, 2);
@@ -191,7 +193,8 @@ TEST_F(Records, LongLinesComeInPieces) {
         size_t length;
         std::vector<int32_t> pieces;
     };
-    const Row rows[] = {{20000, {8191, 8191, 3618}}, {8191, {8191}}, {16382, {8191, 8191}}, {8192, {8191, 1}}, {1, {1}}};
+    const Row rows[] = {
+        {20000, {8191, 8191, 3618}}, {8191, {8191}}, {16382, {8191, 8191}}, {8192, {8191, 1}}, {1, {1}}};
     for (const Row& row : rows) {
         WdbRecordControl* made = control("ARTICLES", WDB_MODE_WRITE);
         ASSERT_EQ(set(made, kNote, 0, std::string(row.length, 'x') + "\n\nend"), 1);
@@ -199,7 +202,8 @@ TEST_F(Records, LongLinesComeInPieces) {
         ASSERT_EQ(WdbSetCursor(&cursor, made, kNote, 0, 0), 1);
         std::vector<int32_t> pieces;
         std::vector<char> buffer(8192);
-        for (int32_t length = 8192; WdbGetLine(cursor, buffer.data(), &length) == 1; length = 8192) pieces.push_back(length);
+        for (int32_t length = 8192; WdbGetLine(cursor, buffer.data(), &length) == 1; length = 8192)
+            pieces.push_back(length);
         std::vector<int32_t> wanted = row.pieces;
         wanted.insert(wanted.end(), {0, 3});
         EXPECT_EQ(pieces, wanted) << row.length;
@@ -258,7 +262,8 @@ TEST_F(Records, LargeObjects) {
 }
 
 TEST_F(Records, KeysMandatoryDefaultsSerials) {
-    createBase("KEYED", {{"ID", "INTEGER", false, true}, {"NAME", "PHRASE", true}, {"CITY", "PHRASE"}}, "NAME");
+    createBase("KEYED", {{"ID", "INTEGER", false, true}, {"NAME", "PHRASE", true}, {"CITY", "PHRASE"}},
+               "NAME");
     WdbBaseDef base{};
     ASSERT_EQ(WdbGetBaseDef("KEYED", &base), 1);
     EXPECT_EQ(base.isNew, 0);

@@ -70,7 +70,8 @@ TEST_F(Settings, SessionInformation) {
         int32_t number;
         const char* text;
     };
-    const Row rows[] = {{1, 0, "boss"}, {2, 1, "--"}, {3, 1, ""}, {4, 0, home_.c_str()}, {5, 1, ""}, {6, 0, ""}, {7, 0, ""}, {8, 0, ""}, {10, 16, "UTF-8"}};
+    const Row rows[] = {{1, 0, "boss"}, {2, 1, "--"}, {3, 1, ""}, {4, 0, home_.c_str()}, {5, 1, ""},
+                        {6, 0, ""},     {7, 0, ""},   {8, 0, ""}, {10, 16, "UTF-8"}};
     for (const Row& row : rows) {
         int32_t number = 0, length = 256;
         char buffer[256];
@@ -82,7 +83,8 @@ TEST_F(Settings, SessionInformation) {
     EXPECT_EQ(WdbSessionInfo(9, nullptr, nullptr, nullptr), WDB_E_ARGUMENT);
     ASSERT_EQ(WdbSetSessionInfo(10, 0, ""), 1);
     EXPECT_EQ(WdbSessionInfo(10, nullptr, nullptr, nullptr), 0) << "the session cannot tell";
-    for (const int32_t item : {1, 4, 6, 7, 8}) EXPECT_EQ(WdbSetSessionInfo(item, 1, "x"), WDB_E_ARGUMENT) << "read only: " << item;
+    for (const int32_t item : {1, 4, 6, 7, 8})
+        EXPECT_EQ(WdbSetSessionInfo(item, 1, "x"), WDB_E_ARGUMENT) << "read only: " << item;
     EXPECT_EQ(WdbSetSessionInfo(10, 99, ""), WDB_E_ARGUMENT);
 }
 
@@ -105,7 +107,8 @@ TEST_F(Settings, DateFormAndClock) {
     EXPECT_EQ(WdbShellDefDateform(1, "-x"), WDB_E_ARGUMENT);
     ASSERT_EQ(WdbShellDefDateform(1, ":"), 1);
     EXPECT_EQ(text(WdbCurrentDate), "2024:01:05") << "one character stands for both";
-    for (const char* bad : {"", "2024-01-05", "2024-01-05T09:08:07", "2024-02-30 09:08:07", "2024-01-05 25:00:00"}) {
+    for (const char* bad :
+         {"", "2024-01-05", "2024-01-05T09:08:07", "2024-02-30 09:08:07", "2024-01-05 25:00:00"}) {
         EXPECT_EQ(WdbSetClock(bad), WDB_E_ARGUMENT) << bad;
     }
     ASSERT_EQ(WdbSetClock(nullptr), 1);

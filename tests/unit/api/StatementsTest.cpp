@@ -194,7 +194,8 @@ TEST_F(Statements, IndexDates) {
     ASSERT_EQ(UpdateRCS("SQL_BATCHINDEX", "1"), 1);
     ASSERT_EQ(insert("T", {"x"}), 1);
     ASSERT_EQ(WdbBatchLoadIndex(2, "T", ""), 1);
-    for (int i = 0; i < 1000 && stamps().indexed == index; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    for (int i = 0; i < 1000 && stamps().indexed == index; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     EXPECT_NE(stamps().indexed, index) << "the background job never ended";
     EXPECT_EQ(WdbBatchLoadIndex(3, "T", ""), WDB_E_ARGUMENT);
     EXPECT_EQ(WdbBatchLoadIndex(2, "NOPE", ""), WDB_E_BASE);

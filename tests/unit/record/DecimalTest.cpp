@@ -12,21 +12,60 @@ TEST(Decimal, CanonicalTexts) {
         const char* typed;
         std::optional<std::string> canonical;
     };
-    const Row rows[] = {{"12", "12"},       {"+12", "12"},     {"-0012.50", "-12.50"}, {"000", "0"},   {"-0.0", "0.0"},
-                        {"00.5", "0.5"},    {" 7 ", "7"},      {"", {}},               {"-", {}},      {".5", {}},
-                        {"5.", {}},         {"1.2.3", {}},     {"1e5", {}},            {"1,5", {}},    {"--1", {}},
-                        {"0x10", {}},       {"1 2", {}},       {"99999999999999999999999999999.000000000000001", "99999999999999999999999999999.000000000000001"}};
+    const Row rows[] = {
+        {"12", "12"},
+        {"+12", "12"},
+        {"-0012.50", "-12.50"},
+        {"000", "0"},
+        {"-0.0", "0.0"},
+        {"00.5", "0.5"},
+        {" 7 ", "7"},
+        {"", {}},
+        {"-", {}},
+        {".5", {}},
+        {"5.", {}},
+        {"1.2.3", {}},
+        {"1e5", {}},
+        {"1,5", {}},
+        {"--1", {}},
+        {"0x10", {}},
+        {"1 2", {}},
+        {"99999999999999999999999999999.000000000000001", "99999999999999999999999999999.000000000000001"}};
     for (const Row& row : rows) EXPECT_EQ(canonicalNumber(row.typed), row.canonical) << row.typed;
     EXPECT_FALSE(canonicalNumber(std::string(kMaxNumberText + 1, '1')));
 }
 
 // Ascending; those of one row are equal.
 TEST(Decimal, ComparisonAndKeyAgree) {
-    const std::vector<std::vector<std::string>> ascending = {
-        {"-100000000000000000000000"}, {"-100.01"}, {"-100", "-100.00"}, {"-99.9"}, {"-10"}, {"-9.5"}, {"-9"}, {"-0.5", "-0.500"},
-        {"-0.05"},     {"-0.0001"},         {"0", "0.0"},   {"0.0001"}, {"0.05"}, {"0.49"}, {"0.5", "0.50"},
-        {"0.51"},      {"0.9999"},          {"1", "1.0"},   {"1.001"},  {"1.01"}, {"9"},    {"10"},
-        {"10.01"},     {"99.9"},            {"100"},        {"101"},    {"110"},  {"1000000000000000000000"}, {"1000000000000000000000.1"}};
+    const std::vector<std::vector<std::string>> ascending = {{"-100000000000000000000000"},
+                                                             {"-100.01"},
+                                                             {"-100", "-100.00"},
+                                                             {"-99.9"},
+                                                             {"-10"},
+                                                             {"-9.5"},
+                                                             {"-9"},
+                                                             {"-0.5", "-0.500"},
+                                                             {"-0.05"},
+                                                             {"-0.0001"},
+                                                             {"0", "0.0"},
+                                                             {"0.0001"},
+                                                             {"0.05"},
+                                                             {"0.49"},
+                                                             {"0.5", "0.50"},
+                                                             {"0.51"},
+                                                             {"0.9999"},
+                                                             {"1", "1.0"},
+                                                             {"1.001"},
+                                                             {"1.01"},
+                                                             {"9"},
+                                                             {"10"},
+                                                             {"10.01"},
+                                                             {"99.9"},
+                                                             {"100"},
+                                                             {"101"},
+                                                             {"110"},
+                                                             {"1000000000000000000000"},
+                                                             {"1000000000000000000000.1"}};
     for (size_t i = 0; i < ascending.size(); ++i) {
         for (size_t j = 0; j < ascending.size(); ++j) {
             for (const std::string& a : ascending[i]) {
@@ -54,7 +93,11 @@ TEST(Decimal, RandomNumbersOrderAsDoubles) {
             const int scale = static_cast<int>(random() % 5);
             const long value = static_cast<long>(random() % 20001) - 10000;
             std::string digits = std::to_string(std::labs(value));
-            digits.insert(0, digits.size() <= static_cast<size_t>(scale) ? static_cast<size_t>(scale) + 1 - digits.size() : 0, '0');
+            digits.insert(0,
+                          digits.size() <= static_cast<size_t>(scale)
+                              ? static_cast<size_t>(scale) + 1 - digits.size()
+                              : 0,
+                          '0');
             if (scale > 0) digits.insert(digits.size() - static_cast<size_t>(scale), ".");
             return *canonicalNumber((value < 0 ? "-" : "") + digits);
         };

@@ -33,7 +33,8 @@ TEST(RecordImage, RoundTrip) {
     EXPECT_FALSE(view->deleted());
     EXPECT_EQ(view->commit(), 77u);
     EXPECT_EQ(view->partCount(), 2u);
-    for (const FieldNumber field : {1, 3, 7}) EXPECT_EQ(items(view->items(field)), record.head.find(field)->items) << field;
+    for (const FieldNumber field : {1, 3, 7})
+        EXPECT_EQ(items(view->items(field)), record.head.find(field)->items) << field;
     EXPECT_TRUE(view->items(2).empty());
     EXPECT_EQ(view->items(7).at(3), "third");
     EXPECT_EQ(view->items(7).at(4), "");
@@ -83,13 +84,16 @@ TEST(RecordImage, DamageIsAStatus) {
     int accepted = 0;
     for (int i = 0; i < 20000; ++i) {
         std::string damaged = image;
-        if (i % 4 == 0) damaged.resize(random() % damaged.size());
-        else damaged[random() % damaged.size()] = static_cast<char>(random());
+        if (i % 4 == 0)
+            damaged.resize(random() % damaged.size());
+        else
+            damaged[random() % damaged.size()] = static_cast<char>(random());
         if (damaged != image) {
             ASSERT_EQ(RecordView::validate(damaged).status(), WDB_E_CORRUPT);
         }
         if (damaged.size() < record_image::kHeaderSize) continue;
-        storeLittle(damaged.data(), static_cast<uint32_t>(XXH3_64bits(damaged.data() + 4, damaged.size() - 4)));
+        storeLittle(damaged.data(),
+                    static_cast<uint32_t>(XXH3_64bits(damaged.data() + 4, damaged.size() - 4)));
         const auto view = RecordView::validate(damaged);
         if (!view) continue;
         ++accepted;

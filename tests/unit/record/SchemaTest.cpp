@@ -35,7 +35,8 @@ TEST(Schema, FindsByNumberAndByName) {
 TEST(Schema, FlagWord) {
     FieldDefinition definition = field(1, "X");
     EXPECT_EQ(definition.flags(), WDB_F_NULLABLE);
-    definition.indexed = definition.serial = definition.part = definition.key = definition.plain = definition.mandatory = true;
+    definition.indexed = definition.serial = definition.part = definition.key = definition.plain =
+        definition.mandatory = true;
     EXPECT_EQ(definition.flags(), WDB_F_INDEXED | WDB_F_SERIAL | WDB_F_PART | WDB_F_UNIQUE | WDB_F_PLAIN);
 }
 

@@ -11,8 +11,16 @@ TEST(TextLines, DataAreCutIntoLines) {
         const char* lines;
         uint32_t paragraphs;
     };
-    const Row rows[] = {{"", "", 0},           {"a", "a", 1},         {"a\n", "a", 1},       {"a\r\nb\r\n", "a\nb", 1}, {"a\n\nb", "a\n\nb", 2},
-                        {"a\n\n", "a\n", 2},   {"a\n\n\nb", "a\n\n\nb", 3}, {"\na", "\na", 2}, {"a\rb", "a\rb", 1},       {"a\n\r\n\r\nb", "a\n\n\nb", 3}};
+    const Row rows[] = {{"", "", 0},
+                        {"a", "a", 1},
+                        {"a\n", "a", 1},
+                        {"a\r\nb\r\n", "a\nb", 1},
+                        {"a\n\nb", "a\n\nb", 2},
+                        {"a\n\n", "a\n", 2},
+                        {"a\n\n\nb", "a\n\n\nb", 3},
+                        {"\na", "\na", 2},
+                        {"a\rb", "a\rb", 1},
+                        {"a\n\r\n\r\nb", "a\n\n\nb", 3}};
     for (const Row& row : rows) {
         EXPECT_EQ(linesFromData(row.data), row.lines);
         EXPECT_EQ(paragraphCount(row.lines), row.paragraphs) << row.lines;

@@ -54,7 +54,8 @@ TEST(Value, ReadsAndDelivers) {
     EXPECT_EQ(parseValue(Phrase, std::string_view("a\0b", 3), DateForm{}, 0).status(), WDB_E_VALUE);
     EXPECT_TRUE(parseValue(Phrase, std::string(kMaxPhrase, 'x'), DateForm{}, 0));
     EXPECT_EQ(parseValue(Phrase, std::string(kMaxPhrase + 1, 'x'), DateForm{}, 0).status(), WDB_E_VALUE);
-    EXPECT_TRUE(parseValue(Date, "2023-02-29", DateForm{}, 0, DateUse::Compare)) << "comparing takes any three numbers";
+    EXPECT_TRUE(parseValue(Date, "2023-02-29", DateForm{}, 0, DateUse::Compare))
+        << "comparing takes any three numbers";
 }
 
 TEST(Value, CanonicalFormsAreChecked) {
@@ -76,7 +77,8 @@ TEST(ValueKey, OrdersAsValuesDo) {
     EXPECT_LT(integer(-1), integer(0));
     EXPECT_LT(integer(0), integer(INT64_MAX));
     EXPECT_EQ(decodeInteger(encodeInteger(-5)), -5);
-    EXPECT_EQ(valueKey(Phrase, " b \t C ").bytes, std::string("B C\0", 4)) << "normalised, ended by a zero byte";
+    EXPECT_EQ(valueKey(Phrase, " b \t C ").bytes, std::string("B C\0", 4))
+        << "normalised, ended by a zero byte";
     EXPECT_LT(valueKey(Phrase, "ab").bytes, valueKey(Phrase, "ab c").bytes);
     EXPECT_LT(valueKey(Phrase, "ab").bytes, valueKey(Phrase, "abc").bytes);
     EXPECT_TRUE(valueKey(Text, "x").bytes.empty());
