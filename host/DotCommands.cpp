@@ -206,7 +206,7 @@ void dispatch(Shell& shell, std::string_view line) {
     for (const Entry& entry : entries()) {
         if (words[0] == entry.command.name) return entry.handler(shell, words);
     }
-    throw UsageError("no command is called " + words[0] + " (.help lists them)");
+    throw std::runtime_error("no command is called " + words[0] + " (.help lists them)");
 }
 
 }  // namespace

@@ -23,9 +23,11 @@ void LineFormatter::rows(const std::vector<Row>& rows, std::string& out) {
         first_ = false;
         for (std::size_t i = 0; i < row.size(); ++i) {
             out += labels_[i];
-            for (const char c : row[i].isNull ? std::string("NULL") : printable(row[i].text)) {
-                out += c;
-                if (c == '\n') out.append(indent_, ' ');
+            const std::string text = row[i].isNull ? "NULL" : printable(row[i].text);
+            for (std::size_t at = 0; at < text.size(); ++at) {
+                out += text[at];
+                const bool lineFollows = text[at] == '\n' && at + 1 < text.size() && text[at + 1] != '\n';
+                if (lineFollows) out.append(indent_, ' ');
             }
             out += '\n';
         }
