@@ -125,7 +125,7 @@ void Shell::showAnswer(Answer answer, const Statement& statement, std::string_vi
     if (auto* result = std::get_if<ResultSet>(&answer)) {
         const std::string change = forPeople ? changeText(*result) : std::string();
         if (change.empty())
-            showSelect(std::move(*result), statement, sourceName, milliseconds);
+            showRows(std::move(*result), statement, sourceName, milliseconds);
         else
             write(change + time + "\n");
         return;
@@ -135,7 +135,7 @@ void Shell::showAnswer(Answer answer, const Statement& statement, std::string_vi
         result.total = 1;
         result.columns = {{property->name, "VARCHAR"}};
         result.rows = {{Cell{property->value, false}}};
-        showSelect(std::move(result), statement, sourceName, milliseconds);
+        showRows(std::move(result), statement, sourceName, milliseconds);
         return;
     }
     const std::string& text = std::get<Success>(answer).text;
@@ -145,35 +145,39 @@ void Shell::showAnswer(Answer answer, const Statement& statement, std::string_vi
         showTime(milliseconds);
 }
 
-bool Shell::showSelect(ResultSet first, const Statement& statement, std::string_view sourceName,
-                       double milliseconds) {
+// A further block of a result of which every row is wanted; nothing, with a fault, when it cannot be had.
+std::optional<ResultSet> Shell::fetchBlock(const Statement& statement, std::string_view sourceName,
+                                           std::int32_t number, double& milliseconds) {
+    setPaging(kAllRowsBlock, number);
+    const Stopwatch watch;
+    const RawAnswer raw = execute(statement.text);
+    milliseconds += watch.milliseconds();
+    if (!raw.succeeded()) {
+        reportFault(readFault(raw.text(), raw.status, raw.message), statement, sourceName);
+        return std::nullopt;
+    }
+    Answer answer = readAnswer(raw.document.get(), raw.length);
+    if (auto* block = std::get_if<ResultSet>(&answer)) return std::move(*block);
+    reportFault(0, "the engine's answer cannot be read");
+    return std::nullopt;
+}
+
+void Shell::showRows(ResultSet block, const Statement& statement, std::string_view sourceName,
+                     double milliseconds) {
     const std::unique_ptr<Formatter> formatter = makeFormatter(settings_.format, terminalWidth());
     std::string out;
-    ResultEnd end{first.first, 0, first.total, std::nullopt};
-    formatter->begin(first.columns, out);
-    ResultSet block = std::move(first);
+    ResultEnd end{block.first, 0, block.total, std::nullopt};
+    formatter->begin(block.columns, out);
     bool changed = false;
     for (std::int32_t number = 2;; ++number) {
         formatter->rows(block.rows, out);
         end.shown += static_cast<std::int64_t>(block.rows.size());
         write(out);
         out.clear();
-        const bool more = settings_.allRows && !block.rows.empty() && end.shown < end.total;
-        if (!more || block.statementType != "SELECT") break;
-        setPaging(kAllRowsBlock, number);
-        const Stopwatch watch;
-        const RawAnswer raw = execute(statement.text);
-        milliseconds += watch.milliseconds();
-        if (!raw.succeeded()) {
-            reportFault(readFault(raw.text(), raw.status, raw.message), statement, sourceName);
-            break;
-        }
-        Answer answer = readAnswer(raw.document.get(), raw.length);
-        auto* next = std::get_if<ResultSet>(&answer);
-        if (next == nullptr) {
-            reportFault(0, "the engine's answer cannot be read");
-            break;
-        }
+        const bool more = settings_.allRows && block.statementType == "SELECT" && !block.rows.empty();
+        if (!more || end.shown >= end.total) break;
+        std::optional<ResultSet> next = fetchBlock(statement, sourceName, number, milliseconds);
+        if (!next) break;
         changed = changed || next->total != end.total;
         block = std::move(*next);
     }
@@ -182,7 +186,6 @@ bool Shell::showSelect(ResultSet first, const Statement& statement, std::string_
     write(out);
     if (settings_.format != Format::table) showTime(milliseconds);
     if (changed) reportFault(0, "the result changed while it was read");
-    return true;
 }
 
 bool Shell::runReady(StatementSplitter& splitter, std::string_view sourceName) {

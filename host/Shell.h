@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "host/Settings.h"
+#include "host/text/Answer.h"
 #include "host/text/StatementSplitter.h"
 
 namespace host {
@@ -44,8 +46,10 @@ public:
 
 private:
     void reportFault(const Fault& fault, const Statement& statement, std::string_view sourceName);
-    bool showSelect(ResultSet first, const Statement& statement, std::string_view sourceName,
-                    double milliseconds);
+    void showRows(ResultSet block, const Statement& statement, std::string_view sourceName,
+                  double milliseconds);
+    std::optional<ResultSet> fetchBlock(const Statement& statement, std::string_view sourceName,
+                                        std::int32_t number, double& milliseconds);
     void showAnswer(Answer answer, const Statement& statement, std::string_view sourceName,
                     double milliseconds);
     void showTime(double milliseconds);
