@@ -48,9 +48,10 @@ void insertRow(int serial) {
     }
 }
 
-// Runs the child until it was killed after some milliseconds; the last number that it acknowledged.
+// Runs the child until it has acknowledged so many numbers, lets it go on for a moment and kills it; the last number that it
+// acknowledged. The moment is in microseconds, so that the kill meets every stage of a row.
 template <typename Child>
-int lastAcknowledged(Child child, int milliseconds, int before) {
+int lastAcknowledged(Child child, int acknowledgements, int moment, int before) {
     int ends[2];
     if (pipe(ends) != 0) return before;
     const pid_t pid = fork();
@@ -59,11 +60,13 @@ int lastAcknowledged(Child child, int milliseconds, int before) {
         child(ends[1]);
     }
     close(ends[1]);
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    int last = before;
+    int serial = 0;
+    while (acknowledgements-- > 0 && read(ends[0], &serial, sizeof serial) == sizeof serial) last = serial;
+    std::this_thread::sleep_for(std::chrono::microseconds(moment));
     kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
-    int last = before;
-    for (int serial = 0; read(ends[0], &serial, sizeof serial) == sizeof serial;) last = serial;
+    while (read(ends[0], &serial, sizeof serial) == sizeof serial) last = serial;
     close(ends[0]);
     return last;
 }
@@ -105,14 +108,15 @@ TEST(KernelKill, LosesNoAcknowledgedRow) {
     std::mt19937 random(20261121);
     int rows = 0;
     for (int round = 0; round < 12; ++round) {
-        const int pause = 20 + static_cast<int>(random() % 120);
+        const int moment = static_cast<int>(random() % 3000);
+        const int acknowledgements = 5 + static_cast<int>(random() % 60);
         if (round % 4 == 3) {
-            lastAcknowledged([&](int pipe) { loadUntilKilled(home, pipe); }, pause, 0);
+            lastAcknowledged([&](int pipe) { loadUntilKilled(home, pipe); }, acknowledgements / 4, moment, 0);
             EXPECT_EQ(rows, rowsWhenSound(home, rows)) << "a load that was cut short leaves nothing";
             continue;
         }
         const int acknowledged =
-            lastAcknowledged([&](int pipe) { insertUntilKilled(home, rows + 1, pipe); }, pause, rows);
+            lastAcknowledged([&](int pipe) { insertUntilKilled(home, rows + 1, pipe); }, acknowledgements, moment, rows);
         const int there = rowsWhenSound(home, acknowledged);
         EXPECT_GE(there, acknowledged);
         EXPECT_LE(there, acknowledged + 1);
