@@ -50,6 +50,7 @@ public:
     // The record's current state. WDB_FAIL when no record ever had the number, WDB_E_DELETED, WDB_E_CORRUPT. The view
     // points into the mapped file: with a unit until its next write, else as long as the snapshot lives.
     Result<RecordView> record(RecordNumber number) const;
+    Result<RecordView> record(RecordNumber number) override;
     // For large objects and walks.
     BaseReader reader() const;
     const UnitBase* unit() const { return unit_; }
@@ -59,7 +60,6 @@ public:
 
 private:
     friend class OpenBase;
-    Result<RecordView> record(RecordNumber number) override;
 
     std::shared_ptr<OpenBase> base_;
     std::shared_ptr<const BaseDefinition> definition_;

@@ -68,10 +68,17 @@ Status OpenBase::refresh(std::shared_ptr<const BaseDefinition> definition) {
     return otherFiles ? useIndex() : WDB_OK;
 }
 
+Status OpenBase::makeCurrent() const {
+    if (makeCurrent_) WDB_TRY(makeCurrent_());
+    return gone() ? WDB_E_BASE : WDB_OK;
+}
+
 Result<BaseSnapshot> OpenBase::snapshot(UnitBase* unit) {
-    // A merge between the beginnings of the three transactions makes a try fail; it cannot happen often in a row.
+    // A merge between the beginnings of the three transactions makes a try fail, and so do new index files between the
+    // look at the catalogue and them; neither can happen often in a row.
     constexpr int kTries = 20;
     for (int i = 0; i < kTries; ++i) {
+        WDB_TRY(makeCurrent());
         auto snapshot = trySnapshot(unit);
         if (snapshot || snapshot.status() != WDB_FAIL) return snapshot;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -36,6 +37,11 @@ public:
     // do not belong to this state of the base: they are to be built anew.
     Status useIndex();
 
+    // How the base takes over what the catalogue says by now; set before others get to see it.
+    void setCatalog(std::function<Status()> makeCurrent) { makeCurrent_ = std::move(makeCurrent); }
+    // Does so: cheap when nothing changed. WDB_E_BASE when the base was dropped.
+    Status makeCurrent() const;
+
     BaseId id() const { return id_; }
     std::shared_ptr<const BaseDefinition> definition() const;
     // Takes over what the catalogue says now; opens the index files when they have new names.
@@ -67,6 +73,7 @@ private:
     bool readOnly_ = false;
     std::shared_ptr<BaseFile> file_;
     RankCache ranks_;
+    std::function<Status()> makeCurrent_;
     mutable std::mutex mutex_;  // guards what follows
     std::shared_ptr<const BaseDefinition> definition_;
     std::shared_ptr<const IndexFiles> files_;

@@ -36,7 +36,7 @@ SessionUnit::~SessionUnit() = default;
 
 Result<UnitBase*> SessionUnit::base(const std::shared_ptr<OpenBase>& base, LoadSink* load) {
     if (UnitBase* present = find(*base)) return present;
-    if (base->gone()) return Status{WDB_E_BASE};
+    WDB_TRY(base->makeCurrent());
     const auto writer = unit_.writer(base->file());
     if (!writer) return writer.status();
     auto joined = std::make_unique<UnitBase>();

@@ -81,7 +81,9 @@ Status SystemDirectory::openCatalog(bool readOnly) {
     WDB_TRY(refresh());
     const auto hold = lock_->acquire(std::chrono::milliseconds(0));
     // While somebody writes, what looks left over may be in the making; it is removed at the next occasion.
-    return hold && !catalog_->readOnly() ? removeLeftovers(*hold) : WDB_OK;
+    if (!hold || catalog_->readOnly()) return WDB_OK;
+    lock_->catalogVersion().endChange();  // of a process that died at it
+    return removeLeftovers(*hold);
 }
 
 bool SystemDirectory::current() const {
@@ -174,6 +176,10 @@ Result<std::shared_ptr<OpenBase>> SystemDirectory::openBase(const std::string& k
     }
     auto base = OpenBase::open(definition, readOnly_);
     if (!base) return base.status();
+    (*base)->setCatalog([directory = weak_from_this()] {
+        const auto live = directory.lock();
+        return live == nullptr ? WDB_OK : live->ensureCurrent();
+    });
     if (!ok((*base)->useIndex())) WDB_TRY(repairIndex(**base));
     const std::unique_lock lock(mutex_);
     const auto place = entries_.find(key);

@@ -90,7 +90,7 @@ inline std::string rowImage(const std::string& name, const std::string& note, in
 
 // Stores a row through a unit as the rules do, key included; 0 as number makes a new record.
 inline Result<RecordNumber> putRow(UnitBase& unit, RecordNumber number, const std::string& name, const std::string& note,
-                                   int64_t count) {
+                                   int64_t count = 1) {
     if (number == 0) {
         auto made = unit.writer->newRecord();
         if (!made) return made.status();
