@@ -116,13 +116,13 @@ Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state) {
     return filterByRecords(*candidates, condition, state);
 }
 
-// What the index answers by walking through many keys, against some microseconds for each record.
-bool cheaperByRecords(const Condition& condition, uint64_t candidates) {
-    switch (condition.test) {
-    case Test::Delivered: return true;
-    case Test::Matching: return candidates <= (condition.pattern.prefix().empty() ? 2000u : 16u);
-    default: return condition.first > 0 && candidates <= 2000;
-    }
+// A pattern without a beginning walks through all keys of its field; looking at a record costs about eight keys.
+bool cheaperByRecords(const Condition& condition, uint64_t candidates, BaseState& state) {
+    if (condition.test == Test::Delivered) return true;
+    if (condition.test != Test::Matching) return condition.first > 0 && candidates <= 2000;
+    if (!condition.pattern.prefix().empty()) return candidates <= 16;
+    const Result<uint64_t> keys = state.index.orderCost(condition.field->number);
+    return keys && candidates * 8 <= *keys;
 }
 
 }  // namespace wdb

@@ -12,6 +12,6 @@ Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state);
 Result<RecordSet> filterByRecords(const RecordSet& candidates, const Condition& condition, BaseState& state);
 
 // Is it cheaper to look at so many records than to ask the index?
-bool cheaperByRecords(const Condition& condition, uint64_t candidates);
+bool cheaperByRecords(const Condition& condition, uint64_t candidates, BaseState& state);
 
 }  // namespace wdb

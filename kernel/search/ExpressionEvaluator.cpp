@@ -54,7 +54,7 @@ private:
         const ExpressionNode& node = expression_.nodes[at];
         if (node.kind != Connective::Criterion) return 2;
         const Condition& condition = conditions_[node.left];
-        if (cheaperByRecords(condition, 1)) return 3;
+        if (cheaperByRecords(condition, 1, state_)) return 3;
         return condition.test == Condition::Test::Equal && !condition.negated ? 0 : 1;
     }
 
@@ -65,7 +65,7 @@ private:
             const ExpressionNode& second = expression_.nodes[secondOf(node)];
             if (second.kind == Connective::Criterion) {
                 const Condition& condition = conditions_[second.left];
-                if (cheaperByRecords(condition, left.cardinality())) return narrow(node.kind, condition);
+                if (cheaperByRecords(condition, left.cardinality(), state_)) return narrow(node.kind, condition);
             }
         }
         visits_.push_back({at, Stage::RightDone});

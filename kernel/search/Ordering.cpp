@@ -26,14 +26,24 @@ bool ranksCached(const SortKey& key, const BaseState& state) {
 
 }  // namespace
 
-Status Ordering::ensure(uint64_t count, const RecordSet& records, BaseState& state) {
-    if (count <= rows_.size()) return WDB_OK;
-    if (lost_) return WDB_E_CHANGED;
-    if (!placed_ && rows_.empty()) WDB_TRY(walk(count, records, state));
-    if (count <= rows_.size()) return WDB_OK;
-    WDB_TRY(fix(records, state));
-    sortBlock(count);
-    return WDB_OK;
+Result<RecordNumber> Ordering::at(uint64_t place, const RecordSet& records, BaseState& state) {
+    if (has(place)) return known(place);
+    if (lost_) return Status{WDB_E_CHANGED};
+    if (first_.empty()) {
+        const Status status = walk(place + 1, records, state);
+        if (status != WDB_OK) return status;
+        if (has(place)) return known(place);
+    }
+    const Status status = fix(records, state);
+    if (status != WDB_OK) return status;
+    return known(place);
+}
+
+RecordNumber Ordering::known(uint64_t place) {
+    if (place < first_.size()) return first_[place];
+    const size_t at = place - first_.size();
+    sortAround(at);
+    return records_[pending_[at]];
 }
 
 Status Ordering::fix(const RecordSet& records, BaseState& state) {
@@ -52,7 +62,7 @@ Status Ordering::walk(uint64_t count, const RecordSet& records, BaseState& state
     const bool sortInstead = keys > kShortWalk && (all <= kFewRecords || ranksCached(keys_[0], state));
     if (sortInstead || keys > kLongWalk) return WDB_OK;
     const Result<bool> reached =
-        walkInOrder(keys_[0], wanted, static_cast<uint64_t>(keys) * 4 + kShortWalk, records, state, rows_);
+        walkInOrder(keys_[0], wanted, static_cast<uint64_t>(keys) * 4 + kShortWalk, records, state, first_);
     return reached ? WDB_OK : reached.status();
 }
 
@@ -62,12 +72,13 @@ Status Ordering::placeAll(const RecordSet& records, BaseState& state) {
     for (size_t column = 0; column < keys_.size(); ++column) {
         WDB_TRY(placesOf(keys_[column], records, state, column));
     }
-    std::vector<RecordNumber> known = rows_;
-    std::sort(known.begin(), known.end());
-    pending_.reserve(records_.size() - known.size());
+    std::vector<RecordNumber> walked = first_;
+    std::sort(walked.begin(), walked.end());
+    pending_.reserve(records_.size() - walked.size());
     for (uint32_t i = 0; i < records_.size(); ++i) {
-        if (!std::binary_search(known.begin(), known.end(), records_[i])) pending_.push_back(i);
+        if (!std::binary_search(walked.begin(), walked.end(), records_[i])) pending_.push_back(i);
     }
+    stretches_.push_back({0, false});
     placed_ = true;
     return WDB_OK;
 }
@@ -118,16 +129,29 @@ bool Ordering::before(uint32_t a, uint32_t b) const {
     return a < b;
 }
 
-void Ordering::sortBlock(uint64_t count) {
-    const uint64_t missing = count > rows_.size() ? count - rows_.size() : 0;
-    const size_t block = std::min<uint64_t>(pending_.size() - sorted_, std::max<uint64_t>(missing, rows_.size()) + kBlock);
-    const auto begin = pending_.begin() + static_cast<ptrdiff_t>(sorted_);
-    const auto end = begin + static_cast<ptrdiff_t>(block);
+void Ordering::sortAround(size_t at) {
     const auto less = [this](uint32_t a, uint32_t b) { return before(a, b); };
-    if (end != pending_.end()) std::nth_element(begin, end, pending_.end(), less);
-    std::sort(begin, end, less);
-    for (auto at = begin; at != end; ++at) rows_.push_back(records_[*at]);
-    sorted_ += block;
+    auto next = std::upper_bound(stretches_.begin(), stretches_.end(), at,
+                                 [](size_t place, const Stretch& stretch) { return place < stretch.begin; });
+    const size_t place = static_cast<size_t>(next - stretches_.begin()) - 1;
+    if (stretches_[place].sorted) return;
+    const size_t begin = stretches_[place].begin;
+    const size_t end = next == stretches_.end() ? pending_.size() : next->begin;
+    // Reading on doubles the stretch before; a jump begins anew.
+    const bool onwards = at == begin && place > 0 && stretches_[place - 1].sorted;
+    const size_t block = onwards ? std::max<size_t>(kBlock, begin - stretches_[place - 1].begin) * 2 : kBlock;
+    const size_t from = at - begin <= block ? begin : at;
+    const size_t to = end - at <= 2 * block ? end : at + block;
+    const auto item = [this](size_t i) { return pending_.begin() + static_cast<ptrdiff_t>(i); };
+    if (from > begin) std::nth_element(item(begin), item(from), item(end), less);
+    if (to < end) std::nth_element(item(from), item(to), item(end), less);
+    std::sort(item(from), item(to), less);
+    std::vector<Stretch> parts;
+    if (from > begin) parts.push_back({begin, false});
+    parts.push_back({from, true});
+    if (to < end) parts.push_back({to, false});
+    stretches_.erase(stretches_.begin() + static_cast<ptrdiff_t>(place));
+    stretches_.insert(stretches_.begin() + static_cast<ptrdiff_t>(place), parts.begin(), parts.end());
 }
 
 }  // namespace wdb

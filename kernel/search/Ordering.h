@@ -20,23 +20,24 @@ struct SortKey {
 // equal rows come by ascending record number.
 //
 // The first rows come from a walk through the index while that is cheap. Beyond them every record gets its place in the
-// order of each key once (an array of ranks does most of it), and the rows are sorted block by block: quickselect cuts
-// off the next block, which alone is sorted, and blocks double.
+// order of each key once (an array of ranks does most of it), and only the rows around those that are asked for are
+// sorted: quickselect cuts the records into stretches that stand in order among each other, and a stretch is sorted when
+// one of its rows is wanted. Stretches double as rows are read on.
 class Ordering {
 public:
     explicit Ordering(std::vector<SortKey> keys) : keys_(std::move(keys)) {}
 
-    // At least `count` rows (or all, when there are fewer) are in order. `records`: the set, the same at every call.
+    // The record in row `place` from 0, below the number of records. `records`: the set, the same at every call.
     // WDB_E_CHANGED when that can not be known any more.
-    Status ensure(uint64_t count, const RecordSet& records, BaseState& state);
+    Result<RecordNumber> at(uint64_t place, const RecordSet& records, BaseState& state);
+    // Is the row known without a look at the base?
+    bool has(uint64_t place) const { return place < first_.size() || placed_; }
+    // The row when has() says so.
+    RecordNumber known(uint64_t place);
     // What is missing can be worked out without the snapshot from now on.
     Status fix(const RecordSet& records, BaseState& state);
     // Nobody has the state of the search any more.
     void giveUp() { lost_ = !placed_; }
-
-    bool has(uint64_t place) const { return place < rows_.size(); }
-    RecordNumber at(uint64_t place) const { return rows_[place]; }
-    bool needsSnapshot() const { return !placed_; }
 
 private:
     Status walk(uint64_t count, const RecordSet& records, BaseState& state);
@@ -44,16 +45,22 @@ private:
     Status placesOf(const SortKey& key, const RecordSet& records, BaseState& state, size_t column);
     Status placesByValue(const SortKey& key, BaseState& state, size_t column);
     bool before(uint32_t a, uint32_t b) const;
-    void sortBlock(uint64_t count);
+    void sortAround(size_t at);
+
+    // Records of pending_ from `begin` to the next stretch: all behind those of the stretches before.
+    struct Stretch {
+        size_t begin;
+        bool sorted;
+    };
 
     std::vector<SortKey> keys_;
-    std::vector<RecordNumber> rows_;     // in order, as far as known
+    std::vector<RecordNumber> first_;    // the first rows, from a walk
     bool placed_ = false;
     bool lost_ = false;
     std::vector<RecordNumber> records_;  // all of the set, ascending
     std::vector<uint64_t> places_;       // per record one place for each key
-    std::vector<uint32_t> pending_;      // indexes of records that are not in rows_, from sorted_ on
-    size_t sorted_ = 0;
+    std::vector<uint32_t> pending_;      // indexes of the records that are not in first_
+    std::vector<Stretch> stretches_;     // ascending
 };
 
 }  // namespace wdb

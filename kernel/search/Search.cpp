@@ -138,6 +138,13 @@ Status Search::counts(int32_t number, SearchCounts& result) {
     return WDB_OK;
 }
 
+Result<RecordNumber> Search::recordInRow(SearchSet& set, SetBase& base, uint64_t place, const BaseSnapshot& snapshot) {
+    if (set.order == nullptr) return set.byNumber(base, place);
+    if (set.order->has(place)) return set.order->known(place);
+    BaseState state(context_, snapshot);
+    return set.order->at(place, base.records, state);
+}
+
 Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
     SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
@@ -153,12 +160,9 @@ Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
     SetBase& base = set->bases[baseAt];
     const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
     if (!snapshot) return snapshot.status();
-    if (set->order != nullptr && !set->order->has(place)) {
-        BaseState state(context_, **snapshot);
-        const Status status = set->order->ensure(place + 1, base.records, state);
-        if (status != WDB_OK) return fail(status, 0);
-    }
-    const RecordNumber record = set->order != nullptr ? set->order->at(place) : set->byNumber(base, place);
+    const Result<RecordNumber> found = recordInRow(*set, base, place, **snapshot);
+    if (!found) return fail(found.status(), 0);
+    const RecordNumber record = *found;
     const Result<RecordView> view = (*snapshot)->record(record);
     if (!view) return view.status() == WDB_FAIL ? Status{WDB_E_DELETED} : view.status();
     const bool perBase = set->kind == SetKind::Records && (set->columns.empty() || set->bases.size() > 1);

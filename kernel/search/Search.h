@@ -12,6 +12,7 @@
 namespace wdb {
 
 struct SearchSet;
+struct SetBase;
 
 // What a failing command tells beside its code.
 struct CommandError {
@@ -105,6 +106,7 @@ private:
     Status run(const ccl::SelectCommand& command);
     Status run(const ccl::UnionCommand& command);
     Status makeWholeSet();
+    Result<RecordNumber> recordInRow(SearchSet& set, SetBase& base, uint64_t place, const BaseSnapshot& snapshot);
     void adopt(std::unique_ptr<SearchSet> set);
 
     SearchContext& context_;
