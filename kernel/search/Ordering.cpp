@@ -75,8 +75,10 @@ Status Ordering::placeAll(const RecordSet& records, BaseState& state) {
     std::vector<RecordNumber> walked = first_;
     std::sort(walked.begin(), walked.end());
     pending_.reserve(records_.size() - walked.size());
+    auto skip = walked.begin();
     for (uint32_t i = 0; i < records_.size(); ++i) {
-        if (!std::binary_search(walked.begin(), walked.end(), records_[i])) pending_.push_back(i);
+        if (skip != walked.end() && *skip == records_[i]) ++skip;
+        else pending_.push_back(i);
     }
     stretches_.push_back({0, false});
     placed_ = true;
