@@ -91,17 +91,14 @@ void ColumnView::scan(uint32_t block, int64_t low, int64_t high, RecordSetBuilde
     if (from > to || from == 0) return;
     const ColumnKernels& kernels = columnKernels();
     const uint64_t span = to - from;
-    for (uint32_t w = 0; w < kColumnWords; ++w) {
-        const char* entries = data_ + size_t{w} * 64 * width_;
-        uint64_t bits = 0;
-        switch (width_) {
-        case 1: bits = kernels.compare8(entries, static_cast<uint8_t>(from), static_cast<uint8_t>(span)); break;
-        case 2: bits = kernels.compare16(entries, static_cast<uint16_t>(from), static_cast<uint16_t>(span)); break;
-        case 4: bits = kernels.compare32(entries, static_cast<uint32_t>(from), static_cast<uint32_t>(span)); break;
-        default: bits = kernels.compare64(entries, from, span); break;
-        }
-        out.addWord(block * kColumnWords + w, bits);
+    uint64_t words[kColumnWords];
+    switch (width_) {
+    case 1: kernels.compare8(data_, static_cast<uint8_t>(from), static_cast<uint8_t>(span), words, kColumnWords); break;
+    case 2: kernels.compare16(data_, static_cast<uint16_t>(from), static_cast<uint16_t>(span), words, kColumnWords); break;
+    case 4: kernels.compare32(data_, static_cast<uint32_t>(from), static_cast<uint32_t>(span), words, kColumnWords); break;
+    default: kernels.compare64(data_, from, span, words, kColumnWords); break;
     }
+    out.addWords(block * kColumnWords, words, kColumnWords);
 }
 
 Status validateColumn(Slice block) {

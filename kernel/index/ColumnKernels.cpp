@@ -1,6 +1,5 @@
 #include "kernel/index/ColumnKernels.h"
 
-#include <cstddef>
 #include <cstring>
 
 #if defined(__x86_64__)
@@ -13,14 +12,16 @@ namespace wdb {
 namespace {
 
 template <typename T>
-uint64_t comparePortable(const char* entries, T low, T span) {
-    uint64_t bits = 0;
-    for (unsigned i = 0; i < 64; ++i) {
-        T entry;
-        std::memcpy(&entry, entries + i * sizeof(T), sizeof(T));
-        bits |= uint64_t{static_cast<T>(entry - low) <= span ? 1U : 0U} << i;
+void comparePortable(const char* entries, T low, T span, uint64_t* words, uint32_t count) {
+    for (uint32_t w = 0; w < count; ++w) {
+        uint64_t bits = 0;
+        for (unsigned i = 0; i < 64; ++i, entries += sizeof(T)) {
+            T entry;
+            std::memcpy(&entry, entries, sizeof(T));
+            bits |= uint64_t{static_cast<T>(entry - low) <= span ? 1U : 0U} << i;
+        }
+        words[w] = bits;
     }
-    return bits;
 }
 
 constexpr ColumnKernels kPortable = {comparePortable<uint8_t>, comparePortable<uint16_t>, comparePortable<uint32_t>,
@@ -32,43 +33,49 @@ __attribute__((target("avx2"))) inline __m256i load(const char* p) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
 }
 
-__attribute__((target("avx2"))) uint64_t compare8(const char* entries, uint8_t low, uint8_t span) {
+__attribute__((target("avx2"))) inline uint64_t bytesOf(__m256i lanes) {
+    return static_cast<uint32_t>(_mm256_movemask_epi8(lanes));
+}
+
+__attribute__((target("avx2"))) void compare8(const char* entries, uint8_t low, uint8_t span, uint64_t* words, uint32_t count) {
     const __m256i from = _mm256_set1_epi8(static_cast<char>(low));
     const __m256i limit = _mm256_set1_epi8(static_cast<char>(span));
-    uint64_t bits = 0;
-    for (unsigned i = 0; i < 2; ++i) {
-        const __m256i v = _mm256_sub_epi8(load(entries + i * 32), from);
-        const __m256i inside = _mm256_cmpeq_epi8(_mm256_min_epu8(v, limit), v);
-        bits |= uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(inside))} << (i * 32);
+    for (uint32_t w = 0; w < count; ++w, entries += 64) {
+        const __m256i a = _mm256_sub_epi8(load(entries), from);
+        const __m256i b = _mm256_sub_epi8(load(entries + 32), from);
+        words[w] = bytesOf(_mm256_cmpeq_epi8(_mm256_min_epu8(a, limit), a)) |
+                   bytesOf(_mm256_cmpeq_epi8(_mm256_min_epu8(b, limit), b)) << 32;
     }
-    return bits;
 }
 
-__attribute__((target("avx2"))) uint64_t compare16(const char* entries, uint16_t low, uint16_t span) {
+__attribute__((target("avx2"))) void compare16(const char* entries, uint16_t low, uint16_t span, uint64_t* words, uint32_t count) {
     const __m256i from = _mm256_set1_epi16(static_cast<short>(low));
     const __m256i limit = _mm256_set1_epi16(static_cast<short>(span));
-    uint64_t bits = 0;
-    for (unsigned i = 0; i < 2; ++i) {
-        const __m256i a = _mm256_sub_epi16(load(entries + i * 64), from);
-        const __m256i b = _mm256_sub_epi16(load(entries + i * 64 + 32), from);
-        const __m256i packed = _mm256_packs_epi16(_mm256_cmpeq_epi16(_mm256_min_epu16(a, limit), a),
-                                                  _mm256_cmpeq_epi16(_mm256_min_epu16(b, limit), b));
-        const __m256i inside = _mm256_permute4x64_epi64(packed, 0xD8);  // packs works on halves
-        bits |= uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(inside))} << (i * 32);
+    for (uint32_t w = 0; w < count; ++w) {
+        uint64_t bits = 0;
+        for (unsigned i = 0; i < 64; i += 32, entries += 64) {
+            const __m256i a = _mm256_sub_epi16(load(entries), from);
+            const __m256i b = _mm256_sub_epi16(load(entries + 32), from);
+            const __m256i packed = _mm256_packs_epi16(_mm256_cmpeq_epi16(_mm256_min_epu16(a, limit), a),
+                                                      _mm256_cmpeq_epi16(_mm256_min_epu16(b, limit), b));
+            bits |= bytesOf(_mm256_permute4x64_epi64(packed, 0xD8)) << i;  // packs works on halves
+        }
+        words[w] = bits;
     }
-    return bits;
 }
 
-__attribute__((target("avx2"))) uint64_t compare32(const char* entries, uint32_t low, uint32_t span) {
+__attribute__((target("avx2"))) void compare32(const char* entries, uint32_t low, uint32_t span, uint64_t* words, uint32_t count) {
     const __m256i from = _mm256_set1_epi32(static_cast<int>(low));
     const __m256i limit = _mm256_set1_epi32(static_cast<int>(span));
-    uint64_t bits = 0;
-    for (unsigned i = 0; i < 8; ++i) {
-        const __m256i v = _mm256_sub_epi32(load(entries + i * 32), from);
-        const __m256i inside = _mm256_cmpeq_epi32(_mm256_min_epu32(v, limit), v);
-        bits |= uint64_t{static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(inside)))} << (i * 8);
+    for (uint32_t w = 0; w < count; ++w) {
+        uint64_t bits = 0;
+        for (unsigned i = 0; i < 64; i += 8, entries += 32) {
+            const __m256i v = _mm256_sub_epi32(load(entries), from);
+            const __m256i inside = _mm256_cmpeq_epi32(_mm256_min_epu32(v, limit), v);
+            bits |= uint64_t{static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(inside)))} << i;
+        }
+        words[w] = bits;
     }
-    return bits;
 }
 
 constexpr ColumnKernels kAvx2 = {compare8, compare16, compare32, comparePortable<uint64_t>};

@@ -107,8 +107,8 @@ public:
     void add(uint16_t chunk, const ContainerView& container);
     Status add(uint16_t chunk, Slice stored);
     void add(const RecordSet& set);
-    // 64 members at once: bit i of `bits` stands for record `word` * 64 + i.
-    void addWord(uint32_t word, uint64_t bits);
+    // 64 records to a word: bit i of words[w] stands for record (first + w) * 64 + i.
+    void addWords(uint32_t first, const uint64_t* words, uint32_t count);
     // The set; the builder is empty again.
     RecordSet finish();
 

@@ -65,15 +65,26 @@ void RecordSetBuilder::add(const RecordSet& set) {
     for (size_t i = 0; i < set.chunkCount(); ++i) add(set.chunkNumber(i), set.chunk(i));
 }
 
-void RecordSetBuilder::addWord(uint32_t word, uint64_t bits) {
-    if (bits == 0) return;
-    Slot& target = slot(static_cast<uint16_t>(word >> 10));
-    if (!target.bits) promote(target);
-    char* at = target.bits.get() + size_t{word & 1023} * 8;
-    uint64_t value;
-    std::memcpy(&value, at, 8);
-    value |= bits;
-    std::memcpy(at, &value, 8);
+void RecordSetBuilder::addWords(uint32_t first, const uint64_t* words, uint32_t count) {
+    while (count > 0) {
+        const uint32_t within = first % kBitmapWords;
+        const uint32_t here = std::min(count, static_cast<uint32_t>(kBitmapWords) - within);
+        const bool any = std::any_of(words, words + here, [](uint64_t word) { return word != 0; });
+        if (any) {
+            Slot& target = slot(static_cast<uint16_t>(first / kBitmapWords));
+            if (!target.bits) promote(target);
+            char* at = target.bits.get() + size_t{within} * 8;
+            for (uint32_t w = 0; w < here; ++w, at += 8) {
+                uint64_t value;
+                std::memcpy(&value, at, 8);
+                value |= words[w];
+                std::memcpy(at, &value, 8);
+            }
+        }
+        first += here;
+        words += here;
+        count -= here;
+    }
 }
 
 RecordSet RecordSetBuilder::finish() {

@@ -8,8 +8,9 @@ namespace wdb {
 
 namespace {
 
-// Entries of the values table that a range may read before a scan of the column is the better way.
-constexpr size_t kShortRange = 48;
+// What a range may read of the values table before a scan of the column is the better way: entries, and records in them.
+constexpr size_t kShortRange = 24;
+constexpr size_t kFewRecords = 2048;
 // Records with several items that a column scan may look up one by one.
 constexpr uint64_t kFewMulti = 64;
 
@@ -91,20 +92,27 @@ private:
         return WDB_OK;
     }
 
-    // Keys of the index from `from` on that begin with `prefix`, as long as goesOn(key). WDB_FAIL after `limit` entries.
+    // Keys of the index from `from` on that begin with `prefix`, as long as goesOn(key). WDB_FAIL after
+    // `limit` entries or, when that is a limit, kFewRecords records.
     template <typename FitKey, typename GoesOn>
     Status scanIndex(const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn, size_t limit, Hits& hits) {
         RecordSetBuilder sure;
         RecordSetBuilder unsure;
+        const bool limited = limit != std::numeric_limits<size_t>::max();
+        size_t records = 0;
         bool stopped = false;
         WDB_TRY(impl_.values.walk(from, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
             if (key.size() < 3) return WDB_E_CORRUPT;
             if (!goesOn(valueOf(key))) return WDB_FAIL;
-            stopped = limit-- == 0;
+            const Result<ContainerView> container = readContainer(stored);
+            if (!container) return container.status();
+            records += container->cardinality;
+            stopped = limit-- == 0 || (limited && records > kFewRecords);
             if (stopped) return WDB_FAIL;
             const Fit fits = fit(valueOf(key));
             if (fits == Fit::No) return WDB_OK;
-            return (fits == Fit::Yes ? sure : unsure).add(chunk, stored);
+            (fits == Fit::Yes ? sure : unsure).add(chunk, *container);
+            return WDB_OK;
         }));
         if (stopped) return WDB_FAIL;
         hits = {sure.finish(), unsure.finish()};

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 
 #include "kernel/index/IndexView.h"
 #include "kernel/index/IndexViewImpl.h"
@@ -44,6 +45,45 @@ bool withinBounds(const std::optional<Bound>& low, const std::optional<Bound>& h
 
 Slice termOf(Slice key) { return key.substr(2, key.size() - 3); }
 
+// Terms that a word of a phrase may stand for before the records are asked instead of the positions.
+constexpr size_t kMaxExpansion = 64;
+
+// A term that a word of a phrase stands for.
+struct PhraseTerm {
+    std::string key;
+    RecordSet records;
+};
+using PhraseWord = std::vector<PhraseTerm>;
+
+// The positions of one word of a phrase, record by record.
+class WordPositions {
+public:
+    WordPositions(const Txn& words, const PhraseWord& word) : words_(words), word_(word), readers_(word.size()) {}
+
+    // The positions of all its terms in a record that holds one of them, ascending.
+    Status read(RecordNumber record, std::vector<uint32_t>& out) {
+        size_t found = 0;
+        for (size_t i = 0; i < word_.size(); ++i) {
+            if (word_.size() > 1 && !word_[i].records.contains(record)) continue;
+            if (!readers_[i]) readers_[i].emplace(words_, word_[i].key);
+            Slice stored;
+            const Status status = readers_[i]->seek(record, stored);
+            if (status == WDB_FAIL) return WDB_E_CORRUPT;  // the posting says that the word is there
+            WDB_TRY(status);
+            WDB_TRY(readPositions(stored, found == 0 ? out : more_));
+            if (found++ > 0) out.insert(out.end(), more_.begin(), more_.end());
+        }
+        if (found > 1) std::sort(out.begin(), out.end());
+        return found == 0 ? WDB_E_CORRUPT : WDB_OK;
+    }
+
+private:
+    const Txn& words_;
+    const PhraseWord& word_;
+    std::vector<std::optional<PositionReader>> readers_;
+    std::vector<uint32_t> more_;
+};
+
 }  // namespace
 
 // Searches over the word file and the words of the layers.
@@ -69,10 +109,7 @@ public:
                        });
     }
 
-    // Words without wildcards, none long enough to be cut.
-    Result<RecordSet> literalPhrase(std::span<const Pattern> patterns);
-    // Any words: candidates hold each of them, the record decides.
-    Result<RecordSet> anyPhrase(std::span<const Pattern> patterns);
+    Result<RecordSet> phrase(std::span<const Pattern> patterns);
 
 private:
     Position position() const { return impl_.sources.wordPosition; }
@@ -132,28 +169,101 @@ private:
         });
     }
 
-    Status filterByPositions(RecordSet& candidates, const std::vector<std::string>& keys);
-    void phraseInLayer(const IndexView::Impl::Layer& layer, const std::vector<std::string>& keys, RecordSetBuilder& out) const;
+    Status expand(const Pattern& pattern, std::optional<PhraseWord>& word);
+    // By the positions of the terms; by looking at the records that hold each of the words.
+    Result<RecordSet> phraseByPositions(std::span<const Pattern> patterns, const std::vector<PhraseWord>& words);
+    Result<RecordSet> phraseByRecords(std::span<const Pattern> patterns);
+    Status filterByPositions(RecordSet& candidates, const std::vector<PhraseWord>& words);
+    void phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns, RecordSetBuilder& out) const;
+    std::vector<uint32_t> numbersOf(const DeltaEntries::Dictionary& words, const Pattern& pattern) const;
 
     IndexView::Impl& impl_;
     FieldNumber field_;
 };
 
+// The terms that a word stands for; none when there are too many of them or the index cannot tell.
+Status WordSearch::expand(const Pattern& pattern, std::optional<PhraseWord>& word) {
+    word.reset();
+    if (pattern.matchesAll() || pattern.empty() || maybeCutTerm(pattern.prefix())) return WDB_OK;
+    PhraseWord terms;
+    if (pattern.isLiteral()) {
+        terms.push_back({wordKey(field_, pattern.prefix()), {}});
+        WDB_TRY(impl_.postings.read(terms[0].key, terms[0].records));
+        word = std::move(terms);
+        return WDB_OK;
+    }
+    const std::string prefix = indexKey(field_, pattern.prefix());
+    bool fits = true;
+    Slice passed;  // the latest key that does not match; it lies in the map
+    const Status walked = impl_.postings.walk(prefix, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
+        if (key.size() < 4) return WDB_E_CORRUPT;
+        if (key == passed) return WDB_OK;
+        if (terms.empty() || key != terms.back().key) {
+            const Fit fit = fitPattern(pattern, termOf(key));
+            fits = fit != Fit::AskRecord && (fit == Fit::No || terms.size() < kMaxExpansion);
+            if (!fits) return WDB_FAIL;
+            if (fit == Fit::No) {
+                passed = key;
+                return WDB_OK;
+            }
+            terms.push_back({std::string(key), {}});
+        }
+        return terms.back().records.borrow(chunk, stored);
+    });
+    WDB_TRY(walked);
+    impl_.forLayers(position(), [&](const IndexView::Impl::Layer& layer) {
+        const DeltaEntries::Dictionary& words = layer.entries.words();
+        words.forPrefix(prefix, [&](uint32_t number) { fits = fits && !maybeCutTerm(termOf(words.key(number))); });
+    });
+    if (fits) word = std::move(terms);
+    return WDB_OK;
+}
+
+Result<RecordSet> WordSearch::phrase(std::span<const Pattern> patterns) {
+    if (patterns.empty()) return RecordSet();
+    if (patterns.size() == 1) return pattern(patterns[0]);
+    std::vector<PhraseWord> words;
+    for (const Pattern& pattern : patterns) {
+        std::optional<PhraseWord> word;
+        WDB_TRY(expand(pattern, word));
+        if (!word) return phraseByRecords(patterns);
+        words.push_back(std::move(*word));
+    }
+    return phraseByPositions(patterns, words);
+}
+
+Result<RecordSet> WordSearch::phraseByPositions(std::span<const Pattern> patterns, const std::vector<PhraseWord>& words) {
+    std::vector<RecordSet> unions;
+    for (const PhraseWord& word : words) {
+        if (word.size() == 1) {
+            unions.push_back(word[0].records.view());
+            continue;
+        }
+        RecordSetBuilder builder;
+        for (const PhraseTerm& term : word) builder.add(term.records);
+        unions.push_back(builder.finish());
+    }
+    std::sort(unions.begin(), unions.end(), [](const RecordSet& a, const RecordSet& b) { return a.cardinality() < b.cardinality(); });
+    RecordSet hits = std::move(unions[0]);
+    for (size_t i = 1; i < unions.size(); ++i) hits.intersect(unions[i]);
+    impl_.forLayers(position(), [&](const IndexView::Impl::Layer& layer) { hits.subtract(layer.entries.touched(layer.after, layer.upTo)); });
+    WDB_TRY(filterByPositions(hits, words));
+    impl_.overlay(hits, position(), [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) { phraseInLayer(layer, patterns, out); });
+    return hits;
+}
+
 // Keeps the candidates in which the words stand next to each other.
-Status WordSearch::filterByPositions(RecordSet& candidates, const std::vector<std::string>& keys) {
-    std::vector<PositionReader> readers;
-    readers.reserve(keys.size());
-    for (const std::string& key : keys) readers.emplace_back(*impl_.sources.words, key);
+Status WordSearch::filterByPositions(RecordSet& candidates, const std::vector<PhraseWord>& words) {
+    std::vector<WordPositions> readers;
+    readers.reserve(words.size());
+    for (const PhraseWord& word : words) readers.emplace_back(*impl_.sources.words, word);
     RecordSetBuilder builder;
     std::vector<uint32_t> begins;  // positions at which the phrase may begin
     std::vector<uint32_t> here;
     Status status = WDB_OK;
     candidates.forEach([&](RecordNumber record) {
         for (size_t word = 0; ok(status) && word < readers.size(); ++word) {
-            Slice stored;
-            status = readers[word].seek(record, stored);
-            if (status == WDB_FAIL) status = WDB_E_CORRUPT;  // the posting says that the word is there
-            if (ok(status)) status = readPositions(stored, word == 0 ? begins : here);
+            status = readers[word].read(record, word == 0 ? begins : here);
             if (!ok(status) || word == 0) continue;
             size_t kept = 0;
             size_t at = 0;
@@ -171,40 +281,48 @@ Status WordSearch::filterByPositions(RecordSet& candidates, const std::vector<st
     return status;
 }
 
-void WordSearch::phraseInLayer(const IndexView::Impl::Layer& layer, const std::vector<std::string>& keys,
-                               RecordSetBuilder& out) const {
-    const DeltaEntries::Dictionary& words = layer.entries.words();
+// The numbers of the words that match, ascending.
+std::vector<uint32_t> WordSearch::numbersOf(const DeltaEntries::Dictionary& words, const Pattern& pattern) const {
     std::vector<uint32_t> numbers;
-    for (const std::string& key : keys) {
-        numbers.push_back(words.find(key));
-        if (numbers.back() == TermTable::kNone) return;
+    if (pattern.isLiteral()) {
+        const uint32_t number = words.find(wordKey(field_, pattern.prefix()));
+        if (number != TermTable::kNone) numbers.push_back(number);
+        return numbers;
     }
-    const uint32_t rarest = *std::min_element(numbers.begin(), numbers.end(), [&](uint32_t a, uint32_t b) {
-        return words.entries(a).size() < words.entries(b).size();
+    words.forPrefix(indexKey(field_, pattern.prefix()), [&](uint32_t number) {
+        if (pattern.match(termOf(words.key(number)))) numbers.push_back(number);
     });
-    for (const uint32_t number : words.entries(rarest)) {
-        const DeltaEntries::Entry* entry = layer.visible(number);
-        if (entry == nullptr) continue;
-        const std::span<const uint32_t> tokens = layer.entries.tokens(*entry, field_);
-        if (std::search(tokens.begin(), tokens.end(), numbers.begin(), numbers.end()) != tokens.end()) out.add(entry->record);
+    std::sort(numbers.begin(), numbers.end());
+    return numbers;
+}
+
+void WordSearch::phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns, RecordSetBuilder& out) const {
+    const DeltaEntries::Dictionary& words = layer.entries.words();
+    std::vector<std::vector<uint32_t>> numbers;
+    size_t rarest = 0;
+    size_t fewest = SIZE_MAX;
+    for (const Pattern& pattern : patterns) {
+        numbers.push_back(numbersOf(words, pattern));
+        size_t entries = 0;
+        for (const uint32_t number : numbers.back()) entries += words.entries(number).size();
+        if (entries < fewest) rarest = numbers.size() - 1;
+        fewest = std::min(fewest, entries);
+    }
+    const auto matches = [](uint32_t token, const std::vector<uint32_t>& wanted) {
+        return std::binary_search(wanted.begin(), wanted.end(), token);
+    };
+    for (const uint32_t word : numbers[rarest]) {
+        for (const uint32_t number : words.entries(word)) {
+            const DeltaEntries::Entry* entry = layer.visible(number);
+            if (entry == nullptr) continue;
+            const std::span<const uint32_t> tokens = layer.entries.tokens(*entry, field_);
+            if (std::search(tokens.begin(), tokens.end(), numbers.begin(), numbers.end(), matches) != tokens.end())
+                out.add(entry->record);
+        }
     }
 }
 
-Result<RecordSet> WordSearch::literalPhrase(std::span<const Pattern> patterns) {
-    std::vector<std::string> keys;
-    for (const Pattern& pattern : patterns) keys.push_back(wordKey(field_, pattern.prefix()));
-    std::vector<RecordSet> postings(keys.size());
-    for (size_t i = 0; i < keys.size(); ++i) WDB_TRY(impl_.postings.read(keys[i], postings[i]));
-    std::sort(postings.begin(), postings.end(), [](const RecordSet& a, const RecordSet& b) { return a.cardinality() < b.cardinality(); });
-    RecordSet hits = std::move(postings[0]);
-    for (size_t i = 1; i < postings.size(); ++i) hits.intersect(postings[i]);
-    impl_.forLayers(position(), [&](const IndexView::Impl::Layer& layer) { hits.subtract(layer.entries.touched(layer.after, layer.upTo)); });
-    WDB_TRY(filterByPositions(hits, keys));
-    impl_.overlay(hits, position(), [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) { phraseInLayer(layer, keys, out); });
-    return hits;
-}
-
-Result<RecordSet> WordSearch::anyPhrase(std::span<const Pattern> patterns) {
+Result<RecordSet> WordSearch::phraseByRecords(std::span<const Pattern> patterns) {
     Result<RecordSet> candidates = impl_.set(field_, SetKind::Present);
     for (const Pattern& pattern : patterns) {
         if (!candidates) return candidates.status();
@@ -228,12 +346,7 @@ Result<RecordSet> IndexView::word(FieldNumber field, const Pattern& pattern) {
 Result<RecordSet> IndexView::phrase(FieldNumber field, std::span<const Pattern> patterns) {
     const Result<const FieldDefinition*> definition = impl_->textField(field);
     if (!definition) return definition.status();
-    if (patterns.empty()) return RecordSet();
-    if (patterns.size() == 1) return WordSearch(*impl_, field).pattern(patterns[0]);
-    const bool plain = std::all_of(patterns.begin(), patterns.end(), [](const Pattern& pattern) {
-        return pattern.isLiteral() && !pattern.empty() && !maybeCutTerm(pattern.prefix());
-    });
-    return plain ? WordSearch(*impl_, field).literalPhrase(patterns) : WordSearch(*impl_, field).anyPhrase(patterns);
+    return WordSearch(*impl_, field).phrase(patterns);
 }
 
 Result<RecordSet> IndexView::wordRange(FieldNumber field, const std::optional<Bound>& low, const std::optional<Bound>& high) {

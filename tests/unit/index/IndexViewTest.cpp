@@ -2,6 +2,7 @@
 // an open unit hold, IndexView answers what a look at every record answers.
 #include <gtest/gtest.h>
 
+#include "kernel/index/IndexCheck.h"
 #include "tests/unit/index/IndexModel.h"
 
 namespace wdb::test {
@@ -379,6 +380,11 @@ TEST_P(IndexViewLaw, EveryMixtureOfFilesDeltaAndUnit) {
             const auto snapshot = base.snapshot(withUnit ? base.position() : between(lowest), withUnit);
             IndexView view = snapshot->view();
             checkAll(base, view, random, shape.extremes);
+            if (round % 8 == 0) {
+                std::string reason;
+                EXPECT_EQ(checkWordFile(snapshot->words, reason), WDB_OK) << reason;
+                EXPECT_EQ(checkValueFile(snapshot->values, reason), WDB_OK) << reason;
+            }
         }
         if (HasFatalFailure()) return;
         base.endUnit(random() % 4 != 0);
@@ -401,6 +407,50 @@ TEST(IndexView, RefusesFieldsThatDoNotFit) {
     EXPECT_EQ(view.present(99).status(), WDB_E_FIELD);
     EXPECT_EQ(view.order(kText, false).status(), WDB_E_TYPE);
     EXPECT_EQ(view.range(kInteger, Bound{"short", true}, std::nullopt).status(), WDB_E_VALUE);
+}
+
+// Values of the tables overwritten at random: searches answer something or WDB_E_CORRUPT and stay within the bytes (run
+// under the sanitizers); the check finds it.
+TEST(IndexView, DamagedEntriesStayHarmless) {
+    Random random(21);
+    for (int round = 0; round < 12; ++round) {
+        ModelBase base(testSchema());
+        for (RecordNumber record = 1; record < 40; ++record) base.change(record, randomImage(random, false));
+        base.mergeWordsTo(base.position());
+        base.mergeValuesTo(base.position());
+        const bool words = round % 2 == 0;
+        const Table tables = words ? 2 : 3;
+        WriteTxn txn = std::move(*(words ? base.words() : base.values())->write());
+        for (Table table = 0; table < tables; ++table) {
+            Cursor cursor = txn.cursor(table);
+            for (Status status = cursor.first(); ok(status); status = cursor.next()) {
+                if (random() % 2 == 0) continue;
+                std::string value(cursor.value());
+                for (int flips = 0; flips < 3; ++flips) value[random() % value.size()] ^= static_cast<char>(1 + random() % 255);
+                if (random() % 4 == 0) value.resize(random() % value.size());
+                if (value.empty()) value = "x";
+                ASSERT_EQ(cursor.replace(value), WDB_OK);
+            }
+        }
+        ASSERT_EQ(txn.commit(), WDB_OK);
+        const auto snapshot = base.snapshot(base.position(), false);
+        IndexView view = snapshot->view();
+        std::string reason;
+        EXPECT_EQ(words ? checkWordFile(snapshot->words, reason) : checkValueFile(snapshot->values, reason), WDB_E_CORRUPT);
+        EXPECT_FALSE(reason.empty());
+        const auto fits = [](Status status) { return status == WDB_OK || status == WDB_E_CORRUPT || status == WDB_E_DELETED; };
+        Analyzer analyzer;
+        for (const char* value : {"gnu", "gcc gnu", "$b$", "lib$ gnu"})
+            EXPECT_TRUE(fits(view.phrase(kText, analyzer.wordPatterns(patternOf(value))).status())) << value;
+        for (FieldNumber field = kPhrase; field <= kNumbers; ++field) {
+            const std::string value = randomValue(random, field, false);
+            EXPECT_TRUE(fits(view.equal(field, value).status()));
+            EXPECT_TRUE(fits(view.range(field, std::nullopt, std::nullopt).status()));
+            EXPECT_TRUE(fits(view.present(field).status()));
+            Result<OrderWalk> walk = view.order(field, round % 3 == 0);
+            while (walk && ok(walk->next())) EXPECT_FALSE(walk->records().empty());
+        }
+    }
 }
 
 TEST(Delta, FoldsOnlyWhatFollowsAndIgnoresWhatIsThere) {
