@@ -197,7 +197,7 @@ bool WSQLFilter::CreateField(WSQLColumnElement* column) {
     if (const auto* subselect = dynamic_cast<const WSQLLiteralSelect*>(column->defaultValue.get())) {
         // The way to write a negative number: (SELECT -5).
         const std::unique_ptr<WSQLScalar> literal = constantOf(*subselect->select);
-        if (!literal || subselect->select->where) {
+        if (!literal) {
             ReportUnsupported();
             return false;
         }

@@ -39,7 +39,7 @@ public:
             return fault(filter_,
                          "Internal error: NULL pointer for column " + std::to_string(index + 1) + ".");
         }
-        if (!evaluate(index)) return false;
+        evaluate(index);
         const WSQLScalar& value = elementAt(*insert_.values, index);
         text_.clear();
         value.toText(text_);
@@ -57,18 +57,12 @@ public:
     }
 
 private:
-    /// Puts the value of a sub-query into its place; one that yields no row stays as it is.
-    bool evaluate(std::int32_t index) {
+    /// Puts the value of a sub-query into its place; one that yields none stays as it is.
+    void evaluate(std::int32_t index) {
         const auto* subselect = dynamic_cast<const WSQLLiteralSelect*>(insert_.values->Get(index));
-        if (subselect == nullptr) return true;
-        bool holds = true;
-        if (subselect->select->where &&
-            !filter_.EvaluateConstantCondition(subselect->select->where.get(), holds)) {
-            return false;
-        }
-        std::unique_ptr<WSQLScalar> literal = holds ? constantOf(*subselect->select) : nullptr;
+        if (subselect == nullptr) return;
+        std::unique_ptr<WSQLScalar> literal = constantOf(*subselect->select);
         if (literal) insert_.values->replace(index, std::move(literal));
-        return true;
     }
 
     WSQLFilter& filter_;

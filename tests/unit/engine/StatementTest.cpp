@@ -148,10 +148,6 @@ TEST(Insert, Answers) {
          "the way to a negative number"},
         {"INSERT INTO ARTICLES (NAME, QTY) VALUES ('sum', (SELECT 2 - 5 * 3))", 1, rowCount("ARTICLES", 1),
          ""},
-        {"INSERT INTO ARTICLES (NAME, QTY) VALUES ('none', (SELECT 5 WHERE 1 = 2))", 0,
-         fault("0", "SQLFilter::ExecuteInsert", "execution",
-               "Value for column #2 \"QTY\" must be an integer constant."),
-         "a sub-query without a row is no constant"},
         {"INSERT INTO ARTICLES (NAME, TAG[2], TAG[1]) VALUES ('tags', 'two', 'one')", 1,
          rowCount("ARTICLES", 1), "positions"},
     };
@@ -312,7 +308,7 @@ TEST(Statements, EveryKernelFailureIsAnsweredAndLeavesNothingBehind) {
         "WdbGetBaseDef",          "WdbPutBaseDef",        "WdbGetFieldSpec", "WdbPutFieldSpec",
         "WdbCurrentDate",
     };
-    int number = 0;
+    int number = 0, faults = 0;
     for (const char* function : functions) {
         for (int skip = 0; skip < 4; ++skip) {
             ++number;
@@ -330,9 +326,11 @@ TEST(Statements, EveryKernelFailureIsAnsweredAndLeavesNothingBehind) {
                 WdbInjectFailure(nullptr, 0, 0);
                 EXPECT_NE(answer.document, "") << place;
                 const bool isFault = answer.document.find("<Fault ") != std::string::npos;
+                faults += isFault ? 1 : 0;
                 EXPECT_EQ(isFault, (answer.status & 1) == 0) << place << "\n" << answer.document;
                 database.expectClean(place);
             }
         }
     }
+    EXPECT_GT(faults, 30) << "the injected failures have to arrive";
 }
