@@ -152,7 +152,8 @@ Status replaceItem(Session& session, WdbCursor* handle, const char* bytes, int32
     const InText text(session, *data);
     const std::string_view whole = wholeCharacters(session, text);
     if (place.field->type == FieldType::Text) return replaceText(place.record(), *place.cursor, whole);
-    auto value = parseValue(place.field->type, whole, session.dates, session.clock.today());
+    const DayNumber today = place.field->type == FieldType::Date ? session.clock.today() : 0;
+    auto value = parseValue(place.field->type, whole, session.dates, today);
     if (!value) return session.fail(value.status(), whole.substr(0, kMaxSetting));
     if (value->empty())
         clearPosition(place.record(), *place.cursor, *place.field);

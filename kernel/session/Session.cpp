@@ -127,6 +127,7 @@ Status Session::putRecord(RecordControl& control) {
     if (!control.record.any()) control.record.makeNew();
     const auto base = writer.begin(control.base, statuses.top());
     if (!base) return base.status();
+    SessionWriter::Scope write(writer);
     const auto objects = control.record.pendingObjects();
     RecordPut put(**base, control.record.data(), control.record.number(), objects);
     const auto changed = [&](uint64_t commit) {
@@ -137,7 +138,7 @@ Status Session::putRecord(RecordControl& control) {
     const bool writing = ok(status);
     if (writing) status = put.write();
     const bool torn = writing && !ok(status);
-    status = writer.end(status, torn);
+    status = write.end(status, torn);
     if (ok(status)) control.record.stored(put.number(), put.takeImage(), put.commit());
     return status;
 }
@@ -149,12 +150,13 @@ Status Session::deleteRecord(RecordControl& control) {
     if (!mayWrite(*control.definition)) return WDB_E_RIGHT;
     const auto base = writer.begin(control.base, statuses.top());
     if (!base) return base.status();
+    SessionWriter::Scope write(writer);
     RecordDelete removal(**base, control.record.number());
     Status status = removal.check();
     const bool writing = ok(status);
     if (writing) status = removal.write();
     const bool torn = writing && !ok(status);
-    status = writer.end(status, torn);
+    status = write.end(status, torn);
     if (!ok(status)) return status;
     control.dropRecord();
     control.deleted = true;

@@ -118,12 +118,11 @@ Status SessionWriter::commitUnit() {
     owner_ = 0;
     if (unit_ == nullptr) return WDB_OK;
     snapshots_->dropAll();  // those with the unit may not outlive it
-    const auto commits = commitsOf(*unit_);
+    const std::unique_ptr<SessionUnit> unit = std::move(unit_);
+    const auto commits = commitsOf(*unit);
     std::vector<std::shared_ptr<OpenBase>> bases;
-    for (const auto& base : unit_->bases()) bases.push_back(base->base);
-    const Status status = unit_->commit(clock_->nowMicros());
-    unit_.reset();
-    if (!ok(status)) return status;
+    for (const auto& base : unit->bases()) bases.push_back(base->base);
+    WDB_TRY(unit->commit(clock_->nowMicros()));
     for (const Commit& made : commits) own_.add(made.base, made.number);
     // The writes are safe whatever becomes of a merge; one that fails is tried again after the next commit.
     for (const auto& base : bases) static_cast<void>(mergeIfDue(*directory_, base));

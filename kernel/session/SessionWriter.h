@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "kernel/catalog/SessionUnit.h"
 #include "kernel/catalog/SystemDirectory.h"
@@ -34,6 +35,21 @@ public:
     // Ends one write begun with begin(). `torn`: it failed when something was written already, so the unit is
     // given up.
     Status end(Status status, bool torn);
+
+    // Calls end() for a write that an exception (no memory) cuts short: nothing half-written stays.
+    class Scope {
+    public:
+        explicit Scope(SessionWriter& writer) : writer_(&writer) {}
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+        ~Scope() {
+            if (writer_ != nullptr) static_cast<void>(writer_->end(WDB_E_MEMORY, true));
+        }
+        Status end(Status status, bool torn) { return std::exchange(writer_, nullptr)->end(status, torn); }
+
+    private:
+        SessionWriter* writer_;
+    };
 
     // The session's uncommitted writes to a base that searches see, or null.
     UnitBase* unitBase(const OpenBase& base) const;

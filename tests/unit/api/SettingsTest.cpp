@@ -168,6 +168,18 @@ TEST_F(Settings, OtherCharacterSets) {
     EXPECT_EQ(get(made, 1), "\xE9t\xE9");
     EXPECT_EQ(lines(made, 2), "[na\xEFve][][zwei]");
     EXPECT_EQ(find("FIND T.\"W\xF6rt\"=\xC9T\xC9"), std::vector<int32_t>{1}) << "folded as characters";
+    ASSERT_EQ(ccl("SEL FRL(T) FIELD(T.\"W\xF6rt\",\"\xE4\",7)"), 1);
+    char* items = nullptr;
+    uint32_t* words = nullptr;
+    ASSERT_EQ(WdbGetRows(2, 0, 1, &items, &words), 1);
+    EXPECT_EQ(std::string(items, 8), std::string("\xE9t\xE9\0\xE4\0\x37\0", 8)) << "rows too";
+    EXPECT_EQ(words[2], 3u);
+    EXPECT_EQ(words[4], 1u);
+    EXPECT_EQ(WdbDeallocate(items), 1);
+    EXPECT_EQ(WdbDeallocate(words), 1);
+    char folded[4] = {'?', '?', '?', '?'};
+    ASSERT_EQ(WdbStrNormalize(" \xE9 ", folded, 7), 1);
+    EXPECT_EQ(std::string(folded, 4), std::string("\xC9\0\0\0", 4)) << "filled with NULs";
     ASSERT_EQ(WdbSetSessionInfo(10, 16, ""), 1);
     EXPECT_EQ(get(made, 1), "\xC3\xA9t\xC3\xA9") << "stored as UTF-8";
     char name[WDB_FIELD_NAME_SIZE] = {};
