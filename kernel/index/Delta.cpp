@@ -17,7 +17,8 @@ size_t Delta::bytes() const { return read().entries().bytes(); }
 
 Status Delta::Appender::add(Position position, RecordNumber record, const RecordView* image) {
     if (position <= caughtUpTo()) return WDB_OK;
-    if (position < delta_->entries_->lastPosition()) return WDB_E_ARGUMENT;
+    if (position < delta_->entries_->lastPosition())
+        return delta_->entries_->newest(record) >= position ? WDB_OK : WDB_E_ARGUMENT;
     delta_->entries_->add(position, record, image);
     return WDB_OK;
 }

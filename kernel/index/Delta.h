@@ -39,8 +39,9 @@ public:
     public:
         Position caughtUpTo() const { return delta_->caughtUpTo(); }
         // The image that a record has since the change at `position`; null or a tombstone when it was deleted. Positions
-        // must ascend (the records of one Range entry share its position); a position not above caughtUpTo() that
-        // was there before is ignored. Readers see the entry once advance() passed its position.
+        // must ascend (the records of one Range entry share its position), else WDB_E_ARGUMENT. What is there already is
+        // ignored, so that a catch-up that failed half way may be tried again. Readers see the entry once advance()
+        // passed its position.
         Status add(Position position, RecordNumber record, const RecordView* image);
         // Everything up to `position` has been added.
         void advance(Position position);

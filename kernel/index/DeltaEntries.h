@@ -98,6 +98,11 @@ public:
     const Entry& entry(uint32_t number) const { return entries_[number]; }
     Position firstPosition() const { return entries_.empty() ? 0 : entries_.front().position; }
     Position lastPosition() const { return entries_.empty() ? 0 : entries_.back().position; }
+    // Position of the record's newest entry, 0 when it has none.
+    Position newest(RecordNumber record) const {
+        const auto found = latest_.find(record);
+        return found == latest_.end() ? 0 : entries_[found->second].position;
+    }
     size_t bytes() const;
 
     bool visible(const Entry& entry, Position after, Position upTo) const {

@@ -2,6 +2,7 @@
 // an open unit hold, IndexView answers what a look at every record answers.
 #include <gtest/gtest.h>
 
+#include "kernel/index/DeltaEntries.h"
 #include "kernel/index/IndexCheck.h"
 #include "tests/unit/index/IndexModel.h"
 
@@ -474,6 +475,23 @@ TEST(Delta, FoldsOnlyWhatFollowsAndIgnoresWhatIsThere) {
     EXPECT_EQ(delta.append().fold(unit), WDB_OK) << "somebody was first";
     EXPECT_EQ(delta.entries(), 3U);
     EXPECT_EQ(delta.caughtUpTo(), 4U);
+}
+
+TEST(Delta, TakesACatchUpThatIsTriedAgain) {
+    Random random(10);
+    const std::string image = randomImage(random, false);
+    const RecordView view = viewOf(image);
+    Delta delta(testSchema(), 0);
+    for (const int last : {2, 3}) {
+        Delta::Appender appender = delta.append();
+        for (int n = 1; n <= last; ++n)
+            EXPECT_EQ(appender.add(static_cast<Position>(n), static_cast<RecordNumber>(n), &view), WDB_OK) << n;
+        if (last == 3) appender.advance(3);
+    }
+    EXPECT_EQ(delta.append().add(2, 9, &view), WDB_OK) << "behind what was caught up to";
+    EXPECT_EQ(delta.append().add(5, 9, &view), WDB_OK);
+    EXPECT_EQ(delta.append().add(4, 8, &view), WDB_E_ARGUMENT);
+    EXPECT_EQ(delta.read().entries().touched(0, 3).toVector(), (std::vector<RecordNumber>{1, 2, 3}));
 }
 
 }  // namespace
