@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -37,7 +38,8 @@ int readUntil(size_t rows) {
     WdbExecuteCcl("DEFINE FIND MIN=0", &status);
     WdbExecuteCcl("BASE ROWS", &status);
     size_t seen = 0;
-    for (int round = 0; round < 20000 && seen < rows; ++round) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    for (int round = 0; seen < rows && std::chrono::steady_clock::now() < deadline; ++round) {
         const auto hits = find("NOTE=common text");
         if (!hits.empty() && hits.front() < 0) return 1;
         if (hits.size() < seen) return 2;
