@@ -393,10 +393,10 @@ TEST_P(IndexViewLaw, EveryMixtureOfFilesDeltaAndUnit) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, IndexViewLaw,
-                         ::testing::Values(Shape{"a few records, changed often", 12, 1, true, 250},
-                                           Shape{"over several chunks and column blocks", 60, 3001, false, 150},
-                                           Shape{"many in one chunk", 400, 1, false, 80},
-                                           Shape{"enough for several position blocks and bitmaps", 6000, 1, false, 6, 4000}));
+                         ::testing::Values(Shape{"a few records, changed often", 12, 1, true, 120},
+                                           Shape{"over several chunks and column blocks", 60, 3001, false, 60},
+                                           Shape{"many in one chunk", 400, 1, false, 30},
+                                           Shape{"enough for several position blocks and bitmaps", 6000, 1, false, 3, 4000}));
 
 TEST(IndexView, RefusesFieldsThatDoNotFit) {
     ModelBase base(testSchema());
