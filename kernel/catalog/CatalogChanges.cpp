@@ -35,7 +35,7 @@ void nameIndexFiles(BaseDefinition& definition) {
 void nameFiles(BaseDefinition& definition) {
     const std::string stem = fileStem(definition);
     for (uint32_t copy = 1;; ++copy) {
-        definition.baseName = stem + (copy == 1 ? "" : "-" + std::to_string(copy)) + ".BAF";
+        definition.baseName = (copy == 1 ? stem : stem + "-" + std::to_string(copy)) + ".BAF";
         nameIndexFiles(definition);
         if (!file_system::exists(definition.basePath()) && !file_system::exists(definition.wordPath()) &&
             !file_system::exists(definition.valuePath())) {
