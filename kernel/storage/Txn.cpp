@@ -204,7 +204,9 @@ uint64_t Cursor::key64() const {
 }
 
 Status Cursor::replace(Slice value) {
-    MDB_val key = toVal(key_);
+    // A value of another size is taken out and put in again, which moves the page's bytes under the key.
+    const std::string copy(key_);
+    MDB_val key = toVal(copy);
     MDB_val data = toVal(value);
     return lmdbStatus(callLmdb([&] { return mdb_cursor_put(cursor_, &key, &data, MDB_CURRENT); }));
 }
