@@ -1,9 +1,5 @@
 #include "kernel/jobs/LoadJob.h"
 
-#include <new>
-#include <system_error>
-#include <thread>
-
 #include "kernel/index/BulkIndexBuilder.h"
 #include "kernel/jobs/IndexJob.h"
 #include "kernel/jobs/PublishIndex.h"
@@ -90,30 +86,16 @@ Status LoadJob::end(bool commit, int64_t now) {
     return WDB_OK;
 }
 
-// The index files are written while the base file is synced. Should the process end after the base's commit, the queue has
-// the load's range and the next open takes it in; files that nobody names are removed then.
+// The index files first and the base's commit then, so that the load's range stands in the queue for the moment of two
+// commits only: whoever reads in between inverts it for himself. Should the process end there, the next open builds anew;
+// files that nobody names are removed then.
 Status LoadJob::State::commitAndBuild(int64_t now) {
     BaseDefinition next = *base->definition();
-    const Position position = unitBase->writer->meta().position();
     Status built = directory->planIndexFiles(next, unit.unit().hold());
-    std::thread writing;
-    try {
-        if (ok(built)) {
-            writing = std::thread([&] {
-                try {
-                    built = builder->write(next.wordPath(), next.valuePath(), position);
-                } catch (const std::bad_alloc&) {
-                    built = WDB_E_MEMORY;
-                }
-            });
-        }
-    } catch (const std::system_error&) {
-        built = WDB_E_MEMORY;
-    }
+    if (ok(built)) built = builder->write(next.wordPath(), next.valuePath(), unitBase->writer->meta().position());
+    builder.reset();
     unitBase = nullptr;
     const Status committed = unit.commit(now, true);
-    if (writing.joinable()) writing.join();
-    builder.reset();
     const WriterHold hold = unit.unit().takeHold();
     if (!ok(committed)) {
         static_cast<void>(directory->removeLeftovers(hold));

@@ -149,13 +149,11 @@ uint64_t Environment::usedBytes() {
 Status Environment::reopen() {
     if (!gate_.enterAlone(kAlonePatience)) return WDB_E_STORAGE;
     Status status = WDB_OK;
-    if (reopen_.load()) {
-        closeFile();
-        status = openFile();
-        if (ok(status)) status = openTables(false);
-        if (ok(status)) reopen_.store(false);
-        else closeFile();
-    }
+    closeFile();
+    status = openFile();
+    if (ok(status)) status = openTables(false);
+    if (ok(status)) reopen_.store(false);
+    else closeFile();
     gate_.leaveAlone();
     return status;
 }
@@ -188,7 +186,6 @@ int Environment::beginRead(MDB_txn*& txn) {
 
 Result<ReadTxn> Environment::read() {
     for (int attempt = 0;; ++attempt) {
-        if (reopen_.load(std::memory_order_relaxed)) WDB_TRY(reopen());
         gate_.enter();
         MDB_txn* txn = nullptr;
         const int code = beginRead(txn);
@@ -196,8 +193,10 @@ Result<ReadTxn> Environment::read() {
         int dead = 0;
         if (code == MDB_READERS_FULL) mdb_reader_check(env_, &dead);
         gate_.leave();
-        if (attempt > 0 || (code != MDB_MAP_RESIZED && code != MDB_READERS_FULL)) return lmdbStatus(code);
-        if (code == MDB_MAP_RESIZED) WDB_TRY(growMap(0));
+        if (attempt > 0) return lmdbStatus(code);
+        if (code == MDB_PANIC) WDB_TRY(reopen());
+        else if (code == MDB_MAP_RESIZED) WDB_TRY(growMap(0));
+        else if (code != MDB_READERS_FULL) return lmdbStatus(code);
     }
 }
 
@@ -235,6 +234,10 @@ Result<WriteTxn> Environment::write() {
 Status Environment::makeReady() {
     if (reopen_.load()) WDB_TRY(reopen());
     if (!grow_.load() && usedBytes() < mapSize_ / 4 * 3) return WDB_OK;
+    gate_.enter();
+    int dead = 0;
+    if (env_ != nullptr) mdb_reader_check(env_, &dead);  // readers that died keep pages from being used again
+    gate_.leave();
     const Status grown = growMap(mapSize_ * 2);
     // Readers that stay keep the map as it is; there is a quarter left unless it already overflowed.
     return grow_.load() ? grown : WDB_OK;

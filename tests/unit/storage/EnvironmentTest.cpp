@@ -1,12 +1,14 @@
 #include "kernel/storage/Environment.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <array>
 #include <fstream>
 #include <thread>
 
+#include "tests/unit/storage/ChildProcess.h"
 #include "tests/unit/storage/TempDirectory.h"
 
 namespace wdb {
@@ -172,6 +174,35 @@ TEST_F(EnvironmentTest, GrowsBetweenTransactionsByItself) {
     const auto file = create({.mapSize = 1 << 20});
     for (int i = 0; i < 60; ++i) put(*file, std::to_string(i), std::string(100000, 'x'));
     EXPECT_GT(file->usedBytes(), 6000000u);
+}
+
+// A limit on file sizes makes writes fail as a full disk does.
+TEST_F(EnvironmentTest, AFailedCommitLeavesTheFileWholeAndWritableLater) {
+    ChildProcess child([this] {
+        const auto file = create();
+        put(*file, "a", "1");
+        ::signal(SIGXFSZ, SIG_IGN);
+        struct rlimit before {};
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        struct rlimit tight = before;
+        tight.rlim_cur = 40000;
+        ::setrlimit(RLIMIT_FSIZE, &tight);
+        {
+            auto txn = file->write();
+            if (!txn || txn->put(kTexts, "a", std::string(200000, 'x')) != WDB_OK) return 1;
+            if (txn->commit() != WDB_E_STORAGE) return 2;
+        }
+        auto reader = file->read();
+        if (!reader || get(*reader, "a") != "1") return 3;
+        reader->release();
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        put(*file, "a", "2");
+        reader = file->read();
+        return reader && get(*reader, "a") == "2" ? 0 : 4;
+    });
+    EXPECT_EQ(child.wait(), 0);
+    const auto file = open();
+    EXPECT_EQ(get(*file->read(), "a"), "2");
 }
 
 TEST_F(EnvironmentTest, ReadersOfManyThreads) {
