@@ -12,6 +12,7 @@
 #include "host/Engine.h"
 #include "host/Kernel.h"
 #include "host/Session.h"
+#include "host/format/DisplayText.h"
 #include "host/text/FaultPlace.h"
 
 namespace host {
@@ -62,7 +63,7 @@ int Shell::terminalWidth() const {
 void Shell::reportFault(int code, std::string_view message) {
     faulted_ = true;
     flush();
-    std::fprintf(stderr, "fault %d: %.*s\n", code, static_cast<int>(message.size()), message.data());
+    std::fprintf(stderr, "fault %d: %s\n", code, printable(message).c_str());
 }
 
 void Shell::reportFault(const Fault& fault, const Statement& statement, std::string_view sourceName) {

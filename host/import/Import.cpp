@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host/Engine.h"
+#include "host/format/DisplayText.h"
 #include "host/format/Formatter.h"
 #include "host/import/Progress.h"
 #include "host/input/CsvReader.h"
@@ -22,7 +23,7 @@ constexpr int kNotesShown = 20;
 
 void note(const std::string& text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "%s\n", text.c_str());
+    std::fprintf(stderr, "%s\n", printable(text).c_str());
 }
 
 std::unique_ptr<RecordReader> makeReader(InputFormat format, LineReader& lines) {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "host/format/DisplayText.h"
+
 namespace host {
 
 namespace {
@@ -38,7 +40,7 @@ bool ColumnNames::taken(std::string_view name) const {
 }
 
 std::size_t ColumnNames::add(std::string_view name) {
-    std::string clean(name);
+    std::string clean = printable(name);  // bytes that are no UTF-8 do not get into names
     for (char& c : clean) {
         if (!keeps(c)) c = '_';
     }

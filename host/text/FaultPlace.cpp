@@ -76,7 +76,7 @@ std::string marked(std::string_view sql, std::size_t place) {
 }  // namespace
 
 std::string faultText(const Fault& fault, bool verbose) {
-    std::string text = "fault " + std::to_string(fault.code) + ": " + fault.message + "\n";
+    std::string text = "fault " + std::to_string(fault.code) + ": " + printable(fault.message) + "\n";
     if (verbose) text += "  source " + fault.source + ", context " + fault.context + "\n";
     return text;
 }

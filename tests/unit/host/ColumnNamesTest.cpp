@@ -20,7 +20,10 @@ TEST(ColumnNames, AreLegalShortAndDifferent) {
 TEST(ColumnNames, AreCutAtCharacters) {
     ColumnNames names;
     names.add("abcdefghijklm日");  // 13 + 3 bytes
-    EXPECT_EQ(names.names().front(), "abcdefghijklm");
+    names.add(
+        "a\xFF\x1B"
+        "b");
+    EXPECT_EQ(names.names(), (std::vector<std::string>{"abcdefghijklm", "a\uFFFD\u241Bb"}));
 }
 
 }  // namespace
