@@ -1,5 +1,5 @@
-// What a commit, a single put and a bulk load cost, and what a snapshot costs a statement. Files go below TMPDIR, or the
-// current directory: a temporary file system in memory says nothing about syncs.
+// What a commit, a single put and a bulk load cost, and what a snapshot costs a statement. Files go below
+// TMPDIR, or the current directory: a temporary file system in memory says nothing about syncs.
 #include <benchmark/benchmark.h>
 #include <lmdb.h>
 #include <stdlib.h>
@@ -40,14 +40,16 @@ public:
         std::snprintf(def.indexFile, sizeof def.indexFile, "WELKSQL_BASES:T.BIF");
         std::snprintf(def.valueFile, sizeof def.valueFile, "WELKSQL_BASES:T.VIF");
         std::snprintf(def.uniqueKey, sizeof def.uniqueKey, "NAME");
-        for (const auto& [name, type] : {std::pair{"NAME", "PHRASE"}, {"NOTE", "TEXT"}, {"COUNT", "INTEGER"}}) {
+        for (const auto& [name, type] :
+             {std::pair{"NAME", "PHRASE"}, {"NOTE", "TEXT"}, {"COUNT", "INTEGER"}}) {
             WdbFieldSpec spec{};
             std::snprintf(spec.name, sizeof spec.name, "%s", name);
             std::snprintf(spec.typeName, sizeof spec.typeName, "%s", type);
             spec.indexed = 1;
             editor.putFieldSpec(spec);
         }
-        editor.putBaseDef(actor, def, [this](Slice name) { return directory_->setting(name); }, std::chrono::seconds(1), 1);
+        editor.putBaseDef(
+            actor, def, [this](Slice name) { return directory_->setting(name); }, std::chrono::seconds(1), 1);
         base_ = *directory_->find("T");
     }
     ~Bench() {
@@ -79,12 +81,14 @@ public:
     }
 
 private:
-    // Words with the frequencies of a natural text, roughly: the k-th word is chosen with a chance of about 1 / k.
+    // Words with the frequencies of a natural text, roughly: the k-th word is chosen with a chance of about 1
+    // / k.
     std::string text(size_t size) {
         std::string text;
         while (text.size() < size) {
             const double chance = std::uniform_real_distribution<>(0.0, 1.0)(random_);
-            text += "word" + std::to_string(static_cast<int>(std::pow(40000.0, chance))) + (text.size() % 60 < 8 ? "\n" : " ");
+            text += "word" + std::to_string(static_cast<int>(std::pow(40000.0, chance))) +
+                    (text.size() % 60 < 8 ? "\n" : " ");
         }
         return text;
     }
@@ -131,7 +135,8 @@ BENCHMARK(singlePut)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond)->UseRea
 void putsWithMerges(benchmark::State& state) {
     Bench bench;
     for (auto _ : state) {
-        if (!bench.insert(100) || !ok(mergeIfDue(bench.directory(), bench.base()))) state.SkipWithError("put failed");
+        if (!bench.insert(100) || !ok(mergeIfDue(bench.directory(), bench.base())))
+            state.SkipWithError("put failed");
     }
 }
 BENCHMARK(putsWithMerges)->Unit(benchmark::kMicrosecond)->UseRealTime()->Iterations(9000);
@@ -147,7 +152,8 @@ void load(benchmark::State& state) {
         for (int64_t i = 0; good && i < rows; ++i) good = bench->put((*job)->unitBase(), 1000);
         if (!good || !ok((*job)->end(true, 1))) state.SkipWithError("load failed");
         state.PauseTiming();
-        if (bench->base()->stamps()->pending != 0) state.SkipWithError("the load left its records to the queue");
+        if (bench->base()->stamps()->pending != 0)
+            state.SkipWithError("the load left its records to the queue");
         bench.reset();
         state.ResumeTiming();
     }

@@ -12,7 +12,8 @@ uint16_t fieldFlags(const FieldDefinition& field) {
     const bool bits[] = {field.indexed, field.serial, field.mandatory,  field.wholeValue,  field.part,
                          field.plain,   field.key,    field.hasDefault, field.hasReference};
     uint16_t flags = 0;
-    for (size_t i = 0; i < std::size(bits); ++i) flags = static_cast<uint16_t>(flags | (bits[i] ? 1u << i : 0u));
+    for (size_t i = 0; i < std::size(bits); ++i)
+        flags = static_cast<uint16_t>(flags | (bits[i] ? 1u << i : 0u));
     return flags;
 }
 
@@ -40,7 +41,8 @@ Status decodeField(ByteReader& in, FieldDefinition& field) {
     field.defaultValue = in.text();
     field.comment = in.text();
     field.reference = in.text();
-    if (in.failed() || !type || field.number == 0 || field.number > WDB_FIELD_NUMBER_MAX) return WDB_E_CORRUPT;
+    if (in.failed() || !type || field.number == 0 || field.number > WDB_FIELD_NUMBER_MAX)
+        return WDB_E_CORRUPT;
     field.type = *type;
     return WDB_OK;
 }
@@ -96,9 +98,9 @@ std::string encodeDefinition(const BaseDefinition& definition) {
     appendLittle(out, definition.uniqueKey);
     appendLittle(out, definition.highestField);
     for (const std::string* text :
-         {&definition.name, &definition.baseFile, &definition.indexFile, &definition.valueFile, &definition.comment,
-          &definition.charset, &definition.owner, &definition.directory, &definition.baseName, &definition.wordName,
-          &definition.valueName}) {
+         {&definition.name, &definition.baseFile, &definition.indexFile, &definition.valueFile,
+          &definition.comment, &definition.charset, &definition.owner, &definition.directory,
+          &definition.baseName, &definition.wordName, &definition.valueName}) {
         appendText(out, *text);
     }
     const auto& fields = definition.schema->fields();
@@ -121,9 +123,9 @@ Result<BaseDefinition> decodeDefinition(Slice bytes) {
     definition.uniqueKey = in.number<uint16_t>();
     definition.highestField = in.number<uint16_t>();
     for (std::string* text :
-         {&definition.name, &definition.baseFile, &definition.indexFile, &definition.valueFile, &definition.comment,
-          &definition.charset, &definition.owner, &definition.directory, &definition.baseName, &definition.wordName,
-          &definition.valueName}) {
+         {&definition.name, &definition.baseFile, &definition.indexFile, &definition.valueFile,
+          &definition.comment, &definition.charset, &definition.owner, &definition.directory,
+          &definition.baseName, &definition.wordName, &definition.valueName}) {
         *text = in.text();
     }
     WDB_TRY(decodeFields(in, definition));

@@ -13,7 +13,7 @@ namespace wdb {
 // A referential rule of a base: the values of a field must exist as keys of another base.
 struct ReferenceRule {
     FieldNumber field = 0;
-    std::string table;   // the referred base and its field, in the spelling given
+    std::string table;  // the referred base and its field, in the spelling given
     std::string column;
     int32_t updateAction = 1;  // WDB_ACT_...
     int32_t deleteAction = 1;
@@ -24,8 +24,8 @@ struct ReferenceRule {
 // shared_ptr<const BaseDefinition>, and a change makes a new one.
 struct BaseDefinition {
     BaseId id = 0;
-    std::string name;       // the spelling given at creation
-    std::string baseFile;   // "LOCATION:NAME.BAF" as given at creation, likewise below
+    std::string name;      // the spelling given at creation
+    std::string baseFile;  // "LOCATION:NAME.BAF" as given at creation, likewise below
     std::string indexFile;
     std::string valueFile;
     std::string comment;
@@ -33,13 +33,13 @@ struct BaseDefinition {
     std::string charset;
     int32_t charsetFlag = 0;
     std::string owner;
-    FieldNumber uniqueKey = 0;  // its values are unique; 0 for none
+    FieldNumber uniqueKey = 0;     // its values are unique; 0 for none
     FieldNumber highestField = 0;  // highest number ever given out
     std::shared_ptr<const Schema> schema;
     std::vector<ReferenceRule> rules;  // by field number
 
-    // Where the three files are: a directory and the names in it. The word and the value file get new names when they
-    // are built anew.
+    // Where the three files are: a directory and the names in it. The word and the value file get new names
+    // when they are built anew.
     std::string directory;
     std::string baseName;
     std::string wordName;

@@ -8,9 +8,13 @@ namespace wdb {
 
 BaseSnapshot::~BaseSnapshot() = default;
 
-uint64_t BaseSnapshot::commitNumber() const { return unit_ != nullptr ? unit_->writer->meta().commit : meta_.commit; }
+uint64_t BaseSnapshot::commitNumber() const {
+    return unit_ != nullptr ? unit_->writer->meta().commit : meta_.commit;
+}
 
-uint64_t BaseSnapshot::liveCount() const { return unit_ != nullptr ? unit_->writer->meta().liveCount : meta_.liveCount; }
+uint64_t BaseSnapshot::liveCount() const {
+    return unit_ != nullptr ? unit_->writer->meta().liveCount : meta_.liveCount;
+}
 
 IndexView BaseSnapshot::index() const {
     IndexSources sources;

@@ -17,10 +17,10 @@ class OpenBase;
 struct IndexFiles;
 struct UnitBase;
 
-// One state of a base: the committed records up to queue position q, found through the index files (each complete up to
-// a position of its own) and the delta for the rest, and on top of it the writes of the reading session's open unit.
-// It holds three read transactions; it may move between threads and is used by one at a time. A snapshot with a unit is
-// used on the unit's thread and goes before the unit ends.
+// One state of a base: the committed records up to queue position q, found through the index files (each
+// complete up to a position of its own) and the delta for the rest, and on top of it the writes of the
+// reading session's open unit. It holds three read transactions; it may move between threads and is used by
+// one at a time. A snapshot with a unit is used on the unit's thread and goes before the unit ends.
 class BaseSnapshot : private RecordSource {
 public:
     BaseSnapshot() = default;
@@ -47,8 +47,9 @@ public:
 
     // What a search works with. It points into this snapshot, which must stay where it is meanwhile.
     IndexView index() const;
-    // The record's current state. WDB_FAIL when no record ever had the number, WDB_E_DELETED, WDB_E_CORRUPT. The view
-    // points into the mapped file: with a unit until its next write, else as long as the snapshot lives.
+    // The record's current state. WDB_FAIL when no record ever had the number, WDB_E_DELETED, WDB_E_CORRUPT.
+    // The view points into the mapped file: with a unit until its next write, else as long as the snapshot
+    // lives.
     Result<RecordView> record(RecordNumber number) const;
     Result<RecordView> record(RecordNumber number) override;
     // For large objects and walks.

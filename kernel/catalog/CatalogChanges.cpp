@@ -87,7 +87,8 @@ Status SystemDirectory::createBase(BaseDefinition definition, int64_t now, const
     WDB_TRY(refresh());
     if (this->definition(definition.name)) return WDB_E_EXISTS;
     static_cast<void>(removeLeftovers(hold));
-    if (!file_system::isDirectory(definition.directory) || file_system::isRemote(definition.directory)) return WDB_E_STORAGE;
+    if (!file_system::isDirectory(definition.directory) || file_system::isRemote(definition.directory))
+        return WDB_E_STORAGE;
     definition.directory = file_system::resolve(definition.directory);
     nameFiles(definition);
     WDB_TRY(noteFiles(pathsOf(definition)));
@@ -132,7 +133,8 @@ Status SystemDirectory::storeBase(BaseDefinition definition, const WriterHold&) 
         return txn.put(kBases, foldName(definition.name), encodeDefinition(stored));
     });
     WDB_TRY(published);
-    // Whoever reads the old files has them open and keeps them; their names go now, their notes at the next clearing.
+    // Whoever reads the old files has them open and keeps them; their names go now, their notes at the next
+    // clearing.
     for (const std::string& path : old) file_system::removeStorage(path);
     return refresh();
 }
@@ -182,7 +184,8 @@ Status SystemDirectory::removeLeftovers(const WriterHold&) {
         const auto txn = catalog_->read();
         if (!txn) return txn.status();
         Cursor cursor = txn->cursor(kFiles);
-        for (Status status = cursor.first(); ok(status); status = cursor.next()) stored.emplace_back(cursor.key());
+        for (Status status = cursor.first(); ok(status); status = cursor.next())
+            stored.emplace_back(cursor.key());
     }
     if (stored.empty()) return WDB_OK;
     for (const std::string& path : stored) file_system::removeStorage(fullPath(path));

@@ -57,7 +57,8 @@ std::map<std::string, std::string, std::less<>> parseSettings(Slice text) {
         text.remove_prefix(std::min(end + 1, text.size()));
         const size_t equals = line.find('=');
         if (line.empty() || line.front() == '#' || equals == Slice::npos || equals == 0) continue;
-        settings.insert_or_assign(foldName(trim(line.substr(0, equals))), std::string(trim(line.substr(equals + 1))));
+        settings.insert_or_assign(foldName(trim(line.substr(0, equals))),
+                                  std::string(trim(line.substr(equals + 1))));
     }
     return settings;
 }

@@ -18,8 +18,9 @@ inline constexpr Table kSettings = 3;  // folded name -> value
 inline constexpr Table kFiles = 4;     // path of a file that no entry names -> nothing
 inline constexpr Table kUnits = 5;     // records of units over several bases
 inline constexpr Table kMeta = 6;
-inline constexpr std::array kTables{TableSpec{"bases"}, TableSpec{"users"}, TableSpec{"access"}, TableSpec{"settings"},
-                                    TableSpec{"files"}, TableSpec{"units"}, TableSpec{"meta"}};
+inline constexpr std::array kTables{TableSpec{"bases"},    TableSpec{"users"}, TableSpec{"access"},
+                                    TableSpec{"settings"}, TableSpec{"files"}, TableSpec{"units"},
+                                    TableSpec{"meta"}};
 
 inline constexpr uint32_t kFormat = 1;
 inline constexpr Slice kMetaKey = "system";

@@ -10,7 +10,9 @@ namespace wdb {
 
 namespace {
 
-bool sameName(Slice a, Slice b) { return equalsIgnoreCase(trimName(a), trimName(b)); }
+bool sameName(Slice a, Slice b) {
+    return equalsIgnoreCase(trimName(a), trimName(b));
+}
 
 bool isUnique(const BaseDefinition& definition, const FieldDefinition& field) {
     return field.key || field.number == definition.uniqueKey;
@@ -19,8 +21,9 @@ bool isUnique(const BaseDefinition& definition, const FieldDefinition& field) {
 }  // namespace
 
 FieldDefinition* DefinitionEditor::findField(Slice name) {
-    const auto place = std::find_if(current_->fields.begin(), current_->fields.end(),
-                                    [name](const FieldDefinition& field) { return sameName(field.name, name); });
+    const auto place =
+        std::find_if(current_->fields.begin(), current_->fields.end(),
+                     [name](const FieldDefinition& field) { return sameName(field.name, name); });
     return place == current_->fields.end() ? nullptr : &*place;
 }
 
@@ -64,9 +67,9 @@ Status DefinitionEditor::getFieldSpec(WdbFieldSpec* field, const RenderDefault& 
 
 Status DefinitionEditor::checkFlags(const FieldDefinition& field) const {
     if (field.serial) {
-        const auto other = std::find_if(current_->fields.begin(), current_->fields.end(), [&](const FieldDefinition& present) {
-            return present.serial && present.number != field.number;
-        });
+        const auto other = std::find_if(
+            current_->fields.begin(), current_->fields.end(),
+            [&](const FieldDefinition& present) { return present.serial && present.number != field.number; });
         if (field.type != FieldType::Integer || other != current_->fields.end()) return WDB_E_DEFINITION;
     }
     const bool itemType = holdsItems(field.type);
@@ -78,7 +81,8 @@ Status DefinitionEditor::putFieldSpec(const WdbFieldSpec& record) {
     const Slice name = textOf(record.name);
     if (!validFieldName(name)) return WDB_E_NAME;
     FieldDefinition* present = findField(name);
-    if (present != nullptr && current_->definition.schema->find(present->number) == nullptr) return WDB_E_EXISTS;
+    if (present != nullptr && current_->definition.schema->find(present->number) == nullptr)
+        return WDB_E_EXISTS;
     FieldDefinition field;
     WDB_TRY(readRecord(record, field));
     if (present == nullptr) {
@@ -128,19 +132,22 @@ Status DefinitionEditor::setForeignKey(Slice column, Slice table, Slice referred
     WDB_TRY(checkRule(rule));
     auto& rules = current_->definition.rules;
     std::erase_if(rules, [&](const ReferenceRule& present) { return present.field == rule.field; });
-    rules.insert(std::upper_bound(rules.begin(), rules.end(), rule,
-                                  [](const ReferenceRule& a, const ReferenceRule& b) { return a.field < b.field; }),
-                 rule);
+    rules.insert(
+        std::upper_bound(rules.begin(), rules.end(), rule,
+                         [](const ReferenceRule& a, const ReferenceRule& b) { return a.field < b.field; }),
+        rule);
     return WDB_OK;
 }
 
-// Whether the referred column of the base itself is its unique key is known when the definition is stored only, so
-// uniqueness is left to that moment for a base that refers to itself.
+// Whether the referred column of the base itself is its unique key is known when the definition is stored
+// only, so uniqueness is left to that moment for a base that refers to itself.
 Status DefinitionEditor::checkRule(const ReferenceRule& rule) const {
     const auto place = std::find_if(current_->fields.begin(), current_->fields.end(),
                                     [&](const FieldDefinition& field) { return field.number == rule.field; });
     if (place == current_->fields.end()) return WDB_E_FIELD;
-    const auto known = [](int32_t action) { return action >= WDB_ACT_RESTRICT && action <= WDB_ACT_SET_DEFAULT; };
+    const auto known = [](int32_t action) {
+        return action >= WDB_ACT_RESTRICT && action <= WDB_ACT_SET_DEFAULT;
+    };
     if (!known(rule.updateAction) || !known(rule.deleteAction)) return WDB_E_DEFINITION;
     const FieldDefinition* referred = nullptr;
     std::shared_ptr<const BaseDefinition> other;
@@ -156,7 +163,9 @@ Status DefinitionEditor::checkRule(const ReferenceRule& rule) const {
     if (referred == nullptr) return WDB_E_FIELD;
     if (referred->type != place->type) return WDB_E_TYPE;
     if (!self && !isUnique(*other, *referred)) return WDB_E_DEFINITION;
-    const auto has = [&](int32_t action) { return rule.updateAction == action || rule.deleteAction == action; };
+    const auto has = [&](int32_t action) {
+        return rule.updateAction == action || rule.deleteAction == action;
+    };
     if (has(WDB_ACT_SET_NULL) && place->mandatory) return WDB_E_DEFINITION;
     return has(WDB_ACT_SET_DEFAULT) && !place->hasDefault ? WDB_E_DEFINITION : WDB_OK;
 }

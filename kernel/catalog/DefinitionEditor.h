@@ -21,11 +21,13 @@ struct Actor {
     bool readOnly = false;
 };
 
-// The current base definition of a session: a copy of a stored one or a new one, edited field by field and stored as a
-// whole. Texts are UTF-8. Every call answers as the function of the public interface that it serves.
+// The current base definition of a session: a copy of a stored one or a new one, edited field by field and
+// stored as a whole. Texts are UTF-8. Every call answers as the function of the public interface that it
+// serves.
 class DefinitionEditor {
 public:
-    explicit DefinitionEditor(std::shared_ptr<SystemDirectory> directory) : directory_(std::move(directory)) {}
+    explicit DefinitionEditor(std::shared_ptr<SystemDirectory> directory)
+        : directory_(std::move(directory)) {}
 
     // Looks a location up among the settings; nothing when there is none.
     using Locations = std::function<std::optional<std::string>(Slice name)>;
@@ -43,7 +45,8 @@ public:
     Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render) const;
     Status putFieldSpec(const WdbFieldSpec& field);
     Status putDefaultValue(const WdbFieldSpec& field, const ParseDefault& parse);
-    Status setForeignKey(Slice column, Slice table, Slice referredColumn, int32_t updateAction, int32_t deleteAction);
+    Status setForeignKey(Slice column, Slice table, Slice referredColumn, int32_t updateAction,
+                         int32_t deleteAction);
 
 private:
     struct Current {
@@ -57,7 +60,8 @@ private:
     Status checkRule(const ReferenceRule& rule) const;
     // The definition that the current one and the base-level values of a record make.
     Result<BaseDefinition> assemble(const WdbBaseDef& record) const;
-    Status createNew(BaseDefinition next, const Actor& actor, const Locations& locations, const WriterHold& hold, int64_t now);
+    Status createNew(BaseDefinition next, const Actor& actor, const Locations& locations,
+                     const WriterHold& hold, int64_t now);
     Status changeStored(BaseDefinition next, const WriterHold& hold, int64_t now);
 
     std::shared_ptr<SystemDirectory> directory_;

@@ -16,7 +16,8 @@ void fillRecord(const BaseDefinition& definition, bool isNew, WdbBaseDef& record
     setText(record.charset, definition.charset);
     record.charsetFlag = definition.charsetFlag;
     if (definition.schema != nullptr) {
-        if (const FieldDefinition* key = definition.schema->find(definition.uniqueKey)) setText(record.uniqueKey, key->name);
+        if (const FieldDefinition* key = definition.schema->find(definition.uniqueKey))
+            setText(record.uniqueKey, key->name);
     }
     setText(record.owner, definition.owner);
     record.isNew = isNew ? 1 : 0;

@@ -12,7 +12,8 @@ namespace wdb {
 
 namespace {
 
-// A location by its name, or with its first `$` turned into `_`: callers write WELKSQL$BASES for WELKSQL_BASES.
+// A location by its name, or with its first `$` turned into `_`: callers write WELKSQL$BASES for
+// WELKSQL_BASES.
 std::optional<std::string> locate(const DefinitionEditor::Locations& locations, std::string name) {
     if (auto found = locations(name); found && !found->empty()) return found;
     const size_t dollar = name.find('$');

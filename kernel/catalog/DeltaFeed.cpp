@@ -15,8 +15,8 @@ struct Step {
     Slice image;  // since this step; empty: deleted
 };
 
-// The image of a record behind an entry is the one that its next entry replaced, or the present one when there is none.
-// So the queue is taken backwards.
+// The image of a record behind an entry is the one that its next entry replaced, or the present one when
+// there is none. So the queue is taken backwards.
 class Backwards {
 public:
     explicit Backwards(const BaseReader& reader) : reader_(reader) {}
@@ -34,9 +34,12 @@ private:
         Slice image = replaced->second;
         if (newest) {
             const auto present = reader_.image(record);
-            if (present) image = *present;
-            else if (present.status() == WDB_FAIL && entry.kind == ChangeKind::Range) return WDB_OK;  // a gap
-            else if (present.status() != WDB_E_DELETED) return present.status() == WDB_FAIL ? WDB_E_CORRUPT : present.status();
+            if (present)
+                image = *present;
+            else if (present.status() == WDB_FAIL && entry.kind == ChangeKind::Range)
+                return WDB_OK;  // a gap
+            else if (present.status() != WDB_E_DELETED)
+                return present.status() == WDB_FAIL ? WDB_E_CORRUPT : present.status();
         }
         if (entry.kind == ChangeKind::Delete) image = {};
         replaced->second = entry.previous;

@@ -32,10 +32,11 @@ bool exists(const std::string& path) {
 }
 
 bool isRemote(const std::string& path) {
-    // Magic numbers of statfs(2): NFS, SMB in three generations, AFS in two, Coda, NCP, Ceph, 9P, Lustre, GFS2, OCFS2.
-    constexpr std::array<uint32_t, 13> kRemote{0x6969,     0x517B,     0xFF534D42, 0xFE534D42, 0x5346414F, 0x6B414653,
-                                               0x73757245, 0x564C,     0x00C36400, 0x01021997, 0x0BD00BD0, 0x01161970,
-                                               0x7461636F};
+    // Magic numbers of statfs(2): NFS, SMB in three generations, AFS in two, Coda, NCP, Ceph, 9P, Lustre,
+    // GFS2, OCFS2.
+    constexpr std::array<uint32_t, 13> kRemote{0x6969,     0x517B,     0xFF534D42, 0xFE534D42, 0x5346414F,
+                                               0x6B414653, 0x73757245, 0x564C,     0x00C36400, 0x01021997,
+                                               0x0BD00BD0, 0x01161970, 0x7461636F};
     struct statfs info {};
     if (::statfs(path.c_str(), &info) != 0) return false;
     return std::find(kRemote.begin(), kRemote.end(), static_cast<uint32_t>(info.f_type)) != kRemote.end();

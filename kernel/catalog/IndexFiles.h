@@ -8,7 +8,8 @@
 
 namespace wdb {
 
-// The open word and value file of a base, of one generation. Whoever reads them keeps them alive; their names may be gone.
+// The open word and value file of a base, of one generation. Whoever reads them keeps them alive; their names
+// may be gone.
 struct IndexFiles {
     std::shared_ptr<Environment> words;
     std::shared_ptr<Environment> values;

@@ -6,8 +6,8 @@
 
 namespace wdb {
 
-// Fills the table of unique keys for a field that becomes unique, from the records of the base. WDB_E_DUPLICATE when two
-// records have the same value.
+// Fills the table of unique keys for a field that becomes unique, from the records of the base.
+// WDB_E_DUPLICATE when two records have the same value.
 Status buildKeys(BaseWriter& writer, const FieldDefinition& field);
 
 }  // namespace wdb

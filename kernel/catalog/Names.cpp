@@ -8,18 +8,26 @@ namespace wdb {
 
 namespace {
 
-bool isLetter(unsigned char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c >= 128; }
-bool isDigit(unsigned char c) { return c >= '0' && c <= '9'; }
+bool isLetter(unsigned char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c >= 128;
+}
+bool isDigit(unsigned char c) {
+    return c >= '0' && c <= '9';
+}
 
 }  // namespace
 
 bool validBaseName(Slice name) {
-    if (name.empty() || name.size() > WDB_BASE_NAME_MAX || !isLetter(static_cast<unsigned char>(name.front()))) return false;
-    return std::all_of(name.begin(), name.end(), [](unsigned char c) { return isLetter(c) || isDigit(c) || c == '_'; });
+    if (name.empty() || name.size() > WDB_BASE_NAME_MAX ||
+        !isLetter(static_cast<unsigned char>(name.front())))
+        return false;
+    return std::all_of(name.begin(), name.end(),
+                       [](unsigned char c) { return isLetter(c) || isDigit(c) || c == '_'; });
 }
 
 bool validFieldName(Slice name) {
-    if (name.empty() || name.size() > WDB_FIELD_NAME_MAX || name.front() == ' ' || name.back() == ' ') return false;
+    if (name.empty() || name.size() > WDB_FIELD_NAME_MAX || name.front() == ' ' || name.back() == ' ')
+        return false;
     return std::none_of(name.begin(), name.end(), [](unsigned char c) {
         return c < ' ' || c == 127 || c == '"' || c == '.' || c == ',' || c == '(' || c == ')';
     });

@@ -9,7 +9,8 @@
 
 namespace wdb {
 
-Result<std::shared_ptr<OpenBase>> OpenBase::open(std::shared_ptr<const BaseDefinition> definition, bool readOnly) {
+Result<std::shared_ptr<OpenBase>> OpenBase::open(std::shared_ptr<const BaseDefinition> definition,
+                                                 bool readOnly) {
     auto file = BaseFile::open(definition->basePath(), readOnly);
     if (!file) return file.status();
     std::shared_ptr<OpenBase> base(new OpenBase);
@@ -63,7 +64,8 @@ Status OpenBase::refresh(std::shared_ptr<const BaseDefinition> definition) {
         const bool otherFields = definition->schema->fields() != definition_->schema->fields();
         definition_ = std::move(definition);
         // What was inverted under the old fields is inverted anew, from the queue.
-        if (otherFields && delta_ != nullptr) delta_ = std::make_shared<Delta>(definition_->schema, delta_->start());
+        if (otherFields && delta_ != nullptr)
+            delta_ = std::make_shared<Delta>(definition_->schema, delta_->start());
     }
     return otherFiles ? useIndex() : WDB_OK;
 }
@@ -74,8 +76,8 @@ Status OpenBase::makeCurrent() const {
 }
 
 Result<BaseSnapshot> OpenBase::snapshot(UnitBase* unit) {
-    // A merge between the beginnings of the three transactions makes a try fail, and so do new index files between the
-    // look at the catalogue and them; neither can happen often in a row.
+    // A merge between the beginnings of the three transactions makes a try fail, and so do new index files
+    // between the look at the catalogue and them; neither can happen often in a row.
     constexpr int kTries = 20;
     for (int i = 0; i < kTries; ++i) {
         WDB_TRY(makeCurrent());
@@ -85,8 +87,8 @@ Result<BaseSnapshot> OpenBase::snapshot(UnitBase* unit) {
     return Status{WDB_E_CORRUPT};
 }
 
-// The index files first and the base last, so that the queue reaches at least to what the files contain. WDB_FAIL when it
-// begins too late for them by then.
+// The index files first and the base last, so that the queue reaches at least to what the files contain.
+// WDB_FAIL when it begins too late for them by then.
 Result<BaseSnapshot> OpenBase::trySnapshot(UnitBase* unit) {
     BaseSnapshot snapshot;
     {
@@ -123,13 +125,16 @@ Result<BaseSnapshot> OpenBase::trySnapshot(UnitBase* unit) {
     return snapshot;
 }
 
-// The delta that completes files with everything up to `merged`: the present one, or its successor when a merge has taken
-// entries of it in. Null when the files or the delta have moved on since the files were looked at.
+// The delta that completes files with everything up to `merged`: the present one, or its successor when a
+// merge has taken entries of it in. Null when the files or the delta have moved on since the files were
+// looked at.
 std::shared_ptr<Delta> OpenBase::deltaFor(const IndexFiles* files, Position merged) {
     const std::lock_guard lock(mutex_);
     if (files != files_.get() || delta_->start() > merged) return nullptr;
-    if (delta_->start() < merged && delta_->caughtUpTo() >= merged) delta_ = delta_->successor(merged);
-    else if (delta_->start() < merged) delta_ = std::make_shared<Delta>(definition_->schema, merged);
+    if (delta_->start() < merged && delta_->caughtUpTo() >= merged)
+        delta_ = delta_->successor(merged);
+    else if (delta_->start() < merged)
+        delta_ = std::make_shared<Delta>(definition_->schema, merged);
     return delta_;
 }
 
@@ -140,7 +145,8 @@ void OpenBase::unitCommitted(UnitBase& unit) {
         const std::lock_guard lock(mutex_);
         delta = delta_;
     }
-    // Refused when the delta lags behind the unit's beginning: then the next reader catches up from the queue.
+    // Refused when the delta lags behind the unit's beginning: then the next reader catches up from the
+    // queue.
     if (delta != nullptr) static_cast<void>(delta->append().fold(*unit.delta));
 }
 

@@ -26,15 +26,18 @@ struct BaseStamps {
     uint64_t pending = 0;  // records that the index files do not hold yet
 };
 
-// A base that the process has open: its three files, the delta and the caches over them, shared by all sessions. Its
-// definition is replaced when the catalogue's moved; take it once per call and keep the pointer.
+// A base that the process has open: its three files, the delta and the caches over them, shared by all
+// sessions. Its definition is replaced when the catalogue's moved; take it once per call and keep the
+// pointer.
 class OpenBase : public std::enable_shared_from_this<OpenBase> {
 public:
-    // Opens the base file. The index files follow with useIndex(), which may have to be preceded by building them anew.
-    static Result<std::shared_ptr<OpenBase>> open(std::shared_ptr<const BaseDefinition> definition, bool readOnly);
+    // Opens the base file. The index files follow with useIndex(), which may have to be preceded by building
+    // them anew.
+    static Result<std::shared_ptr<OpenBase>> open(std::shared_ptr<const BaseDefinition> definition,
+                                                  bool readOnly);
     ~OpenBase();
-    // Opens the index files that the definition names. WDB_E_STORAGE, WDB_E_CORRUPT when they are missing, damaged, or
-    // do not belong to this state of the base: they are to be built anew.
+    // Opens the index files that the definition names. WDB_E_STORAGE, WDB_E_CORRUPT when they are missing,
+    // damaged, or do not belong to this state of the base: they are to be built anew.
     Status useIndex();
 
     // How the base takes over what the catalogue says by now; set before others get to see it.

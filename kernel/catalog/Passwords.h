@@ -7,7 +7,8 @@
 
 namespace wdb {
 
-// argon2id hashes as texts that carry their salt and cost. The empty password has the empty hash. WDB_E_MEMORY.
+// argon2id hashes as texts that carry their salt and cost. The empty password has the empty hash.
+// WDB_E_MEMORY.
 Result<std::string> hashPassword(Slice password);
 bool passwordMatches(const std::string& hash, Slice password);
 

@@ -20,8 +20,8 @@ public:
     virtual void disturbed() = 0;  // a record that was there before was changed or deleted
 };
 
-// A base within a write unit. Rules read and write keys, serials and objects through `writer`; records go through put()
-// and remove(), which keep the unit's delta (or, in a load, the new index) in step.
+// A base within a write unit. Rules read and write keys, serials and objects through `writer`; records go
+// through put() and remove(), which keep the unit's delta (or, in a load, the new index) in step.
 struct UnitBase {
     UnitBase();
     ~UnitBase();
@@ -34,14 +34,15 @@ struct UnitBase {
     RecordNumber firstNew = 0;         // numbers from here on were not used before the unit
     RecordNumber highest = 0;          // highest number stored by the load
 
-    // Stores the image of a new record (a number from writer->newRecord(), the highest so far) or of a stored one.
+    // Stores the image of a new record (a number from writer->newRecord(), the highest so far) or of a stored
+    // one.
     Status put(RecordNumber number, Slice image);
     // WDB_FAIL, WDB_E_DELETED when there is nothing to delete.
     Status remove(RecordNumber number);
 };
 
-// A session's open write unit: storage transactions plus, per base, what the session's own searches need to see its
-// writes. One thread; destroyed without commit() nothing was written.
+// A session's open write unit: storage transactions plus, per base, what the session's own searches need to
+// see its writes. One thread; destroyed without commit() nothing was written.
 class SessionUnit {
 public:
     explicit SessionUnit(WriterHold hold);
@@ -52,8 +53,8 @@ public:
     Result<UnitBase*> base(const std::shared_ptr<OpenBase>& base, LoadSink* load = nullptr);
     // The base's part of the unit, or null when the unit has not written to it.
     UnitBase* find(const OpenBase& base) const;
-    // One sync per base; then folds the changes into the process's deltas and gives the lock back, unless it is to be kept
-    // for work that follows (unit().takeHold()). `now`: microseconds since 1970 UTC.
+    // One sync per base; then folds the changes into the process's deltas and gives the lock back, unless it
+    // is to be kept for work that follows (unit().takeHold()). `now`: microseconds since 1970 UTC.
     Status commit(int64_t now, bool keepLock = false);
     void drop();
     WriteUnit& unit() { return unit_; }

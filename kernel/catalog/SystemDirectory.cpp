@@ -16,16 +16,19 @@ const char* const kDefaultBases = "WELKSQL_BASES";
 
 }  // namespace
 
-Result<std::shared_ptr<SystemDirectory>> SystemDirectory::open(const std::string& home, const DirectoryOptions& options) {
+Result<std::shared_ptr<SystemDirectory>> SystemDirectory::open(const std::string& home,
+                                                               const DirectoryOptions& options) {
     if (home.empty()) return Status{WDB_E_ARGUMENT};
     if (options.create && !file_system::exists(home)) static_cast<void>(file_system::makeDirectory(home));
     if (!file_system::isDirectory(home)) return Status{WDB_E_ARGUMENT};
     const auto id = fileId(home);
     if (!id) return Status{WDB_E_ARGUMENT};
-    return OpenFiles::ofProcess().share<SystemDirectory>(*id, [&] { return make(file_system::resolve(home), options); });
+    return OpenFiles::ofProcess().share<SystemDirectory>(
+        *id, [&] { return make(file_system::resolve(home), options); });
 }
 
-Result<std::unique_ptr<SystemDirectory>> SystemDirectory::make(const std::string& home, const DirectoryOptions& options) {
+Result<std::unique_ptr<SystemDirectory>> SystemDirectory::make(const std::string& home,
+                                                               const DirectoryOptions& options) {
     if (file_system::isRemote(home)) return Status{WDB_E_STORAGE};
     std::unique_ptr<SystemDirectory> made(new SystemDirectory);
     made->home_ = home;
@@ -129,8 +132,8 @@ Status SystemDirectory::readSettings(const Txn& txn, Texts& settings) const {
     return status == WDB_FAIL ? WDB_OK : status;
 }
 
-// Bases that stay keep what they have open. A base whose new index files cannot be opened is opened afresh when somebody
-// asks for it.
+// Bases that stay keep what they have open. A base whose new index files cannot be opened is opened afresh
+// when somebody asks for it.
 void SystemDirectory::replaceEntries(Entries entries) {
     for (auto& [name, old] : entries_) {
         if (old.base == nullptr) continue;
@@ -159,7 +162,8 @@ Result<std::shared_ptr<OpenBase>> SystemDirectory::find(Slice name) {
         }
         WDB_TRY(refresh());
         auto base = openBase(key);
-        // Between reading the names and opening them the files may have been replaced: look at the names again.
+        // Between reading the names and opening them the files may have been replaced: look at the names
+        // again.
         if (base || base.status() == WDB_E_BASE || attempt > 0) return base;
     }
     return Status{WDB_E_BASE};

@@ -25,26 +25,29 @@ struct UserRecord {
 };
 
 struct DirectoryOptions {
-    bool create = false;      // make the catalogue when there is none, with `owner` as administrator
+    bool create = false;  // make the catalogue when there is none, with `owner` as administrator
     bool readOnly = false;
     std::string owner;
     std::string password;
 };
 
-// A home directory: the catalogue `system.mdb` with bases, users and lasting settings, the writer's lock, and the bases
-// that the process has open. One per directory and process, shared by its sessions; safe from all threads.
+// A home directory: the catalogue `system.mdb` with bases, users and lasting settings, the writer's lock, and
+// the bases that the process has open. One per directory and process, shared by its sessions; safe from all
+// threads.
 class SystemDirectory : public std::enable_shared_from_this<SystemDirectory> {
 public:
-    // WDB_E_ARGUMENT when there is no such directory (it is made with `create`, its parent must exist), WDB_E_STORAGE
-    // (also for a remote file system), WDB_E_CORRUPT. Removes files that a cut-short job left behind.
-    static Result<std::shared_ptr<SystemDirectory>> open(const std::string& home, const DirectoryOptions& options);
+    // WDB_E_ARGUMENT when there is no such directory (it is made with `create`, its parent must exist),
+    // WDB_E_STORAGE (also for a remote file system), WDB_E_CORRUPT. Removes files that a cut-short job left
+    // behind.
+    static Result<std::shared_ptr<SystemDirectory>> open(const std::string& home,
+                                                         const DirectoryOptions& options);
     ~SystemDirectory();
 
     const std::string& home() const { return home_; }
 
     // --- bases ---
-    // The open base of that name, as the catalogue has it now: one atomic load when nothing changed. WDB_E_BASE when
-    // there is none.
+    // The open base of that name, as the catalogue has it now: one atomic load when nothing changed.
+    // WDB_E_BASE when there is none.
     Result<std::shared_ptr<OpenBase>> find(Slice name);
     // Its definition without opening files. WDB_E_BASE.
     Result<std::shared_ptr<const BaseDefinition>> definition(Slice name);
@@ -55,13 +58,14 @@ public:
     Result<WriterHold> acquireWriter(std::chrono::milliseconds patience) { return lock_->acquire(patience); }
 
     // --- changes: the caller holds the writer's lock ---
-    // Makes the files of a new base in definition.directory and names them; the definition gets its id, file names and
-    // version. WDB_E_EXISTS when there is a base of that name.
+    // Makes the files of a new base in definition.directory and names them; the definition gets its id, file
+    // names and version. WDB_E_EXISTS when there is a base of that name.
     Status createBase(BaseDefinition definition, int64_t now, const WriterHold& hold);
-    // Stores a changed definition, with the next version; when it names other index files the old ones go. WDB_E_BASE.
+    // Stores a changed definition, with the next version; when it names other index files the old ones go.
+    // WDB_E_BASE.
     Status storeBase(BaseDefinition definition, const WriterHold& hold);
-    // Names a new generation of index files in the definition and notes them, so that they are removed should the job that
-    // makes them not come to its end.
+    // Names a new generation of index files in the definition and notes them, so that they are removed should
+    // the job that makes them not come to its end.
     Status planIndexFiles(BaseDefinition& definition, const WriterHold& hold);
     // Builds the index files of a base anew from its records and publishes them.
     Status buildIndex(OpenBase& base, const WriterHold& hold);
@@ -86,7 +90,8 @@ private:
     using Texts = std::map<std::string, std::string, std::less<>>;
 
     SystemDirectory() = default;
-    static Result<std::unique_ptr<SystemDirectory>> make(const std::string& home, const DirectoryOptions& options);
+    static Result<std::unique_ptr<SystemDirectory>> make(const std::string& home,
+                                                         const DirectoryOptions& options);
     Status createCatalog(const DirectoryOptions& options);
     Status openCatalog(bool readOnly);
 
@@ -100,7 +105,8 @@ private:
     Result<std::shared_ptr<OpenBase>> openBase(const std::string& key);
     Status repairIndex(OpenBase& base);
 
-    // A change of the catalogue: `change` fills the transaction, which is then committed between two steps of the version.
+    // A change of the catalogue: `change` fills the transaction, which is then committed between two steps of
+    // the version.
     Status publish(const std::function<Status(WriteTxn&)>& change);
     // Paths below the home directory are stored relative to it, so that it can be moved or copied.
     std::string storedPath(const std::string& path) const;

@@ -47,20 +47,23 @@ private:
         };
         WDB_TRY(reader_.forEachRecord(1, check));
         if (count == snapshot_.liveCount()) return WDB_OK;
-        return find(Severity::Damage, 0, "The base counts " + std::to_string(snapshot_.liveCount()) + " records and has " +
-                                             std::to_string(count) + ".");
+        return find(Severity::Damage, 0,
+                    "The base counts " + std::to_string(snapshot_.liveCount()) + " records and has " +
+                        std::to_string(count) + ".");
     }
 
     Status fields(RecordNumber number, const FieldsView& view) {
         for (size_t place = 0; place < view.size(); ++place) {
             const FieldDefinition* field = snapshot_.schema().find(view.field(place));
             if (field == nullptr) {
-                WDB_TRY(find(Severity::Damage, number, "A value of the unknown field " + std::to_string(view.field(place)) + "."));
+                WDB_TRY(find(Severity::Damage, number,
+                             "A value of the unknown field " + std::to_string(view.field(place)) + "."));
                 continue;
             }
             for (const Slice item : view.itemsAt(place)) {
                 if (item.empty() || isCanonical(field->type, item)) continue;
-                WDB_TRY(find(Severity::Damage, number, "A value of field " + field->name + " does not fit its type."));
+                WDB_TRY(find(Severity::Damage, number,
+                             "A value of field " + field->name + " does not fit its type."));
             }
         }
         return WDB_OK;
@@ -71,7 +74,8 @@ private:
             ++keyCount_;
             const Result<RecordNumber> owner = reader_.findKey(key);
             if (!owner && owner.status() != WDB_FAIL) return owner.status();
-            if (!owner || *owner != number) WDB_TRY(find(Severity::Damage, number, "A unique key does not lead to its record."));
+            if (!owner || *owner != number)
+                WDB_TRY(find(Severity::Damage, number, "A unique key does not lead to its record."));
         }
         return WDB_OK;
     }
@@ -83,8 +87,9 @@ private:
             return WDB_OK;
         }));
         if (stored == keyCount_) return WDB_OK;
-        return find(Severity::Damage, 0, std::to_string(stored) + " unique keys are stored, the records have " +
-                                             std::to_string(keyCount_) + ".");
+        return find(Severity::Damage, 0,
+                    std::to_string(stored) + " unique keys are stored, the records have " +
+                        std::to_string(keyCount_) + ".");
     }
 
     Status indexes() {
@@ -102,40 +107,50 @@ private:
         const std::string of = " of field " + field.name;
         WDB_TRY(sameSet(index.present(field.number), expected.present, "The set of values" + of));
         if (field.type == FieldType::String) return WDB_OK;
-        if (holdsItems(field.type)) WDB_TRY(sameSet(index.multi(field.number), expected.multi, "The set of lists" + of));
+        if (holdsItems(field.type))
+            WDB_TRY(sameSet(index.multi(field.number), expected.multi, "The set of lists" + of));
         std::string term;
         uint64_t count = 0;
         Status status = index.nextTerm(field.number, term, count);
         for (; ok(status); status = index.nextTerm(field.number, term, count)) {
             const auto place = expected.terms.find(term);
             if (place == expected.terms.end()) {
-                WDB_TRY(find(Severity::Repairable, 0, "A term" + of + " is in the index that no record has."));
+                WDB_TRY(
+                    find(Severity::Repairable, 0, "A term" + of + " is in the index that no record has."));
                 continue;
             }
             place->second.seen = true;
             if (count != place->second.records.size()) {
-                WDB_TRY(find(Severity::Repairable, 0, "A term" + of + " has a wrong number of records in the index."));
+                WDB_TRY(find(Severity::Repairable, 0,
+                             "A term" + of + " has a wrong number of records in the index."));
             }
             WDB_TRY(termRecords(index, field, place->first, place->second));
         }
         if (status != WDB_FAIL) return status;
         for (const auto& [missing, records] : expected.terms) {
             if (records.seen) continue;
-            WDB_TRY(find(Severity::Repairable, records.records.front(), "A term" + of + " is not in the index."));
+            WDB_TRY(
+                find(Severity::Repairable, records.records.front(), "A term" + of + " is not in the index."));
         }
         return WDB_OK;
     }
 
     // Cut terms stand for several values; their number of records has been compared.
-    Status termRecords(IndexView& index, const FieldDefinition& field, const std::string& term, const ExpectedTerm& expected) {
+    Status termRecords(IndexView& index, const FieldDefinition& field, const std::string& term,
+                       const ExpectedTerm& expected) {
         const std::string what = "The index of field " + field.name;
         if (field.type == FieldType::Text) {
-            return term.size() < kMaxTerm ? sameSet(index.word(field.number, Pattern(term)), expected.records, what) : WDB_OK;
+            return term.size() < kMaxTerm
+                       ? sameSet(index.word(field.number, Pattern(term)), expected.records, what)
+                       : WDB_OK;
         }
-        return term.size() < kMaxValueKey ? sameSet(index.equal(field.number, expected.sample), expected.records, what) : WDB_OK;
+        return term.size() < kMaxValueKey
+                   ? sameSet(index.equal(field.number, expected.sample), expected.records, what)
+                   : WDB_OK;
     }
 
-    Status sameSet(const Result<RecordSet>& set, const std::vector<RecordNumber>& expected, const std::string& what) {
+    Status sameSet(const Result<RecordSet>& set, const std::vector<RecordNumber>& expected,
+                   const std::string& what) {
         if (!set) {
             if (set.status() != WDB_E_CORRUPT) return set.status();
             return find(Severity::Repairable, 0, what + " does not decode.");
@@ -146,8 +161,10 @@ private:
         const RecordSet wanted = RecordSet::of(expected);
         if (*set == wanted) return WDB_OK;
         const RecordSet extra = RecordSet::difference(*set, wanted);
-        if (!extra.empty()) return find(Severity::Repairable, extra.first(), what + " has a record too many.");
-        return find(Severity::Repairable, RecordSet::difference(wanted, *set).first(), what + " lacks a record.");
+        if (!extra.empty())
+            return find(Severity::Repairable, extra.first(), what + " has a record too many.");
+        return find(Severity::Repairable, RecordSet::difference(wanted, *set).first(),
+                    what + " lacks a record.");
     }
 
     const BaseSnapshot& snapshot_;

@@ -19,9 +19,9 @@ struct VerifyOptions {
 // One finding; record 0 when it concerns no single record. False ends the check.
 using FindingSink = std::function<bool(Severity severity, RecordNumber record, const std::string& text)>;
 
-// Reads a whole base: every record decodes, every value fits its type, unique keys match the records, and every live
-// record that is not pending is in the index exactly with its terms and nothing else is. WDB_OK when sound, else
-// WDB_E_CORRUPT; notes do not count.
+// Reads a whole base: every record decodes, every value fits its type, unique keys match the records, and
+// every live record that is not pending is in the index exactly with its terms and nothing else is. WDB_OK
+// when sound, else WDB_E_CORRUPT; notes do not count.
 Status verifyBase(const BaseSnapshot& snapshot, const VerifyOptions& options, const FindingSink& report);
 
 }  // namespace wdb

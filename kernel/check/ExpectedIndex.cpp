@@ -30,7 +30,8 @@ public:
 private:
     void takeItem(RecordNumber record, Slice item) {
         if (field_.type == FieldType::Text) {
-            analyzer_.words(item, [&](const Word& word) { note(record, Slice(word.term).substr(0, kMaxTerm), {}); });
+            analyzer_.words(
+                item, [&](const Word& word) { note(record, Slice(word.term).substr(0, kMaxTerm), {}); });
         } else if (holdsItems(field_.type)) {
             key_.clear();
             appendValueKey(field_.type, item, key_);

@@ -19,8 +19,8 @@ struct ExpectedTerm {
     bool seen = false;                  // in the index
 };
 
-// What the index of one field must hold, made by reading every record: nothing is shared with the code that writes indexes
-// but the cutting of texts into words and the keys of values.
+// What the index of one field must hold, made by reading every record: nothing is shared with the code that
+// writes indexes but the cutting of texts into words and the keys of values.
 struct ExpectedIndex {
     std::unordered_map<std::string, ExpectedTerm> terms;
     std::vector<RecordNumber> present;  // records with a value

@@ -19,8 +19,8 @@ constexpr T swapBytes(T value) {
 }
 }  // namespace detail
 
-// Unsigned integers in stored bytes, at any address. Little endian is what files hold, big endian what keys hold, so
-// that the order of bytes is the order of numbers.
+// Unsigned integers in stored bytes, at any address. Little endian is what files hold, big endian what keys
+// hold, so that the order of bytes is the order of numbers.
 template <typename T>
 T loadLittle(const void* bytes) {
     T value;

@@ -9,8 +9,8 @@
 
 namespace wdb {
 
-// Takes stored bytes apart from front to back. Behind the first read that found too few bytes failed() holds and every
-// read gives zero or nothing, so that a decoder asks once, at its end.
+// Takes stored bytes apart from front to back. Behind the first read that found too few bytes failed() holds
+// and every read gives zero or nothing, so that a decoder asks once, at its end.
 class ByteReader {
 public:
     explicit ByteReader(Slice bytes) : rest_(bytes) {}

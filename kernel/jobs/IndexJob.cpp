@@ -9,7 +9,8 @@
 namespace wdb {
 namespace {
 
-// A merge of so many changes, that are also at least half of the records, costs more than to build the files anew.
+// A merge of so many changes, that are also at least half of the records, costs more than to build the files
+// anew.
 constexpr uint64_t kRebuildRecords = 16384;
 
 Status mergeInto(Environment& file, Result<IndexMeta> (*readMeta)(const Txn&),
@@ -47,7 +48,8 @@ Result<bool> mergeIsDue(const std::shared_ptr<OpenBase>& base) {
 
 }  // namespace
 
-Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, bool mayMerge, int64_t now) {
+Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, bool mayMerge,
+                   int64_t now) {
     WDB_TRY(base->catchUp(now));
     return mayMerge ? mergeIfDue(directory, base) : WDB_OK;
 }
@@ -66,7 +68,8 @@ Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& b
     return mergeQueue(directory, base, hold);
 }
 
-Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& given, const WriterHold& hold) {
+Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& given,
+                  const WriterHold& hold) {
     // Under the lock nobody renames index files any more; take the names that hold now.
     const auto found = directory.find(given->definition()->name);
     if (!found) return found.status();
@@ -86,7 +89,8 @@ Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& g
     return trimQueue(*base);
 }
 
-Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold, int64_t now) {
+Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold,
+                    int64_t now) {
     WDB_TRY(directory.buildIndex(*base, hold));
     return base->catchUp(now);
 }

@@ -15,9 +15,11 @@ inline constexpr uint64_t kMergeBytes = uint64_t{8} << 20;
 
 // Work on the index files of a base. All functions may run on any thread.
 //
-// Job kind 2: brings the process's delta up to date and moves the index date; then merges the queue into the files when
-// it has passed its limit and `mayMerge` (no unit is open, the session may write) and the writer's lock is free at once.
-Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, bool mayMerge, int64_t now);
+// Job kind 2: brings the process's delta up to date and moves the index date; then merges the queue into the
+// files when it has passed its limit and `mayMerge` (no unit is open, the session may write) and the writer's
+// lock is free at once.
+Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, bool mayMerge,
+                   int64_t now);
 
 // The merge alone, tried after a commit: WDB_OK also when it was left to a later try.
 Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base);
@@ -28,6 +30,7 @@ Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& b
 Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold);
 
 // Job kind 1: builds the index files anew from the records and publishes them.
-Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold, int64_t now);
+Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold,
+                    int64_t now);
 
 }  // namespace wdb

@@ -13,8 +13,9 @@ constexpr uint64_t kBulkRecords = 2048;
 
 }  // namespace
 
-// While new records come, they are inverted on the way, as soon as there are enough of them against what the base held
-// before. A change of a record that was handed on makes that work void: the queue knows better then.
+// While new records come, they are inverted on the way, as soon as there are enough of them against what the
+// base held before. A change of a record that was handed on makes that work void: the queue knows better
+// then.
 struct LoadJob::State : LoadSink {
     State(std::shared_ptr<SystemDirectory> home, std::shared_ptr<OpenBase> target, WriterHold hold)
         : directory(std::move(home)), base(std::move(target)), unit(std::move(hold)) {}
@@ -58,8 +59,8 @@ Status LoadJob::State::startBuilder() {
 LoadJob::LoadJob(std::unique_ptr<State> state) : state_(std::move(state)) {}
 LoadJob::~LoadJob() = default;
 
-Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory> directory, std::shared_ptr<OpenBase> base,
-                                                WriterHold hold) {
+Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory> directory,
+                                                std::shared_ptr<OpenBase> base, WriterHold hold) {
     auto state = std::make_unique<State>(std::move(directory), std::move(base), std::move(hold));
     const Result<UnitBase*> unitBase = state->unit.base(state->base, state.get());
     if (!unitBase) return unitBase.status();
@@ -68,9 +69,15 @@ Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory>
     return std::unique_ptr<LoadJob>(new LoadJob(std::move(state)));
 }
 
-const std::shared_ptr<OpenBase>& LoadJob::base() const { return state_->base; }
-SessionUnit& LoadJob::unit() { return state_->unit; }
-UnitBase& LoadJob::unitBase() { return *state_->unitBase; }
+const std::shared_ptr<OpenBase>& LoadJob::base() const {
+    return state_->base;
+}
+SessionUnit& LoadJob::unit() {
+    return state_->unit;
+}
+UnitBase& LoadJob::unitBase() {
+    return *state_->unitBase;
+}
 
 Status LoadJob::end(bool commit, int64_t now) {
     if (!commit) {
@@ -86,13 +93,14 @@ Status LoadJob::end(bool commit, int64_t now) {
     return WDB_OK;
 }
 
-// The index files first and the base's commit then, so that the load's range stands in the queue for the moment of two
-// commits only: whoever reads in between inverts it for himself. Should the process end there, the next open builds anew;
-// files that nobody names are removed then.
+// The index files first and the base's commit then, so that the load's range stands in the queue for the
+// moment of two commits only: whoever reads in between inverts it for himself. Should the process end there,
+// the next open builds anew; files that nobody names are removed then.
 Status LoadJob::State::commitAndBuild(int64_t now) {
     BaseDefinition next = *base->definition();
     Status built = directory->planIndexFiles(next, unit.unit().hold());
-    if (ok(built)) built = builder->write(next.wordPath(), next.valuePath(), unitBase->writer->meta().position());
+    if (ok(built))
+        built = builder->write(next.wordPath(), next.valuePath(), unitBase->writer->meta().position());
     builder.reset();
     unitBase = nullptr;
     const Status committed = unit.commit(now, true);

@@ -9,8 +9,9 @@
 
 namespace wdb {
 
-// A load between its begin and its end: one unit on one base that may grow to any size. Records are put through
-// unitBase() as by any other unit; new ones share one queue entry and are inverted on the way into new index files.
+// A load between its begin and its end: one unit on one base that may grow to any size. Records are put
+// through unitBase() as by any other unit; new ones share one queue entry and are inverted on the way into
+// new index files.
 class LoadJob {
 public:
     static Result<std::unique_ptr<LoadJob>> begin(std::shared_ptr<SystemDirectory> directory,
@@ -21,8 +22,8 @@ public:
     SessionUnit& unit();
     UnitBase& unitBase();
 
-    // Commit: the records are durable when it answers WDB_OK; then new index files are published when the load was large
-    // against the base. Else nothing remains. The lock is given back in both cases.
+    // Commit: the records are durable when it answers WDB_OK; then new index files are published when the
+    // load was large against the base. Else nothing remains. The lock is given back in both cases.
     Status end(bool commit, int64_t now);
 
 private:

@@ -7,7 +7,8 @@ namespace {
 
 // Nothing for a record that is not there.
 Status validLive(const Result<Slice>& image, std::optional<RecordView>& out) {
-    if (!image) return image.status() == WDB_E_DELETED || image.status() == WDB_FAIL ? WDB_OK : image.status();
+    if (!image)
+        return image.status() == WDB_E_DELETED || image.status() == WDB_FAIL ? WDB_OK : image.status();
     const Result<RecordView> view = RecordView::validate(*image);
     if (!view) return view.status();
     if (!view->deleted()) out = *view;

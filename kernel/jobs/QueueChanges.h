@@ -9,10 +9,10 @@
 
 namespace wdb {
 
-// What the queue says about each record named by the entries behind `after` up to and with `upTo`, as a merge wants it: one
-// change per record, by record number, with the image that an index file at `after` holds and the present one. `upTo` is the
-// reader's last position. The images are borrowed from the reader's transaction. WDB_E_CORRUPT for an image that does not
-// validate.
+// What the queue says about each record named by the entries behind `after` up to and with `upTo`, as a merge
+// wants it: one change per record, by record number, with the image that an index file at `after` holds and
+// the present one. `upTo` is the reader's last position. The images are borrowed from the reader's
+// transaction. WDB_E_CORRUPT for an image that does not validate.
 Result<std::vector<IndexChange>> readQueueChanges(const BaseReader& reader, Position after, Position upTo);
 
 }  // namespace wdb

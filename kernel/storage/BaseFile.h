@@ -35,10 +35,11 @@ struct BaseMeta {
     int64_t serialHigh = 0;   // highest number given to the serial field so far
     uint64_t commit = 0;      // number of the last commit that changed a record
     uint64_t queueCount = 0;  // records named by the queue's entries, a range counting as many as it has
-    uint64_t queueBytes = 0;  // bytes of images that the queue's entries stored and replaced, for the merge's limit
+    uint64_t queueBytes =
+        0;  // bytes of images that the queue's entries stored and replaced, for the merge's limit
 
-    Position trimmed = 0;     // the queue holds no entries up to this one any more
-    int64_t merged = 0;       // modification date of the state that was last merged into the index files
+    Position trimmed = 0;  // the queue holds no entries up to this one any more
+    int64_t merged = 0;    // modification date of the state that was last merged into the index files
 
     // The position of this state: everything up to it has happened.
     Position position() const { return nextSequence - 1; }
@@ -67,19 +68,20 @@ public:
 
     // WDB_E_CORRUPT when it is missing or of an unknown format.
     Result<BaseMeta> meta() const;
-    // The image of a record: WDB_FAIL when no record ever had the number, WDB_E_DELETED when it is deleted. The image is
-    // handed out as it is stored; RecordView validates it.
+    // The image of a record: WDB_FAIL when no record ever had the number, WDB_E_DELETED when it is deleted.
+    // The image is handed out as it is stored; RecordView validates it.
     Result<Slice> image(RecordNumber number) const;
     // The record that has a key (see uniqueKey): WDB_FAIL when none.
     Result<RecordNumber> findKey(Slice key) const;
     // A chunk of a large object, from 0; WDB_FAIL behind the last one.
     Result<Slice> objectChunk(uint64_t object, uint32_t chunk) const;
-    // Calls visit for the live records from a number on, ascending; a status other than WDB_OK ends the walk and is
-    // handed out.
+    // Calls visit for the live records from a number on, ascending; a status other than WDB_OK ends the walk
+    // and is handed out.
     Status forEachRecord(RecordNumber from, const std::function<Status(RecordNumber, Slice)>& visit) const;
     Status forEachKey(const std::function<Status(Slice key, RecordNumber)>& visit) const;
     // The entries behind `after` up to and with `upTo`.
-    Status forEachChange(Position after, Position upTo, const std::function<Status(const QueueEntry&)>& visit) const;
+    Status forEachChange(Position after, Position upTo,
+                         const std::function<Status(const QueueEntry&)>& visit) const;
     // Position of the queue's first entry, nextSequence when it is empty.
     Result<Position> queueBegin() const;
 
@@ -89,8 +91,8 @@ private:
     const Txn* txn_;
 };
 
-// Changes a base file within one write transaction. Keys and records are written as they are told: rules and the record
-// images are the business of kernel/rules. Reads see what was written.
+// Changes a base file within one write transaction. Keys and records are written as they are told: rules and
+// the record images are the business of kernel/rules. Reads see what was written.
 class BaseWriter : public BaseReader {
 public:
     BaseWriter(WriteTxn txn, const BaseMeta& meta);
@@ -111,8 +113,8 @@ public:
     Result<Position> put(RecordNumber number, Slice image);
     // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
     Result<Position> remove(RecordNumber number);
-    // Stores a new record of a load. All of them share one queue entry, whose position is taken by the first one; it is
-    // written by commit(). Numbers ascend; gaps between them never hold a record.
+    // Stores a new record of a load. All of them share one queue entry, whose position is taken by the first
+    // one; it is written by commit(). Numbers ascend; gaps between them never hold a record.
     Status putInRange(RecordNumber number, Slice image);
 
     // Keys: setKey answers WDB_E_DUPLICATE when another record has it.
@@ -162,8 +164,8 @@ private:
     std::shared_ptr<Environment> environment_;
 };
 
-// Key of the table of unique keys: the field, the value's order-preserving key (at most 400 bytes) and, when that was
-// cut, a hash of the whole value as it compares.
+// Key of the table of unique keys: the field, the value's order-preserving key (at most 400 bytes) and, when
+// that was cut, a hash of the whole value as it compares.
 std::string uniqueKey(FieldNumber field, Slice valueKey, bool cut, Slice wholeValue);
 
 }  // namespace wdb

@@ -64,9 +64,11 @@ Result<QueueEntry> decodeQueueEntry(Position position, Slice bytes) {
     entry.last = loadLittle<uint32_t>(bytes.data() + 8);
     entry.bytes = loadLittle<uint32_t>(bytes.data() + 12);
     entry.previous = bytes.substr(kQueueHeader);
-    const bool known = kind >= static_cast<uint32_t>(ChangeKind::Put) && kind <= static_cast<uint32_t>(ChangeKind::Range);
+    const bool known =
+        kind >= static_cast<uint32_t>(ChangeKind::Put) && kind <= static_cast<uint32_t>(ChangeKind::Range);
     const bool single = entry.kind != ChangeKind::Range && entry.record == entry.last;
-    const bool range = entry.kind == ChangeKind::Range && entry.record <= entry.last && entry.previous.empty();
+    const bool range =
+        entry.kind == ChangeKind::Range && entry.record <= entry.last && entry.previous.empty();
     if (!known || entry.record == 0 || (!single && !range)) return Status{WDB_E_CORRUPT};
     return entry;
 }

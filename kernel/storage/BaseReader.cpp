@@ -37,7 +37,8 @@ Result<Slice> BaseReader::objectChunk(uint64_t object, uint32_t chunk) const {
     return bytes;
 }
 
-Status BaseReader::forEachRecord(RecordNumber from, const std::function<Status(RecordNumber, Slice)>& visit) const {
+Status BaseReader::forEachRecord(RecordNumber from,
+                                 const std::function<Status(RecordNumber, Slice)>& visit) const {
     Cursor cursor = txn_->cursor(kRecords);
     Status status = cursor.seek(from);
     for (; ok(status); status = cursor.next()) {

@@ -11,7 +11,8 @@ namespace wdb {
 
 using namespace base_table;
 
-BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta) : BaseReader(txn_), txn_(std::move(txn)), meta_(meta) {}
+BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta)
+    : BaseReader(txn_), txn_(std::move(txn)), meta_(meta) {}
 
 Result<RecordNumber> BaseWriter::newRecord() {
     if (meta_.nextRecord == std::numeric_limits<RecordNumber>::max()) return Status{WDB_E_STORAGE};

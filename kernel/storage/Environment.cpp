@@ -17,7 +17,9 @@ constexpr unsigned kMaxReaders = 1024;
 constexpr size_t kRestingReaders = 64;
 constexpr std::chrono::milliseconds kAlonePatience{2000};
 
-[[noreturn]] void failAssertion(MDB_env*, const char*) { throw LmdbAssertion{}; }
+[[noreturn]] void failAssertion(MDB_env*, const char*) {
+    throw LmdbAssertion{};
+}
 
 Status makeEmptyFile(const std::string& path) {
     const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
@@ -38,17 +40,19 @@ Status syncDirectoryOf(const std::string& path) {
 
 }  // namespace
 
-Result<std::shared_ptr<Environment>> Environment::open(const std::string& path, std::span<const TableSpec> tables,
+Result<std::shared_ptr<Environment>> Environment::open(const std::string& path,
+                                                       std::span<const TableSpec> tables,
                                                        const EnvironmentOptions& options) {
     if (options.create) WDB_TRY(makeEmptyFile(path));
     const auto id = fileId(path);
     if (!id) return Status{WDB_E_STORAGE};
-    auto opened = OpenFiles::ofProcess().share<Environment>(*id, [&]() -> Result<std::unique_ptr<Environment>> {
-        std::unique_ptr<Environment> made(new Environment(path, {tables.begin(), tables.end()}, options));
-        WDB_TRY(made->openFile());
-        WDB_TRY(made->openTables(options.create));
-        return made;
-    });
+    auto opened =
+        OpenFiles::ofProcess().share<Environment>(*id, [&]() -> Result<std::unique_ptr<Environment>> {
+            std::unique_ptr<Environment> made(new Environment(path, {tables.begin(), tables.end()}, options));
+            WDB_TRY(made->openFile());
+            WDB_TRY(made->openTables(options.create));
+            return made;
+        });
     if (!opened && options.create) {
         ::unlink(path.c_str());
         ::unlink((path + "-lock").c_str());
@@ -59,7 +63,9 @@ Result<std::shared_ptr<Environment>> Environment::open(const std::string& path, 
 Environment::Environment(std::string path, std::vector<TableSpec> tables, const EnvironmentOptions& options)
     : path_(std::move(path)), tables_(std::move(tables)), options_(options), mapSize_(options.mapSize) {}
 
-Environment::~Environment() { closeFile(); }
+Environment::~Environment() {
+    closeFile();
+}
 
 Status Environment::openFile() {
     WDB_TRY(lmdbStatus(mdb_env_create(&env_)));
@@ -90,8 +96,8 @@ Status Environment::openFile() {
     return checkSize();
 }
 
-// A file that ends before its last page would kill the process at the first look behind its end. Pages that were given
-// back before they were ever written may be missing at the end: the room for them is made good.
+// A file that ends before its last page would kill the process at the first look behind its end. Pages that
+// were given back before they were ever written may be missing at the end: the room for them is made good.
 Status Environment::checkSize() {
     MDB_envinfo info;
     MDB_stat statistics;
@@ -112,7 +118,8 @@ Status Environment::checkSize() {
 
 Status Environment::openTables(bool create) {
     MDB_txn* txn = nullptr;
-    WDB_TRY(lmdbStatus(callLmdb([&] { return mdb_txn_begin(env_, nullptr, create ? 0 : MDB_RDONLY, &txn); })));
+    WDB_TRY(
+        lmdbStatus(callLmdb([&] { return mdb_txn_begin(env_, nullptr, create ? 0 : MDB_RDONLY, &txn); })));
     handles_.clear();
     for (const TableSpec& table : tables_) {
         MDB_dbi handle = 0;
@@ -123,7 +130,7 @@ Status Environment::openTables(bool create) {
             ((stored & MDB_INTEGERKEY) != 0) != table.integerKey) {
             mdb_txn_abort(txn);
             return code == MDB_SUCCESS || code == MDB_NOTFOUND || code == MDB_INCOMPATIBLE ? WDB_E_CORRUPT
-                                                                                             : lmdbStatus(code);
+                                                                                           : lmdbStatus(code);
         }
         handles_.push_back(handle);
     }
@@ -141,7 +148,8 @@ uint64_t Environment::usedBytes() {
     gate_.enter();
     MDB_envinfo info;
     MDB_stat statistics;
-    const bool known = env_ != nullptr && mdb_env_info(env_, &info) == 0 && mdb_env_stat(env_, &statistics) == 0;
+    const bool known =
+        env_ != nullptr && mdb_env_info(env_, &info) == 0 && mdb_env_stat(env_, &statistics) == 0;
     gate_.leave();
     return known ? (uint64_t{info.me_last_pgno} + 1) * statistics.ms_psize : 0;
 }
@@ -152,8 +160,10 @@ Status Environment::reopen() {
     closeFile();
     status = openFile();
     if (ok(status)) status = openTables(false);
-    if (ok(status)) reopen_.store(false);
-    else closeFile();
+    if (ok(status))
+        reopen_.store(false);
+    else
+        closeFile();
     gate_.leaveAlone();
     return status;
 }
@@ -194,9 +204,12 @@ Result<ReadTxn> Environment::read() {
         if (code == MDB_READERS_FULL) mdb_reader_check(env_, &dead);
         gate_.leave();
         if (attempt > 0) return lmdbStatus(code);
-        if (code == MDB_PANIC) WDB_TRY(reopen());
-        else if (code == MDB_MAP_RESIZED) WDB_TRY(growMap(0));
-        else if (code != MDB_READERS_FULL) return lmdbStatus(code);
+        if (code == MDB_PANIC)
+            WDB_TRY(reopen());
+        else if (code == MDB_MAP_RESIZED)
+            WDB_TRY(growMap(0));
+        else if (code != MDB_READERS_FULL)
+            return lmdbStatus(code);
     }
 }
 
@@ -229,8 +242,8 @@ Result<WriteTxn> Environment::write() {
     }
 }
 
-// Between units there is room for everything: the map grows when three quarters of it are used, so that a unit meets a full
-// map only when it writes gigabytes.
+// Between units there is room for everything: the map grows when three quarters of it are used, so that a
+// unit meets a full map only when it writes gigabytes.
 Status Environment::makeReady() {
     if (reopen_.load()) WDB_TRY(reopen());
     if (!grow_.load() && usedBytes() < mapSize_ / 4 * 3) return WDB_OK;

@@ -26,8 +26,8 @@ class Cursor;
 // A table of a file: the place of its specification in the list that the file was opened with.
 using Table = size_t;
 
-// One table of a file. Keys are byte strings of 1 to kMaxKey bytes in memcmp order; with integerKey they are native
-// unsigned integers of one width (4 or 8 bytes) in numeric order.
+// One table of a file. Keys are byte strings of 1 to kMaxKey bytes in memcmp order; with integerKey they are
+// native unsigned integers of one width (4 or 8 bytes) in numeric order.
 struct TableSpec {
     const char* name;
     bool integerKey = false;
@@ -36,14 +36,15 @@ struct TableSpec {
 inline constexpr size_t kMaxKey = 511;
 
 struct EnvironmentOptions {
-    bool create = false;       // make the file and its tables; fails when the file exists
-    bool readOnly = false;     // no write transaction will be asked for
-    bool unpublished = false;  // nobody else knows the file yet: commits are not synced, sync() is called at the end
+    bool create = false;    // make the file and its tables; fails when the file exists
+    bool readOnly = false;  // no write transaction will be asked for
+    bool unpublished =
+        false;  // nobody else knows the file yet: commits are not synced, sync() is called at the end
     size_t mapSize = size_t{16} << 30;  // reserved address range; grows between transactions
 };
 
-// What read and write transactions share: look-ups. Slices point into the mapped file: those of a read transaction live
-// as long as it does, those of a write transaction until its next write.
+// What read and write transactions share: look-ups. Slices point into the mapped file: those of a read
+// transaction live as long as it does, those of a write transaction until its next write.
 class Txn {
 public:
     bool live() const { return txn_ != nullptr; }
@@ -68,15 +69,16 @@ protected:
     Txn() = default;
     Txn(std::shared_ptr<Environment> environment, MDB_txn* txn)
         : environment_(std::move(environment)), txn_(txn) {}
-    Txn(Txn&& other) noexcept : environment_(std::move(other.environment_)), txn_(std::exchange(other.txn_, nullptr)) {}
+    Txn(Txn&& other) noexcept
+        : environment_(std::move(other.environment_)), txn_(std::exchange(other.txn_, nullptr)) {}
     ~Txn() = default;
 
     std::shared_ptr<Environment> environment_;
     MDB_txn* txn_ = nullptr;
 };
 
-// One committed state of a file. Taking and giving back costs nanoseconds (the file keeps a pool of readers), and it
-// may move between threads. Default constructed it is not live.
+// One committed state of a file. Taking and giving back costs nanoseconds (the file keeps a pool of readers),
+// and it may move between threads. Default constructed it is not live.
 class ReadTxn : public Txn {
 public:
     ReadTxn() = default;
@@ -97,8 +99,8 @@ enum class PutMode {
     Append    // the key is above every key of the table: no search, full pages
 };
 
-// The one write transaction of a file. It stays on the thread that began it. Destroyed without commit() it leaves
-// nothing behind.
+// The one write transaction of a file. It stays on the thread that began it. Destroyed without commit() it
+// leaves nothing behind.
 class WriteTxn : public Txn {
 public:
     WriteTxn() = default;
@@ -117,8 +119,8 @@ public:
     Status remove(Table table, uint64_t key);
     Status clear(Table table);
 
-    // Durable when it answers WDB_OK (unless the file is unpublished). After anything else nothing was written, and the
-    // environment reopens its file before the next transaction.
+    // Durable when it answers WDB_OK (unless the file is unpublished). After anything else nothing was
+    // written, and the environment reopens its file before the next transaction.
     Status commit();
     void abort();
 
@@ -131,8 +133,8 @@ private:
     bool broken_ = false;  // a write failed half-way: nothing may be committed any more
 };
 
-// A walk through a table. Every step answers WDB_OK, WDB_FAIL at the end, or an error; key() and value() are those of
-// the entry of the last successful step.
+// A walk through a table. Every step answers WDB_OK, WDB_FAIL at the end, or an error; key() and value() are
+// those of the entry of the last successful step.
 class Cursor {
 public:
     Cursor() = default;
@@ -142,7 +144,7 @@ public:
 
     Status first();
     Status last();
-    Status seek(Slice key);     // the first entry with a key not below the given one
+    Status seek(Slice key);  // the first entry with a key not below the given one
     Status seek(uint32_t key);
     Status seek(uint64_t key);
     Status next();
@@ -152,8 +154,8 @@ public:
     uint32_t key32() const;  // 0 when the key has another width
     uint64_t key64() const;
 
-    // In a write transaction: writes over the value of the current entry, or removes the entry (next() then gives the
-    // one behind it).
+    // In a write transaction: writes over the value of the current entry, or removes the entry (next() then
+    // gives the one behind it).
     Status replace(Slice value);
     Status remove();
     void close();
@@ -168,21 +170,23 @@ private:
     Slice value_;
 };
 
-// One file of the storage, opened once per process however many ask for it (they share it), never to be opened by
-// other means while it is in use. Safe to use from all threads.
+// One file of the storage, opened once per process however many ask for it (they share it), never to be
+// opened by other means while it is in use. Safe to use from all threads.
 class Environment : public std::enable_shared_from_this<Environment> {
 public:
-    // `tables` must be the same list at every open of a file. WDB_E_STORAGE when the file is not there or cannot be
-    // opened, WDB_E_EXISTS when it is to be made and is there, WDB_E_CORRUPT when it is no file of this kind or cut.
-    static Result<std::shared_ptr<Environment>> open(const std::string& path, std::span<const TableSpec> tables,
+    // `tables` must be the same list at every open of a file. WDB_E_STORAGE when the file is not there or
+    // cannot be opened, WDB_E_EXISTS when it is to be made and is there, WDB_E_CORRUPT when it is no file of
+    // this kind or cut.
+    static Result<std::shared_ptr<Environment>> open(const std::string& path,
+                                                     std::span<const TableSpec> tables,
                                                      const EnvironmentOptions& options);
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
     ~Environment();
 
     Result<ReadTxn> read();
-    // Waits for another writer of the file; the writer's lock of the home directory is held by then, so nobody is there.
-    // WDB_E_READ_ONLY when the file was opened for reading.
+    // Waits for another writer of the file; the writer's lock of the home directory is held by then, so
+    // nobody is there. WDB_E_READ_ONLY when the file was opened for reading.
     Result<WriteTxn> write();
     // Brings an unpublished file to the disk, its directory entry included.
     Status sync();
@@ -205,7 +209,7 @@ private:
     void closeFile();
     Status reopen();
     Status makeReady();
-    Status growMap(size_t size);       // 0: to what another process made it
+    Status growMap(size_t size);  // 0: to what another process made it
     int beginRead(MDB_txn*& txn);
     void endRead(MDB_txn* txn);
     void writeEnded(bool failed, bool full);
@@ -214,9 +218,9 @@ private:
     const std::vector<TableSpec> tables_;
     EnvironmentOptions options_;
     MDB_env* env_ = nullptr;
-    std::vector<unsigned> handles_;    // LMDB's number of each table
+    std::vector<unsigned> handles_;  // LMDB's number of each table
     std::atomic<size_t> mapSize_;
-    Gate gate_;                        // transactions enter shared; growing and reopening alone
+    Gate gate_;  // transactions enter shared; growing and reopening alone
     std::mutex poolMutex_;
     std::vector<MDB_txn*> pool_;       // readers at rest
     std::atomic<bool> reopen_{false};  // a commit failed: close and open before the next transaction

@@ -8,8 +8,8 @@
 
 namespace wdb {
 
-// Lets any number in at once, or one alone. Entering and leaving may happen on different threads, which rules out a
-// shared_mutex; shared entry costs two atomic operations while nobody wants to be alone.
+// Lets any number in at once, or one alone. Entering and leaving may happen on different threads, which rules
+// out a shared_mutex; shared entry costs two atomic operations while nobody wants to be alone.
 class Gate {
 public:
     void enter();

@@ -6,7 +6,8 @@
 
 namespace wdb {
 
-// Thrown by the library's assertion handler, through its frames, where it would end the process; callLmdb catches it.
+// Thrown by the library's assertion handler, through its frames, where it would end the process; callLmdb
+// catches it.
 struct LmdbAssertion {};
 
 Status lmdbStatus(int code);

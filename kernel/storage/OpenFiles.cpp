@@ -1,7 +1,7 @@
 #include "kernel/storage/OpenFiles.h"
 
-#include <cerrno>
 #include <sys/stat.h>
+#include <cerrno>
 
 namespace wdb {
 

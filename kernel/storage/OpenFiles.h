@@ -19,20 +19,21 @@ struct FileId {
     auto operator<=>(const FileId&) const = default;
 };
 
-// By stat, without opening: closing a second descriptor of a storage file would drop the locks of the first one.
-// WDB_FAIL when there is nothing under the path, else WDB_E_STORAGE.
+// By stat, without opening: closing a second descriptor of a storage file would drop the locks of the first
+// one. WDB_FAIL when there is nothing under the path, else WDB_E_STORAGE.
 Result<FileId> fileId(const std::string& path);
 
-// The storage's files must be opened once per process, so the process keeps a list of them. It is the only state that
-// is not handed down: two parts of a process that know nothing of each other still share a file.
+// The storage's files must be opened once per process, so the process keeps a list of them. It is the only
+// state that is not handed down: two parts of a process that know nothing of each other still share a file.
 class OpenFiles {
 public:
     static OpenFiles& ofProcess();
 
-    // The object that is open for the file, or the one that `open` makes. While one thread opens or closes it, the others
-    // that ask for the same file wait.
+    // The object that is open for the file, or the one that `open` makes. While one thread opens or closes
+    // it, the others that ask for the same file wait.
     template <typename T>
-    Result<std::shared_ptr<T>> share(const FileId& id, const std::function<Result<std::unique_ptr<T>>()>& open) {
+    Result<std::shared_ptr<T>> share(const FileId& id,
+                                     const std::function<Result<std::unique_ptr<T>>()>& open) {
         if (std::shared_ptr<void> present = find(id)) return std::static_pointer_cast<T>(present);
         Result<std::unique_ptr<T>> made(WDB_E_MEMORY);
         try {

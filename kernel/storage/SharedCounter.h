@@ -5,8 +5,9 @@
 
 namespace wdb {
 
-// A version number in memory that all processes of a home directory share. Odd: a change is being made (or its maker
-// died): nothing that is read now may be kept. Even: what was read under this number is current as long as it stands.
+// A version number in memory that all processes of a home directory share. Odd: a change is being made (or
+// its maker died): nothing that is read now may be kept. Even: what was read under this number is current as
+// long as it stands.
 class SharedCounter {
 public:
     explicit SharedCounter(std::atomic<uint64_t>* cell) : cell_(cell) {}

@@ -8,20 +8,26 @@ namespace wdb {
 
 namespace {
 
-MDB_val toVal(Slice bytes) { return {bytes.size(), const_cast<char*>(bytes.data())}; }
+MDB_val toVal(Slice bytes) {
+    return {bytes.size(), const_cast<char*>(bytes.data())};
+}
 
 template <typename Integer>
 Slice keyBytes(const Integer& key) {
     return {reinterpret_cast<const char*>(&key), sizeof key};
 }
 
-Slice toSlice(const MDB_val& value) { return {static_cast<const char*>(value.mv_data), value.mv_size}; }
+Slice toSlice(const MDB_val& value) {
+    return {static_cast<const char*>(value.mv_data), value.mv_size};
+}
 
 unsigned putFlags(PutMode mode) {
     return mode == PutMode::Append ? MDB_APPEND : mode == PutMode::Insert ? MDB_NOOVERWRITE : 0;
 }
 
-bool keyFits(Slice key) { return !key.empty() && key.size() <= kMaxKey; }
+bool keyFits(Slice key) {
+    return !key.empty() && key.size() <= kMaxKey;
+}
 
 }  // namespace
 
@@ -34,8 +40,12 @@ Status Txn::get(Table table, Slice key, Slice& value) const {
     return lmdbStatus(code);
 }
 
-Status Txn::get(Table table, uint32_t key, Slice& value) const { return get(table, keyBytes(key), value); }
-Status Txn::get(Table table, uint64_t key, Slice& value) const { return get(table, keyBytes(key), value); }
+Status Txn::get(Table table, uint32_t key, Slice& value) const {
+    return get(table, keyBytes(key), value);
+}
+Status Txn::get(Table table, uint64_t key, Slice& value) const {
+    return get(table, keyBytes(key), value);
+}
 
 Cursor Txn::cursor(Table table) const {
     MDB_cursor* cursor = nullptr;
@@ -43,11 +53,14 @@ Cursor Txn::cursor(Table table) const {
     return Cursor(cursor);
 }
 
-uint64_t Txn::id() const { return mdb_txn_id(txn_); }
+uint64_t Txn::id() const {
+    return mdb_txn_id(txn_);
+}
 
 uint64_t Txn::entries(Table table) const {
     MDB_stat statistics;
-    return mdb_stat(txn_, environment_->handles_[table], &statistics) == MDB_SUCCESS ? statistics.ms_entries : 0;
+    return mdb_stat(txn_, environment_->handles_[table], &statistics) == MDB_SUCCESS ? statistics.ms_entries
+                                                                                     : 0;
 }
 
 ReadTxn& ReadTxn::operator=(ReadTxn&& other) noexcept {
@@ -109,8 +122,12 @@ Status WriteTxn::remove(Table table, Slice key) {
     return lmdbStatus(code);
 }
 
-Status WriteTxn::remove(Table table, uint32_t key) { return remove(table, keyBytes(key)); }
-Status WriteTxn::remove(Table table, uint64_t key) { return remove(table, keyBytes(key)); }
+Status WriteTxn::remove(Table table, uint32_t key) {
+    return remove(table, keyBytes(key));
+}
+Status WriteTxn::remove(Table table, uint64_t key) {
+    return remove(table, keyBytes(key));
+}
 
 Status WriteTxn::clear(Table table) {
     const int code = callLmdb([&] { return mdb_drop(txn_, environment_->handles_[table], 0); });
@@ -164,8 +181,8 @@ Status Cursor::step(int operation) {
     if (cursor_ == nullptr) return WDB_E_STORAGE;
     MDB_val key = toVal(key_);
     MDB_val value{};
-    const int code =
-        callLmdb([&] { return mdb_cursor_get(cursor_, &key, &value, static_cast<MDB_cursor_op>(operation)); });
+    const int code = callLmdb(
+        [&] { return mdb_cursor_get(cursor_, &key, &value, static_cast<MDB_cursor_op>(operation)); });
     if (code == MDB_SUCCESS) {
         key_ = toSlice(key);
         value_ = toSlice(value);
@@ -173,10 +190,18 @@ Status Cursor::step(int operation) {
     return lmdbStatus(code);
 }
 
-Status Cursor::first() { return step(MDB_FIRST); }
-Status Cursor::last() { return step(MDB_LAST); }
-Status Cursor::next() { return step(MDB_NEXT); }
-Status Cursor::previous() { return step(MDB_PREV); }
+Status Cursor::first() {
+    return step(MDB_FIRST);
+}
+Status Cursor::last() {
+    return step(MDB_LAST);
+}
+Status Cursor::next() {
+    return step(MDB_NEXT);
+}
+Status Cursor::previous() {
+    return step(MDB_PREV);
+}
 
 Status Cursor::seek(Slice key) {
     if (key.empty()) return first();
@@ -188,8 +213,12 @@ Status Cursor::seek(Slice key) {
     return status;
 }
 
-Status Cursor::seek(uint32_t key) { return seek(keyBytes(key)); }
-Status Cursor::seek(uint64_t key) { return seek(keyBytes(key)); }
+Status Cursor::seek(uint32_t key) {
+    return seek(keyBytes(key));
+}
+Status Cursor::seek(uint64_t key) {
+    return seek(keyBytes(key));
+}
 
 uint32_t Cursor::key32() const {
     uint32_t key = 0;

@@ -19,7 +19,8 @@ Result<BaseWriter*> WriteUnit::writer(const std::shared_ptr<BaseFile>& file) {
 }
 
 bool WriteUnit::empty() const {
-    return std::none_of(members_.begin(), members_.end(), [](const Member& member) { return member.writer->changed(); });
+    return std::none_of(members_.begin(), members_.end(),
+                        [](const Member& member) { return member.writer->changed(); });
 }
 
 Status WriteUnit::commit(int64_t now) {

@@ -10,9 +10,9 @@
 
 namespace wdb {
 
-// The writes of one statement (or load): the writer's lock and one transaction per base file, begun at the first write
-// to that base. All calls come from one thread. Destroyed without commit() it leaves nothing behind. What a session adds
-// to it (deltas, schemas) is in kernel/catalog/SessionUnit.h.
+// The writes of one statement (or load): the writer's lock and one transaction per base file, begun at the
+// first write to that base. All calls come from one thread. Destroyed without commit() it leaves nothing
+// behind. What a session adds to it (deltas, schemas) is in kernel/catalog/SessionUnit.h.
 class WriteUnit {
 public:
     explicit WriteUnit(WriterHold hold) : hold_(std::move(hold)) {}
@@ -23,8 +23,8 @@ public:
     bool empty() const;  // nothing was written
     size_t bases() const { return members_.size(); }
 
-    // Commits and syncs once per base, in the order in which the bases joined. On failure what is not committed yet is
-    // dropped. The lock stays held. `now` in microseconds since 1970 UTC.
+    // Commits and syncs once per base, in the order in which the bases joined. On failure what is not
+    // committed yet is dropped. The lock stays held. `now` in microseconds since 1970 UTC.
     Status commit(int64_t now);
     void drop();
     const WriterHold& hold() const { return hold_; }

@@ -45,8 +45,8 @@ Result<std::shared_ptr<WriterLock>> WriterLock::open(const std::string& path) {
     std::shared_ptr<WriterLock> lock(new WriterLock);
     lock->file_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (lock->file_ < 0) return Status{WDB_E_STORAGE};
-    // With its block, since a store into a mapped hole of a full disk would kill the process. Doing so twice changes
-    // nothing: openers need no lock among themselves.
+    // With its block, since a store into a mapped hole of a full disk would kill the process. Doing so twice
+    // changes nothing: openers need no lock among themselves.
     if (::posix_fallocate(lock->file_, 0, kPageSize) != 0) return Status{WDB_E_STORAGE};
     void* page = ::mmap(nullptr, kPageSize, PROT_READ | PROT_WRITE, MAP_SHARED, lock->file_, 0);
     if (page == MAP_FAILED) return Status{WDB_E_STORAGE};

@@ -30,9 +30,9 @@ private:
     std::shared_ptr<WriterLock> lock_;
 };
 
-// One writer per home directory, across threads and processes. Between processes it is a lock on the open file
-// `writer.lock`, which the system gives back when its holder dies; between threads a condition. The file also carries
-// counters that all processes map.
+// One writer per home directory, across threads and processes. Between processes it is a lock on the open
+// file `writer.lock`, which the system gives back when its holder dies; between threads a condition. The file
+// also carries counters that all processes map.
 class WriterLock : public std::enable_shared_from_this<WriterLock> {
 public:
     // Opens or makes the lock file. WDB_E_STORAGE.

@@ -63,22 +63,26 @@ TEST(BaseDefinitionTest, EveryCutAndEveryBentByteIsAStatusOrADefinition) {
 }
 
 TEST(NamesTest, OfBasesAndFields) {
-    const struct { std::string name; bool base; bool field; const char* reason; } rows[] = {
-        {"A", true, true, "shortest"},
-        {"", false, false, "empty"},
-        {std::string(60, 'A'), true, false, "longest base name"},
-        {std::string(61, 'A'), false, false, "too long"},
-        {std::string(15, 'A'), true, true, "longest field name"},
-        {"A_1", true, true, "letters, digits, underscores"},
-        {"1A", false, true, "a digit first"},
-        {"_A", false, true, "an underscore first"},
-        {"a b", false, true, "a blank inside"},
-        {" a", false, false, "a blank in front"},
-        {"a.b", false, false, "a point"},
-        {"a\"b", false, false, "a quote"},
-        {"a\tb", false, false, "a control character"},
-        {"../A", false, false, "a path"},
-        {"\xC3\x84", true, true, "bytes from 128 up are letters"}};
+    const struct {
+        std::string name;
+        bool base;
+        bool field;
+        const char* reason;
+    } rows[] = {{"A", true, true, "shortest"},
+                {"", false, false, "empty"},
+                {std::string(60, 'A'), true, false, "longest base name"},
+                {std::string(61, 'A'), false, false, "too long"},
+                {std::string(15, 'A'), true, true, "longest field name"},
+                {"A_1", true, true, "letters, digits, underscores"},
+                {"1A", false, true, "a digit first"},
+                {"_A", false, true, "an underscore first"},
+                {"a b", false, true, "a blank inside"},
+                {" a", false, false, "a blank in front"},
+                {"a.b", false, false, "a point"},
+                {"a\"b", false, false, "a quote"},
+                {"a\tb", false, false, "a control character"},
+                {"../A", false, false, "a path"},
+                {"\xC3\x84", true, true, "bytes from 128 up are letters"}};
     for (const auto& row : rows) {
         EXPECT_EQ(validBaseName(row.name), row.base) << row.reason;
         EXPECT_EQ(validFieldName(row.name), row.field) << row.reason;

@@ -13,9 +13,12 @@ protected:
     Home home_{parent_ / "home"};
 };
 
-const DefinitionEditor::RenderDefault kRender = [](const FieldDefinition& field) { return field.defaultValue; };
+const DefinitionEditor::RenderDefault kRender = [](const FieldDefinition& field) {
+    return field.defaultValue;
+};
 const DefinitionEditor::ParseDefault kParse = [](const FieldDefinition& field) -> Result<std::string> {
-    return field.type == FieldType::Phrase ? Result<std::string>("default") : Result<std::string>(Status{WDB_E_VALUE});
+    return field.type == FieldType::Phrase ? Result<std::string>("default")
+                                           : Result<std::string>(Status{WDB_E_VALUE});
 };
 
 TEST_F(EditorTest, NeedsACurrentDefinition) {
@@ -44,7 +47,8 @@ TEST_F(EditorTest, RightsOfOwnersAdministratorsAndOthers) {
     EXPECT_STREQ(def.uniqueKey, "NAME");
     EXPECT_EQ(def.highestField, 3);
     EXPECT_EQ(def.isNew, 0);
-    EXPECT_EQ(editor.putBaseDef({"OWNER", false, false, true}, def, home_.locations(), kPatience, 1), WDB_E_READ_ONLY);
+    EXPECT_EQ(editor.putBaseDef({"OWNER", false, false, true}, def, home_.locations(), kPatience, 1),
+              WDB_E_READ_ONLY);
 }
 
 TEST_F(EditorTest, FieldsThatDoNotFit) {
@@ -55,7 +59,11 @@ TEST_F(EditorTest, FieldsThatDoNotFit) {
         spec.*flag = 1;
         return spec;
     };
-    const struct { WdbFieldSpec spec; Status status; const char* reason; } rows[] = {
+    const struct {
+        WdbFieldSpec spec;
+        Status status;
+        const char* reason;
+    } rows[] = {
         {fieldSpec("A", "PHRASE"), WDB_OK, "plain"},
         {fieldSpec("a ", "TEXT"), WDB_E_EXISTS, "the same name"},
         {fieldSpec("", "TEXT"), WDB_E_NAME, "no name"},
@@ -82,14 +90,21 @@ TEST_F(EditorTest, FieldsThatDoNotFit) {
 }
 
 TEST_F(EditorTest, DefinitionsThatAreNotStored) {
-    const struct { std::function<void(WdbBaseDef&)> bend; const char* reason; } rows[] = {
+    const struct {
+        std::function<void(WdbBaseDef&)> bend;
+        const char* reason;
+    } rows[] = {
         {[](WdbBaseDef& def) { std::snprintf(def.name, sizeof def.name, "OTHER"); }, "another name"},
-        {[](WdbBaseDef& def) { std::snprintf(def.uniqueKey, sizeof def.uniqueKey, "Z"); }, "unknown unique key"},
-        {[](WdbBaseDef& def) { std::snprintf(def.uniqueKey, sizeof def.uniqueKey, "NOTE"); }, "a text as unique key"},
+        {[](WdbBaseDef& def) { std::snprintf(def.uniqueKey, sizeof def.uniqueKey, "Z"); },
+         "unknown unique key"},
+        {[](WdbBaseDef& def) { std::snprintf(def.uniqueKey, sizeof def.uniqueKey, "NOTE"); },
+         "a text as unique key"},
         {[](WdbBaseDef& def) { nameFiles(def, "NOWHERE"); }, "unknown location"},
         {[](WdbBaseDef& def) { std::snprintf(def.baseFile, sizeof def.baseFile, "T.BAF"); }, "no location"},
-        {[](WdbBaseDef& def) { std::snprintf(def.baseFile, sizeof def.baseFile, "WELKSQL$BASES:../T.BAF"); }, "a way out"},
-        {[](WdbBaseDef& def) { std::snprintf(def.valueFile, sizeof def.valueFile, "WELKSQL$BASES:T.XXX"); }, "another ending"},
+        {[](WdbBaseDef& def) { std::snprintf(def.baseFile, sizeof def.baseFile, "WELKSQL$BASES:../T.BAF"); },
+         "a way out"},
+        {[](WdbBaseDef& def) { std::snprintf(def.valueFile, sizeof def.valueFile, "WELKSQL$BASES:T.XXX"); },
+         "another ending"},
         {[](WdbBaseDef& def) { def.indexFile[0] = 0; }, "no file name"},
     };
     for (const auto& row : rows) {
@@ -97,11 +112,13 @@ TEST_F(EditorTest, DefinitionsThatAreNotStored) {
         WdbBaseDef def{};
         ASSERT_EQ(editor.getBaseDef(Home::owner(), "T", &def), WDB_OK);
         nameFiles(def);
-        EXPECT_EQ(editor.putBaseDef(Home::owner(), def, home_.locations(), kPatience, 1), WDB_E_DEFINITION) << "no field";
+        EXPECT_EQ(editor.putBaseDef(Home::owner(), def, home_.locations(), kPatience, 1), WDB_E_DEFINITION)
+            << "no field";
         ASSERT_EQ(editor.putFieldSpec(fieldSpec("NAME", "PHRASE")), WDB_OK);
         ASSERT_EQ(editor.putFieldSpec(fieldSpec("NOTE", "TEXT")), WDB_OK);
         row.bend(def);
-        EXPECT_EQ(editor.putBaseDef(Home::owner(), def, home_.locations(), kPatience, 1), WDB_E_DEFINITION) << row.reason;
+        EXPECT_EQ(editor.putBaseDef(Home::owner(), def, home_.locations(), kPatience, 1), WDB_E_DEFINITION)
+            << row.reason;
         EXPECT_EQ(home_->find("T").status(), WDB_E_BASE) << row.reason;
     }
 }
@@ -171,7 +188,12 @@ TEST_F(EditorTest, References) {
     mandatory.mandatory = 1;
     ASSERT_EQ(editor.putFieldSpec(mandatory), WDB_OK);
     ASSERT_EQ(editor.putFieldSpec(fieldSpec("SELF", "PHRASE")), WDB_OK);
-    const struct { const char *column, *table, *referred; int32_t update, erase; Status status; const char* reason; } rows[] = {
+    const struct {
+        const char *column, *table, *referred;
+        int32_t update, erase;
+        Status status;
+        const char* reason;
+    } rows[] = {
         {"REF", "PARENT", "NAME", 0, WDB_ACT_CASCADE, WDB_OK, "0 is RESTRICT"},
         {"NONE", "PARENT", "NAME", 1, 1, WDB_E_FIELD, "unknown column"},
         {"REF", "NONE", "NAME", 1, 1, WDB_E_BASE, "unknown table"},
@@ -183,7 +205,9 @@ TEST_F(EditorTest, References) {
         {"SELF", "child", "REF", 1, 1, WDB_OK, "to itself"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(editor.setForeignKey(row.column, row.table, row.referred, row.update, row.erase), row.status) << row.reason;
+        EXPECT_EQ(editor.setForeignKey(row.column, row.table, row.referred, row.update, row.erase),
+                  row.status)
+            << row.reason;
     }
     EXPECT_EQ(editor.putBaseDef(Home::owner(), def, home_.locations(), kPatience, 1), WDB_E_DEFINITION)
         << "its own referred column is not unique";

@@ -78,7 +78,8 @@ private:
     std::shared_ptr<SystemDirectory> directory_;
 };
 
-inline std::string rowImage(const std::string& name, const std::string& note, int64_t count, uint64_t commit) {
+inline std::string rowImage(const std::string& name, const std::string& note, int64_t count,
+                            uint64_t commit) {
     RecordData record;
     record.head.at(1).items = {name};
     record.head.at(2).items = {note};
@@ -89,8 +90,8 @@ inline std::string rowImage(const std::string& name, const std::string& note, in
 }
 
 // Stores a row through a unit as the rules do, key included; 0 as number makes a new record.
-inline Result<RecordNumber> putRow(UnitBase& unit, RecordNumber number, const std::string& name, const std::string& note,
-                                   int64_t count = 1) {
+inline Result<RecordNumber> putRow(UnitBase& unit, RecordNumber number, const std::string& name,
+                                   const std::string& note, int64_t count = 1) {
     if (number == 0) {
         auto made = unit.writer->newRecord();
         if (!made) return made.status();
@@ -110,8 +111,9 @@ inline Result<RecordNumber> putRow(UnitBase& unit, RecordNumber number, const st
 }
 
 // One row in a unit of its own.
-inline Result<RecordNumber> putRow(const Home& home, const std::shared_ptr<OpenBase>& base, RecordNumber number,
-                                   const std::string& name, const std::string& note, int64_t count = 1) {
+inline Result<RecordNumber> putRow(const Home& home, const std::shared_ptr<OpenBase>& base,
+                                   RecordNumber number, const std::string& name, const std::string& note,
+                                   int64_t count = 1) {
     SessionUnit unit(home.lock());
     auto joined = unit.base(base);
     if (!joined) return joined.status();

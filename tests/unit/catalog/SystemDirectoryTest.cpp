@@ -25,8 +25,9 @@ TEST(SystemDirectoryTest, IsMadeOnDemandAndSharedByItsProcess) {
     const TempDirectory parent;
     EXPECT_EQ(SystemDirectory::open(parent / "home", {}).status(), WDB_E_ARGUMENT) << "no directory";
     EXPECT_EQ(SystemDirectory::open(parent.path(), {}).status(), WDB_E_ARGUMENT) << "no catalogue";
-    EXPECT_EQ(SystemDirectory::open("", {.create = true, .readOnly = false, .owner = "o", .password = ""}).status(),
-              WDB_E_ARGUMENT);
+    EXPECT_EQ(
+        SystemDirectory::open("", {.create = true, .readOnly = false, .owner = "o", .password = ""}).status(),
+        WDB_E_ARGUMENT);
     const Home home(parent / "home");
     ASSERT_NE(home.shared(), nullptr);
     const Home same(parent / "home/../home", false);
@@ -45,7 +46,8 @@ TEST(SystemDirectoryTest, BasesAreThereAfterReopeningAndUnderAnotherPath) {
         ASSERT_EQ(home.createBase("Books"), WDB_OK);
         ASSERT_TRUE(putRow(home, *home->find("BOOKS"), 0, "a", "one word"));
     }
-    EXPECT_EQ(filesIn(parent / "home/bases"), (std::vector<std::string>{"Books.1.BIF", "Books.1.VIF", "Books.BAF"}));
+    EXPECT_EQ(filesIn(parent / "home/bases"),
+              (std::vector<std::string>{"Books.1.BIF", "Books.1.VIF", "Books.BAF"}));
     std::filesystem::rename(parent / "home", parent / "moved");
     const Home home(parent / "moved", false);
     ASSERT_NE(home.shared(), nullptr);
@@ -54,7 +56,8 @@ TEST(SystemDirectoryTest, BasesAreThereAfterReopeningAndUnderAnotherPath) {
     EXPECT_EQ((*base)->definition()->name, "Books") << "the spelling given";
     EXPECT_EQ(findWord(**base, "word"), std::vector<RecordNumber>{1});
     EXPECT_EQ(home->find("BOOK").status(), WDB_E_BASE);
-    EXPECT_EQ(*home->setting("welksql_bases"), std::filesystem::canonical(parent / "moved").string() + "/bases");
+    EXPECT_EQ(*home->setting("welksql_bases"),
+              std::filesystem::canonical(parent / "moved").string() + "/bases");
 }
 
 TEST(SystemDirectoryTest, UsersAndSettings) {
@@ -111,7 +114,8 @@ TEST(SystemDirectoryTest, FilesOfCutShortJobsGoAndForeignFilesStay) {
     }
     std::ofstream(parent / "home/bases/U.BAF") << "somebody's";
     const Home home(parent / "home", false);
-    EXPECT_EQ(filesIn(parent / "home/bases"), (std::vector<std::string>{"T.1.BIF", "T.1.VIF", "T.BAF", "U.BAF"}));
+    EXPECT_EQ(filesIn(parent / "home/bases"),
+              (std::vector<std::string>{"T.1.BIF", "T.1.VIF", "T.BAF", "U.BAF"}));
     ASSERT_EQ(home.createBase("U"), WDB_OK);
     EXPECT_EQ((*home->definition("U"))->baseName, "U-2.BAF");
     std::string text;
@@ -120,10 +124,15 @@ TEST(SystemDirectoryTest, FilesOfCutShortJobsGoAndForeignFilesStay) {
 }
 
 TEST(SystemDirectoryTest, MissingAndDamagedIndexFilesAreBuiltAnew) {
-    const struct { const char* reason; std::function<void(const std::string&)> harm; } rows[] = {
+    const struct {
+        const char* reason;
+        std::function<void(const std::string&)> harm;
+    } rows[] = {
         {"word file missing", [](const std::string& dir) { std::filesystem::remove(dir + "/T.1.BIF"); }},
-        {"value file empty", [](const std::string& dir) { std::filesystem::resize_file(dir + "/T.1.VIF", 0); }},
-        {"word file no storage file", [](const std::string& dir) { std::ofstream(dir + "/T.1.BIF") << std::string(9000, 'x'); }},
+        {"value file empty",
+         [](const std::string& dir) { std::filesystem::resize_file(dir + "/T.1.VIF", 0); }},
+        {"word file no storage file",
+         [](const std::string& dir) { std::ofstream(dir + "/T.1.BIF") << std::string(9000, 'x'); }},
     };
     for (const auto& row : rows) {
         const TempDirectory parent;

@@ -12,10 +12,13 @@ namespace {
 void expectSound(OpenBase& base, const std::string& when) {
     auto snapshot = base.snapshot();
     ASSERT_TRUE(snapshot) << when;
-    EXPECT_EQ(verifyBase(*snapshot, {}, [&](Severity, RecordNumber record, const std::string& text) {
-        ADD_FAILURE() << when << ": record " << record << ": " << text;
-        return true;
-    }), WDB_OK) << when;
+    EXPECT_EQ(verifyBase(*snapshot, {},
+                         [&](Severity, RecordNumber record, const std::string& text) {
+                             ADD_FAILURE() << when << ": record " << record << ": " << text;
+                             return true;
+                         }),
+              WDB_OK)
+        << when;
 }
 
 // Stores rows one by one, telling the parent of each that is acknowledged, and merges now and then.
@@ -24,7 +27,9 @@ int insertForever(const std::string& path, int told) {
     const auto base = home->find("T");
     if (!base) return 1;
     for (;;) {
-        const auto number = putRow(home, *base, 0, "row " + std::to_string(::getpid()) + " " + std::to_string(::rand()), "kept word");
+        const auto number =
+            putRow(home, *base, 0, "row " + std::to_string(::getpid()) + " " + std::to_string(::rand()),
+                   "kept word");
         if (!number) return 2;
         if (::write(told, &*number, sizeof *number) != sizeof *number) return 3;
         if (*number % 16 == 0 && !ok(mergeQueue(*home, *base, home.lock()))) return 4;
@@ -46,7 +51,8 @@ TEST(CrashTest, AcknowledgedRowsAreThereOnceAndFound) {
         ::close(told[1]);
         const size_t enough = acknowledged.size() + 3 + static_cast<size_t>(round) * 5;
         RecordNumber number = 0;
-        while (acknowledged.size() < enough && ::read(told[0], &number, sizeof number) == sizeof number) acknowledged.push_back(number);
+        while (acknowledged.size() < enough && ::read(told[0], &number, sizeof number) == sizeof number)
+            acknowledged.push_back(number);
         ::usleep(static_cast<useconds_t>(round) * 370);
         child.kill();
         while (::read(told[0], &number, sizeof number) == sizeof number) acknowledged.push_back(number);
@@ -56,8 +62,10 @@ TEST(CrashTest, AcknowledgedRowsAreThereOnceAndFound) {
         const auto base = home->find("T");
         ASSERT_TRUE(base) << base.status();
         const std::vector<RecordNumber> found = findWord(**base, "kept");
-        EXPECT_TRUE(std::includes(found.begin(), found.end(), acknowledged.begin(), acknowledged.end())) << "round " << round;
-        EXPECT_LE(found.size(), acknowledged.size() + 1 + static_cast<size_t>(round)) << "at most one per kill was not told";
+        EXPECT_TRUE(std::includes(found.begin(), found.end(), acknowledged.begin(), acknowledged.end()))
+            << "round " << round;
+        EXPECT_LE(found.size(), acknowledged.size() + 1 + static_cast<size_t>(round))
+            << "at most one per kill was not told";
         expectSound(**base, "round " + std::to_string(round));
     }
 }
@@ -80,7 +88,9 @@ TEST(CrashTest, AKilledLoadLeavesTheBaseAsItWasOrWhole) {
             char mark = 0;
             if (!load || ::write(told[1], &mark, 1) != 1) return 1;
             for (int i = 0; i < kRows; ++i) {
-                if (!putRow((*load)->unitBase(), 0, "row " + std::to_string(i), "word " + std::to_string(i), i)) return 2;
+                if (!putRow((*load)->unitBase(), 0, "row " + std::to_string(i), "word " + std::to_string(i),
+                            i))
+                    return 2;
             }
             if (!ok((*load)->end(true, 3000))) return 3;
             if (::write(told[1], &mark, 1) != 1) return 4;

@@ -23,7 +23,8 @@ protected:
             SessionUnit unit(home_.lock());
             UnitBase* joined = *unit.base(base_);
             for (int i = 0; i < perUnit && done < rows; ++i, ++done) {
-                ASSERT_TRUE(putRow(*joined, 0, "row " + std::to_string(joined->writer->meta().nextRecord), note, done));
+                ASSERT_TRUE(putRow(*joined, 0, "row " + std::to_string(joined->writer->meta().nextRecord),
+                                   note, done));
             }
             ASSERT_EQ(unit.commit(2000), WDB_OK);
         }
@@ -31,10 +32,13 @@ protected:
     void expectSound(const char* when) {
         auto snapshot = base_->snapshot();
         ASSERT_TRUE(snapshot);
-        EXPECT_EQ(verifyBase(*snapshot, {}, [&](Severity, RecordNumber record, const std::string& text) {
-            ADD_FAILURE() << when << ": record " << record << ": " << text;
-            return true;
-        }), WDB_OK) << when;
+        EXPECT_EQ(verifyBase(*snapshot, {},
+                             [&](Severity, RecordNumber record, const std::string& text) {
+                                 ADD_FAILURE() << when << ": record " << record << ": " << text;
+                                 return true;
+                             }),
+                  WDB_OK)
+            << when;
     }
 
     TempDirectory parent_;
@@ -107,7 +111,8 @@ TEST_F(IndexJobTest, AMergeThatStopsBetweenItsFiles) {
         const WriterHold hold = home_.lock();
         const auto snapshot = base_->snapshot();
         std::vector<IndexChange> changes;
-        for (RecordNumber number = 1; number <= 50; ++number) changes.push_back({number, std::nullopt, *snapshot->record(number)});
+        for (RecordNumber number = 1; number <= 50; ++number)
+            changes.push_back({number, std::nullopt, *snapshot->record(number)});
         auto txn = files->words->write();
         ASSERT_TRUE(txn);
         ASSERT_EQ(mergeWords(*txn, snapshot->schema(), changes, snapshot->position()), WDB_OK);
@@ -131,7 +136,8 @@ TEST_F(IndexJobTest, RebuildsUnderReaders) {
     ASSERT_EQ(rebuildIndex(*home_, base_, home_.lock(), 3000), WDB_OK);
     EXPECT_NE(base_->definition()->wordPath(), oldFile);
     EXPECT_FALSE(std::filesystem::exists(oldFile));
-    EXPECT_EQ(toVector(before->index().word(2, Pattern("words"))).size(), 100u) << "who reads the old files keeps them";
+    EXPECT_EQ(toVector(before->index().word(2, Pattern("words"))).size(), 100u)
+        << "who reads the old files keeps them";
     EXPECT_EQ(findWord(*base_, "words").size(), 100u);
     EXPECT_EQ(base_->stamps()->pending, 0u);
     expectSound("built anew");

@@ -29,10 +29,13 @@ protected:
     void expectSound(const std::string& when) {
         auto snapshot = base_->snapshot();
         ASSERT_TRUE(snapshot) << when;
-        EXPECT_EQ(verifyBase(*snapshot, {}, [&](Severity, RecordNumber record, const std::string& text) {
-            ADD_FAILURE() << when << ": record " << record << ": " << text;
-            return true;
-        }), WDB_OK) << when;
+        EXPECT_EQ(verifyBase(*snapshot, {},
+                             [&](Severity, RecordNumber record, const std::string& text) {
+                                 ADD_FAILURE() << when << ": record " << record << ": " << text;
+                                 return true;
+                             }),
+                  WDB_OK)
+            << when;
     }
 
     TempDirectory parent_;
@@ -45,7 +48,8 @@ TEST_F(LoadJobTest, AllOrNothing) {
     {
         const auto load = begin();
         put(*load, 100, "words");
-        EXPECT_EQ(home_->acquireWriter(std::chrono::milliseconds(0)).status(), WDB_E_LOCKED) << "the load is the writer";
+        EXPECT_EQ(home_->acquireWriter(std::chrono::milliseconds(0)).status(), WDB_E_LOCKED)
+            << "the load is the writer";
         ASSERT_EQ(load->end(false, 3000), WDB_OK);
         EXPECT_TRUE(home_->acquireWriter(std::chrono::milliseconds(0)));
     }
@@ -62,7 +66,13 @@ TEST_F(LoadJobTest, AllOrNothing) {
 }
 
 TEST_F(LoadJobTest, LargeLoadsLeaveNewIndexFiles) {
-    const struct { int before; int rows; bool merged; uint32_t generation; const char* reason; } rows[] = {
+    const struct {
+        int before;
+        int rows;
+        bool merged;
+        uint32_t generation;
+        const char* reason;
+    } rows[] = {
         {0, 3000, true, 2, "into an empty base"},
         {100, 3000, true, 3, "into a small one"},
         {0, 500, false, 3, "too few to be worth it"},

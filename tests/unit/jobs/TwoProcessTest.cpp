@@ -45,10 +45,12 @@ TEST(TwoProcessTest, ReadAndWriteAtOnce) {
     const auto base = *home->find("T");
     EXPECT_EQ(findWord(*base, "common").size(), 2u * (kRows - kRows / 10));
     auto snapshot = base->snapshot();
-    EXPECT_EQ(verifyBase(*snapshot, {}, [](Severity, RecordNumber record, const std::string& text) {
-        ADD_FAILURE() << record << ": " << text;
-        return true;
-    }), WDB_OK);
+    EXPECT_EQ(verifyBase(*snapshot, {},
+                         [](Severity, RecordNumber record, const std::string& text) {
+                             ADD_FAILURE() << record << ": " << text;
+                             return true;
+                         }),
+              WDB_OK);
 }
 
 }  // namespace

@@ -51,28 +51,40 @@ void copyFirstPosting(WriteTxn& words) {
 TEST(VerifierTest, FindsWhatIsWrong) {
     const std::vector<Harm> harms{
         {"nothing", nullptr, nullptr, Severity::Note},
-        {"a bent image", [](BaseWriter& w) { EXPECT_EQ(put(w, 2, bent(rowImage("b", "words", 2, 1))), WDB_OK); }, nullptr,
+        {"a bent image",
+         [](BaseWriter& w) { EXPECT_EQ(put(w, 2, bent(rowImage("b", "words", 2, 1))), WDB_OK); }, nullptr,
          Severity::Damage},
-        {"a value of another type", [](BaseWriter& w) {
+        {"a value of another type",
+         [](BaseWriter& w) {
              RecordData record;
              record.head.at(3).items = {"xyz"};
              EXPECT_EQ(put(w, 2, *encodeRecord(record, 1)), WDB_OK);
-         }, nullptr, Severity::Damage},
-        {"a field that the base does not have", [](BaseWriter& w) {
+         },
+         nullptr, Severity::Damage},
+        {"a field that the base does not have",
+         [](BaseWriter& w) {
              RecordData record = RecordData::from(*RecordView::validate(rowImage("b", "words", 2, 1)));
              record.head.at(9).items = {"x"};
              EXPECT_EQ(put(w, 2, *encodeRecord(record, 1)), WDB_OK);
-         }, nullptr, Severity::Damage},
-        {"a lost key", [](BaseWriter& w) {
+         },
+         nullptr, Severity::Damage},
+        {"a lost key",
+         [](BaseWriter& w) {
              const ValueKey key = valueKey(FieldType::Phrase, "b");
              EXPECT_EQ(w.dropKey(uniqueKey(1, key.bytes, false, {})), WDB_OK);
-         }, nullptr, Severity::Damage},
-        {"a key of nobody", [](BaseWriter& w) { EXPECT_EQ(w.setKey(uniqueKey(1, std::string("Q\0", 2), false, {}), 2), WDB_OK); },
+         },
          nullptr, Severity::Damage},
-        {"a record that nobody counted", [](BaseWriter& w) { EXPECT_EQ(put(w, 9, rowImage("i", "words", 2, 1)), WDB_OK); },
+        {"a key of nobody",
+         [](BaseWriter& w) {
+             EXPECT_EQ(w.setKey(uniqueKey(1, std::string("Q\0", 2), false, {}), 2), WDB_OK);
+         },
          nullptr, Severity::Damage},
-        {"a changed text without a queue entry", [](BaseWriter& w) { EXPECT_EQ(put(w, 2, rowImage("b", "other", 2, 1)), WDB_OK); },
-         nullptr, Severity::Repairable},
+        {"a record that nobody counted",
+         [](BaseWriter& w) { EXPECT_EQ(put(w, 9, rowImage("i", "words", 2, 1)), WDB_OK); }, nullptr,
+         Severity::Damage},
+        {"a changed text without a queue entry",
+         [](BaseWriter& w) { EXPECT_EQ(put(w, 2, rowImage("b", "other", 2, 1)), WDB_OK); }, nullptr,
+         Severity::Repairable},
         {"a lost posting", nullptr, dropFirstPosting, Severity::Repairable},
         {"a posting of no text", nullptr, copyFirstPosting, Severity::Repairable},
     };
@@ -111,10 +123,12 @@ TEST(VerifierTest, FindsWhatIsWrong) {
         EXPECT_EQ(worst, harm.severity) << harm.reason;
         EXPECT_EQ(findings == 0, sound) << harm.reason;
         findings = 0;
-        EXPECT_EQ(verifyBase(*snapshot, {.skipIndex = false, .stopAtFirst = true}, note), sound ? WDB_OK : WDB_E_CORRUPT);
+        EXPECT_EQ(verifyBase(*snapshot, {.skipIndex = false, .stopAtFirst = true}, note),
+                  sound ? WDB_OK : WDB_E_CORRUPT);
         EXPECT_EQ(findings, sound ? 0 : 1) << harm.reason;
         if (harm.severity == Severity::Repairable) {
-            EXPECT_EQ(verifyBase(*snapshot, {.skipIndex = true, .stopAtFirst = false}, note), WDB_OK) << harm.reason;
+            EXPECT_EQ(verifyBase(*snapshot, {.skipIndex = true, .stopAtFirst = false}, note), WDB_OK)
+                << harm.reason;
             ASSERT_EQ(rebuildIndex(*home, base, home.lock(), 6000), WDB_OK);
             EXPECT_EQ(verifyBase(*base->snapshot(), {}, note), WDB_OK) << harm.reason << ", built anew";
         }

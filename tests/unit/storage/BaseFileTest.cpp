@@ -35,12 +35,16 @@ protected:
     std::vector<std::string> queue(Position after = 0) const {
         auto txn = file_->read();
         std::vector<std::string> entries;
-        EXPECT_EQ(BaseReader(*txn).forEachChange(after, 1000, [&](const QueueEntry& entry) {
-            entries.push_back(std::to_string(entry.position) + ":" + "-PDR"[static_cast<int>(entry.kind)] +
-                              std::to_string(entry.record) + "-" + std::to_string(entry.last) +
-                              (entry.previous.empty() ? "" : "+previous"));
-            return Status{WDB_OK};
-        }), WDB_OK);
+        EXPECT_EQ(BaseReader(*txn).forEachChange(
+                      after, 1000,
+                      [&](const QueueEntry& entry) {
+                          entries.push_back(std::to_string(entry.position) + ":" +
+                                            "-PDR"[static_cast<int>(entry.kind)] +
+                                            std::to_string(entry.record) + "-" + std::to_string(entry.last) +
+                                            (entry.previous.empty() ? "" : "+previous"));
+                          return Status{WDB_OK};
+                      }),
+                  WDB_OK);
         return entries;
     }
 
@@ -72,15 +76,21 @@ TEST_F(BaseFileTest, PutsAndDeletionsAndTheirQueue) {
     EXPECT_EQ(reader.image(2).status(), WDB_E_DELETED);
     EXPECT_EQ(reader.image(3).status(), WDB_FAIL);
     std::vector<RecordNumber> live;
-    EXPECT_EQ(reader.forEachRecord(1, [&](RecordNumber number, Slice) {
-        live.push_back(number);
-        return Status{WDB_OK};
-    }), WDB_OK);
+    EXPECT_EQ(reader.forEachRecord(1,
+                                   [&](RecordNumber number, Slice) {
+                                       live.push_back(number);
+                                       return Status{WDB_OK};
+                                   }),
+              WDB_OK);
     EXPECT_EQ(live, std::vector<RecordNumber>{1});
 }
 
 TEST_F(BaseFileTest, TheModificationDateNeverStandsStill) {
-    const struct { int64_t now; int64_t expected; const char* reason; } rows[] = {
+    const struct {
+        int64_t now;
+        int64_t expected;
+        const char* reason;
+    } rows[] = {
         {900, 1001, "the clock stepped back"}, {1001, 1002, "within one microsecond"}, {7000, 7000, "later"}};
     for (const auto& row : rows) {
         auto writer = file_->write();
@@ -137,7 +147,8 @@ TEST_F(BaseFileTest, Keys) {
     EXPECT_EQ((*writer)->setKey(key, 2), WDB_E_DUPLICATE);
     const std::string cut(400, 'v');
     EXPECT_EQ((*writer)->setKey(uniqueKey(1, cut, true, cut + "a"), 2), WDB_OK);
-    EXPECT_EQ((*writer)->setKey(uniqueKey(1, cut, true, cut + "b"), 3), WDB_OK) << "cut keys differ by their values";
+    EXPECT_EQ((*writer)->setKey(uniqueKey(1, cut, true, cut + "b"), 3), WDB_OK)
+        << "cut keys differ by their values";
     EXPECT_EQ((*writer)->setKey(uniqueKey(2, "VALUE", false, ""), 4), WDB_OK) << "another field";
     EXPECT_EQ((*writer)->dropKeysOf(1), WDB_OK);
     EXPECT_EQ((*writer)->findKey(key).status(), WDB_FAIL);
@@ -151,7 +162,9 @@ TEST_F(BaseFileTest, LargeObjectsGoInChunks) {
     const uint64_t second = (*writer)->newObject();
     ASSERT_NE(first, second);
     for (uint32_t chunk = 0; chunk < 3; ++chunk) {
-        ASSERT_EQ((*writer)->putObjectChunk(first, chunk, std::string(kObjectChunk, static_cast<char>('a' + chunk))), WDB_OK);
+        ASSERT_EQ((*writer)->putObjectChunk(first, chunk,
+                                            std::string(kObjectChunk, static_cast<char>('a' + chunk))),
+                  WDB_OK);
     }
     ASSERT_EQ((*writer)->putObjectChunk(second, 0, "z"), WDB_OK);
     EXPECT_EQ((*writer)->objectChunk(first, 2)->front(), 'c');
@@ -191,10 +204,17 @@ TEST(BaseLayoutTest, BentBytesAreRefused) {
         bytes[at] = value;
         return bytes;
     };
-    const struct { std::string bytes; const char* reason; } rows[] = {
-        {"", "empty"}, {good.substr(0, 15), "short"}, {bent(0, 0), "kind 0"}, {bent(0, 4), "unknown kind"},
-        {bent(4, 0), "record 0"}, {bent(8, 1), "ends before it begins"}, {bent(0, 1), "a put of several"},
-        {good + "x", "a range with an image"}};
+    const struct {
+        std::string bytes;
+        const char* reason;
+    } rows[] = {{"", "empty"},
+                {good.substr(0, 15), "short"},
+                {bent(0, 0), "kind 0"},
+                {bent(0, 4), "unknown kind"},
+                {bent(4, 0), "record 0"},
+                {bent(8, 1), "ends before it begins"},
+                {bent(0, 1), "a put of several"},
+                {good + "x", "a range with an image"}};
     for (const auto& row : rows) EXPECT_FALSE(base_layout::decodeQueueEntry(1, row.bytes)) << row.reason;
     EXPECT_FALSE(base_layout::decodeQueueEntry(0, good)) << "position 0";
     std::string meta = base_layout::encodeMeta(BaseMeta());

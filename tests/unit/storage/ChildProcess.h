@@ -6,8 +6,8 @@
 
 #include <functional>
 
-// Runs a function in a forked process, which ends with its result. Fork before anything is opened: open storage does not
-// survive one.
+// Runs a function in a forked process, which ends with its result. Fork before anything is opened: open
+// storage does not survive one.
 class ChildProcess {
 public:
     explicit ChildProcess(const std::function<int()>& body) : id_(::fork()) {

@@ -59,13 +59,16 @@ TEST_F(EnvironmentTest, IsOpenedOncePerProcessByWhateverPath) {
 
 TEST_F(EnvironmentTest, FilesOfAnotherKindAreRefused) {
     std::ofstream(directory_ / "file") << std::string(20000, 'x');
-    EXPECT_EQ(Environment::open(directory_ / "file", kTables, {}).status(), WDB_E_CORRUPT) << "no storage file";
+    EXPECT_EQ(Environment::open(directory_ / "file", kTables, {}).status(), WDB_E_CORRUPT)
+        << "no storage file";
     std::filesystem::remove(directory_ / "file");
     create();
     constexpr std::array kOther{TableSpec{"texts"}, TableSpec{"absent"}};
-    EXPECT_EQ(Environment::open(directory_ / "file", kOther, {}).status(), WDB_E_CORRUPT) << "a table is missing";
+    EXPECT_EQ(Environment::open(directory_ / "file", kOther, {}).status(), WDB_E_CORRUPT)
+        << "a table is missing";
     constexpr std::array kOtherKeys{TableSpec{"texts", true}, TableSpec{"numbers", true}};
-    EXPECT_EQ(Environment::open(directory_ / "file", kOtherKeys, {}).status(), WDB_E_CORRUPT) << "keys of another kind";
+    EXPECT_EQ(Environment::open(directory_ / "file", kOtherKeys, {}).status(), WDB_E_CORRUPT)
+        << "keys of another kind";
 }
 
 TEST_F(EnvironmentTest, ACutFileIsAStatus) {
@@ -131,7 +134,8 @@ TEST_F(EnvironmentTest, CursorsWalkInOrder) {
     {
         Cursor cursor = txn->cursor(kNumbers);
         std::vector<uint64_t> seen;
-        for (Status status = cursor.first(); ok(status); status = cursor.next()) seen.push_back(cursor.key64());
+        for (Status status = cursor.first(); ok(status); status = cursor.next())
+            seen.push_back(cursor.key64());
         EXPECT_EQ(seen, (std::vector<uint64_t>{7, 256, 1000000}));
         EXPECT_EQ(cursor.seek(uint64_t{8}), WDB_OK);
         EXPECT_EQ(cursor.key64(), 256u);
