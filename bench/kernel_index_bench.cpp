@@ -1,4 +1,5 @@
-// What the indexes cost: over the package catalogue when /tmp/catalogue.deb822 exists, else over made-up records.
+// What the indexes cost: over the package catalogue when /tmp/catalogue.deb822 exists, else over made-up
+// records.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -34,8 +35,9 @@ FieldDefinition field(FieldNumber number, const char* name, FieldType type) {
 
 std::shared_ptr<const Schema> schema() {
     return std::make_shared<const Schema>(std::vector<FieldDefinition>{
-        field(kName, "NAME", FieldType::Phrase), field(kSection, "SECTION", FieldType::Phrase), field(kSize, "SIZE", FieldType::Integer),
-        field(kMaintainer, "MAINTAINER", FieldType::Phrase), field(kDay, "DAY", FieldType::Date), field(kText, "TEXT", FieldType::Text)});
+        field(kName, "NAME", FieldType::Phrase), field(kSection, "SECTION", FieldType::Phrase),
+        field(kSize, "SIZE", FieldType::Integer), field(kMaintainer, "MAINTAINER", FieldType::Phrase),
+        field(kDay, "DAY", FieldType::Date), field(kText, "TEXT", FieldType::Text)});
 }
 
 std::string imageOf(std::map<std::string, std::string>& paragraph, size_t number) {
@@ -44,7 +46,8 @@ std::string imageOf(std::map<std::string, std::string>& paragraph, size_t number
     record.head.at(kSection).items = {paragraph["Section"]};
     record.head.at(kSize).items = {encodeInteger(std::atoll(paragraph["Installed-Size"].c_str()))};
     record.head.at(kMaintainer).items = {paragraph["Maintainer"]};
-    record.head.at(kDay).items = {encodeDay(dayNumber(2000 + static_cast<int>(number % 25), 1 + static_cast<int>(number % 12), 1))};
+    record.head.at(kDay).items = {
+        encodeDay(dayNumber(2000 + static_cast<int>(number % 25), 1 + static_cast<int>(number % 12), 1))};
     record.head.at(kText).items = {paragraph["Description"]};
     record.trim();
     return *encodeRecord(record, 1);
@@ -76,10 +79,14 @@ std::vector<std::string> madeUp() {
         std::string text;
         while (text.size() < 1000) {
             const double u = static_cast<double>(random() % 100000 + 1) / 100000;
-            text += (random() % 40 == 0 ? "library " : "w" + std::to_string(static_cast<int>(20.0 / u))) + (random() % 80 == 0 ? ".\n" : " ");
+            text += (random() % 40 == 0 ? "library " : "w" + std::to_string(static_cast<int>(20.0 / u))) +
+                    (random() % 80 == 0 ? ".\n" : " ");
         }
-        std::map<std::string, std::string> paragraph = {{"Package", "package-" + std::to_string(random())}, {"Section", "s" + std::to_string(i % 60)},
-            {"Installed-Size", std::to_string(random() % 100000)}, {"Maintainer", "m" + std::to_string(random() % 3000)}, {"Description", text}};
+        std::map<std::string, std::string> paragraph = {{"Package", "package-" + std::to_string(random())},
+                                                        {"Section", "s" + std::to_string(i % 60)},
+                                                        {"Installed-Size", std::to_string(random() % 100000)},
+                                                        {"Maintainer", "m" + std::to_string(random() % 3000)},
+                                                        {"Description", text}};
         images.push_back(imageOf(paragraph, i));
     }
     return images;
@@ -93,12 +100,15 @@ public:
         return fixture;
     }
 
-    Result<RecordView> record(RecordNumber number) override { return RecordView::validate(images[number - 1]); }
+    Result<RecordView> record(RecordNumber number) override {
+        return RecordView::validate(images[number - 1]);
+    }
 
     Status build(const std::string& words, const std::string& values) const {
         BulkIndexBuilder builder(fields, {});
         for (size_t i = 0; i < images.size(); ++i) {
-            const Status status = builder.add(static_cast<RecordNumber>(i + 1), *RecordView::validate(images[i]));
+            const Status status =
+                builder.add(static_cast<RecordNumber>(i + 1), *RecordView::validate(images[i]));
             if (!ok(status)) return status;
         }
         return builder.write(words, values, 1);
@@ -146,8 +156,10 @@ private:
 std::vector<Pattern> words(std::string_view text) {
     Pattern value;
     for (const char c : text) {
-        if (c == '$') value.addAnyRun();
-        else value.addLiteral({&c, 1});
+        if (c == '$')
+            value.addAnyRun();
+        else
+            value.addLiteral({&c, 1});
     }
     return Analyzer().wordPatterns(value);
 }
@@ -226,17 +238,23 @@ void equalPhrase(benchmark::State& state) {
 BENCHMARK(equalPhrase);
 
 void rangeOfIntegersWide(benchmark::State& state) {
-    run(state, [&](IndexView& view) { return view.range(kSize, Bound{encodeInteger(100), true}, Bound{encodeInteger(5000), true}); });
+    run(state, [&](IndexView& view) {
+        return view.range(kSize, Bound{encodeInteger(100), true}, Bound{encodeInteger(5000), true});
+    });
 }
 BENCHMARK(rangeOfIntegersWide);
 
 void rangeOfIntegersNarrow(benchmark::State& state) {
-    run(state, [&](IndexView& view) { return view.range(kSize, Bound{encodeInteger(100), true}, Bound{encodeInteger(110), true}); });
+    run(state, [&](IndexView& view) {
+        return view.range(kSize, Bound{encodeInteger(100), true}, Bound{encodeInteger(110), true});
+    });
 }
 BENCHMARK(rangeOfIntegersNarrow);
 
 void rangeOfDates(benchmark::State& state) {
-    run(state, [&](IndexView& view) { return view.range(kDay, Bound{encodeDay(20030101), true}, Bound{encodeDay(20121231), true}); });
+    run(state, [&](IndexView& view) {
+        return view.range(kDay, Bound{encodeDay(20030101), true}, Bound{encodeDay(20121231), true});
+    });
 }
 BENCHMARK(rangeOfDates);
 
@@ -344,12 +362,14 @@ void merge(benchmark::State& state) {
     Fixture& fixture = Fixture::get();
     std::vector<IndexChange> changes;
     for (RecordNumber n = 1; n <= 2000; ++n) {
-        changes.push_back({n * 30, *RecordView::validate(fixture.images[n * 30 - 1]), *RecordView::validate(fixture.images[n * 30])});
+        changes.push_back({n * 30, *RecordView::validate(fixture.images[n * 30 - 1]),
+                           *RecordView::validate(fixture.images[n * 30])});
     }
     for (auto _ : state) {
         WriteTxn words = std::move(*fixture.wordFile->write());
         WriteTxn values = std::move(*fixture.valueFile->write());
-        if (!ok(mergeWords(words, *fixture.fields, changes, 2)) || !ok(mergeValues(values, *fixture.fields, changes, 2)))
+        if (!ok(mergeWords(words, *fixture.fields, changes, 2)) ||
+            !ok(mergeValues(values, *fixture.fields, changes, 2)))
             return state.SkipWithError("status");
         words.abort();
         values.abort();
@@ -360,11 +380,15 @@ BENCHMARK(merge)->Unit(benchmark::kMillisecond)->Iterations(5);
 void bulkBuild(benchmark::State& state) {
     Fixture& fixture = Fixture::get();
     for (auto _ : state) {
-        if (!ok(fixture.build(fixture.directory + "/w2", fixture.directory + "/v2"))) return state.SkipWithError("status");
+        if (!ok(fixture.build(fixture.directory + "/w2", fixture.directory + "/v2")))
+            return state.SkipWithError("status");
         state.PauseTiming();
-        state.counters["word_MB"] = static_cast<double>(std::filesystem::file_size(fixture.directory + "/w2")) / 1e6;
-        state.counters["value_MB"] = static_cast<double>(std::filesystem::file_size(fixture.directory + "/v2")) / 1e6;
-        for (const char* name : {"/w2", "/v2", "/w2-lock", "/v2-lock"}) std::filesystem::remove(fixture.directory + name);
+        state.counters["word_MB"] =
+            static_cast<double>(std::filesystem::file_size(fixture.directory + "/w2")) / 1e6;
+        state.counters["value_MB"] =
+            static_cast<double>(std::filesystem::file_size(fixture.directory + "/v2")) / 1e6;
+        for (const char* name : {"/w2", "/v2", "/w2-lock", "/v2-lock"})
+            std::filesystem::remove(fixture.directory + name);
         state.ResumeTiming();
     }
     state.counters["records"] = static_cast<double>(fixture.images.size());

@@ -101,13 +101,15 @@ public:
 
     Status take(const Batch& batch) {
         for (const Batch::Item& item : batch.items) {
-            const Result<RecordView> view = RecordView::validate(Slice(batch.images).substr(item.offset, item.size));
+            const Result<RecordView> view =
+                RecordView::validate(Slice(batch.images).substr(item.offset, item.size));
             if (!view) return view.status();
             record_ = item.record;
             live();
             inverter_.invert(schema_, *view, *this);
         }
-        if (words.table.bytes() + values.table.bytes() < memoryLimit_ || options_.spillDirectory.empty()) return WDB_OK;
+        if (words.table.bytes() + values.table.bytes() < memoryLimit_ || options_.spillDirectory.empty())
+            return WDB_OK;
         WDB_TRY(words.spill(options_.spillDirectory));
         return values.spill(options_.spillDirectory);
     }
@@ -178,8 +180,10 @@ struct BulkIndexBuilder::Impl {
         return failure;
     }
     void stop(bool drop) {
-        if (drop) queue.fail();
-        else queue.end();
+        if (drop)
+            queue.fail();
+        else
+            queue.end();
         for (std::thread& thread : threads) thread.join();
         threads.clear();
     }
@@ -267,7 +271,8 @@ Status BulkIndexBuilder::write(const std::string& wordPath, const std::string& v
 }
 
 Status createIndexFiles(const std::string& wordPath, const std::string& valuePath) {
-    return BulkIndexBuilder(std::make_shared<const Schema>(), BulkIndexOptions{}).write(wordPath, valuePath, 0);
+    return BulkIndexBuilder(std::make_shared<const Schema>(), BulkIndexOptions{})
+        .write(wordPath, valuePath, 0);
 }
 
 }  // namespace wdb

@@ -17,8 +17,8 @@ struct BulkIndexOptions {
     unsigned threads = 2;                    // workers that invert
 };
 
-// Makes the index files of a base anew: records are inverted by worker threads while they are added, then both files are
-// written in key order. Used by one thread.
+// Makes the index files of a base anew: records are inverted by worker threads while they are added, then
+// both files are written in key order. Used by one thread.
 class BulkIndexBuilder {
 public:
     BulkIndexBuilder(std::shared_ptr<const Schema> schema, BulkIndexOptions options);
@@ -26,11 +26,12 @@ public:
     BulkIndexBuilder(const BulkIndexBuilder&) = delete;
     BulkIndexBuilder& operator=(const BulkIndexBuilder&) = delete;
 
-    // Takes a copy of a live record. Numbers must ascend (WDB_E_ARGUMENT). A failure of a worker is answered here or
-    // by write().
+    // Takes a copy of a live record. Numbers must ascend (WDB_E_ARGUMENT). A failure of a worker is answered
+    // here or by write().
     Status add(RecordNumber record, const RecordView& view);
-    // Makes both files, which must not exist, with everything that was added, and brings them to the disk. The files
-    // contain the base up to `position`. On an error what was made is removed. The builder is used up.
+    // Makes both files, which must not exist, with everything that was added, and brings them to the disk.
+    // The files contain the base up to `position`. On an error what was made is removed. The builder is used
+    // up.
     Status write(const std::string& wordPath, const std::string& valuePath, Position position);
 
 private:

@@ -11,7 +11,9 @@ namespace wdb {
 
 namespace {
 
-uint32_t checksum(Slice block) { return static_cast<uint32_t>(XXH3_64bits(block.data() + 4, block.size() - 4)); }
+uint32_t checksum(Slice block) {
+    return static_cast<uint32_t>(XXH3_64bits(block.data() + 4, block.size() - 4));
+}
 
 uint64_t readEntry(const char* data, unsigned width, uint32_t place) {
     uint64_t entry = 0;
@@ -93,10 +95,21 @@ void ColumnView::scan(uint32_t block, int64_t low, int64_t high, RecordSetBuilde
     const uint64_t span = to - from;
     uint64_t words[kColumnWords];
     switch (width_) {
-    case 1: kernels.compare8(data_, static_cast<uint8_t>(from), static_cast<uint8_t>(span), words, kColumnWords); break;
-    case 2: kernels.compare16(data_, static_cast<uint16_t>(from), static_cast<uint16_t>(span), words, kColumnWords); break;
-    case 4: kernels.compare32(data_, static_cast<uint32_t>(from), static_cast<uint32_t>(span), words, kColumnWords); break;
-    default: kernels.compare64(data_, from, span, words, kColumnWords); break;
+        case 1:
+            kernels.compare8(data_, static_cast<uint8_t>(from), static_cast<uint8_t>(span), words,
+                             kColumnWords);
+            break;
+        case 2:
+            kernels.compare16(data_, static_cast<uint16_t>(from), static_cast<uint16_t>(span), words,
+                              kColumnWords);
+            break;
+        case 4:
+            kernels.compare32(data_, static_cast<uint32_t>(from), static_cast<uint32_t>(span), words,
+                              kColumnWords);
+            break;
+        default:
+            kernels.compare64(data_, from, span, words, kColumnWords);
+            break;
     }
     out.addWords(block * kColumnWords, words, kColumnWords);
 }

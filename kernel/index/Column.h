@@ -17,14 +17,17 @@ inline constexpr uint32_t kColumnWords = 63;  // of 64 records
 inline constexpr uint32_t kColumnRecords = kColumnWords * 64;
 inline constexpr size_t kColumnHeader = 16;
 
-constexpr uint32_t columnBlock(RecordNumber record) { return record / kColumnRecords; }
+constexpr uint32_t columnBlock(RecordNumber record) {
+    return record / kColumnRecords;
+}
 
 // The values of one block in plain form, for making and changing it.
 class ColumnValues {
 public:
     ColumnValues() : values_(kColumnRecords) {}
 
-    // Replaces everything by a stored block. WDB_E_CORRUPT; WDB_FAIL when the block has no entries for its values (width 0).
+    // Replaces everything by a stored block. WDB_E_CORRUPT; WDB_FAIL when the block has no entries for its
+    // values (width 0).
     Status decode(Slice block);
     void set(uint32_t place, int64_t value) { values_[place] = value; }  // place: record % kColumnRecords
     void reset(uint32_t place) { values_[place].reset(); }

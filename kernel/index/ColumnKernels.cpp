@@ -24,8 +24,8 @@ void comparePortable(const char* entries, T low, T span, uint64_t* words, uint32
     }
 }
 
-constexpr ColumnKernels kPortable = {comparePortable<uint8_t>, comparePortable<uint16_t>, comparePortable<uint32_t>,
-                                     comparePortable<uint64_t>};
+constexpr ColumnKernels kPortable = {comparePortable<uint8_t>, comparePortable<uint16_t>,
+                                     comparePortable<uint32_t>, comparePortable<uint64_t>};
 
 #if WDB_X86
 
@@ -37,7 +37,8 @@ __attribute__((target("avx2"))) inline uint64_t bytesOf(__m256i lanes) {
     return static_cast<uint32_t>(_mm256_movemask_epi8(lanes));
 }
 
-__attribute__((target("avx2"))) void compare8(const char* entries, uint8_t low, uint8_t span, uint64_t* words, uint32_t count) {
+__attribute__((target("avx2"))) void compare8(const char* entries, uint8_t low, uint8_t span, uint64_t* words,
+                                              uint32_t count) {
     const __m256i from = _mm256_set1_epi8(static_cast<char>(low));
     const __m256i limit = _mm256_set1_epi8(static_cast<char>(span));
     for (uint32_t w = 0; w < count; ++w, entries += 64) {
@@ -48,7 +49,8 @@ __attribute__((target("avx2"))) void compare8(const char* entries, uint8_t low, 
     }
 }
 
-__attribute__((target("avx2"))) void compare16(const char* entries, uint16_t low, uint16_t span, uint64_t* words, uint32_t count) {
+__attribute__((target("avx2"))) void compare16(const char* entries, uint16_t low, uint16_t span,
+                                               uint64_t* words, uint32_t count) {
     const __m256i from = _mm256_set1_epi16(static_cast<short>(low));
     const __m256i limit = _mm256_set1_epi16(static_cast<short>(span));
     for (uint32_t w = 0; w < count; ++w) {
@@ -64,7 +66,8 @@ __attribute__((target("avx2"))) void compare16(const char* entries, uint16_t low
     }
 }
 
-__attribute__((target("avx2"))) void compare32(const char* entries, uint32_t low, uint32_t span, uint64_t* words, uint32_t count) {
+__attribute__((target("avx2"))) void compare32(const char* entries, uint32_t low, uint32_t span,
+                                               uint64_t* words, uint32_t count) {
     const __m256i from = _mm256_set1_epi32(static_cast<int>(low));
     const __m256i limit = _mm256_set1_epi32(static_cast<int>(span));
     for (uint32_t w = 0; w < count; ++w) {
@@ -84,7 +87,9 @@ constexpr ColumnKernels kAvx2 = {compare8, compare16, compare32, comparePortable
 
 }  // namespace
 
-const ColumnKernels& portableColumnKernels() { return kPortable; }
+const ColumnKernels& portableColumnKernels() {
+    return kPortable;
+}
 
 const ColumnKernels& columnKernels() {
 #if WDB_X86

@@ -9,7 +9,8 @@ namespace wdb {
 
 namespace {
 
-// Header: u16 cardinality - 1, u8 kind, u8 zero, u32 low half of XXH3-64 over the data, seeded with the four bytes before.
+// Header: u16 cardinality - 1, u8 kind, u8 zero, u32 low half of XXH3-64 over the data, seeded with the four
+// bytes before.
 constexpr size_t kChecksumAt = 4;
 
 uint32_t checksum(Slice stored) {
@@ -37,7 +38,8 @@ uint32_t lowerBound(const ContainerView& array, uint16_t low) {
 }  // namespace
 
 bool ContainerView::contains(uint16_t low) const {
-    if (kind == ContainerKind::Bitmap) return (static_cast<unsigned char>(data[low >> 3]) >> (low & 7) & 1) != 0;
+    if (kind == ContainerKind::Bitmap)
+        return (static_cast<unsigned char>(data[low >> 3]) >> (low & 7) & 1) != 0;
     const uint32_t place = lowerBound(*this, low);
     return place < cardinality && at(place) == low;
 }

@@ -11,8 +11,8 @@
 
 namespace wdb {
 
-// The members of a record set within one chunk of 65,536 record numbers. The same bytes in memory and, behind a header of
-// 8 bytes, on disk (docs/formats/record-set.md).
+// The members of a record set within one chunk of 65,536 record numbers. The same bytes in memory and, behind
+// a header of 8 bytes, on disk (docs/formats/record-set.md).
 enum class ContainerKind : uint8_t {
     Array = 0,  // ascending u16, little endian, at most kMaxArray of them
     Bitmap = 1  // 65,536 bits, bit n of the chunk in byte n / 8 at 1 << (n % 8)
@@ -43,8 +43,8 @@ struct ContainerView {
         return value;
     }
     bool contains(uint16_t low) const;
-    uint32_t rank(uint16_t low) const;       // members below `low`
-    uint16_t select(uint32_t place) const;   // place < cardinality
+    uint32_t rank(uint16_t low) const;      // members below `low`
+    uint16_t select(uint32_t place) const;  // place < cardinality
 
     // Calls visit(uint16_t) for each member, ascending.
     template <typename Visit>
@@ -60,10 +60,11 @@ struct ContainerView {
     }
 };
 
-// The container of stored bytes, sizes checked: WDB_E_CORRUPT. What lies in it is not looked at; reading a damaged one gives
-// wrong members but never leaves its bytes.
+// The container of stored bytes, sizes checked: WDB_E_CORRUPT. What lies in it is not looked at; reading a
+// damaged one gives wrong members but never leaves its bytes.
 Result<ContainerView> readContainer(Slice stored);
-// Also checks the checksum, the order of arrays, the cardinality of bitmaps, and that the smaller kind was chosen.
+// Also checks the checksum, the order of arrays, the cardinality of bitmaps, and that the smaller kind was
+// chosen.
 Status validateContainer(Slice stored);
 // Appends header and data.
 void appendContainer(const ContainerView& container, std::string& out);

@@ -27,8 +27,8 @@ inline uint64_t wordAt(const char* bitmap, size_t place) {
     return value;
 }
 
-uint32_t mergeFrom(const char* a, uint32_t i, uint32_t aCount, const char* b, uint32_t j, uint32_t bCount, uint16_t* out,
-                   uint32_t written) {
+uint32_t mergeFrom(const char* a, uint32_t i, uint32_t aCount, const char* b, uint32_t j, uint32_t bCount,
+                   uint16_t* out, uint32_t written) {
     while (i < aCount && j < bCount) {
         const uint16_t x = at(a, i);
         const uint16_t y = at(b, j);
@@ -40,7 +40,8 @@ uint32_t mergeFrom(const char* a, uint32_t i, uint32_t aCount, const char* b, ui
     return written;
 }
 
-uint32_t intersectArraysPortable(const char* a, uint32_t aCount, const char* b, uint32_t bCount, uint16_t* out) {
+uint32_t intersectArraysPortable(const char* a, uint32_t aCount, const char* b, uint32_t bCount,
+                                 uint16_t* out) {
     return mergeFrom(a, 0, aCount, b, 0, bCount, out, 0);
 }
 
@@ -67,7 +68,8 @@ uint32_t andNotPortable(const char* a, const char* b, char* out) {
 
 uint32_t countAndPortable(const char* a, const char* b) {
     uint32_t count = 0;
-    for (size_t w = 0; w < kBitmapWords; ++w) count += static_cast<uint32_t>(std::popcount(wordAt(a, w) & wordAt(b, w)));
+    for (size_t w = 0; w < kBitmapWords; ++w)
+        count += static_cast<uint32_t>(std::popcount(wordAt(a, w) & wordAt(b, w)));
     return count;
 }
 
@@ -98,10 +100,11 @@ constexpr std::array<std::array<uint8_t, 16>, 256> makeShuffles() {
 }
 alignas(16) constexpr auto kShuffles = makeShuffles();
 
-// Blocks of eight against eight with one string comparison (Schlegel, Willhalm, Lehner: "Fast Sorted-Set Intersection using
-// SIMD Instructions", 2011).
-__attribute__((target("sse4.2,popcnt"))) uint32_t intersectArraysSse(const char* a, uint32_t aCount, const char* b,
-                                                                     uint32_t bCount, uint16_t* out) {
+// Blocks of eight against eight with one string comparison (Schlegel, Willhalm, Lehner: "Fast Sorted-Set
+// Intersection using SIMD Instructions", 2011).
+__attribute__((target("sse4.2,popcnt"))) uint32_t intersectArraysSse(const char* a, uint32_t aCount,
+                                                                     const char* b, uint32_t bCount,
+                                                                     uint16_t* out) {
     uint32_t i = 0;
     uint32_t j = 0;
     uint32_t written = 0;
@@ -112,7 +115,8 @@ __attribute__((target("sse4.2,popcnt"))) uint32_t intersectArraysSse(const char*
     while (i < aBlocks && j < bBlocks && written <= room) {
         const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + size_t{i} * 2));
         const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + size_t{j} * 2));
-        const __m128i found = _mm_cmpestrm(y, 8, x, 8, _SIDD_UWORD_OPS | _SIDD_CMP_EQUAL_ANY | _SIDD_BIT_MASK);
+        const __m128i found =
+            _mm_cmpestrm(y, 8, x, 8, _SIDD_UWORD_OPS | _SIDD_CMP_EQUAL_ANY | _SIDD_BIT_MASK);
         const auto mask = static_cast<unsigned>(_mm_extract_epi32(found, 0)) & 255U;
         const __m128i shuffle = _mm_load_si128(reinterpret_cast<const __m128i*>(kShuffles[mask].data()));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), _mm_shuffle_epi8(x, shuffle));
@@ -133,14 +137,15 @@ __attribute__((target("sse4.2,popcnt"))) uint32_t intersectArraysSse(const char*
     return written;
 }
 
-// Bits per byte by two table look-ups, summed per 64-bit lane (Mula, Kurz, Lemire: "Faster Population Counts Using AVX2
-// Instructions", 2018).
+// Bits per byte by two table look-ups, summed per 64-bit lane (Mula, Kurz, Lemire: "Faster Population Counts
+// Using AVX2 Instructions", 2018).
 __attribute__((target("avx2"))) inline __m256i countLanes(__m256i v) {
-    const __m256i table = _mm256_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4, 0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3,
-                                           2, 3, 3, 4);
+    const __m256i table = _mm256_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4, 0, 1, 1, 2, 1, 2,
+                                           2, 3, 1, 2, 2, 3, 2, 3, 3, 4);
     const __m256i low = _mm256_set1_epi8(15);
-    const __m256i counts = _mm256_add_epi8(_mm256_shuffle_epi8(table, _mm256_and_si256(v, low)),
-                                           _mm256_shuffle_epi8(table, _mm256_and_si256(_mm256_srli_epi16(v, 4), low)));
+    const __m256i counts =
+        _mm256_add_epi8(_mm256_shuffle_epi8(table, _mm256_and_si256(v, low)),
+                        _mm256_shuffle_epi8(table, _mm256_and_si256(_mm256_srli_epi16(v, 4), low)));
     return _mm256_sad_epu8(counts, _mm256_setzero_si256());
 }
 
@@ -202,13 +207,16 @@ __attribute__((target("avx2"))) uint32_t countBitsAvx2(const char* bitmap, size_
     return sumLanes(count) + countBitsPortable(bitmap + i, bytes - i);
 }
 
-constexpr ContainerKernels kAvx2 = {intersectArraysSse, andAvx2, orAvx2, andNotAvx2, countAndAvx2, countBitsAvx2};
+constexpr ContainerKernels kAvx2 = {intersectArraysSse, andAvx2,      orAvx2,
+                                    andNotAvx2,         countAndAvx2, countBitsAvx2};
 
 #endif
 
 }  // namespace
 
-const ContainerKernels& portableKernels() { return kPortable; }
+const ContainerKernels& portableKernels() {
+    return kPortable;
+}
 
 const ContainerKernels& containerKernels() {
 #if WDB_X86
@@ -218,7 +226,8 @@ const ContainerKernels& containerKernels() {
     return kPortable;
 }
 
-uint32_t intersectGalloping(const char* small, uint32_t smallCount, const char* large, uint32_t largeCount, uint16_t* out) {
+uint32_t intersectGalloping(const char* small, uint32_t smallCount, const char* large, uint32_t largeCount,
+                            uint16_t* out) {
     uint32_t written = 0;
     uint32_t from = 0;
     for (uint32_t i = 0; i < smallCount && from < largeCount; ++i) {
@@ -232,8 +241,10 @@ uint32_t intersectGalloping(const char* small, uint32_t smallCount, const char* 
         uint32_t high = low + step < largeCount ? low + step : largeCount;
         while (low < high) {
             const uint32_t middle = low + (high - low) / 2;
-            if (at(large, middle) < wanted) low = middle + 1;
-            else high = middle;
+            if (at(large, middle) < wanted)
+                low = middle + 1;
+            else
+                high = middle;
         }
         from = low;
         if (from < largeCount && at(large, from) == wanted) out[written++] = wanted;

@@ -5,13 +5,14 @@
 
 namespace wdb {
 
-// The inner loops of the set operations. Arrays are ascending u16 at any address, bitmaps kBitmapBytes at any address;
-// results go to memory that overlaps no argument, except that a
-// bitmap may be written over the first one. With damaged (unordered) arrays results are wrong, but
-// nothing beyond the stated sizes is read or written.
+// The inner loops of the set operations. Arrays are ascending u16 at any address, bitmaps kBitmapBytes at any
+// address; results go to memory that overlaps no argument, except that a bitmap may be written over the first
+// one. With damaged (unordered) arrays results are wrong, but nothing beyond the stated sizes is read or
+// written.
 struct ContainerKernels {
     // Members of both; out has room for min(aCount, bCount) + 8. Answers the number written.
-    uint32_t (*intersectArrays)(const char* a, uint32_t aCount, const char* b, uint32_t bCount, uint16_t* out);
+    uint32_t (*intersectArrays)(const char* a, uint32_t aCount, const char* b, uint32_t bCount,
+                                uint16_t* out);
     // Bit operations on whole bitmaps; the cardinality of the result.
     uint32_t (*andBitmaps)(const char* a, const char* b, char* out);
     uint32_t (*orBitmaps)(const char* a, const char* b, char* out);
@@ -26,6 +27,7 @@ const ContainerKernels& containerKernels();
 const ContainerKernels& portableKernels();
 
 // Members of both arrays, one much smaller than the other (galloping). Room for min(aCount, bCount).
-uint32_t intersectGalloping(const char* small, uint32_t smallCount, const char* large, uint32_t largeCount, uint16_t* out);
+uint32_t intersectGalloping(const char* small, uint32_t smallCount, const char* large, uint32_t largeCount,
+                            uint16_t* out);
 
 }  // namespace wdb

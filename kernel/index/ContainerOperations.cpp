@@ -12,9 +12,13 @@ namespace {
 // From this ratio of sizes on, galloping beats merging.
 constexpr uint32_t kGallopRatio = 48;
 
-uint16_t* members(const std::unique_ptr<char[]>& data) { return reinterpret_cast<uint16_t*>(data.get()); }
+uint16_t* members(const std::unique_ptr<char[]>& data) {
+    return reinterpret_cast<uint16_t*>(data.get());
+}
 
-bool bit(const char* bits, uint16_t low) { return (static_cast<unsigned char>(bits[low >> 3]) >> (low & 7) & 1) != 0; }
+bool bit(const char* bits, uint16_t low) {
+    return (static_cast<unsigned char>(bits[low >> 3]) >> (low & 7) & 1) != 0;
+}
 
 OwnedContainer arrayOf(std::unique_ptr<char[]> data, uint32_t count) {
     OwnedContainer out;
@@ -143,7 +147,8 @@ OwnedContainer uniteContainers(const ContainerView& a, const ContainerView& b) {
         const uint32_t count = containerKernels().orBitmaps(a.data, b.data, bits.get());
         return fromBits(std::move(bits), count);
     }
-    if (a.kind == ContainerKind::Array && b.kind == ContainerKind::Array && a.cardinality + b.cardinality <= kMaxArray)
+    if (a.kind == ContainerKind::Array && b.kind == ContainerKind::Array &&
+        a.cardinality + b.cardinality <= kMaxArray)
         return uniteArrays(a, b);
     const bool swap = b.kind == ContainerKind::Bitmap;
     const ContainerView& large = swap ? b : a;
@@ -155,7 +160,8 @@ OwnedContainer uniteContainers(const ContainerView& a, const ContainerView& b) {
 }
 
 OwnedContainer subtractContainers(const ContainerView& a, const ContainerView& b) {
-    if (a.kind == ContainerKind::Array) return b.kind == ContainerKind::Array ? subtractArrays(a, b) : filterArray(a, b.data, false);
+    if (a.kind == ContainerKind::Array)
+        return b.kind == ContainerKind::Array ? subtractArrays(a, b) : filterArray(a, b.data, false);
     auto bits = allocateContainer(kBitmapBytes);
     if (b.kind == ContainerKind::Bitmap) {
         const uint32_t count = containerKernels().andNotBitmaps(a.data, b.data, bits.get());
@@ -171,7 +177,8 @@ OwnedContainer subtractContainers(const ContainerView& a, const ContainerView& b
 }
 
 uint32_t countIntersection(const ContainerView& a, const ContainerView& b) {
-    if (a.kind == ContainerKind::Bitmap && b.kind == ContainerKind::Bitmap) return containerKernels().countAnd(a.data, b.data);
+    if (a.kind == ContainerKind::Bitmap && b.kind == ContainerKind::Bitmap)
+        return containerKernels().countAnd(a.data, b.data);
     if (a.kind != b.kind) {
         const ContainerView& array = a.kind == ContainerKind::Array ? a : b;
         const char* bits = a.kind == ContainerKind::Array ? b.data : a.data;

@@ -21,7 +21,9 @@ uint32_t countIntersection(const ContainerView& a, const ContainerView& b);
 OwnedContainer fromBits(std::unique_ptr<char[]> bits, uint32_t count);
 OwnedContainer fromMembers(const uint16_t* ascending, uint32_t count);
 
-inline std::unique_ptr<char[]> allocateContainer(size_t bytes) { return std::unique_ptr<char[]>(new char[bytes]); }
+inline std::unique_ptr<char[]> allocateContainer(size_t bytes) {
+    return std::unique_ptr<char[]>(new char[bytes]);
+}
 inline void setBit(char* bits, uint16_t low) {
     bits[low >> 3] = static_cast<char>(static_cast<unsigned char>(bits[low >> 3]) | 1U << (low & 7));
 }

@@ -7,13 +7,20 @@
 namespace wdb {
 
 Delta::Delta(std::shared_ptr<const Schema> schema, Position start)
-    : schema_(std::move(schema)), start_(start), caughtUpTo_(start), entries_(std::make_unique<DeltaEntries>(schema_)) {}
+    : schema_(std::move(schema)),
+      start_(start),
+      caughtUpTo_(start),
+      entries_(std::make_unique<DeltaEntries>(schema_)) {}
 
 Delta::~Delta() = default;
 
-size_t Delta::entries() const { return read().entries().count(); }
+size_t Delta::entries() const {
+    return read().entries().count();
+}
 
-size_t Delta::bytes() const { return read().entries().bytes(); }
+size_t Delta::bytes() const {
+    return read().entries().bytes();
+}
 
 Status Delta::Appender::add(Position position, RecordNumber record, const RecordView* image) {
     if (position <= caughtUpTo()) return WDB_OK;
@@ -43,7 +50,8 @@ std::shared_ptr<Delta> Delta::successor(Position merged) const {
     return next;
 }
 
-UnitDelta::UnitDelta(std::shared_ptr<const Schema> schema) : entries_(std::make_unique<DeltaEntries>(std::move(schema))) {}
+UnitDelta::UnitDelta(std::shared_ptr<const Schema> schema)
+    : entries_(std::make_unique<DeltaEntries>(std::move(schema))) {}
 UnitDelta::~UnitDelta() = default;
 UnitDelta::UnitDelta(UnitDelta&&) noexcept = default;
 UnitDelta& UnitDelta::operator=(UnitDelta&&) noexcept = default;
@@ -54,8 +62,14 @@ Status UnitDelta::add(Position position, RecordNumber record, const RecordView* 
     return WDB_OK;
 }
 
-bool UnitDelta::empty() const { return entries_->empty(); }
-Position UnitDelta::first() const { return entries_->firstPosition(); }
-Position UnitDelta::last() const { return entries_->lastPosition(); }
+bool UnitDelta::empty() const {
+    return entries_->empty();
+}
+Position UnitDelta::first() const {
+    return entries_->firstPosition();
+}
+Position UnitDelta::last() const {
+    return entries_->lastPosition();
+}
 
 }  // namespace wdb

@@ -17,9 +17,9 @@ namespace wdb {
 class DeltaEntries;
 class UnitDelta;
 
-// The changes of a base that its index files do not hold yet, inverted in memory: one per base and process, shared by its
-// sessions. Entries are only ever appended, each with its position in the queue; a reader at position q sees, of each
-// record, the newest entry not behind q. Safe for all threads.
+// The changes of a base that its index files do not hold yet, inverted in memory: one per base and process,
+// shared by its sessions. Entries are only ever appended, each with its position in the queue; a reader at
+// position q sees, of each record, the newest entry not behind q. Safe for all threads.
 class Delta {
 public:
     // Will hold the changes behind `start`.
@@ -38,15 +38,16 @@ public:
     class Appender {
     public:
         Position caughtUpTo() const { return delta_->caughtUpTo(); }
-        // The image that a record has since the change at `position`; null or a tombstone when it was deleted. Positions
-        // must ascend (the records of one Range entry share its position), else WDB_E_ARGUMENT. What is there already is
-        // ignored, so that a catch-up that failed half way may be tried again. Readers see the entry once advance()
-        // passed its position.
+        // The image that a record has since the change at `position`; null or a tombstone when it was
+        // deleted. Positions must ascend (the records of one Range entry share its position), else
+        // WDB_E_ARGUMENT. What is there already is ignored, so that a catch-up that failed half way may be
+        // tried again. Readers see the entry once advance() passed its position.
         Status add(Position position, RecordNumber record, const RecordView* image);
         // Everything up to `position` has been added.
         void advance(Position position);
-        // Adds the entries of a committed unit and advances to its last position. Ignored when somebody caught up from the
-        // queue first. The delta must have caught up to the position before the unit's first one, else nothing happens and WDB_FAIL is answered: catch up from the queue then.
+        // Adds the entries of a committed unit and advances to its last position. Ignored when somebody
+        // caught up from the queue first. The delta must have caught up to the position before the unit's
+        // first one, else nothing happens and WDB_FAIL is answered: catch up from the queue then.
         Status fold(const UnitDelta& unit);
 
     private:
@@ -57,7 +58,8 @@ public:
     };
     Appender append() { return Appender(*this); }
 
-    // A new delta with the entries behind `merged` only: the next generation after the index files took the others in.
+    // A new delta with the entries behind `merged` only: the next generation after the index files took the
+    // others in.
     std::shared_ptr<Delta> successor(Position merged) const;
 
     // Read access for IndexView; holds the delta shared while it lives, never across calls of the kernel.
@@ -81,8 +83,8 @@ private:
     std::unique_ptr<DeltaEntries> entries_;  // guarded by mutex_
 };
 
-// The changes of a session's open write unit on one base, laid over the process's delta and seen by that session only.
-// Used by one thread at a time.
+// The changes of a session's open write unit on one base, laid over the process's delta and seen by that
+// session only. Used by one thread at a time.
 class UnitDelta {
 public:
     explicit UnitDelta(std::shared_ptr<const Schema> schema);

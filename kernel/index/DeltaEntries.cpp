@@ -51,7 +51,8 @@ struct DeltaEntries::Sink {
         position = at;
     }
     void endText() {
-        if (textField != 0) owner.pool_[textStart] = static_cast<uint32_t>(owner.pool_.size()) - textStart - 1;
+        if (textField != 0)
+            owner.pool_[textStart] = static_cast<uint32_t>(owner.pool_.size()) - textStart - 1;
     }
 
     void value(FieldNumber, Slice key, bool first) {

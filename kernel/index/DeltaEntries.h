@@ -17,11 +17,12 @@
 
 namespace wdb {
 
-// The inverted form of changed records, kept by Delta and UnitDelta. Not synchronised: see Delta for the lock.
+// The inverted form of changed records, kept by Delta and UnitDelta. Not synchronised: see Delta for the
+// lock.
 //
-// An entry is one change of one record; entries are numbered from 0 in the order of their positions. A view of a
-// delta at positions (after, upTo] sees an entry when its position lies within and the record's next entry, if there is one,
-// lies behind upTo.
+// An entry is one change of one record; entries are numbered from 0 in the order of their positions. A view
+// of a delta at positions (after, upTo] sees an entry when its position lies within and the record's next
+// entry, if there is one, lies behind upTo.
 class DeltaEntries {
 public:
     static constexpr uint32_t kNone = UINT32_MAX;
@@ -44,13 +45,15 @@ public:
         // Calls visit(number) for each key that begins with `prefix`, ascending.
         template <typename Visit>
         void forPrefix(Slice prefix, Visit&& visit) const {
-            for (auto at = ordered_.lower_bound(prefix); at != ordered_.end() && table_.term(*at).starts_with(prefix); ++at)
+            for (auto at = ordered_.lower_bound(prefix);
+                 at != ordered_.end() && table_.term(*at).starts_with(prefix); ++at)
                 visit(*at);
         }
         // From the first key not below `low` while visit(number) answers true.
         template <typename Visit>
         void forEachFrom(Slice low, Visit&& visit) const {
-            for (auto at = ordered_.lower_bound(low); at != ordered_.end() && visit(*at); ++at) {}
+            for (auto at = ordered_.lower_bound(low); at != ordered_.end() && visit(*at); ++at) {
+            }
         }
         // From the last key below `high` downwards while visit(number) answers true.
         template <typename Visit>
@@ -70,7 +73,7 @@ public:
         };
         TermTable table_;
         std::vector<std::vector<uint32_t>> entries_;  // by key number, ascending
-        std::set<uint32_t, Less> ordered_;            // the words that recur cost no work here: only new keys do
+        std::set<uint32_t, Less> ordered_;  // the words that recur cost no work here: only new keys do
         size_t tags_ = 0;
     };
 
@@ -81,7 +84,8 @@ public:
         bool deleted = false;
         uint32_t valuesBegin = 0;  // in the pool: key number * 2 + (1: first item)
         uint32_t valuesEnd = 0;
-        uint32_t textsBegin = 0;  // in the pool: sequences of field, length, tokens (word numbers and kParagraphMark)
+        uint32_t textsBegin =
+            0;  // in the pool: sequences of field, length, tokens (word numbers and kParagraphMark)
         uint32_t textsEnd = 0;
         uint32_t setsBegin = 0;  // in the pool: field * 2 + (1: multi, 0: present)
         uint32_t setsEnd = 0;

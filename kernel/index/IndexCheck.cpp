@@ -30,7 +30,8 @@ Status forEntries(const Txn& txn, Table table, Check&& check) {
 // Compares the records of a term's position blocks with its postings.
 class PositionCheck {
 public:
-    PositionCheck(const Txn& words, std::string& reason) : postings_(words, word_table::kPostings), reason_(reason) {}
+    PositionCheck(const Txn& words, std::string& reason)
+        : postings_(words, word_table::kPostings), reason_(reason) {}
 
     Status block(Slice key, Slice block) {
         if (key.size() < 8 || key[key.size() - 5] != '\0') return damaged(reason_, "positions: key");
@@ -73,16 +74,19 @@ Status checkWordFile(const Txn& words, std::string& reason) {
     const Result<IndexMeta> meta = readWordMeta(words);
     if (!meta) return meta.status() == WDB_E_CORRUPT ? damaged(reason, "meta") : meta.status();
     const Status postings = forEntries(words, word_table::kPostings, [&](Slice key, Slice value) {
-        if (key.size() < 6 || key.size() > kMaxTerm + 5 || key[key.size() - 3] != '\0') return damaged(reason, "postings: key");
+        if (key.size() < 6 || key.size() > kMaxTerm + 5 || key[key.size() - 3] != '\0')
+            return damaged(reason, "postings: key");
         return ok(validateContainer(value)) ? WDB_OK : damaged(reason, "postings: container");
     });
     WDB_TRY(postings);
     PositionCheck positions(words, reason);
-    const Status blocks =
-        forEntries(words, word_table::kPositions, [&](Slice key, Slice value) { return positions.block(key, value); });
+    const Status blocks = forEntries(words, word_table::kPositions,
+                                     [&](Slice key, Slice value) { return positions.block(key, value); });
     WDB_TRY(blocks);
     WDB_TRY(positions.endTerm());
-    return positions.posted() == words.entries(word_table::kPostings) ? WDB_OK : damaged(reason, "postings: no positions");
+    return positions.posted() == words.entries(word_table::kPostings)
+               ? WDB_OK
+               : damaged(reason, "postings: no positions");
 }
 
 Status checkValueFile(const Txn& values, std::string& reason) {
@@ -94,7 +98,8 @@ Status checkValueFile(const Txn& values, std::string& reason) {
     });
     WDB_TRY(keys);
     const Status sets = forEntries(values, value_table::kSets, [&](Slice key, Slice value) {
-        if (key.size() != 5 || static_cast<uint8_t>(key[2]) > static_cast<uint8_t>(SetKind::Multi)) return damaged(reason, "sets: key");
+        if (key.size() != 5 || static_cast<uint8_t>(key[2]) > static_cast<uint8_t>(SetKind::Multi))
+            return damaged(reason, "sets: key");
         return ok(validateContainer(value)) ? WDB_OK : damaged(reason, "sets: container");
     });
     WDB_TRY(sets);

@@ -170,8 +170,8 @@ Status writeWordFile(const std::string& path, RunMerger words, Position position
     return file.finish();
 }
 
-Status writeValueFile(const std::string& path, RunMerger values, RunMerger sets, const std::vector<FieldColumn>& columns,
-                      Position position) {
+Status writeValueFile(const std::string& path, RunMerger values, RunMerger sets,
+                      const std::vector<FieldColumn>& columns, Position position) {
     FileAppender file;
     WDB_TRY(file.open(path, valueFileTables()));
     WDB_TRY(appendContainers(file, value_table::kValues, std::move(values)));

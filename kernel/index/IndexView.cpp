@@ -24,7 +24,8 @@ Result<RecordSet> IndexView::Impl::set(FieldNumber number, SetKind kind) {
     return hits;
 }
 
-Status IndexView::Impl::verify(RecordSet& sure, RecordSet unsure, const std::function<bool(const RecordView&)>& test) {
+Status IndexView::Impl::verify(RecordSet& sure, RecordSet unsure,
+                               const std::function<bool(const RecordView&)>& test) {
     unsure.subtract(sure);
     if (unsure.empty()) return WDB_OK;
     RecordSetBuilder builder;
@@ -32,14 +33,18 @@ Status IndexView::Impl::verify(RecordSet& sure, RecordSet unsure, const std::fun
     unsure.forEach([&](RecordNumber number) {
         if (!ok(status)) return;
         const Result<RecordView> record = sources.records->record(number);
-        if (!record) status = record.status();
-        else if (test(*record)) builder.add(number);
+        if (!record)
+            status = record.status();
+        else if (test(*record))
+            builder.add(number);
     });
     sure.unite(builder.finish());
     return status;
 }
 
-Result<RecordSet> IndexView::live() { return impl_->set(0, SetKind::Live); }
+Result<RecordSet> IndexView::live() {
+    return impl_->set(0, SetKind::Live);
+}
 
 Result<uint64_t> IndexView::liveCount() {
     const Result<RecordSet> records = live();
@@ -61,7 +66,8 @@ Result<uint64_t> IndexView::orderCost(FieldNumber field) {
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();
     uint64_t cost = impl_->sources.values->entries(value_table::kValues);
-    impl_->forLayers(impl_->sources.valuePosition, [&](const Impl::Layer& layer) { cost += layer.entries.count(); });
+    impl_->forLayers(impl_->sources.valuePosition,
+                     [&](const Impl::Layer& layer) { cost += layer.entries.count(); });
     return cost;
 }
 

@@ -20,8 +20,8 @@
 
 namespace wdb {
 
-// Delivers records as the snapshot has them (the unit's writes included). WDB_E_DELETED, WDB_FAIL for numbers without a
-// record. The view must stay valid until the snapshot ends or the session writes.
+// Delivers records as the snapshot has them (the unit's writes included). WDB_E_DELETED, WDB_FAIL for numbers
+// without a record. The view must stay valid until the snapshot ends or the session writes.
 class RecordSource {
 public:
     virtual ~RecordSource() = default;
@@ -37,9 +37,9 @@ struct Bound {
 // What a snapshot of a base hands over; everything pointed to outlives the view and the sets that it gives.
 struct IndexSources {
     std::shared_ptr<const Schema> schema;
-    const Txn* words = nullptr;        // word file, with the position it contains
+    const Txn* words = nullptr;  // word file, with the position it contains
     Position wordPosition = 0;
-    const Txn* values = nullptr;       // value file
+    const Txn* values = nullptr;  // value file
     Position valuePosition = 0;
     std::shared_ptr<const Delta> delta;  // start() not above either position, caught up to `position`
     Position position = 0;               // of the base file's snapshot; not below the two above
@@ -54,10 +54,10 @@ struct OrderedRecord {
     RecordNumber record = 0;
 };
 
-// One state of a base's indexes: what search asks. Sets are exact and hold live records only; they may borrow from the
-// map: own() those that outlive the snapshot. A criterion holds when some item of the field (head or part) satisfies it; for
-// TEXT when some paragraph does. Not safe for several threads at once. Fields must exist and have a type that fits, else
-// WDB_E_TYPE.
+// One state of a base's indexes: what search asks. Sets are exact and hold live records only; they may borrow
+// from the map: own() those that outlive the snapshot. A criterion holds when some item of the field (head or
+// part) satisfies it; for TEXT when some paragraph does. Not safe for several threads at once. Fields must
+// exist and have a type that fits, else WDB_E_TYPE.
 class IndexView {
 public:
     explicit IndexView(IndexSources sources);
@@ -76,15 +76,18 @@ public:
 
     // TEXT: records with a word that the pattern matches (made by Analyzer::wordPatterns).
     Result<RecordSet> word(FieldNumber field, const Pattern& pattern);
-    // TEXT: records in which words that match the patterns stand next to each other, in order, in one paragraph. No pattern:
-    // no record.
+    // TEXT: records in which words that match the patterns stand next to each other, in order, in one
+    // paragraph. No pattern: no record.
     Result<RecordSet> phrase(FieldNumber field, std::span<const Pattern> patterns);
     // TEXT: records with a word within the bounds (bytes of folded words).
-    Result<RecordSet> wordRange(FieldNumber field, const std::optional<Bound>& low, const std::optional<Bound>& high);
+    Result<RecordSet> wordRange(FieldNumber field, const std::optional<Bound>& low,
+                                const std::optional<Bound>& high);
 
-    // Item types: records with an item equal to the canonical value; with one and the same item within the bounds.
+    // Item types: records with an item equal to the canonical value; with one and the same item within the
+    // bounds.
     Result<RecordSet> equal(FieldNumber field, Slice canonical);
-    Result<RecordSet> range(FieldNumber field, const std::optional<Bound>& low, const std::optional<Bound>& high);
+    Result<RecordSet> range(FieldNumber field, const std::optional<Bound>& low,
+                            const std::optional<Bound>& high);
     // PHRASE: records with an item that the pattern matches (made by phrasePattern).
     Result<RecordSet> match(FieldNumber field, const Pattern& pattern);
 
@@ -92,16 +95,18 @@ public:
     Result<OrderWalk> order(FieldNumber field, bool descending);
     // Item types: the ranks of the value file (not of the deltas), from the cache or by one walk.
     Result<std::shared_ptr<const Ranks>> ranks(FieldNumber field);
-    // Item types: for each record of a set its place in the order of first items, deltas included; in the set's order.
-    // Sorting by (place, record) is SORT; equal places are GROUP BY. The cost is one array access per indexed record, plus
-    // one look-up per record of the deltas, plus the ranks when they are not cached.
+    // Item types: for each record of a set its place in the order of first items, deltas included; in the
+    // set's order. Sorting by (place, record) is SORT; equal places are GROUP BY. The cost is one array
+    // access per indexed record, plus one look-up per record of the deltas, plus the ranks when they are not
+    // cached.
     Status places(FieldNumber field, const RecordSet& records, std::vector<OrderedRecord>& out);
 
-    // Numbers of the entries a walk through the field would at most have to see: for choosing between ways to sort.
+    // Numbers of the entries a walk through the field would at most have to see: for choosing between ways to
+    // sort.
     Result<uint64_t> orderCost(FieldNumber field);
 
-    // Walks the terms of a field (words of TEXT, value keys of item types) upwards: the first one above `after` with the
-    // number of its records. WDB_FAIL at the end.
+    // Walks the terms of a field (words of TEXT, value keys of item types) upwards: the first one above
+    // `after` with the number of its records. WDB_FAIL at the end.
     Status nextTerm(FieldNumber field, std::string& term, uint64_t& records);
 
     struct Impl;  // what the parts of kernel/index share, see IndexViewImpl.h

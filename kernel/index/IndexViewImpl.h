@@ -14,8 +14,8 @@ namespace wdb {
 
 // What the operations of an IndexView share: how the layers lie over each other.
 //
-// Law: a record lives wholly in the index or wholly in one layer of changes. Hits are those of the index less the records
-// that the process's delta touched, with the delta's hits; then the same with the session's unit.
+// Law: a record lives wholly in the index or wholly in one layer of changes. Hits are those of the index less
+// the records that the process's delta touched, with the delta's hits; then the same with the session's unit.
 struct IndexView::Impl {
     explicit Impl(IndexSources from)
         : sources(std::move(from)),
@@ -35,17 +35,20 @@ struct IndexView::Impl {
         }
     };
 
-    // Calls use(Layer) for the layers over an index file at a position, the lowest first. The delta is locked meanwhile.
+    // Calls use(Layer) for the layers over an index file at a position, the lowest first. The delta is locked
+    // meanwhile.
     template <typename Use>
     void forLayers(Position filePosition, Use&& use) const {
         if (sources.delta && sources.position > filePosition) {
             const Delta::Reader reader = sources.delta->read();
             if (!reader.entries().empty()) use(Layer{reader.entries(), filePosition, sources.position});
         }
-        if (sources.unit != nullptr && !sources.unit->empty()) use(Layer{sources.unit->entries(), 0, UINT64_MAX});
+        if (sources.unit != nullptr && !sources.unit->empty())
+            use(Layer{sources.unit->entries(), 0, UINT64_MAX});
     }
 
-    // Lays the changes over the hits of an index file; collect(Layer, RecordSetBuilder&) gives a layer's hits.
+    // Lays the changes over the hits of an index file; collect(Layer, RecordSetBuilder&) gives a layer's
+    // hits.
     template <typename Collect>
     void overlay(RecordSet& hits, Position filePosition, Collect&& collect) const {
         forLayers(filePosition, [&](const Layer& layer) {
@@ -57,7 +60,8 @@ struct IndexView::Impl {
     }
 
     // Adds the visible ones of a key's entries; `shift` 1 for tagged lists.
-    static void addVisible(const Layer& layer, std::span<const uint32_t> entries, unsigned shift, RecordSetBuilder& out) {
+    static void addVisible(const Layer& layer, std::span<const uint32_t> entries, unsigned shift,
+                           RecordSetBuilder& out) {
         for (const uint32_t tag : entries) {
             const DeltaEntries::Entry* entry = layer.visible(tag >> shift);
             if (entry != nullptr) out.add(entry->record);
@@ -106,9 +110,12 @@ inline std::string wordKey(FieldNumber field, Slice term) {
 }
 
 // Whether a stored term may stand for longer words, a stored value key for longer values.
-inline bool maybeCutTerm(Slice term) { return term.size() >= kMaxTerm; }
+inline bool maybeCutTerm(Slice term) {
+    return term.size() >= kMaxTerm;
+}
 inline bool maybeCutKey(FieldType type, Slice key) {
-    return key.size() >= kMaxValueKey && !(type == FieldType::Phrase && key.back() == '\0') && type != FieldType::Integer;
+    return key.size() >= kMaxValueKey && !(type == FieldType::Phrase && key.back() == '\0') &&
+           type != FieldType::Integer;
 }
 
 }  // namespace wdb

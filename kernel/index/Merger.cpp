@@ -21,7 +21,7 @@ namespace {
 // What is done to the posting of one record under one key.
 struct Operation {
     RecordNumber record;
-    bool add;                // else removed
+    bool add;                  // else removed
     uint32_t positionsAt = 0;  // in the pool, as blocks store them
     uint32_t positionsSize = 0;
 };
@@ -58,7 +58,8 @@ std::vector<const IndexChange*> byRecord(const std::vector<IndexChange>& changes
     std::vector<const IndexChange*> out;
     out.reserve(changes.size());
     for (const IndexChange& change : changes) out.push_back(&change);
-    std::sort(out.begin(), out.end(), [](const IndexChange* a, const IndexChange* b) { return a->record < b->record; });
+    std::sort(out.begin(), out.end(),
+              [](const IndexChange* a, const IndexChange* b) { return a->record < b->record; });
     return out;
 }
 
@@ -73,7 +74,8 @@ public:
             added_.clear();
             removed_.clear();
             for (; i < operations.size() && operations[i].record >> 16 == chunk; ++i)
-                (operations[i].add ? added_ : removed_).push_back(static_cast<uint16_t>(operations[i].record & 0xFFFF));
+                (operations[i].add ? added_ : removed_)
+                    .push_back(static_cast<uint16_t>(operations[i].record & 0xFFFF));
             key_.assign(key);
             appendBig(key_, chunk);
             WDB_TRY(applyChunk());
@@ -98,8 +100,10 @@ private:
         }
         if (!added_.empty()) {
             OwnedContainer fresh = fromMembers(added_.data(), static_cast<uint32_t>(added_.size()));
-            if (members.view.cardinality == 0) members = std::move(fresh);
-            else members = uniteContainers(members.view, fresh.view);
+            if (members.view.cardinality == 0)
+                members = std::move(fresh);
+            else
+                members = uniteContainers(members.view, fresh.view);
         }
         if (members.view.cardinality == 0) return ok(found) ? txn_.remove(table_, key_) : WDB_OK;
         value_.clear();
@@ -136,8 +140,12 @@ private:
     // Copies the block that a record belongs to, which may be none, and takes it out of the table.
     Status takeBlock(Slice key, RecordNumber record, RecordNumber& limit) {
         block_.clear();
-        const auto mine = [&](const Cursor& cursor) { return cursor.key().size() == key.size() + 4 && cursor.key().starts_with(key); };
-        const auto first = [&](const Cursor& cursor) { return loadBig<uint32_t>(cursor.key().data() + key.size()); };
+        const auto mine = [&](const Cursor& cursor) {
+            return cursor.key().size() == key.size() + 4 && cursor.key().starts_with(key);
+        };
+        const auto first = [&](const Cursor& cursor) {
+            return loadBig<uint32_t>(cursor.key().data() + key.size());
+        };
         key_.assign(key);
         appendBig(key_, record);
         Cursor cursor = txn_.cursor(word_table::kPositions);
@@ -181,7 +189,8 @@ private:
             const Operation& operation = operations[next++];
             if (ok(old) && reader->record() == operation.record) old = reader->next();
             if (operation.add)
-                WDB_TRY(write(key, operation.record, Slice(pool_).substr(operation.positionsAt, operation.positionsSize)));
+                WDB_TRY(write(key, operation.record,
+                              Slice(pool_).substr(operation.positionsAt, operation.positionsSize)));
         }
         if (old != WDB_FAIL) return old;
         return flush(key);
@@ -205,7 +214,7 @@ private:
     WriteTxn& txn_;
     const std::string& pool_;
     std::string key_;
-    std::string block_;      // the block that is changed, empty: none
+    std::string block_;  // the block that is changed, empty: none
     RecordNumber first_ = 0;
     PositionBlockWriter writer_;
 };
@@ -223,13 +232,16 @@ struct WordList {
 };
 
 // Collects what a record's change does to its words.
-void compareWords(OperationTable& table, RecordNumber record, WordList& before, WordList& after, std::vector<uint32_t>& positions) {
+void compareWords(OperationTable& table, RecordNumber record, WordList& before, WordList& after,
+                  std::vector<uint32_t>& positions) {
     std::sort(before.words.begin(), before.words.end());
     std::sort(after.words.begin(), after.words.end());
     auto old = before.words.begin();
     auto now = after.words.begin();
     while (old != before.words.end() || now != after.words.end()) {
-        const uint32_t key = now == after.words.end() || (old != before.words.end() && old->first < now->first) ? old->first : now->first;
+        const uint32_t key =
+            now == after.words.end() || (old != before.words.end() && old->first < now->first) ? old->first
+                                                                                               : now->first;
         const auto sameKey = [key](const auto& word) { return word.first == key; };
         const auto oldEnd = std::find_if_not(old, before.words.end(), sameKey);
         const auto nowEnd = std::find_if_not(now, after.words.end(), sameKey);
@@ -268,7 +280,8 @@ struct ValueList {
     void column(FieldNumber field, int64_t number) { columns[field] = number; }
 };
 
-void compareKeys(OperationTable& table, RecordNumber record, std::vector<uint32_t>& before, std::vector<uint32_t>& after) {
+void compareKeys(OperationTable& table, RecordNumber record, std::vector<uint32_t>& before,
+                 std::vector<uint32_t>& after) {
     for (std::vector<uint32_t>* list : {&before, &after}) {
         std::sort(list->begin(), list->end());
         list->erase(std::unique(list->begin(), list->end()), list->end());
@@ -285,18 +298,21 @@ void compareKeys(OperationTable& table, RecordNumber record, std::vector<uint32_
 using ColumnChanges = std::vector<std::pair<RecordNumber, std::optional<int64_t>>>;
 using ColumnTable = std::map<std::pair<FieldNumber, uint32_t>, ColumnChanges>;
 
-void compareColumns(ColumnTable& table, RecordNumber record, const ValueList& before, const ValueList& after) {
+void compareColumns(ColumnTable& table, RecordNumber record, const ValueList& before,
+                    const ValueList& after) {
     const uint32_t block = columnBlock(record);
     for (const auto& [field, value] : before.columns) {
         if (!after.columns.contains(field)) table[{field, block}].emplace_back(record, std::nullopt);
     }
     for (const auto& [field, value] : after.columns) {
         const auto old = before.columns.find(field);
-        if (old == before.columns.end() || old->second != value) table[{field, block}].emplace_back(record, value);
+        if (old == before.columns.end() || old->second != value)
+            table[{field, block}].emplace_back(record, value);
     }
 }
 
-Status applyColumn(WriteTxn& txn, FieldNumber field, uint32_t block, const ColumnChanges& changes, ColumnValues& values) {
+Status applyColumn(WriteTxn& txn, FieldNumber field, uint32_t block, const ColumnChanges& changes,
+                   ColumnValues& values) {
     std::string key;
     appendBig(key, field);
     appendBig(key, block);
@@ -306,12 +322,15 @@ Status applyColumn(WriteTxn& txn, FieldNumber field, uint32_t block, const Colum
     values.clear();
     if (ok(found)) {
         const Status decoded = values.decode(stored);
-        if (decoded == WDB_FAIL) return WDB_OK;  // a block that gave up on its values stays so until the file is made anew
+        if (decoded == WDB_FAIL)
+            return WDB_OK;  // a block that gave up on its values stays so until the file is made anew
         WDB_TRY(decoded);
     }
     for (const auto& [record, value] : changes) {
-        if (value) values.set(record % kColumnRecords, *value);
-        else values.reset(record % kColumnRecords);
+        if (value)
+            values.set(record % kColumnRecords, *value);
+        else
+            values.reset(record % kColumnRecords);
     }
     if (values.empty()) return ok(found) ? txn.remove(value_table::kColumns, key) : WDB_OK;
     std::string encoded;
@@ -321,7 +340,8 @@ Status applyColumn(WriteTxn& txn, FieldNumber field, uint32_t block, const Colum
 
 }  // namespace
 
-Status mergeWords(WriteTxn& words, const Schema& schema, const std::vector<IndexChange>& changes, Position position) {
+Status mergeWords(WriteTxn& words, const Schema& schema, const std::vector<IndexChange>& changes,
+                  Position position) {
     OperationTable table;
     RecordInverter inverter;
     std::vector<uint32_t> positions;
@@ -334,15 +354,17 @@ Status mergeWords(WriteTxn& words, const Schema& schema, const std::vector<Index
     }
     ContainerMerger containers(words, word_table::kPostings);
     PositionMerger blocks(words, table.positions);
-    const Status applied = table.forEachKey([&](Slice key, const std::vector<Operation>& operations) -> Status {
-        WDB_TRY(containers.apply(key, operations));
-        return blocks.apply(key, operations);
-    });
+    const Status applied =
+        table.forEachKey([&](Slice key, const std::vector<Operation>& operations) -> Status {
+            WDB_TRY(containers.apply(key, operations));
+            return blocks.apply(key, operations);
+        });
     WDB_TRY(applied);
     return writeWordMeta(words, position);
 }
 
-Status mergeValues(WriteTxn& values, const Schema& schema, const std::vector<IndexChange>& changes, Position position) {
+Status mergeValues(WriteTxn& values, const Schema& schema, const std::vector<IndexChange>& changes,
+                   Position position) {
     OperationTable valueTable;
     OperationTable setTable;
     ColumnTable columns;
@@ -361,10 +383,13 @@ Status mergeValues(WriteTxn& values, const Schema& schema, const std::vector<Ind
     }
     ContainerMerger valueMerger(values, value_table::kValues);
     ContainerMerger setMerger(values, value_table::kSets);
-    WDB_TRY(valueTable.forEachKey([&](Slice key, const auto& operations) { return valueMerger.apply(key, operations); }));
-    WDB_TRY(setTable.forEachKey([&](Slice key, const auto& operations) { return setMerger.apply(key, operations); }));
+    WDB_TRY(valueTable.forEachKey(
+        [&](Slice key, const auto& operations) { return valueMerger.apply(key, operations); }));
+    WDB_TRY(setTable.forEachKey(
+        [&](Slice key, const auto& operations) { return setMerger.apply(key, operations); }));
     ColumnValues buffer;
-    for (const auto& [place, change] : columns) WDB_TRY(applyColumn(values, place.first, place.second, change, buffer));
+    for (const auto& [place, change] : columns)
+        WDB_TRY(applyColumn(values, place.first, place.second, change, buffer));
     return writeValueMeta(values, position);
 }
 

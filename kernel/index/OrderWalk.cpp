@@ -16,7 +16,8 @@ namespace {
 constexpr size_t kFirstBatch = 16;
 constexpr size_t kMaxBatch = 1024;
 
-// The walk's sources each stand at their next key; a step takes the first of them, with all sources that stand at it.
+// The walk's sources each stand at their next key; a step takes the first of them, with all sources that
+// stand at it.
 class OrderWalkSource {
 public:
     virtual ~OrderWalkSource() = default;
@@ -25,8 +26,10 @@ public:
     Slice key() const { return key_; }  // field, value key
     // Adds the records to a set; they are used up.
     void give(RecordSet& to) {
-        if (to.empty()) std::swap(to, records_);
-        else to.unite(std::move(records_));
+        if (to.empty())
+            std::swap(to, records_);
+        else
+            to.unite(std::move(records_));
     }
 
 protected:
@@ -34,7 +37,8 @@ protected:
     RecordSet records_;
 };
 
-// The keys of the value file, less the records that the layers touched and those whose first item is another one.
+// The keys of the value file, less the records that the layers touched and those whose first item is another
+// one.
 class FileSource : public OrderWalkSource {
 public:
     FileSource(IndexView::Impl& impl, const FieldDefinition& field, bool descending)
@@ -43,14 +47,17 @@ public:
     Status open() {
         const char kind = static_cast<char>(SetKind::Multi);
         WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), multi_));
-        impl_.forLayers(impl_.sources.valuePosition,
-                        [&](const IndexView::Impl::Layer& layer) { touched_.unite(layer.entries.touched(layer.after, layer.upTo)); });
+        impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
+            touched_.unite(layer.entries.touched(layer.after, layer.upTo));
+        });
         multi_.subtract(touched_);
         cursor_ = impl_.sources.values->cursor(value_table::kValues);
         if (!descending_) return state_ = cursor_.seek(prefix_);
         state_ = cursor_.seek(indexKey(static_cast<FieldNumber>(field_.number + 1), {}));
-        if (state_ == WDB_FAIL) state_ = cursor_.last();
-        else if (ok(state_)) state_ = cursor_.previous();
+        if (state_ == WDB_FAIL)
+            state_ = cursor_.last();
+        else if (ok(state_))
+            state_ = cursor_.previous();
         return state_;
     }
 
@@ -89,8 +96,10 @@ private:
         RecordSet::intersection(records_, multi_).forEach([&](RecordNumber number) {
             if (!ok(status)) return;
             const Result<RecordView> record = impl_.sources.records->record(number);
-            if (!record) status = record.status();
-            else if (Slice(RecordMatcher::firstKey(*record, field_)).substr(0, kMaxValueKey) != key) later.add(number);
+            if (!record)
+                status = record.status();
+            else if (Slice(RecordMatcher::firstKey(*record, field_)).substr(0, kMaxValueKey) != key)
+                later.add(number);
         });
         records_.subtract(later.finish());
         return status;
@@ -112,8 +121,10 @@ class LayerSource : public OrderWalkSource {
 public:
     LayerSource(IndexView::Impl& impl, const FieldDefinition& field, bool descending, bool unit)
         : impl_(impl), descending_(descending), unit_(unit), prefix_(indexKey(field.number, {})) {
-        if (!descending) from_ = prefix_;
-        else from_ = indexKey(static_cast<FieldNumber>(field.number + 1), {});
+        if (!descending)
+            from_ = prefix_;
+        else
+            from_ = indexKey(static_cast<FieldNumber>(field.number + 1), {});
     }
 
     Status next() override {
@@ -145,15 +156,18 @@ private:
                 take(layer, values, number, hidden);
                 return true;
             };
-            if (descending_) values.forEachBelow(from_, visit);
-            else values.forEachFrom(from_, visit);
+            if (descending_)
+                values.forEachBelow(from_, visit);
+            else
+                values.forEachFrom(from_, visit);
         });
         from_ = last_;
         if (!descending_) from_.push_back('\0');  // the least key above
         size_ = std::min(size_ * 4, kMaxBatch);
     }
 
-    void take(const IndexView::Impl::Layer& layer, const DeltaEntries::Dictionary& values, uint32_t number, const RecordSet& hidden) {
+    void take(const IndexView::Impl::Layer& layer, const DeltaEntries::Dictionary& values, uint32_t number,
+              const RecordSet& hidden) {
         std::vector<RecordNumber> records;
         for (const uint32_t tag : values.entries(number)) {
             if ((tag & 1) == 0) continue;
@@ -179,7 +193,8 @@ private:
 }  // namespace
 
 struct OrderWalk::State {
-    State(IndexView::Impl& view, const FieldDefinition& of, bool down) : impl(view), field(of), descending(down) {}
+    State(IndexView::Impl& view, const FieldDefinition& of, bool down)
+        : impl(view), field(of), descending(down) {}
 
     struct Source {
         std::unique_ptr<OrderWalkSource> walk;
@@ -200,7 +215,8 @@ struct OrderWalk::State {
         if (!groups.empty()) return nextGroup();
         const Source* first = nullptr;
         for (const Source& source : sources) {
-            if (source.alive && (first == nullptr || before(source.walk->key(), first->walk->key()))) first = &source;
+            if (source.alive && (first == nullptr || before(source.walk->key(), first->walk->key())))
+                first = &source;
         }
         if (first == nullptr) return WDB_FAIL;
         key = first->walk->key();
@@ -224,8 +240,10 @@ struct OrderWalk::State {
         records.forEach([&](RecordNumber number) {
             if (!ok(status)) return;
             const Result<RecordView> record = impl.sources.records->record(number);
-            if (!record) status = record.status();
-            else whole.emplace_back(RecordMatcher::firstKey(*record, field), number);
+            if (!record)
+                status = record.status();
+            else
+                whole.emplace_back(RecordMatcher::firstKey(*record, field), number);
         });
         WDB_TRY(status);
         std::sort(whole.begin(), whole.end(), [&](const auto& a, const auto& b) {
@@ -234,7 +252,8 @@ struct OrderWalk::State {
         for (size_t i = 0; i < whole.size();) {
             std::vector<RecordNumber> equal;
             const size_t begin = i;
-            for (; i < whole.size() && whole[i].first == whole[begin].first; ++i) equal.push_back(whole[i].second);
+            for (; i < whole.size() && whole[i].first == whole[begin].first; ++i)
+                equal.push_back(whole[i].second);
             groups.push_back(RecordSet::of(equal));
         }
         return WDB_OK;
@@ -260,9 +279,15 @@ OrderWalk::OrderWalk(OrderWalk&&) noexcept = default;
 OrderWalk& OrderWalk::operator=(OrderWalk&&) noexcept = default;
 OrderWalk::~OrderWalk() = default;
 
-Status OrderWalk::next() { return state_->next(); }
-std::string_view OrderWalk::key() const { return Slice(state_->key).substr(2); }
-const RecordSet& OrderWalk::records() const { return state_->records; }
+Status OrderWalk::next() {
+    return state_->next();
+}
+std::string_view OrderWalk::key() const {
+    return Slice(state_->key).substr(2);
+}
+const RecordSet& OrderWalk::records() const {
+    return state_->records;
+}
 
 Result<OrderWalk> IndexView::order(FieldNumber field, bool descending) {
     const Result<const FieldDefinition*> definition = impl_->itemField(field);

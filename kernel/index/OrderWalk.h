@@ -8,8 +8,9 @@
 
 namespace wdb {
 
-// A walk through the records of a base in the order of a field's first items, index and deltas merged. Records whose first
-// item is empty do not come. Lives no longer than its IndexView and the snapshot under it.
+// A walk through the records of a base in the order of a field's first items, index and deltas merged.
+// Records whose first item is empty do not come. Lives no longer than its IndexView and the snapshot under
+// it.
 class OrderWalk {
 public:
     struct State;
@@ -22,7 +23,8 @@ public:
     Status next();
     // The present value's key (ValueKey.h); several steps can have the same key when it is cut.
     std::string_view key() const;
-    // The records with that value, never none; ascending as every set, in both directions of the walk. Valid until next().
+    // The records with that value, never none; ascending as every set, in both directions of the walk. Valid
+    // until next().
     const RecordSet& records() const;
 
 private:

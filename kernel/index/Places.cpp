@@ -18,8 +18,9 @@ public:
         ranks->position = impl_.sources.valuePosition;
         const char kind = static_cast<char>(SetKind::Multi);
         WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), multi_));
-        impl_.forLayers(impl_.sources.valuePosition,
-                        [&](const IndexView::Impl::Layer& layer) { touched_.unite(layer.entries.touched(layer.after, layer.upTo)); });
+        impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
+            touched_.unite(layer.entries.touched(layer.after, layer.upTo));
+        });
         const std::string prefix = indexKey(field_.number, {});
         WDB_TRY(impl_.values.walk(prefix, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
             const Result<ContainerView> container = readContainer(stored);
@@ -42,12 +43,17 @@ private:
         const RecordNumber base = RecordNumber{chunk} << 16;
         container.forEach([&](uint16_t low) {
             const RecordNumber record = base | low;
-            if (record >= ranks.rankOf.size()) ranks.rankOf.resize(std::max<size_t>(record + size_t{1}, ranks.rankOf.size() * 2));
+            if (record >= ranks.rankOf.size())
+                ranks.rankOf.resize(std::max<size_t>(record + size_t{1}, ranks.rankOf.size() * 2));
             uint32_t& rank = ranks.rankOf[record];
-            if (cut_) rank = Ranks::kUnknown;
-            else if (multi_.empty() || !multi_.contains(record)) rank = ranks.count;
-            else if (touched_.contains(record)) rank = Ranks::kUnknown;
-            else if (rank == 0 && ok(status)) status = noteFirst(record, rank, ranks.count);
+            if (cut_)
+                rank = Ranks::kUnknown;
+            else if (multi_.empty() || !multi_.contains(record))
+                rank = ranks.count;
+            else if (touched_.contains(record))
+                rank = Ranks::kUnknown;
+            else if (rank == 0 && ok(status))
+                status = noteFirst(record, rank, ranks.count);
         });
         return status;
     }
@@ -56,8 +62,10 @@ private:
         const Result<RecordView> record = impl_.sources.records->record(number);
         if (!record) return record.status();
         const std::string first = RecordMatcher::firstKey(*record, field_);
-        if (maybeCutKey(field_.type, Slice(first).substr(0, kMaxValueKey))) rank = Ranks::kUnknown;
-        else if (first == Slice(key_).substr(2)) rank = count;
+        if (maybeCutKey(field_.type, Slice(first).substr(0, kMaxValueKey)))
+            rank = Ranks::kUnknown;
+        else if (first == Slice(key_).substr(2))
+            rank = count;
         return WDB_OK;
     }
 
@@ -69,12 +77,12 @@ private:
     bool cut_ = false;
 };
 
-// A place is twice the rank for values that the file has, one less for those before the value of that rank, and below
-// that a number that orders the values within one such gap (or with one cut key).
+// A place is twice the rank for values that the file has, one less for those before the value of that rank,
+// and below that a number that orders the values within one such gap (or with one cut key).
 constexpr unsigned kGapBits = 30;
 
 struct SlowRecord {
-    size_t index;     // in the result
+    size_t index;  // in the result
     uint64_t gap;
     std::string key;  // whole
 };
@@ -84,7 +92,8 @@ struct SlowRecord {
 // Finds the places of records that the ranks do not know.
 class Placer {
 public:
-    Placer(IndexView::Impl& impl, const FieldDefinition& field, const Ranks& ranks) : impl_(impl), field_(field), ranks_(ranks) {}
+    Placer(IndexView::Impl& impl, const FieldDefinition& field, const Ranks& ranks)
+        : impl_(impl), field_(field), ranks_(ranks) {}
 
     Status add(size_t index, RecordNumber number) {
         const Result<RecordView> record = impl_.sources.records->record(number);
@@ -103,16 +112,19 @@ public:
         });
         uint64_t within = 0;
         for (size_t i = 0; i < slow_.size(); ++i) {
-            if (i > 0 && slow_[i].gap == slow_[i - 1].gap) within += slow_[i].key != slow_[i - 1].key ? 1 : 0;
-            else within = 0;
+            if (i > 0 && slow_[i].gap == slow_[i - 1].gap)
+                within += slow_[i].key != slow_[i - 1].key ? 1 : 0;
+            else
+                within = 0;
             out[slow_[i].index].place = slow_[i].gap << kGapBits | within;
         }
     }
 
 private:
     Status findGap(Slice key, uint64_t& gap) {
-        const auto mark = std::upper_bound(ranks_.marks.begin(), ranks_.marks.end(), key,
-                                           [](Slice wanted, const std::string& candidate) { return wanted < Slice(candidate); });
+        const auto mark = std::upper_bound(
+            ranks_.marks.begin(), ranks_.marks.end(), key,
+            [](Slice wanted, const std::string& candidate) { return wanted < Slice(candidate); });
         if (mark == ranks_.marks.begin()) {
             gap = 1;
             return WDB_OK;

@@ -9,7 +9,9 @@ namespace wdb {
 
 namespace {
 
-uint32_t checksum(Slice block) { return static_cast<uint32_t>(XXH3_64bits(block.data() + 4, block.size() - 4)); }
+uint32_t checksum(Slice block) {
+    return static_cast<uint32_t>(XXH3_64bits(block.data() + 4, block.size() - 4));
+}
 
 }  // namespace
 
@@ -50,7 +52,8 @@ Status PositionBlockReader::next() {
     if (left_ == 0) return WDB_FAIL;
     uint32_t distance;
     uint32_t size;
-    if (!readVarint(at_, end_, distance) || !readVarint(at_, end_, size) || size > static_cast<size_t>(end_ - at_))
+    if (!readVarint(at_, end_, distance) || !readVarint(at_, end_, size) ||
+        size > static_cast<size_t>(end_ - at_))
         return WDB_E_CORRUPT;
     --left_;
     record_ += distance;

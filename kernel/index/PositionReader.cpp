@@ -16,8 +16,10 @@ Status PositionReader::loadBlock(RecordNumber record) {
     storeBig(key_.data() + prefix_, record);
     Status status = cursor_.seek(key_);
     if (!ok(status) && status != WDB_FAIL) return status;
-    if (!ok(status)) status = cursor_.last();
-    else if (cursor_.key() != key_) status = cursor_.previous();
+    if (!ok(status))
+        status = cursor_.last();
+    else if (cursor_.key() != key_)
+        status = cursor_.previous();
     if (!ok(status)) return status;
     const Slice found = cursor_.key();
     if (found.size() != key_.size() || !found.starts_with(Slice(key_).substr(0, prefix_))) return WDB_FAIL;

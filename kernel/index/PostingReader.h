@@ -10,8 +10,9 @@
 
 namespace wdb {
 
-// Reads a table whose keys are some bytes and a chunk number, whose values are containers: the postings, values and sets
-// of the index files. Keeps a cursor: it goes before the transaction does. Used by one thread.
+// Reads a table whose keys are some bytes and a chunk number, whose values are containers: the postings,
+// values and sets of the index files. Keeps a cursor: it goes before the transaction does. Used by one
+// thread.
 class PostingReader {
 public:
     PostingReader(const Txn& txn, Table table) : txn_(&txn), table_(table) {}
@@ -19,9 +20,9 @@ public:
     // Appends the containers of a key (without the chunk), borrowed, to an empty set.
     Status read(Slice key, RecordSet& out);
 
-    // Calls visit(Slice key, uint16_t chunk, Slice container) -> Status for the entries from the first one on whose key is
-    // not below `low` and while keys begin with `prefix`. WDB_FAIL from visit ends the walk, which then answers WDB_OK. The
-    // visit must not use this reader.
+    // Calls visit(Slice key, uint16_t chunk, Slice container) -> Status for the entries from the first one on
+    // whose key is not below `low` and while keys begin with `prefix`. WDB_FAIL from visit ends the walk,
+    // which then answers WDB_OK. The visit must not use this reader.
     template <typename Visit>
     Status walk(Slice low, Slice prefix, Visit&& visit) {
         Cursor& cursor = openCursor();

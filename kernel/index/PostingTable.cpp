@@ -18,7 +18,9 @@ PostingTable::Stream& PostingTable::open(Slice key, RecordNumber record) {
     return stream;
 }
 
-void PostingTable::add(Slice key, RecordNumber record) { open(key, record); }
+void PostingTable::add(Slice key, RecordNumber record) {
+    open(key, record);
+}
 
 void PostingTable::add(Slice key, RecordNumber record, uint32_t position) {
     Stream& stream = open(key, record);

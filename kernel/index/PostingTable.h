@@ -11,13 +11,13 @@
 
 namespace wdb {
 
-// Postings by key while records are inverted: one growing byte stream per key. A posting in a stream is the distance to the
-// record before it and then, each one higher than it is, the distances of its positions, ended by 0 (all varints). Postings of a
-// key without positions are their distance and the 0.
+// Postings by key while records are inverted: one growing byte stream per key. A posting in a stream is the
+// distance to the record before it and then, each one higher than it is, the distances of its positions,
+// ended by 0 (all varints). Postings of a key without positions are their distance and the 0.
 class PostingTable {
 public:
     // Records of a key must not descend, its positions within a record must ascend.
-    void add(Slice key, RecordNumber record);                     // once per record; repeats are ignored
+    void add(Slice key, RecordNumber record);  // once per record; repeats are ignored
     void add(Slice key, RecordNumber record, uint32_t position);
     size_t bytes() const { return keys_.bytes() + streamBytes_ + streams_.size() * sizeof(Stream); }
     bool empty() const { return streams_.empty(); }

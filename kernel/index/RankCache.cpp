@@ -14,9 +14,12 @@ std::shared_ptr<const Ranks> RankCache::find(FieldNumber field, Position positio
 
 void RankCache::store(std::shared_ptr<const Ranks> ranks) {
     const std::lock_guard lock(mutex_);
-    const auto found = std::find_if(ranks_.begin(), ranks_.end(), [&](const auto& kept) { return kept->field == ranks->field; });
-    if (found == ranks_.end()) ranks_.push_back(std::move(ranks));
-    else if ((*found)->position < ranks->position) *found = std::move(ranks);
+    const auto found = std::find_if(ranks_.begin(), ranks_.end(),
+                                    [&](const auto& kept) { return kept->field == ranks->field; });
+    if (found == ranks_.end())
+        ranks_.push_back(std::move(ranks));
+    else if ((*found)->position < ranks->position)
+        *found = std::move(ranks);
 }
 
 void RankCache::clear() {

@@ -16,16 +16,18 @@ struct Ranks {
     static constexpr uint32_t kMarkStep = 32;
 
     FieldNumber field = 0;
-    Position position = 0;           // of the value file
-    uint32_t count = 0;              // ranks run from 1 to count, one for each key of the field
-    std::vector<uint32_t> rankOf;    // by record number; 0: no first item; equal values have equal ranks; kUnknown: the value
-                                     // file alone cannot tell (cut keys; several items, changed since)
+    Position position = 0;  // of the value file
+    uint32_t count = 0;     // ranks run from 1 to count, one for each key of the field
+    std::vector<uint32_t>
+        rankOf;  // by record number; 0: no first item; equal values have equal ranks; kUnknown: the value
+                 // file alone cannot tell (cut keys; several items, changed since)
     std::vector<std::string> marks;  // keys of the ranks 1, 1 + kMarkStep, ...
 
     uint32_t of(RecordNumber record) const { return record < rankOf.size() ? rankOf[record] : 0; }
 };
 
-// Ranks of one base, shared by the sessions of the process: the newest of each field, dropped when the value file moves on.
+// Ranks of one base, shared by the sessions of the process: the newest of each field, dropped when the value
+// file moves on.
 class RankCache {
 public:
     // Null when they are not there for this position.

@@ -28,9 +28,10 @@ inline int64_t columnValue(FieldType type, Slice canonical) {
 //   void present(FieldNumber)                     the field has a value
 //   void multi(FieldNumber)                       it has more than one item
 //   void word(FieldNumber, Slice key, uint32_t position)     key: field, term, 0
-//   void value(FieldNumber, Slice key, bool first)           key: field, value key; may repeat; first: of the first item
-//   void column(FieldNumber, int64_t value)       of a single item
-// Items that are no canonical values of their type count as present only. Fields that the schema does not know are skipped.
+//   void value(FieldNumber, Slice key, bool first)           key: field, value key; may repeat; first: of the
+//   first item void column(FieldNumber, int64_t value)       of a single item
+// Items that are no canonical values of their type count as present only. Fields that the schema does not
+// know are skipped.
 class RecordInverter {
 public:
     template <typename Sink>
@@ -71,7 +72,8 @@ private:
     template <typename Sink>
     void invertParts(const FieldDefinition& field, const RecordView& record, Sink& sink) {
         uint32_t total = 0;
-        for (PartNumber part = 0; part <= record.partCount(); ++part) total += record.items(part, field.number).size();
+        for (PartNumber part = 0; part <= record.partCount(); ++part)
+            total += record.items(part, field.number).size();
         if (total == 0) return;
         sink.present(field.number);
         const bool items = holdsItems(field.type);
@@ -81,7 +83,8 @@ private:
         for (PartNumber part = 0; part <= record.partCount(); ++part) {
             const ItemList list = record.items(part, field.number);
             if (list.empty()) continue;
-            if (field.type == FieldType::Text) position = words(field.number, list.first(), position, sink) + kParagraphGap;
+            if (field.type == FieldType::Text)
+                position = words(field.number, list.first(), position, sink) + kParagraphGap;
             if (!items) continue;
             values(field, list, first, sink);
             if (total == 1) column(field, list.first(), sink);
@@ -119,7 +122,8 @@ private:
 
     template <typename Sink>
     void column(const FieldDefinition& field, Slice item, Sink& sink) {
-        if (hasColumn(field.type) && isCanonical(field.type, item)) sink.column(field.number, columnValue(field.type, item));
+        if (hasColumn(field.type) && isCanonical(field.type, item))
+            sink.column(field.number, columnValue(field.type, item));
     }
 
     Analyzer analyzer_;

@@ -29,19 +29,23 @@ bool RecordMatcher::phrase(const RecordView& record, FieldNumber field, std::spa
     return false;
 }
 
-bool RecordMatcher::anyWord(const RecordView& record, FieldNumber field, const std::function<bool(Slice)>& test) {
+bool RecordMatcher::anyWord(const RecordView& record, FieldNumber field,
+                            const std::function<bool(Slice)>& test) {
     for (PartNumber part = 0; part <= record.partCount(); ++part) {
         bool found = false;
-        analyzer_.words(record.items(part, field).first(), [&](const Word& word) { found = found || test(word.term); });
+        analyzer_.words(record.items(part, field).first(),
+                        [&](const Word& word) { found = found || test(word.term); });
         if (found) return true;
     }
     return false;
 }
 
-bool RecordMatcher::anyKey(const RecordView& record, const FieldDefinition& field, const std::function<bool(Slice)>& test) {
+bool RecordMatcher::anyKey(const RecordView& record, const FieldDefinition& field,
+                           const std::function<bool(Slice)>& test) {
     for (PartNumber part = 0; part <= record.partCount(); ++part) {
         for (const Slice item : record.items(part, field.number)) {
-            if (!item.empty() && isCanonical(field.type, item) && test(wholeValueKey(field.type, item))) return true;
+            if (!item.empty() && isCanonical(field.type, item) && test(wholeValueKey(field.type, item)))
+                return true;
         }
     }
     return false;
@@ -52,7 +56,8 @@ std::string RecordMatcher::firstKey(const RecordView& record, const FieldDefinit
         const ItemList items = record.items(part, field.number);
         if (items.empty()) continue;
         const Slice first = items.first();
-        return first.empty() || !isCanonical(field.type, first) ? std::string() : wholeValueKey(field.type, first);
+        return first.empty() || !isCanonical(field.type, first) ? std::string()
+                                                                : wholeValueKey(field.type, first);
     }
     return {};
 }

@@ -13,8 +13,8 @@
 
 namespace wdb {
 
-// Answers criteria by looking at a record, head and parts: what the indexes fall back to where keys are cut, and what they are
-// tested against.
+// Answers criteria by looking at a record, head and parts: what the indexes fall back to where keys are cut,
+// and what they are tested against.
 class RecordMatcher {
 public:
     // TEXT: words that match the patterns stand next to each other in one paragraph.
@@ -22,7 +22,8 @@ public:
     // TEXT: some word for which the test holds.
     bool anyWord(const RecordView& record, FieldNumber field, const std::function<bool(Slice)>& test);
     // Item types: some item whose whole key (wholeValueKey) passes the test.
-    bool anyKey(const RecordView& record, const FieldDefinition& field, const std::function<bool(Slice)>& test);
+    bool anyKey(const RecordView& record, const FieldDefinition& field,
+                const std::function<bool(Slice)>& test);
 
     // The whole key of the field's first item, empty when that is empty or not there.
     static std::string firstKey(const RecordView& record, const FieldDefinition& field);

@@ -10,9 +10,15 @@ namespace wdb {
 
 namespace {
 
-constexpr uint16_t high(RecordNumber record) { return static_cast<uint16_t>(record >> 16); }
-constexpr uint16_t low(RecordNumber record) { return static_cast<uint16_t>(record & 0xFFFF); }
-constexpr RecordNumber join(uint16_t chunk, uint16_t low) { return RecordNumber{chunk} << 16 | low; }
+constexpr uint16_t high(RecordNumber record) {
+    return static_cast<uint16_t>(record >> 16);
+}
+constexpr uint16_t low(RecordNumber record) {
+    return static_cast<uint16_t>(record & 0xFFFF);
+}
+constexpr RecordNumber join(uint16_t chunk, uint16_t low) {
+    return RecordNumber{chunk} << 16 | low;
+}
 
 }  // namespace
 
@@ -29,7 +35,9 @@ RecordSet RecordSet::of(std::span<const RecordNumber> ascending) {
     return out;
 }
 
-RecordSet RecordSet::single(RecordNumber record) { return of({&record, 1}); }
+RecordSet RecordSet::single(RecordNumber record) {
+    return of({&record, 1});
+}
 
 RecordSet RecordSet::range(RecordNumber first, RecordNumber last) {
     RecordSet out;
@@ -70,8 +78,9 @@ void RecordSet::adopt(uint16_t chunk, const ContainerView& container, std::uniqu
 }
 
 size_t RecordSet::findChunk(uint16_t number) const {
-    const auto found = std::lower_bound(chunks_.begin(), chunks_.end(), number,
-                                        [](const Chunk& chunk, uint16_t wanted) { return chunk.number < wanted; });
+    const auto found =
+        std::lower_bound(chunks_.begin(), chunks_.end(), number,
+                         [](const Chunk& chunk, uint16_t wanted) { return chunk.number < wanted; });
     return static_cast<size_t>(found - chunks_.begin());
 }
 
@@ -83,12 +92,14 @@ uint64_t RecordSet::cardinality() const {
 
 bool RecordSet::contains(RecordNumber record) const {
     const size_t place = findChunk(high(record));
-    return place < chunks_.size() && chunks_[place].number == high(record) && chunks_[place].view.contains(low(record));
+    return place < chunks_.size() && chunks_[place].number == high(record) &&
+           chunks_[place].view.contains(low(record));
 }
 
 RecordNumber RecordSet::select(uint64_t place) const {
     for (const Chunk& chunk : chunks_) {
-        if (place < chunk.view.cardinality) return join(chunk.number, chunk.view.select(static_cast<uint32_t>(place)));
+        if (place < chunk.view.cardinality)
+            return join(chunk.number, chunk.view.select(static_cast<uint32_t>(place)));
         place -= chunk.view.cardinality;
     }
     return 0;
@@ -144,9 +155,13 @@ void RecordSet::add(RecordNumber record) {
     chunk.owned = std::move(data);
 }
 
-void RecordSet::remove(RecordNumber record) { subtract(single(record)); }
+void RecordSet::remove(RecordNumber record) {
+    subtract(single(record));
+}
 
-void RecordSet::intersect(const RecordSet& other) { *this = intersection(*this, other); }
+void RecordSet::intersect(const RecordSet& other) {
+    *this = intersection(*this, other);
+}
 
 RecordSet RecordSet::intersection(const RecordSet& a, const RecordSet& b) {
     RecordSet out;
@@ -168,7 +183,8 @@ RecordSet RecordSet::intersection(const RecordSet& a, const RecordSet& b) {
 void RecordSet::unite(const RecordSet& other) {
     RecordSet borrowed;
     for (const Chunk& chunk : other.chunks_) {
-        if (!chunk.owned) borrowed.borrow(chunk.number, chunk.view);
+        if (!chunk.owned)
+            borrowed.borrow(chunk.number, chunk.view);
         else {
             OwnedContainer made = copyContainer(chunk.view);
             borrowed.adopt(chunk.number, made.view, std::move(made.data));
@@ -188,7 +204,8 @@ void RecordSet::unite(RecordSet&& other) {
     size_t i = 0;
     size_t j = 0;
     while (i < chunks_.size() || j < other.chunks_.size()) {
-        if (j == other.chunks_.size() || (i < chunks_.size() && chunks_[i].number < other.chunks_[j].number)) {
+        if (j == other.chunks_.size() ||
+            (i < chunks_.size() && chunks_[i].number < other.chunks_[j].number)) {
             merged.push_back(std::move(chunks_[i++]));
         } else if (i == chunks_.size() || other.chunks_[j].number < chunks_[i].number) {
             merged.push_back(std::move(other.chunks_[j++]));
@@ -230,7 +247,8 @@ RecordSet RecordSet::difference(const RecordSet& a, const RecordSet& b) {
             out.borrow(chunk.number, chunk.view);
             continue;
         }
-        OwnedContainer made = meets ? subtractContainers(chunk.view, b.chunks_[place].view) : copyContainer(chunk.view);
+        OwnedContainer made =
+            meets ? subtractContainers(chunk.view, b.chunks_[place].view) : copyContainer(chunk.view);
         out.adopt(chunk.number, made.view, std::move(made.data));
     }
     return out;
@@ -276,8 +294,12 @@ void RecordSet::copyTo(uint64_t first, size_t count, std::vector<RecordNumber>& 
             }
             for (; w < kBitmapWords && out.size() < count; ++w) {
                 for (uint64_t bits = chunk.view.word(w); bits != 0 && out.size() < count; bits &= bits - 1) {
-                    if (first > 0) --first;
-                    else out.push_back(join(chunk.number, static_cast<uint16_t>(w * 64 + static_cast<unsigned>(std::countr_zero(bits)))));
+                    if (first > 0)
+                        --first;
+                    else
+                        out.push_back(join(
+                            chunk.number,
+                            static_cast<uint16_t>(w * 64 + static_cast<unsigned>(std::countr_zero(bits)))));
                 }
             }
         }
@@ -301,7 +323,8 @@ void RecordSet::own() {
 }
 
 bool RecordSet::ownsAll() const {
-    return std::all_of(chunks_.begin(), chunks_.end(), [](const Chunk& chunk) { return chunk.owned != nullptr; });
+    return std::all_of(chunks_.begin(), chunks_.end(),
+                       [](const Chunk& chunk) { return chunk.owned != nullptr; });
 }
 
 RecordSet RecordSet::clone() const {
@@ -341,8 +364,10 @@ std::string RecordSet::validate() const {
         const std::string where = " in chunk " + std::to_string(chunks_[i].number);
         if (i > 0 && chunks_[i - 1].number >= chunks_[i].number) return "chunks out of order";
         if (view.cardinality == 0) return "empty container" + where;
-        if ((view.kind == ContainerKind::Bitmap) != (view.cardinality > kMaxArray)) return "wrong kind" + where;
-        if (view.kind == ContainerKind::Bitmap && containerKernels().countBits(view.data, kBitmapBytes) != view.cardinality)
+        if ((view.kind == ContainerKind::Bitmap) != (view.cardinality > kMaxArray))
+            return "wrong kind" + where;
+        if (view.kind == ContainerKind::Bitmap &&
+            containerKernels().countBits(view.data, kBitmapBytes) != view.cardinality)
             return "wrong cardinality" + where;
         for (uint32_t m = 1; view.kind == ContainerKind::Array && m < view.cardinality; ++m) {
             if (view.at(m - 1) >= view.at(m)) return "members out of order" + where;

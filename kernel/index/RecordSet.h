@@ -12,9 +12,10 @@
 
 namespace wdb {
 
-// A set of record numbers: containers of 65,536 numbers, ascending. A container is owned or borrowed; a borrowed one lies in
-// the map of a read transaction (or in another set) and the set is valid as long as that lives. Results of the operations
-// borrow what their arguments borrowed where a container passes unchanged; own() ends that. Sets move; clone() copies.
+// A set of record numbers: containers of 65,536 numbers, ascending. A container is owned or borrowed; a
+// borrowed one lies in the map of a read transaction (or in another set) and the set is valid as long as that
+// lives. Results of the operations borrow what their arguments borrowed where a container passes unchanged;
+// own() ends that. Sets move; clone() copies.
 class RecordSet {
 public:
     RecordSet() = default;
@@ -26,8 +27,8 @@ public:
     // first..last, both inside; empty when last < first.
     static RecordSet range(RecordNumber first, RecordNumber last);
 
-    // Appends a container of stored bytes without copying it; chunks must come in ascending order. Empty containers are
-    // ignored. WDB_E_CORRUPT when the bytes are no container.
+    // Appends a container of stored bytes without copying it; chunks must come in ascending order. Empty
+    // containers are ignored. WDB_E_CORRUPT when the bytes are no container.
     Status borrow(uint16_t chunk, Slice stored);
     void borrow(uint16_t chunk, const ContainerView& container);
     // Appends an owned container.
@@ -100,7 +101,8 @@ private:
     std::vector<Chunk> chunks_;               // ascending by number, none empty
 };
 
-// Collects the union of many sets or containers: a bitmap per chunk once a chunk holds more than a few members.
+// Collects the union of many sets or containers: a bitmap per chunk once a chunk holds more than a few
+// members.
 class RecordSetBuilder {
 public:
     void add(RecordNumber record);  // any order
@@ -115,8 +117,8 @@ public:
 private:
     struct Slot {
         uint16_t number;
-        std::unique_ptr<char[]> bits;       // kBitmapBytes, or null while there is
-        std::vector<uint16_t> members;      // a short list in any order
+        std::unique_ptr<char[]> bits;   // kBitmapBytes, or null while there is
+        std::vector<uint16_t> members;  // a short list in any order
     };
     Slot& slot(uint16_t number);
     void promote(Slot& slot);

@@ -17,8 +17,9 @@ constexpr size_t kMaxList = 256;
 
 RecordSetBuilder::Slot& RecordSetBuilder::slot(uint16_t number) {
     if (last_ < slots_.size() && slots_[last_].number == number) return slots_[last_];
-    const auto found = std::lower_bound(slots_.begin(), slots_.end(), number,
-                                        [](const Slot& slot, uint16_t wanted) { return slot.number < wanted; });
+    const auto found =
+        std::lower_bound(slots_.begin(), slots_.end(), number,
+                         [](const Slot& slot, uint16_t wanted) { return slot.number < wanted; });
     last_ = static_cast<size_t>(found - slots_.begin());
     if (found == slots_.end() || found->number != number) slots_.insert(found, Slot{number, nullptr, {}});
     return slots_[last_];
@@ -35,14 +36,17 @@ void RecordSetBuilder::add(RecordNumber record) {
     Slot& target = slot(static_cast<uint16_t>(record >> 16));
     const auto member = static_cast<uint16_t>(record & 0xFFFF);
     if (!target.bits && target.members.size() >= kMaxList) promote(target);
-    if (target.bits) setBit(target.bits.get(), member);
-    else target.members.push_back(member);
+    if (target.bits)
+        setBit(target.bits.get(), member);
+    else
+        target.members.push_back(member);
 }
 
 void RecordSetBuilder::add(uint16_t chunk, const ContainerView& container) {
     if (container.cardinality == 0) return;
     Slot& target = slot(chunk);
-    if (!target.bits && container.kind == ContainerKind::Array && target.members.size() + container.cardinality <= kMaxList) {
+    if (!target.bits && container.kind == ContainerKind::Array &&
+        target.members.size() + container.cardinality <= kMaxList) {
         container.forEach([&](uint16_t member) { target.members.push_back(member); });
         return;
     }

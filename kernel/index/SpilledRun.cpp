@@ -15,7 +15,8 @@ constexpr size_t kWriteBlock = size_t{1} << 20;
 
 class MemoryRun final : public PostingRun {
 public:
-    MemoryRun(const PostingTable& table, std::vector<uint32_t> order) : table_(table), order_(std::move(order)) {}
+    MemoryRun(const PostingTable& table, std::vector<uint32_t> order)
+        : table_(table), order_(std::move(order)) {}
     bool next() override { return at_++ < order_.size(); }
     Slice key() const override { return table_.key(order_[at_ - 1]); }
     Slice stream() const override { return table_.stream(order_[at_ - 1]); }
@@ -141,7 +142,8 @@ bool RunMerger::nextPosting() {
     if (current_ != kNone) open_[current_] = streams_[current_].next();
     current_ = kNone;
     for (size_t place = 0; place < streams_.size(); ++place) {
-        if (open_[place] && (current_ == kNone || streams_[place].record() < streams_[current_].record())) current_ = place;
+        if (open_[place] && (current_ == kNone || streams_[place].record() < streams_[current_].record()))
+            current_ = place;
     }
     return current_ != kNone;
 }

@@ -11,7 +11,8 @@ namespace wdb {
 // A run over a table in memory, which it borrows and which must be finished with the order given.
 std::unique_ptr<PostingRun> memoryRun(const PostingTable& table, std::vector<uint32_t> order);
 
-// Writes a finished table as a sorted run into an unlinked temporary file of the directory, and reads it back. WDB_E_STORAGE.
+// Writes a finished table as a sorted run into an unlinked temporary file of the directory, and reads it
+// back. WDB_E_STORAGE.
 Result<std::unique_ptr<PostingRun>> spillRun(const PostingTable& table, const std::vector<uint32_t>& order,
                                              const std::string& directory);
 

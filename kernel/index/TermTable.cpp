@@ -13,7 +13,9 @@ constexpr size_t kFirstSlots = 1024;
 constexpr size_t kBlock = size_t{64} << 10;
 constexpr uint64_t kHashHalf = 0xFFFFFFFF00000000U;
 
-uint64_t hashOf(std::string_view term) { return XXH3_64bits(term.data(), term.size()); }
+uint64_t hashOf(std::string_view term) {
+    return XXH3_64bits(term.data(), term.size());
+}
 
 }  // namespace
 
@@ -72,7 +74,9 @@ void TermTable::grow() {
     slots_ = std::move(slots);
 }
 
-size_t TermTable::bytes() const { return arena_ + slots_.size() * sizeof(uint64_t) + terms_.size() * sizeof(std::string_view); }
+size_t TermTable::bytes() const {
+    return arena_ + slots_.size() * sizeof(uint64_t) + terms_.size() * sizeof(std::string_view);
+}
 
 std::vector<uint32_t> TermTable::sorted() const {
     // The first bytes decide nearly all comparisons: sort by them without following the pointers.
@@ -97,6 +101,8 @@ std::vector<uint32_t> TermTable::sorted() const {
     return out;
 }
 
-void TermTable::clear() { *this = TermTable(); }
+void TermTable::clear() {
+    *this = TermTable();
+}
 
 }  // namespace wdb

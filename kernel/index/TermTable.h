@@ -8,8 +8,8 @@
 
 namespace wdb {
 
-// Gives byte strings small numbers: an open-addressing table over an arena. Numbers count from 0 in the order of arrival;
-// the bytes stay where they are as long as the table lives.
+// Gives byte strings small numbers: an open-addressing table over an arena. Numbers count from 0 in the order
+// of arrival; the bytes stay where they are as long as the table lives.
 class TermTable {
 public:
     static constexpr uint32_t kNone = UINT32_MAX;

@@ -8,7 +8,8 @@ namespace wdb {
 
 namespace {
 
-// What a range may read of the values table before a scan of the column is the better way: entries, and records in them.
+// What a range may read of the values table before a scan of the column is the better way: entries, and
+// records in them.
 constexpr size_t kShortRange = 24;
 constexpr size_t kFewRecords = 2048;
 // Records with several items that a column scan may look up one by one.
@@ -24,7 +25,7 @@ struct Hits {
 // A range of value keys, without the field.
 struct KeyRange {
     FieldType type;
-    std::optional<std::string> low;   // whole keys
+    std::optional<std::string> low;  // whole keys
     std::optional<std::string> high;
     bool lowInclusive = true;
     bool highInclusive = true;
@@ -43,7 +44,9 @@ struct KeyRange {
     }
 };
 
-Slice valueOf(Slice key) { return key.substr(2); }
+Slice valueOf(Slice key) {
+    return key.substr(2);
+}
 
 }  // namespace
 
@@ -76,7 +79,8 @@ public:
         };
         // A literal's key is its prefix and the end byte, the first of all that begin so.
         const auto goesOn = [&](Slice key) { return !literal || key.size() <= pattern.prefix().size() + 1; };
-        return scan(prefix, prefix, fit, goesOn, [&](Slice whole) { return pattern.match(whole.substr(0, whole.size() - 1)); });
+        return scan(prefix, prefix, fit, goesOn,
+                    [&](Slice whole) { return pattern.match(whole.substr(0, whole.size() - 1)); });
     }
 
     Result<RecordSet> range(const std::optional<Bound>& low, const std::optional<Bound>& high);
@@ -85,17 +89,21 @@ private:
     Status exact(Slice key, RecordSet& hits) {
         const std::string full = indexKey(field_.number, key);
         WDB_TRY(impl_.values.read(full, hits));
-        impl_.overlay(hits, impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
-            const uint32_t number = layer.entries.values().find(full);
-            if (number != TermTable::kNone) IndexView::Impl::addVisible(layer, layer.entries.values().entries(number), 1, out);
-        });
+        impl_.overlay(hits, impl_.sources.valuePosition,
+                      [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
+                          const uint32_t number = layer.entries.values().find(full);
+                          if (number != TermTable::kNone)
+                              IndexView::Impl::addVisible(layer, layer.entries.values().entries(number), 1,
+                                                          out);
+                      });
         return WDB_OK;
     }
 
     // Keys of the index from `from` on that begin with `prefix`, as long as goesOn(key). WDB_FAIL after
     // `limit` entries or, when that is a limit, kFewRecords records.
     template <typename FitKey, typename GoesOn>
-    Status scanIndex(const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn, size_t limit, Hits& hits) {
+    Status scanIndex(const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn,
+                     size_t limit, Hits& hits) {
         RecordSetBuilder sure;
         RecordSetBuilder unsure;
         const bool limited = limit != std::numeric_limits<size_t>::max();
@@ -120,28 +128,32 @@ private:
     }
 
     template <typename FitKey, typename GoesOn>
-    void scanLayers(RecordSet& hits, const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn, Fit wanted) {
-        impl_.overlay(hits, impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
-            const DeltaEntries::Dictionary& values = layer.entries.values();
-            values.forEachFrom(from, [&](uint32_t number) {
-                const Slice key = values.key(number);
-                if (!key.starts_with(prefix) || !goesOn(valueOf(key))) return false;
-                if (fit(valueOf(key)) == wanted) IndexView::Impl::addVisible(layer, values.entries(number), 1, out);
-                return true;
-            });
-        });
+    void scanLayers(RecordSet& hits, const std::string& from, const std::string& prefix, FitKey& fit,
+                    GoesOn& goesOn, Fit wanted) {
+        impl_.overlay(hits, impl_.sources.valuePosition,
+                      [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
+                          const DeltaEntries::Dictionary& values = layer.entries.values();
+                          values.forEachFrom(from, [&](uint32_t number) {
+                              const Slice key = values.key(number);
+                              if (!key.starts_with(prefix) || !goesOn(valueOf(key))) return false;
+                              if (fit(valueOf(key)) == wanted)
+                                  IndexView::Impl::addVisible(layer, values.entries(number), 1, out);
+                              return true;
+                          });
+                      });
     }
 
     template <typename FitKey, typename GoesOn, typename HoldsWhole>
-    Result<RecordSet> scan(const std::string& from, const std::string& prefix, FitKey&& fit, GoesOn&& goesOn, HoldsWhole&& holds) {
+    Result<RecordSet> scan(const std::string& from, const std::string& prefix, FitKey&& fit, GoesOn&& goesOn,
+                           HoldsWhole&& holds) {
         Hits hits;
         WDB_TRY(scanIndex(from, prefix, fit, goesOn, std::numeric_limits<size_t>::max(), hits));
         return finish(std::move(hits), from, prefix, fit, goesOn, holds);
     }
 
     template <typename FitKey, typename GoesOn, typename HoldsWhole>
-    Result<RecordSet> finish(Hits hits, const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn,
-                             HoldsWhole& holds) {
+    Result<RecordSet> finish(Hits hits, const std::string& from, const std::string& prefix, FitKey& fit,
+                             GoesOn& goesOn, HoldsWhole& holds) {
         scanLayers(hits.sure, from, prefix, fit, goesOn, Fit::Yes);
         scanLayers(hits.unsure, from, prefix, fit, goesOn, Fit::AskRecord);
         WDB_TRY(impl_.verify(hits.sure, std::move(hits.unsure), [&](const RecordView& record) {
@@ -204,10 +216,12 @@ Result<RecordSet> ValueSearch::range(const std::optional<Bound>& low, const std:
     }
     if (hasColumn(field_.type)) {
         const size_t size = field_.type == FieldType::Integer ? 8 : 4;
-        if ((range.low && range.low->size() != size) || (range.high && range.high->size() != size)) return Status{WDB_E_VALUE};
+        if ((range.low && range.low->size() != size) || (range.high && range.high->size() != size))
+            return Status{WDB_E_VALUE};
     }
     const std::string prefix = indexKey(field_.number, {});
-    const std::string from = indexKey(field_.number, range.low ? Slice(*range.low).substr(0, kMaxValueKey) : Slice());
+    const std::string from =
+        indexKey(field_.number, range.low ? Slice(*range.low).substr(0, kMaxValueKey) : Slice());
     const auto fit = [&](Slice key) { return range.fit(key); };
     const Slice end = range.high ? Slice(*range.high) : Slice();
     const auto goesOn = [&](Slice key) { return !range.high || key <= end; };
@@ -228,7 +242,8 @@ Result<RecordSet> IndexView::equal(FieldNumber field, Slice canonical) {
     return ValueSearch(*impl_, **definition).equal(canonical);
 }
 
-Result<RecordSet> IndexView::range(FieldNumber field, const std::optional<Bound>& low, const std::optional<Bound>& high) {
+Result<RecordSet> IndexView::range(FieldNumber field, const std::optional<Bound>& low,
+                                   const std::optional<Bound>& high) {
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();
     return ValueSearch(*impl_, **definition).range(low, high);

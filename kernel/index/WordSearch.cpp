@@ -33,7 +33,8 @@ Fit fitBounds(const std::optional<Bound>& low, const std::optional<Bound>& high,
             continue;
         }
         const int order = term.compare(bound->value);
-        if (order == 0 ? !bound->inclusive : (bound == (low ? &*low : nullptr)) == (order < 0)) return Fit::No;
+        if (order == 0 ? !bound->inclusive : (bound == (low ? &*low : nullptr)) == (order < 0))
+            return Fit::No;
     }
     return fit;
 }
@@ -43,7 +44,9 @@ bool withinBounds(const std::optional<Bound>& low, const std::optional<Bound>& h
     return !high || word < Slice(high->value) || (high->inclusive && word == high->value);
 }
 
-Slice termOf(Slice key) { return key.substr(2, key.size() - 3); }
+Slice termOf(Slice key) {
+    return key.substr(2, key.size() - 3);
+}
 
 // Terms that a word of a phrase may stand for before the records are asked instead of the positions.
 constexpr size_t kMaxExpansion = 64;
@@ -58,7 +61,8 @@ using PhraseWord = std::vector<PhraseTerm>;
 // The positions of one word of a phrase, record by record.
 class WordPositions {
 public:
-    WordPositions(const Txn& words, const PhraseWord& word) : words_(words), word_(word), readers_(word.size()) {}
+    WordPositions(const Txn& words, const PhraseWord& word)
+        : words_(words), word_(word), readers_(word.size()) {}
 
     // The positions of all its terms in a record that holds one of them, ascending.
     Status read(RecordNumber record, std::vector<uint32_t>& out) {
@@ -92,20 +96,26 @@ public:
     WordSearch(IndexView::Impl& impl, FieldNumber field) : impl_(impl), field_(field) {}
 
     Result<RecordSet> pattern(const Pattern& pattern) {
-        const auto holds = [&](const RecordView& record) { return impl_.matcher.phrase(record, field_, {&pattern, 1}); };
+        const auto holds = [&](const RecordView& record) {
+            return impl_.matcher.phrase(record, field_, {&pattern, 1});
+        };
         if (pattern.isLiteral()) return resolve(literal(pattern.prefix()), holds);
         const std::string prefix = indexKey(field_, pattern.prefix().substr(0, kMaxTerm));
-        return resolve(scan(prefix, prefix, [&](Slice term) { return fitPattern(pattern, term); }, [](Slice) { return true; }),
+        return resolve(scan(
+                           prefix, prefix, [&](Slice term) { return fitPattern(pattern, term); },
+                           [](Slice) { return true; }),
                        holds);
     }
 
     Result<RecordSet> range(const std::optional<Bound>& low, const std::optional<Bound>& high) {
         const std::string from = indexKey(field_, low ? Slice(low->value).substr(0, kMaxTerm) : Slice());
         const Slice end = high ? Slice(high->value) : Slice();
-        return resolve(scan(from, indexKey(field_, {}), [&](Slice term) { return fitBounds(low, high, term); },
-                            [&](Slice term) { return !high || term <= end; }),
+        return resolve(scan(
+                           from, indexKey(field_, {}), [&](Slice term) { return fitBounds(low, high, term); },
+                           [&](Slice term) { return !high || term <= end; }),
                        [&](const RecordView& record) {
-                           return impl_.matcher.anyWord(record, field_, [&](Slice word) { return withinBounds(low, high, word); });
+                           return impl_.matcher.anyWord(
+                               record, field_, [&](Slice word) { return withinBounds(low, high, word); });
                        });
     }
 
@@ -128,7 +138,8 @@ private:
         WDB_TRY(impl_.postings.read(key, target));
         impl_.overlay(target, position(), [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
             const uint32_t number = layer.entries.words().find(key);
-            if (number != TermTable::kNone) IndexView::Impl::addVisible(layer, layer.entries.words().entries(number), 0, out);
+            if (number != TermTable::kNone)
+                IndexView::Impl::addVisible(layer, layer.entries.words().entries(number), 0, out);
         });
         return hits;
     }
@@ -157,13 +168,15 @@ private:
     }
 
     template <typename FitTerm, typename GoesOn>
-    void scanLayers(RecordSet& hits, const std::string& from, const std::string& prefix, FitTerm& fit, GoesOn& goesOn, Fit wanted) {
+    void scanLayers(RecordSet& hits, const std::string& from, const std::string& prefix, FitTerm& fit,
+                    GoesOn& goesOn, Fit wanted) {
         impl_.overlay(hits, position(), [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
             const DeltaEntries::Dictionary& words = layer.entries.words();
             words.forEachFrom(from, [&](uint32_t number) {
                 const Slice key = words.key(number);
                 if (!key.starts_with(prefix) || !goesOn(termOf(key))) return false;
-                if (fit(termOf(key)) == wanted) IndexView::Impl::addVisible(layer, words.entries(number), 0, out);
+                if (fit(termOf(key)) == wanted)
+                    IndexView::Impl::addVisible(layer, words.entries(number), 0, out);
                 return true;
             });
         });
@@ -171,10 +184,12 @@ private:
 
     Status expand(const Pattern& pattern, std::optional<PhraseWord>& word);
     // By the positions of the terms; by looking at the records that hold each of the words.
-    Result<RecordSet> phraseByPositions(std::span<const Pattern> patterns, const std::vector<PhraseWord>& words);
+    Result<RecordSet> phraseByPositions(std::span<const Pattern> patterns,
+                                        const std::vector<PhraseWord>& words);
     Result<RecordSet> phraseByRecords(std::span<const Pattern> patterns);
     Status filterByPositions(RecordSet& candidates, const std::vector<PhraseWord>& words);
-    void phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns, RecordSetBuilder& out) const;
+    void phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns,
+                       RecordSetBuilder& out) const;
     std::vector<uint32_t> numbersOf(const DeltaEntries::Dictionary& words, const Pattern& pattern) const;
 
     IndexView::Impl& impl_;
@@ -195,25 +210,27 @@ Status WordSearch::expand(const Pattern& pattern, std::optional<PhraseWord>& wor
     const std::string prefix = indexKey(field_, pattern.prefix());
     bool fits = true;
     Slice passed;  // the latest key that does not match; it lies in the map
-    const Status walked = impl_.postings.walk(prefix, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
-        if (key.size() < 4) return WDB_E_CORRUPT;
-        if (key == passed) return WDB_OK;
-        if (terms.empty() || key != terms.back().key) {
-            const Fit fit = fitPattern(pattern, termOf(key));
-            fits = fit != Fit::AskRecord && (fit == Fit::No || terms.size() < kMaxExpansion);
-            if (!fits) return WDB_FAIL;
-            if (fit == Fit::No) {
-                passed = key;
-                return WDB_OK;
+    const Status walked =
+        impl_.postings.walk(prefix, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
+            if (key.size() < 4) return WDB_E_CORRUPT;
+            if (key == passed) return WDB_OK;
+            if (terms.empty() || key != terms.back().key) {
+                const Fit fit = fitPattern(pattern, termOf(key));
+                fits = fit != Fit::AskRecord && (fit == Fit::No || terms.size() < kMaxExpansion);
+                if (!fits) return WDB_FAIL;
+                if (fit == Fit::No) {
+                    passed = key;
+                    return WDB_OK;
+                }
+                terms.push_back({std::string(key), {}});
             }
-            terms.push_back({std::string(key), {}});
-        }
-        return terms.back().records.borrow(chunk, stored);
-    });
+            return terms.back().records.borrow(chunk, stored);
+        });
     WDB_TRY(walked);
     impl_.forLayers(position(), [&](const IndexView::Impl::Layer& layer) {
         const DeltaEntries::Dictionary& words = layer.entries.words();
-        words.forPrefix(prefix, [&](uint32_t number) { fits = fits && !maybeCutTerm(termOf(words.key(number))); });
+        words.forPrefix(prefix,
+                        [&](uint32_t number) { fits = fits && !maybeCutTerm(termOf(words.key(number))); });
     });
     if (fits) word = std::move(terms);
     return WDB_OK;
@@ -232,7 +249,8 @@ Result<RecordSet> WordSearch::phrase(std::span<const Pattern> patterns) {
     return phraseByPositions(patterns, words);
 }
 
-Result<RecordSet> WordSearch::phraseByPositions(std::span<const Pattern> patterns, const std::vector<PhraseWord>& words) {
+Result<RecordSet> WordSearch::phraseByPositions(std::span<const Pattern> patterns,
+                                                const std::vector<PhraseWord>& words) {
     std::vector<RecordSet> unions;
     for (const PhraseWord& word : words) {
         if (word.size() == 1) {
@@ -243,12 +261,17 @@ Result<RecordSet> WordSearch::phraseByPositions(std::span<const Pattern> pattern
         for (const PhraseTerm& term : word) builder.add(term.records);
         unions.push_back(builder.finish());
     }
-    std::sort(unions.begin(), unions.end(), [](const RecordSet& a, const RecordSet& b) { return a.cardinality() < b.cardinality(); });
+    std::sort(unions.begin(), unions.end(),
+              [](const RecordSet& a, const RecordSet& b) { return a.cardinality() < b.cardinality(); });
     RecordSet hits = std::move(unions[0]);
     for (size_t i = 1; i < unions.size(); ++i) hits.intersect(unions[i]);
-    impl_.forLayers(position(), [&](const IndexView::Impl::Layer& layer) { hits.subtract(layer.entries.touched(layer.after, layer.upTo)); });
+    impl_.forLayers(position(), [&](const IndexView::Impl::Layer& layer) {
+        hits.subtract(layer.entries.touched(layer.after, layer.upTo));
+    });
     WDB_TRY(filterByPositions(hits, words));
-    impl_.overlay(hits, position(), [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) { phraseInLayer(layer, patterns, out); });
+    impl_.overlay(hits, position(), [&](const IndexView::Impl::Layer& layer, RecordSetBuilder& out) {
+        phraseInLayer(layer, patterns, out);
+    });
     return hits;
 }
 
@@ -282,7 +305,8 @@ Status WordSearch::filterByPositions(RecordSet& candidates, const std::vector<Ph
 }
 
 // The numbers of the words that match, ascending.
-std::vector<uint32_t> WordSearch::numbersOf(const DeltaEntries::Dictionary& words, const Pattern& pattern) const {
+std::vector<uint32_t> WordSearch::numbersOf(const DeltaEntries::Dictionary& words,
+                                            const Pattern& pattern) const {
     std::vector<uint32_t> numbers;
     if (pattern.isLiteral()) {
         const uint32_t number = words.find(wordKey(field_, pattern.prefix()));
@@ -296,7 +320,8 @@ std::vector<uint32_t> WordSearch::numbersOf(const DeltaEntries::Dictionary& word
     return numbers;
 }
 
-void WordSearch::phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns, RecordSetBuilder& out) const {
+void WordSearch::phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns,
+                               RecordSetBuilder& out) const {
     const DeltaEntries::Dictionary& words = layer.entries.words();
     std::vector<std::vector<uint32_t>> numbers;
     size_t rarest = 0;
@@ -316,7 +341,8 @@ void WordSearch::phraseInLayer(const IndexView::Impl::Layer& layer, std::span<co
             const DeltaEntries::Entry* entry = layer.visible(number);
             if (entry == nullptr) continue;
             const std::span<const uint32_t> tokens = layer.entries.tokens(*entry, field_);
-            if (std::search(tokens.begin(), tokens.end(), numbers.begin(), numbers.end(), matches) != tokens.end())
+            if (std::search(tokens.begin(), tokens.end(), numbers.begin(), numbers.end(), matches) !=
+                tokens.end())
                 out.add(entry->record);
         }
     }
@@ -332,8 +358,9 @@ Result<RecordSet> WordSearch::phraseByRecords(std::span<const Pattern> patterns)
         candidates->intersect(*hits);
     }
     RecordSet found;
-    WDB_TRY(impl_.verify(found, std::move(*candidates),
-                         [&](const RecordView& record) { return impl_.matcher.phrase(record, field_, patterns); }));
+    WDB_TRY(impl_.verify(found, std::move(*candidates), [&](const RecordView& record) {
+        return impl_.matcher.phrase(record, field_, patterns);
+    }));
     return found;
 }
 
@@ -349,7 +376,8 @@ Result<RecordSet> IndexView::phrase(FieldNumber field, std::span<const Pattern> 
     return WordSearch(*impl_, field).phrase(patterns);
 }
 
-Result<RecordSet> IndexView::wordRange(FieldNumber field, const std::optional<Bound>& low, const std::optional<Bound>& high) {
+Result<RecordSet> IndexView::wordRange(FieldNumber field, const std::optional<Bound>& low,
+                                       const std::optional<Bound>& high) {
     const Result<const FieldDefinition*> definition = impl_->textField(field);
     if (!definition) return definition.status();
     return WordSearch(*impl_, field).range(low, high);

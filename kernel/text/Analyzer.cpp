@@ -18,7 +18,8 @@ namespace {
 
 enum : uint8_t { kSeparator = 0, kLineFeed = 1, kHigh = 2 };
 
-// What a byte is: a separator, a line feed, a byte of a longer character, or else the lower-case form of a letter or digit.
+// What a byte is: a separator, a line feed, a byte of a longer character, or else the lower-case form of a
+// letter or digit.
 constexpr std::array<uint8_t, 256> makeByteClasses() {
     std::array<uint8_t, 256> classes{};
     for (unsigned c = 128; c < 256; ++c) classes[c] = kHigh;
@@ -29,24 +30,32 @@ constexpr std::array<uint8_t, 256> makeByteClasses() {
 }
 constexpr std::array<uint8_t, 256> kByteClass = makeByteClasses();
 
-constexpr uint8_t byteClass(char c) { return kByteClass[static_cast<unsigned char>(c)]; }
+constexpr uint8_t byteClass(char c) {
+    return kByteClass[static_cast<unsigned char>(c)];
+}
 
-bool startsWord(UChar32 c) { return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_N_MASK)) != 0; }
-bool continuesWord(UChar32 c) { return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_N_MASK | U_GC_M_MASK)) != 0; }
+bool startsWord(UChar32 c) {
+    return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
+}
+bool continuesWord(UChar32 c) {
+    return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_N_MASK | U_GC_M_MASK)) != 0;
+}
 
 // Scripts that put no blanks between words.
 bool needsBreaker(UChar32 c) {
     if (c < 0x0E00) return false;
     UErrorCode error = U_ZERO_ERROR;
     switch (uscript_getScript(c, &error)) {
-    case USCRIPT_HAN:
-    case USCRIPT_HIRAGANA:
-    case USCRIPT_KATAKANA:
-    case USCRIPT_THAI:
-    case USCRIPT_LAO:
-    case USCRIPT_KHMER:
-    case USCRIPT_MYANMAR: return true;
-    default: return false;
+        case USCRIPT_HAN:
+        case USCRIPT_HIRAGANA:
+        case USCRIPT_KATAKANA:
+        case USCRIPT_THAI:
+        case USCRIPT_LAO:
+        case USCRIPT_KHMER:
+        case USCRIPT_MYANMAR:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -76,8 +85,8 @@ struct Analyzer::Unicode {
         return U_SUCCESS(error) ? folded : source;
     }
 
-    // Calls visit(start, end, term) for each word of a folded text; offsets are UTF-16. With `joined` the text continues a
-    // word, so a mark may begin it.
+    // Calls visit(start, end, term) for each word of a folded text; offsets are UTF-16. With `joined` the
+    // text continues a word, so a mark may begin it.
     template <typename Visit>
     void runs(const icu::UnicodeString& text, bool joined, Visit&& visit) {
         for (int32_t at = 0; at < text.length();) {
@@ -94,8 +103,10 @@ struct Analyzer::Unicode {
                 breaks = breaks || needsBreaker(next);
                 at += U16_LENGTH(next);
             }
-            if (breaks) segments(text, start, at, visit);
-            else emit(text, start, at, visit);
+            if (breaks)
+                segments(text, start, at, visit);
+            else
+                emit(text, start, at, visit);
         }
     }
 
@@ -160,7 +171,8 @@ void Analyzer::analyze(std::string_view text, Emit emit, void* target) {
         }
         const char* const start = at;
         char* out = buffer_.data();
-        const char* const limit = end - at > static_cast<ptrdiff_t>(buffer_.size()) ? at + buffer_.size() : end;
+        const char* const limit =
+            end - at > static_cast<ptrdiff_t>(buffer_.size()) ? at + buffer_.size() : end;
         uint8_t c = kind;
         while (c > kHigh) {
             *out++ = static_cast<char>(c);
@@ -181,7 +193,8 @@ void Analyzer::analyze(std::string_view text, Emit emit, void* target) {
             continue;
         }
         Unicode& icu = unicode();
-        icu.runs(icu.fold(stretch), false, [&run](int32_t, int32_t, std::string_view term) { run.word(term); });
+        icu.runs(icu.fold(stretch), false,
+                 [&run](int32_t, int32_t, std::string_view term) { run.word(term); });
     }
 }
 
@@ -207,8 +220,10 @@ std::vector<Pattern> Analyzer::wordPatterns(const Pattern& value) {
     for (const Pattern::Piece& piece : value.pieces()) {
         if (piece.kind != Pattern::Kind::Literal) {
             if (!open) open.emplace();
-            if (piece.kind == Pattern::Kind::AnyRun) open->addAnyRun();
-            else open->addAnyCharacter();
+            if (piece.kind == Pattern::Kind::AnyRun)
+                open->addAnyRun();
+            else
+                open->addAnyCharacter();
             continue;
         }
         Unicode& icu = unicode();

@@ -18,18 +18,20 @@ inline constexpr uint32_t kParagraphGap = 1000;
 // One word of a text.
 struct Word {
     std::string_view term;  // folded (NFKC_Casefold), valid during the call only, never empty, no NUL inside
-    uint32_t position;      // from 0; neighbours differ by 1, across a paragraph break by at least kParagraphGap
-    uint32_t paragraph;     // from 1
+    uint32_t position;   // from 0; neighbours differ by 1, across a paragraph break by at least kParagraphGap
+    uint32_t paragraph;  // from 1
 };
 
 // Cuts texts into words: one analysis for indexing and for searching.
 //
-// Words are the runs of letters and digits of the NFKC_Casefold form of the text (Unicode categories L* and N*, and
-// marks M* behind one of these). Runs that hold letters of scripts written without spaces (Han, Hiragana, Katakana,
-// Thai, Lao, Khmer, Myanmar) are cut by ICU's word breaker. An empty line separates paragraphs. Bytes that are no UTF-8 separate
-// words. Words of ASCII take a table-driven path with the same result.
+// Words are the runs of letters and digits of the NFKC_Casefold form of the text (Unicode categories L* and
+// N*, and marks M* behind one of these). Runs that hold letters of scripts written without spaces (Han,
+// Hiragana, Katakana, Thai, Lao, Khmer, Myanmar) are cut by ICU's word breaker. An empty line separates
+// paragraphs. Bytes that are no UTF-8 separate words. Words of ASCII take a table-driven path with the same
+// result.
 //
-// An analyzer keeps buffers and ICU objects: use one per thread. Making one costs nothing until a high byte comes.
+// An analyzer keeps buffers and ICU objects: use one per thread. Making one costs nothing until a high byte
+// comes.
 class Analyzer {
 public:
     Analyzer();
@@ -41,7 +43,9 @@ public:
     template <typename Sink>
     void words(std::string_view text, Sink&& sink) {
         struct Call {
-            static void word(void* target, const Word& word) { (*static_cast<std::remove_reference_t<Sink>*>(target))(word); }
+            static void word(void* target, const Word& word) {
+                (*static_cast<std::remove_reference_t<Sink>*>(target))(word);
+            }
         };
         analyze(text, &Call::word, &sink);
     }
@@ -49,8 +53,9 @@ public:
     // The folded form of a text as one word, for order comparisons of words: nothing is cut.
     std::string fold(std::string_view text);
 
-    // The words of a search value; wildcards count as letters of the word they touch, so that "ab$ c" gives two patterns. A
-    // value without words gives none. Neighbouring patterns stand next to each other in one paragraph.
+    // The words of a search value; wildcards count as letters of the word they touch, so that "ab$ c" gives
+    // two patterns. A value without words gives none. Neighbouring patterns stand next to each other in one
+    // paragraph.
     std::vector<Pattern> wordPatterns(const Pattern& value);
 
 private:

@@ -13,8 +13,12 @@ namespace wdb {
 
 namespace {
 
-constexpr bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-constexpr char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+constexpr char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+}
 
 // Folds the blanks of everything behind `begin` in place.
 void foldBlanks(std::string& text, size_t begin) {
@@ -83,7 +87,8 @@ std::string compose(std::string text) {
     UErrorCode error = U_ZERO_ERROR;
     const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(error);
     if (U_FAILURE(error) || text.size() > INT32_MAX) return text;
-    if (nfc->isNormalizedUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())), error) && U_SUCCESS(error))
+    if (nfc->isNormalizedUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())), error) &&
+        U_SUCCESS(error))
         return text;
     std::string out;
     out.reserve(text.size());
@@ -93,9 +98,12 @@ std::string compose(std::string text) {
     int32_t segment = 0;
     bool valid = true;  // the segment holds characters, not stray bytes
     const auto flush = [&](int32_t end) {
-        const std::string_view piece = whole.substr(static_cast<size_t>(segment), static_cast<size_t>(end - segment));
-        if (valid) composeSegment(*nfc, piece, out);
-        else out.append(piece);
+        const std::string_view piece =
+            whole.substr(static_cast<size_t>(segment), static_cast<size_t>(end - segment));
+        if (valid)
+            composeSegment(*nfc, piece, out);
+        else
+            out.append(piece);
         segment = end;
     };
     for (int32_t at = 0; at < size;) {

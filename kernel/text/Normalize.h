@@ -13,8 +13,9 @@ enum NormalizeMode : int {
     kNormalizeValue = 7  // how values are compared: PHRASE search, order, keys, DISTINCT, GROUP
 };
 
-// The normalised form of a text. Never longer than the text: a character (for kCompose: a combining sequence) whose
-// new form needs more bytes stays as it is. Bytes that are no UTF-8 are kept. Normalising twice changes nothing more.
+// The normalised form of a text. Never longer than the text: a character (for kCompose: a combining sequence)
+// whose new form needs more bytes stays as it is. Bytes that are no UTF-8 are kept. Normalising twice changes
+// nothing more.
 std::string normalize(std::string_view utf8, int mode);
 
 // The same, appended to a buffer that the caller keeps: no allocation once the buffer has grown.

@@ -13,7 +13,9 @@ size_t characterSize(std::string_view text, size_t at) {
     const auto lead = static_cast<unsigned char>(text[at]);
     size_t size = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     size_t got = 1;
-    while (got < size && at + got < text.size() && (static_cast<unsigned char>(text[at + got]) & 0xC0) == 0x80) ++got;
+    while (got < size && at + got < text.size() &&
+           (static_cast<unsigned char>(text[at + got]) & 0xC0) == 0x80)
+        ++got;
     return got;
 }
 
@@ -25,23 +27,30 @@ Pattern::Pattern(std::string literal) {
 
 Pattern::Pattern(std::vector<Piece> pieces) {
     for (const Piece& piece : pieces) {
-        if (piece.kind == Kind::Literal) addLiteral(piece.text);
-        else if (piece.kind == Kind::AnyRun) addAnyRun();
-        else addAnyCharacter();
+        if (piece.kind == Kind::Literal)
+            addLiteral(piece.text);
+        else if (piece.kind == Kind::AnyRun)
+            addAnyRun();
+        else
+            addAnyCharacter();
     }
 }
 
 void Pattern::addLiteral(std::string_view text) {
     if (text.empty()) return;
-    if (!pieces_.empty() && pieces_.back().kind == Kind::Literal) pieces_.back().text.append(text);
-    else pieces_.push_back({Kind::Literal, std::string(text)});
+    if (!pieces_.empty() && pieces_.back().kind == Kind::Literal)
+        pieces_.back().text.append(text);
+    else
+        pieces_.push_back({Kind::Literal, std::string(text)});
 }
 
 void Pattern::addAnyRun() {
     if (pieces_.empty() || pieces_.back().kind != Kind::AnyRun) pieces_.push_back({Kind::AnyRun, {}});
 }
 
-void Pattern::addAnyCharacter() { pieces_.push_back({Kind::AnyCharacter, {}}); }
+void Pattern::addAnyCharacter() {
+    pieces_.push_back({Kind::AnyCharacter, {}});
+}
 
 bool Pattern::isLiteral() const {
     return pieces_.empty() || (pieces_.size() == 1 && pieces_[0].kind == Kind::Literal);
@@ -52,7 +61,9 @@ std::string_view Pattern::prefix() const {
     return pieces_[0].text;
 }
 
-bool Pattern::matchesAll() const { return pieces_.size() == 1 && pieces_[0].kind == Kind::AnyRun; }
+bool Pattern::matchesAll() const {
+    return pieces_.size() == 1 && pieces_[0].kind == Kind::AnyRun;
+}
 
 bool Pattern::isPrefixOnly() const {
     return pieces_.size() == 2 && pieces_[0].kind == Kind::Literal && pieces_[1].kind == Kind::AnyRun;
@@ -64,7 +75,8 @@ bool Pattern::match(std::string_view text) const {
     size_t at = 0;
     size_t runPiece = SIZE_MAX;  // piece behind the latest AnyRun
     size_t runAt = 0;            // where the text behind that run was tried
-    if (!pieces_.empty() && pieces_.back().kind == Kind::Literal && !text.ends_with(pieces_.back().text)) return false;
+    if (!pieces_.empty() && pieces_.back().kind == Kind::Literal && !text.ends_with(pieces_.back().text))
+        return false;
     while (true) {
         if (piece == pieces_.size()) {
             if (at == text.size()) return true;
@@ -102,8 +114,10 @@ Pattern phrasePattern(const Pattern& value) {
     Pattern out;
     const auto& pieces = value.pieces();
     for (size_t i = 0; i < pieces.size(); ++i) {
-        if (pieces[i].kind == Pattern::Kind::AnyRun) out.addAnyRun();
-        else if (pieces[i].kind == Pattern::Kind::AnyCharacter) out.addAnyCharacter();
+        if (pieces[i].kind == Pattern::Kind::AnyRun)
+            out.addAnyRun();
+        else if (pieces[i].kind == Pattern::Kind::AnyCharacter)
+            out.addAnyCharacter();
         else {
             const bool keepFront = i > 0;
             const bool keepBack = i + 1 < pieces.size();

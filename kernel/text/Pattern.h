@@ -6,9 +6,10 @@
 
 namespace wdb {
 
-// A text with wildcards: literal runs, "any run of characters" (also none) and "exactly one character". A character is
-// one UTF-8 code point; a stray byte counts as one. The text is compared as it stands: whoever makes a pattern
-// normalises or folds its literals as the texts are (see phrasePattern and Analyzer::wordPatterns).
+// A text with wildcards: literal runs, "any run of characters" (also none) and "exactly one character". A
+// character is one UTF-8 code point; a stray byte counts as one. The text is compared as it stands: whoever
+// makes a pattern normalises or folds its literals as the texts are (see phrasePattern and
+// Analyzer::wordPatterns).
 class Pattern {
 public:
     enum class Kind { Literal, AnyRun, AnyCharacter };
@@ -45,8 +46,8 @@ private:
     std::vector<Piece> pieces_;  // neighbouring literals are joined, neighbouring AnyRuns are one
 };
 
-// The pattern for PHRASE values: literals normalised as whole values are (mode 7), a blank beside a wildcard kept,
-// blanks at the two ends of the value dropped.
+// The pattern for PHRASE values: literals normalised as whole values are (mode 7), a blank beside a wildcard
+// kept, blanks at the two ends of the value dropped.
 Pattern phrasePattern(const Pattern& value);
 
 }  // namespace wdb

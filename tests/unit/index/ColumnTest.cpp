@@ -25,17 +25,22 @@ TEST(Column, EveryWidthKeepsItsValuesAndAnswersRanges) {
         {"one more takes two bytes", -3, 256, kColumnHeader + 2 * kColumnRecords},
         {"widest that two bytes take", 0, 65535, kColumnHeader + 2 * kColumnRecords},
         {"one more takes four bytes", INT64_MIN, 65536, kColumnHeader + 4 * kColumnRecords},
-        {"more than 32 bits", INT64_MAX - (int64_t{1} << 40), uint64_t{1} << 40, kColumnHeader + 8 * kColumnRecords},
+        {"more than 32 bits", INT64_MAX - (int64_t{1} << 40), uint64_t{1} << 40,
+         kColumnHeader + 8 * kColumnRecords},
     };
     std::mt19937_64 random(3);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.reason);
         ColumnValues values;
         std::map<uint32_t, int64_t> model;
-        const auto valueAt = [&](uint64_t n) { return static_cast<int64_t>(static_cast<uint64_t>(row.base) + n); };
+        const auto valueAt = [&](uint64_t n) {
+            return static_cast<int64_t>(static_cast<uint64_t>(row.base) + n);
+        };
         for (uint32_t place = 0; place < kColumnRecords; ++place) {
             if (place > 1 && random() % 3 == 0) continue;
-            model[place] = place == 0 ? valueAt(0) : place == 1 ? valueAt(row.space - 1) : valueAt(random() % row.space);
+            model[place] = place == 0   ? valueAt(0)
+                           : place == 1 ? valueAt(row.space - 1)
+                                        : valueAt(random() % row.space);
             values.set(place, model[place]);
         }
         std::string block;
@@ -46,7 +51,8 @@ TEST(Column, EveryWidthKeepsItsValuesAndAnswersRanges) {
         ASSERT_EQ(again.decode(block), WDB_OK);
         for (uint32_t place = 0; place < kColumnRecords; ++place) {
             const auto expected = model.find(place);
-            ASSERT_EQ(again.at(place), expected == model.end() ? std::nullopt : std::optional(expected->second));
+            ASSERT_EQ(again.at(place),
+                      expected == model.end() ? std::nullopt : std::optional(expected->second));
         }
         const std::string shifted = "x" + block;  // blocks lie at any address
         for (int i = 0; i < 60; ++i) {
@@ -59,7 +65,8 @@ TEST(Column, EveryWidthKeepsItsValuesAndAnswersRanges) {
             if (i == 4) low = INT64_MIN;
             if (low > high) std::swap(low, high);
             RecordSetBuilder builder;
-            ColumnView::open(Slice(shifted).substr(1))->scan(20, low, high, builder);  // the block crosses a chunk
+            ColumnView::open(Slice(shifted).substr(1))
+                ->scan(20, low, high, builder);  // the block crosses a chunk
             std::vector<RecordNumber> expected;
             for (const auto& [place, value] : model) {
                 if (value >= low && value <= high) expected.push_back(20 * kColumnRecords + place);

@@ -49,7 +49,9 @@ private:
     std::string path_;
 };
 
-inline RecordView viewOf(const std::string& image) { return *RecordView::validate(image); }
+inline RecordView viewOf(const std::string& image) {
+    return *RecordView::validate(image);
+}
 
 // The items of a field over head and parts.
 inline std::vector<std::string> itemsOf(const RecordView& record, FieldNumber field) {
@@ -72,7 +74,9 @@ public:
 
     explicit ModelBase(std::shared_ptr<const Schema> schema) : schema_(std::move(schema)) {
         delta_ = std::make_shared<Delta>(schema_, 0);
-        publish([&](const std::string& words, const std::string& values) { return createIndexFiles(words, values); });
+        publish([&](const std::string& words, const std::string& values) {
+            return createIndexFiles(words, values);
+        });
     }
 
     const std::shared_ptr<const Schema>& schema() const { return schema_; }
@@ -83,8 +87,10 @@ public:
     State stateAt(Position position) const {
         State state;
         for (Position i = 0; i < position; ++i) {
-            if (changes_[i].after.empty()) state.erase(changes_[i].record);
-            else state[changes_[i].record] = changes_[i].after;
+            if (changes_[i].after.empty())
+                state.erase(changes_[i].record);
+            else
+                state[changes_[i].record] = changes_[i].after;
         }
         return state;
     }
@@ -94,7 +100,8 @@ public:
     void change(RecordNumber record, const std::string& image) {
         note(record, image);
         Delta::Appender appender = delta_->append();
-        if (image.empty()) ASSERT_EQ(appender.add(position(), record, nullptr), WDB_OK);
+        if (image.empty())
+            ASSERT_EQ(appender.add(position(), record, nullptr), WDB_OK);
         else {
             const RecordView view = viewOf(image);
             ASSERT_EQ(appender.add(position(), record, &view), WDB_OK);
@@ -106,7 +113,8 @@ public:
     void unitChange(RecordNumber record, const std::string& image) {
         if (!unit_) unit_.emplace(schema_);
         pending_.push_back({record, {}, image});
-        if (image.empty()) ASSERT_EQ(unit_->add(position() + pending_.size(), record, nullptr), WDB_OK);
+        if (image.empty())
+            ASSERT_EQ(unit_->add(position() + pending_.size(), record, nullptr), WDB_OK);
         else {
             const RecordView view = viewOf(image);
             ASSERT_EQ(unit_->add(position() + pending_.size(), record, &view), WDB_OK);
@@ -126,8 +134,10 @@ public:
     State unitState() const {
         State state = state_;
         for (const Change& change : pending_) {
-            if (change.after.empty()) state.erase(change.record);
-            else state[change.record] = change.after;
+            if (change.after.empty())
+                state.erase(change.record);
+            else
+                state[change.record] = change.after;
         }
         return state;
     }
@@ -196,8 +206,10 @@ public:
 private:
     void note(RecordNumber record, const std::string& image) {
         changes_.push_back({record, state_.contains(record) ? state_[record] : std::string(), image});
-        if (image.empty()) state_.erase(record);
-        else state_[record] = image;
+        if (image.empty())
+            state_.erase(record);
+        else
+            state_[record] = image;
     }
 
     template <typename Merge>

@@ -1,5 +1,5 @@
-// The law of the indexes: whatever was stored, changed and deleted, and however much of it the index files, the delta and
-// an open unit hold, IndexView answers what a look at every record answers.
+// The law of the indexes: whatever was stored, changed and deleted, and however much of it the index files,
+// the delta and an open unit hold, IndexView answers what a look at every record answers.
 #include <gtest/gtest.h>
 
 #include "kernel/index/DeltaEntries.h"
@@ -9,12 +9,14 @@
 namespace wdb::test {
 namespace {
 
-constexpr FieldNumber kText = 1, kPhrase = 2, kInteger = 3, kNumber = 4, kDate = 5, kTime = 6, kKeywords = 7, kNumbers = 8;
+constexpr FieldNumber kText = 1, kPhrase = 2, kInteger = 3, kNumber = 4, kDate = 5, kTime = 6, kKeywords = 7,
+                      kNumbers = 8;
 
 std::shared_ptr<const Schema> testSchema() {
     return std::make_shared<const Schema>(std::vector<FieldDefinition>{
-        fieldOf(kText, FieldType::Text), fieldOf(kPhrase, FieldType::Phrase), fieldOf(kInteger, FieldType::Integer),
-        fieldOf(kNumber, FieldType::Number), fieldOf(kDate, FieldType::Date), fieldOf(kTime, FieldType::Time),
+        fieldOf(kText, FieldType::Text), fieldOf(kPhrase, FieldType::Phrase),
+        fieldOf(kInteger, FieldType::Integer), fieldOf(kNumber, FieldType::Number),
+        fieldOf(kDate, FieldType::Date), fieldOf(kTime, FieldType::Time),
         fieldOf(kKeywords, FieldType::Phrase), fieldOf(kNumbers, FieldType::Integer)});
 }
 
@@ -28,42 +30,70 @@ const T& pick(Random& random, const std::vector<T>& from) {
 const std::string kLong(450, 'x');
 
 std::string randomWord(Random& random) {
-    static const std::vector<std::string> words = {"a", "ab", "abc", "gcc", "gnu", "GNU", "library", "lib", "\u00C4pfel", "stra\u00DFe",
-                                                   "c99", "x", "\u65E5\u672C", kLong + "one", kLong + "two", std::string(400, 'x')};
+    static const std::vector<std::string> words = {"a",
+                                                   "ab",
+                                                   "abc",
+                                                   "gcc",
+                                                   "gnu",
+                                                   "GNU",
+                                                   "library",
+                                                   "lib",
+                                                   "\u00C4pfel",
+                                                   "stra\u00DFe",
+                                                   "c99",
+                                                   "x",
+                                                   "\u65E5\u672C",
+                                                   kLong + "one",
+                                                   kLong + "two",
+                                                   std::string(400, 'x')};
     return pick(random, words);
 }
 
 std::string randomText(Random& random) {
     std::string text;
-    for (size_t n = random() % 12; n > 0; --n) text += randomWord(random) + pick<std::string>(random, {" ", " ", " ", "-", "\n", "\n\n"});
+    for (size_t n = random() % 12; n > 0; --n)
+        text += randomWord(random) + pick<std::string>(random, {" ", " ", " ", "-", "\n", "\n\n"});
     return text;
 }
 
 std::string randomPhrase(Random& random) {
-    static const std::vector<std::string> values = {"Alpha", "alpha", "alpha ", "Alpha Beta", "alpha  beta", "beta", "\u00E4", "\u00C4",
-                                                    "a!b", "", " ", kLong + "1", kLong + "2", kLong, "zz"};
+    static const std::vector<std::string> values = {
+        "Alpha", "alpha", "alpha ", "Alpha Beta", "alpha  beta", "beta", "\u00E4", "\u00C4",
+        "a!b",   "",      " ",      kLong + "1",  kLong + "2",   kLong,  "zz"};
     return pick(random, values);
 }
 
 int64_t randomInteger(Random& random) {
     switch (random() % 8) {
-    case 0: return INT64_MIN + random() % 2;
-    case 1: return INT64_MAX - random() % 2;
-    case 2: return random() % 100000;
-    default: return static_cast<int64_t>(random() % 20) - 5;
+        case 0:
+            return INT64_MIN + random() % 2;
+        case 1:
+            return INT64_MAX - random() % 2;
+        case 2:
+            return random() % 100000;
+        default:
+            return static_cast<int64_t>(random() % 20) - 5;
     }
 }
 
 std::string randomValue(Random& random, FieldNumber field, bool extremes) {
     switch (field) {
-    case kText: return randomText(random);
-    case kPhrase:
-    case kKeywords: return randomPhrase(random);
-    case kInteger:
-    case kNumbers: return encodeInteger(extremes ? randomInteger(random) : static_cast<int64_t>(random() % 300) - 5);
-    case kNumber: return pick<std::string>(random, {"1", "1.0", "-1.5", "2", "10", "1.50", "0", "0.0", "123456789.25"});
-    case kDate: return encodeDay(dayNumber(2000 + static_cast<int>(random() % 3), 1 + static_cast<int>(random() % 3), 1));
-    default: return encodeDay(static_cast<int32_t>(random() % 86400));
+        case kText:
+            return randomText(random);
+        case kPhrase:
+        case kKeywords:
+            return randomPhrase(random);
+        case kInteger:
+        case kNumbers:
+            return encodeInteger(extremes ? randomInteger(random) : static_cast<int64_t>(random() % 300) - 5);
+        case kNumber:
+            return pick<std::string>(random,
+                                     {"1", "1.0", "-1.5", "2", "10", "1.50", "0", "0.0", "123456789.25"});
+        case kDate:
+            return encodeDay(
+                dayNumber(2000 + static_cast<int>(random() % 3), 1 + static_cast<int>(random() % 3), 1));
+        default:
+            return encodeDay(static_cast<int32_t>(random() % 86400));
     }
 }
 
@@ -73,7 +103,9 @@ std::string randomImage(Random& random, bool extremes) {
         if (random() % 4 == 0) continue;
         size_t items = field >= kKeywords ? random() % 4 : 1;
         auto& values = data.head.at(field).items;
-        while (items-- > 0) values.push_back(field >= kKeywords && random() % 5 == 0 ? "" : randomValue(random, field, extremes));
+        while (items-- > 0)
+            values.push_back(field >= kKeywords && random() % 5 == 0 ? ""
+                                                                     : randomValue(random, field, extremes));
     }
     for (size_t parts = random() % 10 == 0 ? 1 + random() % 2 : 0; parts > 0; --parts) {
         FieldsData& part = data.parts.emplace_back();
@@ -135,7 +167,8 @@ public:
 
     std::string firstKey(const RecordView& record, FieldNumber field) const {
         const auto items = itemsOf(record, field);
-        return items.empty() || items[0].empty() ? "" : wholeValueKey(base_.schema()->find(field)->type, items[0]);
+        return items.empty() || items[0].empty() ? ""
+                                                 : wholeValueKey(base_.schema()->find(field)->type, items[0]);
     }
 
 private:
@@ -145,41 +178,68 @@ private:
 Pattern patternOf(std::string_view text) {
     Pattern out;
     for (const char c : text) {
-        if (c == '$') out.addAnyRun();
-        else if (c == '!') out.addAnyCharacter();
-        else out.addLiteral({&c, 1});
+        if (c == '$')
+            out.addAnyRun();
+        else if (c == '!')
+            out.addAnyCharacter();
+        else
+            out.addLiteral({&c, 1});
     }
     return out;
 }
 
-bool within(const std::string& key, const std::optional<std::string>& low, bool lowIn, const std::optional<std::string>& high, bool highIn) {
+bool within(const std::string& key, const std::optional<std::string>& low, bool lowIn,
+            const std::optional<std::string>& high, bool highIn) {
     if (low && (key < *low || (!lowIn && key == *low))) return false;
     return !high || key < *high || (highIn && key == *high);
 }
 
-#define EXPECT_RECORDS(actual, expected, what)                      \
-    do {                                                            \
-        auto&& result = (actual);                                   \
+#define EXPECT_RECORDS(actual, expected, what)                        \
+    do {                                                              \
+        auto&& result = (actual);                                     \
         ASSERT_TRUE(result) << what << " status " << result.status(); \
-        ASSERT_EQ(result->validate(), "") << what;                  \
-        ASSERT_EQ(result->toVector(), (expected)) << what;          \
+        ASSERT_EQ(result->validate(), "") << what;                    \
+        ASSERT_EQ(result->toVector(), (expected)) << what;            \
     } while (false)
 
 void checkWords(ModelBase& base, IndexView& view, Random& random) {
     const Scan scan(base);
-    static const std::vector<std::string> values = {"gcc", "gnu", "GNU library", "lib$", "$b$", "!", "a! gnu", "gnu $ gnu", "$ $", "stra\u00DFe",
-        "\u00E4$", "ab abc", "a ab abc", "nothing", "gnu nothing", kLong + "one", kLong + "$", kLong + "one gnu", "$two", std::string(400, 'x'),
-        "\u65E5\u672C x", "x\u65E5$"};
+    static const std::vector<std::string> values = {"gcc",
+                                                    "gnu",
+                                                    "GNU library",
+                                                    "lib$",
+                                                    "$b$",
+                                                    "!",
+                                                    "a! gnu",
+                                                    "gnu $ gnu",
+                                                    "$ $",
+                                                    "stra\u00DFe",
+                                                    "\u00E4$",
+                                                    "ab abc",
+                                                    "a ab abc",
+                                                    "nothing",
+                                                    "gnu nothing",
+                                                    kLong + "one",
+                                                    kLong + "$",
+                                                    kLong + "one gnu",
+                                                    "$two",
+                                                    std::string(400, 'x'),
+                                                    "\u65E5\u672C x",
+                                                    "x\u65E5$"};
     Analyzer analyzer;
     for (int i = 0; i < 6; ++i) {
         const std::string& value = pick(random, values);
         const auto patterns = analyzer.wordPatterns(patternOf(value));
         EXPECT_RECORDS(view.phrase(kText, patterns),
-                       scan.where([&](const RecordView& record) { return scan.hasPhrase(record, patterns); }), "phrase " + value);
-        EXPECT_RECORDS(view.word(kText, patterns[0]),
-                       scan.where([&](const RecordView& record) { return scan.hasPhrase(record, {patterns[0]}); }), "word " + value);
+                       scan.where([&](const RecordView& record) { return scan.hasPhrase(record, patterns); }),
+                       "phrase " + value);
+        EXPECT_RECORDS(view.word(kText, patterns[0]), scan.where([&](const RecordView& record) {
+            return scan.hasPhrase(record, {patterns[0]});
+        }),
+                       "word " + value);
     }
-    static const std::vector<std::string> ends = {"a", "abc", "gnu", "m", kLong + "one", kLong + "p", std::string(400, 'x'), "zzz"};
+    static const std::vector<std::string> ends = {
+        "a", "abc", "gnu", "m", kLong + "one", kLong + "p", std::string(400, 'x'), "zzz"};
     std::optional<Bound> low, high;
     if (random() % 4 != 0) low = Bound{pick(random, ends), random() % 2 == 0};
     if (random() % 4 != 0) high = Bound{pick(random, ends), random() % 2 == 0};
@@ -206,7 +266,8 @@ void checkValues(ModelBase& base, IndexView& view, Random& random, FieldNumber f
         EXPECT_RECORDS(view.equal(field, value), scan.where([&](const RecordView& record) {
             const auto keys = scan.keys(record, field);
             return std::find(keys.begin(), keys.end(), key) != keys.end();
-        }), name + " equal");
+        }),
+                       name + " equal");
     }
     std::optional<Bound> low, high;
     std::optional<std::string> lowKey, highKey;
@@ -223,17 +284,21 @@ void checkValues(ModelBase& base, IndexView& view, Random& random, FieldNumber f
         return std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
             return within(key, lowKey, low && low->inclusive, highKey, high && high->inclusive);
         });
-    }), name + " range");
+    }),
+                   name + " range");
     if (type != FieldType::Phrase) return;
-    static const std::vector<std::string> patterns = {"alpha", "Alpha$", "$beta", "a$a", "$", "!", "!!!!!", "alpha $", kLong + "!", kLong + "$",
-                                                      kLong + "1", "$2", "", "nothing$"};
+    static const std::vector<std::string> patterns = {
+        "alpha",   "Alpha$",    "$beta",     "a$a",       "$",  "!", "!!!!!",
+        "alpha $", kLong + "!", kLong + "$", kLong + "1", "$2", "",  "nothing$"};
     const std::string& text = pick(random, patterns);
     const Pattern pattern = phrasePattern(patternOf(text));
     EXPECT_RECORDS(view.match(field, pattern), scan.where([&](const RecordView& record) {
         const auto keys = scan.keys(record, field);
-        return std::any_of(keys.begin(), keys.end(),
-                           [&](const std::string& key) { return pattern.match(Slice(key).substr(0, key.size() - 1)); });
-    }), name + " match " + text);
+        return std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
+            return pattern.match(Slice(key).substr(0, key.size() - 1));
+        });
+    }),
+                   name + " match " + text);
 }
 
 void checkOrder(ModelBase& base, IndexView& view, FieldNumber field, bool descending) {
@@ -243,8 +308,9 @@ void checkOrder(ModelBase& base, IndexView& view, FieldNumber field, bool descen
         const std::string key = scan.firstKey(viewOf(image), field);
         if (!key.empty()) expected.emplace_back(key, record);
     }
-    std::stable_sort(expected.begin(), expected.end(),
-                     [&](const auto& a, const auto& b) { return descending ? b.first < a.first : a.first < b.first; });
+    std::stable_sort(expected.begin(), expected.end(), [&](const auto& a, const auto& b) {
+        return descending ? b.first < a.first : a.first < b.first;
+    });
     Result<OrderWalk> walk = view.order(field, descending);
     ASSERT_TRUE(walk);
     size_t at = 0;
@@ -279,7 +345,8 @@ void checkPlaces(ModelBase& base, IndexView& view, Random& random, FieldNumber f
         ASSERT_EQ(places[i].record, some[i]);
         const std::string key = scan.firstKey(viewOf(base.seen().at(some[i])), field);
         ASSERT_EQ(places[i].place == 0, key.empty());
-        ASSERT_EQ(keyOf.try_emplace(places[i].place, key).first->second, key) << "equal places, other values; field " << field;
+        ASSERT_EQ(keyOf.try_emplace(places[i].place, key).first->second, key)
+            << "equal places, other values; field " << field;
     }
     for (auto at = keyOf.begin(); at != keyOf.end() && std::next(at) != keyOf.end(); ++at)
         ASSERT_LT(at->second, std::next(at)->second) << "field " << field;
@@ -294,7 +361,8 @@ void checkTerms(ModelBase& base, IndexView& view, FieldNumber field) {
                 for (const std::string& word : run) expected[word.substr(0, kMaxTerm)].insert(record);
             }
         } else {
-            for (const std::string& key : scan.keys(viewOf(image), field)) expected[key.substr(0, kMaxValueKey)].insert(record);
+            for (const std::string& key : scan.keys(viewOf(image), field))
+                expected[key.substr(0, kMaxValueKey)].insert(record);
         }
     }
     std::string term;
@@ -311,9 +379,13 @@ void checkSets(ModelBase& base, IndexView& view) {
     const Scan scan(base);
     EXPECT_RECORDS(view.live(), scan.where([](const RecordView&) { return true; }), "live");
     for (FieldNumber field = kText; field <= kNumbers; ++field) {
-        EXPECT_RECORDS(view.present(field), scan.where([&](const RecordView& record) { return !itemsOf(record, field).empty(); }), "present");
+        EXPECT_RECORDS(view.present(field),
+                       scan.where([&](const RecordView& record) { return !itemsOf(record, field).empty(); }),
+                       "present");
         if (field == kText) continue;
-        EXPECT_RECORDS(view.multi(field), scan.where([&](const RecordView& record) { return itemsOf(record, field).size() > 1; }), "multi");
+        EXPECT_RECORDS(
+            view.multi(field),
+            scan.where([&](const RecordView& record) { return itemsOf(record, field).size() > 1; }), "multi");
     }
 }
 
@@ -345,8 +417,12 @@ TEST_P(IndexViewLaw, EveryMixtureOfFilesDeltaAndUnit) {
     const Shape shape = GetParam();
     Random random(static_cast<unsigned>(shape.records));
     ModelBase base(testSchema());
-    const auto anyRecord = [&] { return 1 + static_cast<RecordNumber>(random() % shape.records) * shape.distance; };
-    const auto anyImage = [&] { return random() % 5 == 0 ? std::string() : randomImage(random, shape.extremes); };
+    const auto anyRecord = [&] {
+        return 1 + static_cast<RecordNumber>(random() % shape.records) * shape.distance;
+    };
+    const auto anyImage = [&] {
+        return random() % 5 == 0 ? std::string() : randomImage(random, shape.extremes);
+    };
     for (int round = 0; round < shape.rounds; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
         for (size_t n = random() % shape.changes; n > 0; --n) {
@@ -357,17 +433,24 @@ TEST_P(IndexViewLaw, EveryMixtureOfFilesDeltaAndUnit) {
         }
         const auto between = [&](Position from) { return from + random() % (base.position() - from + 1); };
         switch (random() % 8) {
-        case 0: base.mergeWordsTo(between(base.wordPosition())); break;
-        case 1: base.mergeValuesTo(between(base.valuePosition())); break;
-        case 2:
-            base.mergeWordsTo(base.position());
-            base.mergeValuesTo(base.position());
-            break;
-        case 3: base.trimDelta(); break;
-        case 4:
-            if (random() % 3 == 0) base.rebuild(random() % 2 == 0 ? 1 : size_t{256} << 20);
-            break;
-        default: break;
+            case 0:
+                base.mergeWordsTo(between(base.wordPosition()));
+                break;
+            case 1:
+                base.mergeValuesTo(between(base.valuePosition()));
+                break;
+            case 2:
+                base.mergeWordsTo(base.position());
+                base.mergeValuesTo(base.position());
+                break;
+            case 3:
+                base.trimDelta();
+                break;
+            case 4:
+                if (random() % 3 == 0) base.rebuild(random() % 2 == 0 ? 1 : size_t{256} << 20);
+                break;
+            default:
+                break;
         }
         for (size_t n = random() % 3 == 0 ? 1 + random() % 5 : 0; n > 0; --n) {
             const RecordNumber record = anyRecord();
@@ -392,11 +475,12 @@ TEST_P(IndexViewLaw, EveryMixtureOfFilesDeltaAndUnit) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, IndexViewLaw,
-                         ::testing::Values(Shape{"a few records, changed often", 12, 1, true, 120},
-                                           Shape{"over several chunks and column blocks", 60, 3001, false, 60},
-                                           Shape{"many in one chunk", 400, 1, false, 30},
-                                           Shape{"enough for several position blocks and bitmaps", 6000, 1, false, 3, 4000}));
+INSTANTIATE_TEST_SUITE_P(
+    Shapes, IndexViewLaw,
+    ::testing::Values(Shape{"a few records, changed often", 12, 1, true, 120},
+                      Shape{"over several chunks and column blocks", 60, 3001, false, 60},
+                      Shape{"many in one chunk", 400, 1, false, 30},
+                      Shape{"enough for several position blocks and bitmaps", 6000, 1, false, 3, 4000}));
 
 TEST(IndexView, RefusesFieldsThatDoNotFit) {
     ModelBase base(testSchema());
@@ -410,8 +494,8 @@ TEST(IndexView, RefusesFieldsThatDoNotFit) {
     EXPECT_EQ(view.range(kInteger, Bound{"short", true}, std::nullopt).status(), WDB_E_VALUE);
 }
 
-// Values of the tables overwritten at random: searches answer something or WDB_E_CORRUPT and stay within the bytes (run
-// under the sanitizers); the check finds it.
+// Values of the tables overwritten at random: searches answer something or WDB_E_CORRUPT and stay within the
+// bytes (run under the sanitizers); the check finds it.
 TEST(IndexView, DamagedEntriesStayHarmless) {
     Random random(21);
     for (int round = 0; round < 12; ++round) {
@@ -427,7 +511,8 @@ TEST(IndexView, DamagedEntriesStayHarmless) {
             for (Status status = cursor.first(); ok(status); status = cursor.next()) {
                 if (random() % 2 == 0) continue;
                 std::string value(cursor.value());
-                for (int flips = 0; flips < 3; ++flips) value[random() % value.size()] ^= static_cast<char>(1 + random() % 255);
+                for (int flips = 0; flips < 3; ++flips)
+                    value[random() % value.size()] ^= static_cast<char>(1 + random() % 255);
                 if (random() % 4 == 0) value.resize(random() % value.size());
                 if (value.empty()) value = "x";
                 ASSERT_EQ(cursor.replace(value), WDB_OK);
@@ -437,9 +522,12 @@ TEST(IndexView, DamagedEntriesStayHarmless) {
         const auto snapshot = base.snapshot(base.position(), false);
         IndexView view = snapshot->view();
         std::string reason;
-        EXPECT_EQ(words ? checkWordFile(snapshot->words, reason) : checkValueFile(snapshot->values, reason), WDB_E_CORRUPT);
+        EXPECT_EQ(words ? checkWordFile(snapshot->words, reason) : checkValueFile(snapshot->values, reason),
+                  WDB_E_CORRUPT);
         EXPECT_FALSE(reason.empty());
-        const auto fits = [](Status status) { return status == WDB_OK || status == WDB_E_CORRUPT || status == WDB_E_DELETED; };
+        const auto fits = [](Status status) {
+            return status == WDB_OK || status == WDB_E_CORRUPT || status == WDB_E_DELETED;
+        };
         Analyzer analyzer;
         for (const char* value : {"gnu", "gcc gnu", "$b$", "lib$ gnu"})
             EXPECT_TRUE(fits(view.phrase(kText, analyzer.wordPatterns(patternOf(value))).status())) << value;
@@ -485,7 +573,8 @@ TEST(Delta, TakesACatchUpThatIsTriedAgain) {
     for (const int last : {2, 3}) {
         Delta::Appender appender = delta.append();
         for (int n = 1; n <= last; ++n)
-            EXPECT_EQ(appender.add(static_cast<Position>(n), static_cast<RecordNumber>(n), &view), WDB_OK) << n;
+            EXPECT_EQ(appender.add(static_cast<Position>(n), static_cast<RecordNumber>(n), &view), WDB_OK)
+                << n;
         if (last == 3) appender.advance(3);
     }
     EXPECT_EQ(delta.append().add(2, 9, &view), WDB_OK) << "behind what was caught up to";

@@ -39,17 +39,29 @@ Numbers randomNumbers(std::mt19937& random) {
             for (uint32_t i = 0; i < count; ++i) out.insert(base + random() % space);
         };
         switch (random() % 8) {
-        case 0: break;
-        case 1: pick(1 + random() % 5, 65536); break;
-        case 2: pick(200, 65536); break;
-        case 3: pick(200, 300); break;
-        case 4: pick(5000, 65536); break;
-        case 5: pick(30000, 65536); break;
-        case 6:
-            for (uint32_t i = 0; i < kMaxArray - 1 + random() % 3; ++i) out.insert(base + i * (1 + random() % 2));
-            break;
-        default:
-            for (uint32_t i = random() % 100, n = random() % 65000; i < n; ++i) out.insert(base + i);
+            case 0:
+                break;
+            case 1:
+                pick(1 + random() % 5, 65536);
+                break;
+            case 2:
+                pick(200, 65536);
+                break;
+            case 3:
+                pick(200, 300);
+                break;
+            case 4:
+                pick(5000, 65536);
+                break;
+            case 5:
+                pick(30000, 65536);
+                break;
+            case 6:
+                for (uint32_t i = 0; i < kMaxArray - 1 + random() % 3; ++i)
+                    out.insert(base + i * (1 + random() % 2));
+                break;
+            default:
+                for (uint32_t i = random() % 100, n = random() % 65000; i < n; ++i) out.insert(base + i);
         }
     }
     out.erase(0);
@@ -112,7 +124,8 @@ TEST(RecordSet, AgreesWithItsTwin) {
         expectSame(set, either.get(), "difference with the other side again");
         set.intersect(left);
         expectSame(set, a.get(), "and back");
-        ASSERT_EQ(RecordSet::intersectionCardinality(left, right), roaring_bitmap_get_cardinality(both.get()));
+        ASSERT_EQ(RecordSet::intersectionCardinality(left, right),
+                  roaring_bitmap_get_cardinality(both.get()));
         ASSERT_EQ(RecordSet::intersects(left, right), !roaring_bitmap_is_empty(both.get()));
 
         RecordSetBuilder builder;
@@ -195,9 +208,12 @@ TEST(ContainerKernels, FastOnesAgreeWithPortableOnes) {
         std::vector<uint16_t> a(kMaxArray + 8);
         std::vector<uint16_t> b(kMaxArray + 8);
         std::vector<uint16_t> c(kMaxArray + 8);
-        a.resize(fast.intersectArrays(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], a.data()));
-        b.resize(plain.intersectArrays(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], b.data()));
-        c.resize(intersectGalloping(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], c.data()));
+        a.resize(
+            fast.intersectArrays(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], a.data()));
+        b.resize(
+            plain.intersectArrays(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], b.data()));
+        c.resize(
+            intersectGalloping(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], c.data()));
         ASSERT_EQ(a, b);
         ASSERT_EQ(a, c);
     }
@@ -213,7 +229,8 @@ TEST(Container, DamagedBytesStayHarmless) {
         const RecordSet source = RecordSet::of(numbers);
         std::string bytes;
         appendContainer(source.chunk(0), bytes);
-        for (int flips = 0; flips < 30; ++flips) bytes[8 + random() % (bytes.size() - 8)] = static_cast<char>(random());
+        for (int flips = 0; flips < 30; ++flips)
+            bytes[8 + random() % (bytes.size() - 8)] = static_cast<char>(random());
         EXPECT_EQ(validateContainer(bytes), WDB_E_CORRUPT);
         RecordSet damaged;
         ASSERT_EQ(damaged.borrow(source.chunkNumber(0), bytes), WDB_OK);

@@ -47,7 +47,10 @@ TEST(Analyzer, Words) {
         {"a fraction falls apart", "1\u00BD", "11 2"},
         {"soft hyphens vanish", "co\u00ADoperate", "cooperate"},
         {"dashes and quotes of all kinds separate", "a\u2014b \u201Cc\u201D", "a b c"},
-        {"stray bytes separate", "ab\xFF" "cd", "ab cd"},
+        {"stray bytes separate",
+         "ab\xFF"
+         "cd",
+         "ab cd"},
         {"script without blanks", "\u65E5\u672C\u8A9E", "\u65E5\u672C\u8A9E"},
         {"such scripts beside letters", "GNU\u306E\u65E5\u672C", "gnu \u306E \u65E5\u672C"},
         {"Thai", "\u0E2A\u0E27\u0E31\u0E2A\u0E14\u0E35\u0E0A\u0E32\u0E27\u0E42\u0E25\u0E01",
@@ -72,12 +75,14 @@ TEST(Analyzer, PositionsAndParagraphs) {
     for (const Row& row : rows) EXPECT_EQ(words(row.text, true), row.expected) << row.reason;
 }
 
-// The definition, over the whole text at once and without the ASCII path (no script that needs the word breaker).
+// The definition, over the whole text at once and without the ASCII path (no script that needs the word
+// breaker).
 std::string reference(std::string_view text) {
     UErrorCode error = U_ZERO_ERROR;
     const auto* folder = icu::Normalizer2::getNFKCCasefoldInstance(error);
-    const icu::UnicodeString folded =
-        folder->normalize(icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))), error);
+    const icu::UnicodeString folded = folder->normalize(
+        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))),
+        error);
     std::string out;
     bool inside = false;
     for (int32_t at = 0; at < folded.length(); at = folded.moveIndex32(at, 1)) {
@@ -96,9 +101,12 @@ std::string reference(std::string_view text) {
 }
 
 TEST(Analyzer, AsciiPathAgreesWithIcu) {
-    const std::vector<std::string> pieces = {"a", "Z", "fi", "9", " ", "\n", "-", "_", "<", "=", "'", ".", "\u0301", "\u0338", "\u00DF",
-        "\u0130", "\u212A", "\u017F", "\u00BD", "\u00A8", "\u00B4", "\u2126", "\uFB01", "\uFF21", "\u00AD", "\u200B", "\u200D", "\u2160",
-        "\u20AC", "\u2019", "\u0645", "\u0651", "\uFDFA", "\xFF", "\xC3", "\u03A3", "\u1FB3", "\U0001D400", "\u1112", "\u1161"};
+    const std::vector<std::string> pieces = {
+        "a",      "Z",      "fi",     "9",      " ",      "\n",         "-",      "_",
+        "<",      "=",      "'",      ".",      "\u0301", "\u0338",     "\u00DF", "\u0130",
+        "\u212A", "\u017F", "\u00BD", "\u00A8", "\u00B4", "\u2126",     "\uFB01", "\uFF21",
+        "\u00AD", "\u200B", "\u200D", "\u2160", "\u20AC", "\u2019",     "\u0645", "\u0651",
+        "\uFDFA", "\xFF",   "\xC3",   "\u03A3", "\u1FB3", "\U0001D400", "\u1112", "\u1161"};
     std::mt19937 random(5);
     for (int i = 0; i < 30000; ++i) {
         std::string text;
@@ -111,16 +119,21 @@ TEST(Analyzer, AsciiPathAgreesWithIcu) {
 std::string patterns(std::string_view text) {
     Pattern value;
     for (const char c : text) {
-        if (c == '$') value.addAnyRun();
-        else if (c == '!') value.addAnyCharacter();
-        else value.addLiteral({&c, 1});
+        if (c == '$')
+            value.addAnyRun();
+        else if (c == '!')
+            value.addAnyCharacter();
+        else
+            value.addLiteral({&c, 1});
     }
     Analyzer analyzer;
     std::string out;
     for (const Pattern& word : analyzer.wordPatterns(value)) {
         out += '<';
         for (const auto& piece : word.pieces())
-            out += piece.kind == Pattern::Kind::Literal ? piece.text : piece.kind == Pattern::Kind::AnyRun ? "$" : "!";
+            out += piece.kind == Pattern::Kind::Literal  ? piece.text
+                   : piece.kind == Pattern::Kind::AnyRun ? "$"
+                                                         : "!";
         out += '>';
     }
     return out;
@@ -137,7 +150,8 @@ TEST(Analyzer, WordPatterns) {
         {"folding around wildcards", "STRA\u00DF$", "<strass$>"},
         {"a mark behind a wildcard stays in the word", "a!\u0301b", "<a!\u0301b>"},
         {"run beside character", "a$!", "<a$!>"},
-        {"scripts without blanks: only the last word takes the wildcard", "GNU\u65E5\u672C$", "<gnu><\u65E5\u672C$>"},
+        {"scripts without blanks: only the last word takes the wildcard", "GNU\u65E5\u672C$",
+         "<gnu><\u65E5\u672C$>"},
     };
     for (const Row& row : rows) EXPECT_EQ(patterns(row.text), row.expected) << row.reason;
 }

@@ -44,8 +44,9 @@ TEST(Normalize, Table) {
 // Texts of characters that interact: bases, marks, odd case pairs, blanks, stray bytes.
 std::string randomText(std::mt19937& random) {
     static const std::vector<std::string> pieces = {
-        "a", "B", "i", "j", " ", "\t", "\n", "\u0301", "\u0308", "\u0345", "\u0131", "\u00DF", "\u01C5", "\u03B1", "\u0391",
-        "\u1FB3", "\u0958", "\u1112", "\u1161", "\u11AB", "\xFF", "\xE4", "\u0338", "<", "\u2126", "\U0001D15E", "\u0F71\u0F72"};
+        "a",      "B",      "i",      "j",      " ",      "\t",     "\n",     "\u0301",     "\u0308",
+        "\u0345", "\u0131", "\u00DF", "\u01C5", "\u03B1", "\u0391", "\u1FB3", "\u0958",     "\u1112",
+        "\u1161", "\u11AB", "\xFF",   "\xE4",   "\u0338", "<",      "\u2126", "\U0001D15E", "\u0F71\u0F72"};
     std::string text;
     for (size_t i = random() % 12; i > 0; --i) text += pieces[random() % pieces.size()];
     return text;

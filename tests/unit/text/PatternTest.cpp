@@ -14,9 +14,12 @@ namespace {
 Pattern pattern(std::string_view text) {
     Pattern out;
     for (const char c : text) {
-        if (c == '$') out.addAnyRun();
-        else if (c == '!') out.addAnyCharacter();
-        else out.addLiteral({&c, 1});
+        if (c == '$')
+            out.addAnyRun();
+        else if (c == '!')
+            out.addAnyCharacter();
+        else
+            out.addLiteral({&c, 1});
     }
     return out;
 }
@@ -51,7 +54,10 @@ TEST(Pattern, Matches) {
         {"run then character", "$!", "\u00E4", true},
         {"run then character, nothing there", "$!", "", false},
         {"two runs", "a$b$c", "a1b2b3c", true},
-        {"stray byte is one character", "a!b", "a\xFF" "b", true},
+        {"stray byte is one character", "a!b",
+         "a\xFF"
+         "b",
+         true},
     };
     for (const Row& row : rows) EXPECT_EQ(pattern(row.pattern).match(row.text), row.matches) << row.reason;
 }
@@ -74,7 +80,8 @@ TEST(Pattern, AgreesWithTheDefinition) {
 }
 
 TEST(Pattern, PhraseKeepsBlanksBesideWildcards) {
-    EXPECT_EQ(wdb::phrasePattern(pattern("  ab  c ")), pattern("AB C")) << "whole values lose blanks at their ends";
+    EXPECT_EQ(wdb::phrasePattern(pattern("  ab  c ")), pattern("AB C"))
+        << "whole values lose blanks at their ends";
     EXPECT_EQ(wdb::phrasePattern(pattern(" a $ b ")), pattern("A $ B"));
     EXPECT_EQ(wdb::phrasePattern(pattern("$ ")), pattern("$")) << "the value ends with the blank";
     EXPECT_EQ(wdb::phrasePattern(pattern("a  !b")), pattern("A !B"));
