@@ -104,14 +104,14 @@ public:
         return RecordView::validate(images[number - 1]);
     }
 
-    Status build(const std::string& words, const std::string& values) const {
+    Status build(const std::string& wordPath, const std::string& valuePath) const {
         BulkIndexBuilder builder(fields, {});
         for (size_t i = 0; i < images.size(); ++i) {
             const Status status =
                 builder.add(static_cast<RecordNumber>(i + 1), *RecordView::validate(images[i]));
             if (!ok(status)) return status;
         }
-        return builder.write(words, values, 1);
+        return builder.write(wordPath, valuePath, 1);
     }
 
     IndexView view(const std::shared_ptr<const Delta>& delta = nullptr) {
