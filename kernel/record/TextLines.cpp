@@ -62,9 +62,13 @@ std::pair<size_t, size_t> makeParagraph(Lines& lines, uint32_t paragraph) {
 std::string linesFromData(std::string_view data) {
     std::string lines;
     lines.reserve(data.size());
-    for (size_t i = 0; i < data.size(); ++i) {
-        if (data[i] == '\r' && i + 1 < data.size() && data[i + 1] == '\n') continue;
-        lines.push_back(data[i]);
+    for (size_t begin = 0; begin < data.size();) {
+        size_t end = data.find('\r', begin);
+        if (end == std::string_view::npos) end = data.size();
+        lines.append(data, begin, end - begin);
+        const bool lineEnd = end + 1 < data.size() && data[end + 1] == '\n';
+        if (end < data.size() && !lineEnd) lines.push_back('\r');
+        begin = end + 1;
     }
     if (!lines.empty() && lines.back() == '\n') lines.pop_back();
     return lines;

@@ -34,7 +34,7 @@ void CurrentRecord::load(RecordNumber number, const RecordView& view, uint64_t v
     version_ = version;
     ++epoch_;
     image_.assign(view.image());
-    view_ = view.over(image_);
+    view_ = RecordView::trusted(image_);
 }
 
 void CurrentRecord::stored(RecordNumber number, std::string image, uint64_t commit) {
@@ -42,10 +42,7 @@ void CurrentRecord::stored(RecordNumber number, std::string image, uint64_t comm
     number_ = number;
     version_ = commit;
     image_ = std::move(image);
-    if (const auto view = RecordView::validate(image_))
-        view_ = *view;
-    else
-        data_.emplace();
+    view_ = RecordView::trusted(image_);  // valid as it came from the encoder
 }
 
 const FieldsData* CurrentRecord::decoded(PartNumber part) const {
