@@ -32,15 +32,31 @@ void appendValue(CStringBuffer& out, const SelectOutput& output, const OutputCol
     out.append("</Column>\r\n");
 }
 
+void logOrigin(WSQLFilter& filter, const OutputColumn& column) {
+    using Origin = OutputColumn::Origin;
+    if (column.origin == Origin::kField) return;
+    filter.debug(kContext, "Checking if column is a column reference.\n");
+    if (column.origin == Origin::kFunction) {
+        filter.debug(kContext, "Column is function.\n");
+        filter.debug(kContext, "Checking if function argument is a column reference.\n");
+    }
+    if (column.origin == Origin::kColumn || (column.origin == Origin::kFunction && column.fieldNumber != 0)) {
+        filter.debug(kContext, "Getting column meta data from column reference.\n");
+    } else if (column.origin == Origin::kConstant) {
+        filter.debug(kContext, "Generating column meta data from simple scalar value.\n");
+    }
+}
+
 void logColumn(WSQLFilter& filter, const WSQLRowData& row, const OutputColumn& column, std::int32_t index) {
+    filter.debug(kContext, "Checking column meta data...\n");
     filter.debug(kContext, "Fetching scalar object for column #%d\n", index + 1);
+    logOrigin(filter, column);
     filter.debug(kContext, "Column info: type=%d, flags=%d, fieldno=%d\n", column.type,
-                 static_cast<std::int32_t>(column.flags),
-                 column.field ? static_cast<std::int32_t>(column.field->number) : 0);
+                 static_cast<std::int32_t>(column.flags), column.fieldNumber);
+    filter.debug(kContext, "Adding value to result.\n");
     if (row.value(index) == nullptr) {
         filter.debug(kContext, "Row data is NULL.\n");
     } else {
-        filter.debug(kContext, "Adding value to result.\n");
         filter.debug(kContext, "Value length is %d\n", row.size(index));
     }
 }

@@ -18,6 +18,7 @@ bool comesByReference(std::int32_t type) {
 void describeColumn(OutputColumn& output, const WSQLColumnRef& column) {
     output.type = column.fieldType;
     output.flags = column.fieldFlags;
+    output.fieldNumber = column.fieldNumber;
     if (comesByReference(column.fieldType)) {
         output.field = std::make_unique<WELKFieldInfo>(column.table, column.column,
                                                        static_cast<std::uint32_t>(column.fieldNumber),
@@ -31,7 +32,7 @@ void describeColumn(OutputColumn& output, const WSQLColumnRef& column) {
 
 void describeConstant(OutputColumn& output, const WSQLFilter& filter, const WSQLScalar& item) {
     const ConstantValue value = item.constantValue();
-    output.constant = true;
+    output.origin = OutputColumn::Origin::kConstant;
     output.constantNull = value.null;
     output.type = value.kind == ConstantValue::Kind::kInteger ? WDB_T_INTEGER
                   : value.kind == ConstantValue::Kind::kReal  ? WDB_T_NUMBER
@@ -62,9 +63,11 @@ SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select)
 void SelectOutput::addItem(const WSQLFilter& filter, const WSQLScalar& item) {
     OutputColumn output;
     if (const WSQLColumnRef* column = item.asColumnRef()) {
+        output.origin = OutputColumn::Origin::kColumn;
         describeColumn(output, *column);
     } else if (const WSQLFunctionRef* function = item.asFunctionRef()) {
         const WSQLColumnRef* argument = function->argument ? function->argument->asColumnRef() : nullptr;
+        output.origin = OutputColumn::Origin::kFunction;
         output.type = WDB_T_INTEGER;
         if (argument != nullptr) describeColumn(output, *argument);
         if (const auto* list = dynamic_cast<const WSQLVListFunctionRef*>(function)) {
@@ -83,8 +86,10 @@ void SelectOutput::addItem(const WSQLFilter& filter, const WSQLScalar& item) {
 
 void SelectOutput::addField(const WELKFieldInfo& field) {
     OutputColumn output;
+    output.origin = OutputColumn::Origin::kField;
     output.type = field.type;
     output.flags = field.flags;
+    output.fieldNumber = static_cast<std::int32_t>(field.number);
     if (comesByReference(field.type)) output.field = std::make_unique<WELKFieldInfo>(field);
     columns_.push_back(std::move(output));
 }

@@ -19,16 +19,19 @@ class WSQLStmtSelect;
 
 /// One output column.
 struct OutputColumn {
+    enum class Origin { kColumn, kFunction, kConstant, kExpression, kField };
+    Origin origin = Origin::kExpression;
     std::int32_t type = 0;    ///< kernel field type
     std::uint32_t flags = 0;  ///< kernel field flags
+    std::int32_t fieldNumber = 0;
     /// The field, where the column is one whose values come by reference (TEXT and binary); else null.
     std::unique_ptr<WELKFieldInfo> field;
     ValueRange range;            ///< which of the field's values, and how they are joined
     std::int32_t subscript = 0;  ///< the one value of a field that is asked for; 0: as `range` says
-    bool constant = false;       ///< the value stands in the statement
-    bool constantNull = false;
-    std::string constantText;  ///< as it stands in the document
-    bool list = false;         ///< VALUELIST
+    bool constantNull = false;   ///< for a constant, as is constantText
+    std::string constantText;    ///< as it stands in the document
+    bool list = false;           ///< VALUELIST
+    bool isConstant() const { return origin == Origin::kConstant; }
 };
 
 class SelectOutput {

@@ -61,7 +61,7 @@ public:
             CStringBuffer& value = output_.scratch();
             value.clear();
             const bool found = collect(column, number, value);
-            if (column.constant) {
+            if (column.isConstant()) {
                 column.constantNull ? row_.addNull() : row_.add(column.constantText);
             } else if (found && !value.empty()) {
                 row_.add(value.view());
@@ -85,9 +85,9 @@ private:
             const bool last = buffers_.atColumn();
             if (item.has(RowItem::kNull)) {
                 if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
-            } else if (!column.constant && item.has(RowItem::kReference)) {
+            } else if (!column.isConstant() && item.has(RowItem::kReference)) {
                 found = reference(column, number, item.text, values, value) || found;
-            } else if (!column.constant) {
+            } else if (!column.isConstant()) {
                 if (trace_) logValue(number, item.text);
                 // A single item of a column that asks for one value is that value, whatever its number.
                 const bool only = column.subscript > 0 && ordinal == 1 && last;
@@ -162,7 +162,8 @@ RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffe
             filter.debug(kContext, "End of search set reached\n");
             return RowOutcome::kNone;
         }
-        filter.debug(kContext, "WdbGetRows(%d,%d,1,%08x,%08x);\n", row.setNumber, index, 0U, 0U);
+        const auto place = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&buffers));
+        filter.debug(kContext, "WdbGetRows(%d,%d,1,%08x,%08x);\n", row.setNumber, index, place, place);
         const std::int32_t status = buffers.fetch(row.setNumber, index);
         if (WDB_SUCCESS(status) && !buffers.holdsDeleted()) return RowOutcome::kRow;
         if (WDB_SUCCESS(status) || isDeleted(status)) {
