@@ -139,8 +139,8 @@ using namespace wdb::api;
 
 int32_t WdbVersion(char* text, int32_t* length) {
     return callWithout(__func__, [&](Session* session) {
-        std::optional<std::string> other;
-        if (session != nullptr) other = session->settings.find("WDB_VERSION", kAllLevels);
+        const auto other = session == nullptr ? environmentSetting("WDB_VERSION")
+                                              : session->settings.find("WDB_VERSION", kAllLevels);
         return putText(session, other && !other->empty() ? std::string_view(*other) : kVersion, text, length);
     });
 }

@@ -197,10 +197,10 @@ void Session::saveStatus() {
 
 Status Session::loadStatus(bool restore, bool remove) {
     if (statuses.empty()) return WDB_E_NO_STATUS;
+    dropListEntry();
     if (restore) {
         search.restore(statuses.back().search);
         searched();
-        dropListEntry();
         controlList.restore(statuses.back().controls);
     }
     if (!remove) return WDB_OK;
