@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     WdbSession* session = nullptr;
-    if (!WDB_SUCCESS(WdbOpenSession(directory, nullptr, nullptr, 0, &session)) ||
+    if (!WDB_SUCCESS(WdbOpenSession(directory, "owner", nullptr, 0, &session)) ||
         !WDB_SUCCESS(WdbBindSession(session))) {
         std::fprintf(stderr, "query_bench: cannot open %s\n", directory);
         return 2;
