@@ -31,6 +31,7 @@ Status runOn(Session& session, const char* function, Work&& work) noexcept {
         session.endCall(status);
         return status;
     }
+    if (session.hooks.refusing > 0) return WDB_E_SESSION_BUSY;
     const bool injected = session.hooks.injects(function);
     const Status status = injected ? session.hooks.failure : contained([&] { return work(session); });
     session.endCall(status);

@@ -1,5 +1,5 @@
 // Functions that are declared and not built yet; kernel/README.md lists them. They answer WDB_E_UNSUPPORTED
-// and leave their outputs alone, except that what would be made is NULL.
+// and leave their outputs alone.
 #include "kernel/api/ApiCall.h"
 
 namespace wdb::api {
@@ -13,35 +13,6 @@ Status later(const char* function) {
 }  // namespace wdb::api
 
 using wdb::api::later;
-
-// The command object.
-int32_t WdbShellDaoPtr(WdbCommandObject** object, const char*, ...) {
-    if (object != nullptr) *object = nullptr;
-    return later(__func__);
-}
-int32_t WdbShellToDao(WdbCommandObject*) {
-    return later(__func__);
-}
-int32_t WdbDaoOrder(int32_t* statusOut) {
-    const int32_t status = later(__func__);
-    wdb::api::putNumber(statusOut, status);
-    return status;
-}
-
-// Extension routines.
-int32_t WdbLoadAse(const char*, WdbAse** routine) {
-    if (routine != nullptr) *routine = nullptr;
-    return later(__func__);
-}
-int32_t WdbCallAse(WdbAse*, const char*, char*, int32_t*) {
-    return later(__func__);
-}
-int32_t WdbRegisterAse(const char*, WdbAseFn, void*) {
-    return later(__func__);
-}
-int32_t WdbUnregisterAse(const char*) {
-    return later(__func__);
-}
 
 // Parts of records.
 int32_t WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) {

@@ -1,4 +1,4 @@
-// Commands, sets and rows.
+// Sets and rows.
 #include <cstring>
 
 #include "kernel/api/ApiCall.h"
@@ -9,14 +9,6 @@ namespace {
 
 constexpr uint32_t kText = 1;         // item flags of a row: the item has a text,
 constexpr uint32_t kZeroAfter = 128;  // a zero byte follows it
-
-Status execute(Session& session, const char* command) {
-    const Status status = session.search.execute(InText(session, command));
-    session.searched();
-    if (ok(status)) return status;
-    const CommandError& error = session.search.error();
-    return session.fail(status, error.subject, error.position);
-}
 
 Status searchCounts(Session& session, SearchCounts& counts) {
     const Status status = session.search.currentResult(counts);
@@ -83,12 +75,6 @@ Status strNormalize(Session* session, const char* text, char* buffer, int32_t mo
 
 using namespace wdb;
 using namespace wdb::api;
-
-int32_t WdbExecuteCcl(const char* command, int32_t* statusOut) {
-    const Status status = call(__func__, [&](Session& session) { return execute(session, command); });
-    putNumber(statusOut, status);
-    return status;
-}
 
 int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t* recordCount, int32_t* partCount,
                         int32_t* kind) {

@@ -94,6 +94,7 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
     const auto sink = [&](Severity severity, RecordNumber record, const std::string& text) {
         if (report != nullptr) {
             const std::string out = session.charset.fromUtf8(text);
+            const Hooks::Callback running(session.hooks, Hooks::Calls::Refused);  // the snapshot has to stay
             static_cast<void>(
                 report(context, static_cast<int32_t>(severity), static_cast<int32_t>(record), out.c_str()));
         }

@@ -12,6 +12,7 @@
 #include "kernel/search/Search.h"
 #include "kernel/search/SearchContext.h"
 #include "kernel/session/Charset.h"
+#include "kernel/session/CommandObject.h"
 #include "kernel/session/ControlList.h"
 #include "kernel/session/FieldCursor.h"
 #include "kernel/session/HandleTable.h"
@@ -60,6 +61,7 @@ public:
     SessionWriter writer;
     Search search;
     DefinitionEditor editor;
+    CommandObject commandObject;
     ControlList controlList;
     StatusStack statuses;
     HandleTable<RecordControl> controls;

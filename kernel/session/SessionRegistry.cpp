@@ -93,7 +93,8 @@ Status bind(WdbSession* session) {
         if (found->second.bound) return WDB_E_SESSION_BUSY;
     }
     if (binding.session != nullptr) {
-        if (binding.session->writer.hasWritten()) return WDB_E_SESSION_BUSY;
+        if (binding.session->hooks.callbacks > 0 || binding.session->writer.hasWritten())
+            return WDB_E_SESSION_BUSY;
         // A unit that took the lock and wrote nothing ends here: its transactions belong to this thread.
         binding.session->writer.drop();
         unbind(sessions);
@@ -117,6 +118,7 @@ Status close(WdbSession* session) {
         const auto found = sessions.find(idOf(session));
         if (found == sessions.end() || handleOfId(found->first) != session) return WDB_E_HANDLE;
         if (found->second.bound && binding.id != found->first) return WDB_E_SESSION_BUSY;
+        if (found->second.session->hooks.callbacks > 0) return WDB_E_SESSION_BUSY;
         if (found->second.bound) unbind(sessions);
         closed = std::move(found->second.session);
         sessions.erase(found);
