@@ -23,10 +23,10 @@
  *   6. Request text. Writable memory of textLength bytes (not const: the content-type line comes back in
  *      it). The engine never reads beyond textLength nor beyond the first NUL; a null pointer or a length
  *      below 1 is an empty request.
- *   7. Content-type line. When an answer was produced and textLength is greater than 10, execsql and
- *      sqlgettabledesc put "TEXT\nUTF-8" with its NUL into the request text and set textLength to 10. Large
- *      objects that come back raw put "STRING\n" there instead. A statement that does not parse, and a bad
- *      invocation, leave the text alone.
+ *   7. Content-type line. When an answer was produced and textLength is greater than 10, execsql, sqlgetobject
+ *      and sqlgettabledesc put "TEXT\nUTF-8" with its NUL into the request text and set textLength to 10. For a
+ *      binary object it is "STRING\n", where textLength is greater than 7. A statement that does not parse, a
+ *      bad argument and a bad invocation leave the text alone.
  *   8. Threads. Different records may be used by different threads at once, one record by one thread at a
  *      time. No C++ exception leaves the library, and it does not touch the process's locale, signals or
  *      standard streams.
@@ -67,9 +67,9 @@ typedef struct FilterData {
     int32_t outputLength; /* out: bytes of the answer without the NUL */
     int32_t pad1;
     char* text;         /* in/out: the request, writable memory of textLength bytes */
-    int32_t textLength; /* in/out: bytes of the request; 10 after a content-type line was written */
+    int32_t textLength; /* in/out: bytes of the request; 10 or 7 after a content-type line was written */
     int32_t pad2;
-    uint32_t wdb_options; /* in: SQLENGINE_... bits; sqlgettabledesc sets 36 */
+    uint32_t wdb_options; /* in: SQLENGINE_... bits; sqlgettabledesc and sqlsetobject set 36 */
     int32_t pad3;
     int32_t status;    /* out: also the return value */
     char message[256]; /* out: NUL-terminated */
@@ -101,7 +101,7 @@ SQLENGINE_API int32_t sqlgetobject(FilterData* data, void* reserved);
  *   else            outputLength bytes of memory; null or a length below 1 is an empty object
  * Until the arguments have been accepted the memory stays the host's, although a Fault document overwrites
  * the pointer: keep a copy. From then on it is the engine's: released with free() when value 4 is set, only
- * forgotten otherwise. Answers a row count or Success. */
+ * forgotten otherwise. Answers Success and sets wdb_options to 36. */
 SQLENGINE_API int32_t sqlsetobject(FilterData* data, void* reserved);
 
 /* Describes a table as the selection of its rows in WDBS.COLUMNS does. TABLENAME. Sets wdb_options to 36.

@@ -80,7 +80,11 @@ void WSQLFilter::ReportKernelError(std::int32_t code, const char* source, const 
 
 void WSQLFilter::WriteFaultDocument(std::uint32_t code, const char* text, std::int32_t length,
                                     const char* source, const char* context) {
-    if (length < 0) length = text != nullptr ? static_cast<std::int32_t>(std::strlen(text)) : 0;
+    if (text == nullptr) {
+        text = "";
+        length = 0;
+    }
+    if (length < 0) length = static_cast<std::int32_t>(std::strlen(text));
     const auto signedCode = static_cast<std::int32_t>(code);
     CStringBuffer document(512);
     appendDeclaration(document);

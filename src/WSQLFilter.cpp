@@ -168,9 +168,9 @@ void WSQLFilter::dispatch() {
     ReportUnsupported();
 }
 
-// No failure leaves without a document, whatever the method that failed forgot.
+// No failure leaves without a fault of its own, whatever the method that failed forgot.
 void WSQLFilter::finish(bool done, const char* method) {
-    if (done || answered_) return;
+    if (done || (answered_ && !WDB_SUCCESS(status()))) return;
     if (!WDB_SUCCESS(lastStatus_) && lastStatus_ != WDB_FAIL) {
         ReportKernelError(lastStatus_, "execution", method);
     } else {

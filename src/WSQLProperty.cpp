@@ -99,7 +99,7 @@ bool WSQLFilter::setProperty(const std::string& name, std::string_view value, st
     const bool on = value != "false";
     if (name == "logging") {
         setLogging(on);
-        answer = truth(logLevel() > kLogNone);
+        answer = truth(logging());
         return true;
     }
     if (name == "loglevel") {
@@ -119,7 +119,7 @@ bool WSQLFilter::setProperty(const std::string& name, std::string_view value, st
 
 bool WSQLFilter::getProperty(const std::string& name, std::string& answer) const {
     if (name == "logging") {
-        answer = truth(logLevel() > kLogNone);
+        answer = truth(logging());
         return true;
     }
     if (name == "loglevel") {

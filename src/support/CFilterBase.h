@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,7 +49,8 @@ public:
     // The switch behind the logging property: remembers it, stores "3" or "0" as the level setting, opens the
     // error log when switched on, and goes to level 5 or 0.
     void setLogging(bool on);
-    bool errorLogEnabled() const { return errorLogEnabled_; }
+    // Whether anything is written; without a logger, whether it was switched on.
+    bool logging() const { return logger_ != nullptr ? logger_->getLevel() > kLogNone : errorLogEnabled_; }
 
     // Opens the log file <directory>/<name>_<process>_<thread>.log (see logFilePath). At level 0 no path is
     // built and nothing is opened.
@@ -73,9 +75,9 @@ public:
     // The unnamed section of the configuration file first, then (when asked to fall back) the kernel's
     // setting store. False and an empty value when neither has it.
     bool setting(const char* name, bool fallBackToKernel, CStringBuffer& value) const;
-    // The directory of the log, remembered by startLogging; empty while nothing is logged, because no path is
-    // built then.
-    const std::string& configurationPath() const { return configurationPath_; }
+    // The directory that startLogging was given, else that of the log files; looked for when it is first asked
+    // for. Empty before startLogging.
+    const std::string& configurationPath() const;
 
     // ---- kernel helpers ----
     // Turns a kernel code into the line "Error #code in source: text" plus the record's message, logged at
@@ -103,8 +105,10 @@ protected:
         const char* extension;
         bool withProcessId, withThreadId, withTimeStamp;
     };
-    // "<directory>/<name>_<process>_<thread>_<time>.<extension>"; an empty directory means the setting
-    // WDBS_LOG (environment, then settings file), else the temporary directory.
+    // The directory without one trailing separator; an empty one means the setting WDBS_LOG (environment, then
+    // settings file), else the temporary directory.
+    static std::string logDirectory(const std::string& directory);
+    // "<directory>/<name>_<process>_<thread>_<time>.<extension>", the directory as above.
     static std::string logFilePath(const std::string& directory, const std::string& name,
                                    const LogPathOptions& options);
 
@@ -115,7 +119,8 @@ private:
 
     FilterData* filterData_;
     std::vector<std::pair<std::string, std::string>> arguments_;
-    std::string configurationPath_;
+    std::optional<std::string> givenDirectory_;  // what the log's name held, once logging has been started
+    mutable std::string configurationPath_;
     bool explicitLevel_ = false;
     std::unique_ptr<IWfxLogger> logger_;
     std::unique_ptr<ConfigFile> configFile_;

@@ -70,12 +70,23 @@ void CFilterBase::setLogging(bool on) {
 
 // ---- files ----
 
-std::string CFilterBase::logFilePath(const std::string& directory, const std::string& name,
-                                     const LogPathOptions& options) {
+std::string CFilterBase::logDirectory(const std::string& directory) {
     std::string path = directory;
     if (path.empty()) path = settingsFileValue(kDirectorySetting).value_or("");
     if (path.empty()) path = platform::temporaryDirectory();
     if (endsInSeparator(path)) path.pop_back();
+    return path;
+}
+
+const std::string& CFilterBase::configurationPath() const {
+    if (configurationPath_.empty() && givenDirectory_)
+        configurationPath_ = givenDirectory_->empty() ? logDirectory("") : *givenDirectory_;
+    return configurationPath_;
+}
+
+std::string CFilterBase::logFilePath(const std::string& directory, const std::string& name,
+                                     const LogPathOptions& options) {
+    std::string path = logDirectory(directory);
     path.append(1, platform::kPathSeparator).append(name);
     if (options.withProcessId) path.append("_").append(std::to_string(platform::processId()));
     if (options.withThreadId) path.append("_").append(std::to_string(platform::threadId()));
@@ -94,23 +105,20 @@ std::string CFilterBase::logFilePath(const std::string& directory, const std::st
 void CFilterBase::startLogging(const char* name, bool withProcessId, bool withThreadId, bool withTimeStamp) {
     if (logger_ == nullptr) logger_ = std::make_unique<WfxFileLogger>();
     logger_->setLevel(level_);
+    const std::string_view full = name;
+    std::size_t split = full.rfind('/');
+    if (split == std::string_view::npos) split = full.rfind('\\');
+    const std::string directory(split == std::string_view::npos ? "" : full.substr(0, split));
+    if (!givenDirectory_) givenDirectory_ = directory;
     if (level_ == kLogNone) return;
 
-    const std::string full = name;
-    std::size_t split = full.rfind('/');
-    if (split == std::string::npos) split = full.rfind('\\');
-    const std::string directory = split == std::string::npos ? "" : full.substr(0, split);
-    const std::string base = split == std::string::npos ? full : full.substr(split + 1);
+    const std::string base(split == std::string_view::npos ? full : full.substr(split + 1));
     const std::string path =
         logFilePath(directory, base, {"log", withProcessId, withThreadId, withTimeStamp});
     if (auto* file = dynamic_cast<WfxFileLogger*>(logger_.get()))
         file->open(path.c_str(), platform::LogMode::kAppend);
     logger_->write(kLogInfo, kSource, 0, "Logging started.");
     debug(kSource, "Logfile is \"%s\"\n", path.c_str());
-    if (configurationPath_.empty()) {
-        const std::size_t end = path.rfind(base);
-        configurationPath_ = !directory.empty() ? directory : path.substr(0, end > 0 ? end - 1 : 0);
-    }
 }
 
 // The separate error log exists only when the level setting asks for warnings at least.

@@ -34,8 +34,8 @@ void WfxPtrList::Add(void* item) {
 }
 
 void WfxPtrList::Insert(std::int32_t index, void* item) {
+    reserve(std::max(std::int64_t{index}, std::int64_t{count_}) + kGrowth);
     if (index < 0 || index > count_) index = count_;
-    reserve(std::int64_t{count_} + kGrowth);
     std::move_backward(items_ + index, items_ + count_, items_ + count_ + 1);
     items_[index] = item;
     ++count_;

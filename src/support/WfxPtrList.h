@@ -5,8 +5,8 @@
 
 namespace wsql {
 
-// Never destroys what it points to. Indices are zero-based. Grows by ten entries at a time. Throws
-// std::bad_alloc.
+// Never destroys what it points to. Indices are zero-based. Grows by ten entries beyond what is asked for.
+// Throws std::bad_alloc.
 class WfxPtrList {
 public:
     WfxPtrList() = default;

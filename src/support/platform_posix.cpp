@@ -83,7 +83,7 @@ std::vector<std::string> confFiles(const char* directory) {
     if (entries == nullptr) return names;
     while (const dirent* entry = readdir(entries)) {
         const std::string name = entry->d_name;
-        if (name.size() > 5 && name.compare(name.size() - 5, 5, ".conf") == 0) names.push_back(name);
+        if (name.size() >= 5 && name.compare(name.size() - 5, 5, ".conf") == 0) names.push_back(name);
     }
     closedir(entries);
     std::sort(names.begin(), names.end());

@@ -96,7 +96,12 @@ TEST_F(FilterBase, WritesNothingAtLevelZero) {
     filter.startLogging("sqlfilter", true, true, false);
     filter.fatal("C", 1, "x");
     EXPECT_EQ(files(), 0U);
-    EXPECT_TRUE(filter.configurationPath().empty());
+    EXPECT_EQ(filter.configurationPath(), directory_.string()) << "looked up when it is asked for";
+    TestFilter unstarted(&data_);
+    EXPECT_TRUE(unstarted.configurationPath().empty());
+    unstarted.startLogging("/place/of/log", true, true, false);
+    unstarted.startLogging("elsewhere\\log", true, true, false);
+    EXPECT_EQ(unstarted.configurationPath(), "/place/of") << "the first name's directory stays";
 }
 
 TEST_F(FilterBase, LogsUpToItsLevelIntoAFileOfItsThread) {

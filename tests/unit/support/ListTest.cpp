@@ -38,6 +38,11 @@ TEST(WfxPtrList, GrowsByTen) {
     EXPECT_EQ(list.Capacity(), 11);
     for (int i = 0; i < 11; ++i) list.Add(&item);
     EXPECT_EQ(list.Capacity(), 22);
+    list.Insert(0, &item);
+    EXPECT_EQ(list.Capacity(), 22) << "12 entries and ten more still fit";
+    list.Insert(20, &item);
+    EXPECT_EQ(list.Capacity(), 30) << "ten behind the place asked for";
+    EXPECT_EQ(list.Get(13), &item) << "though the entry goes to the end";
 }
 
 struct Counted {
