@@ -1,6 +1,27 @@
 #include "src/parser/TreeBuilder.h"
+#include "src/support/text.h"
 
 namespace wsql {
+namespace {
+
+/// Why the columns break a rule that every table keeps, judged column by column; empty when they keep them all.
+std::string_view brokenKeyRule(const WSQLStmtCreateTable& create) {
+    int32_t keys = 0;
+    for (const WSQLColumnElement& column : *create.columns) {
+        if (!column.constraint) continue;
+        if (column.constraint->isReference() &&
+            equalNames(column.constraint->referencedTable, create.table->table)) {
+            return "A table cannot be declared to reference itself.";
+        }
+        if (!column.constraint->primaryKey) continue;
+        if (column.type->code != WSQLType::Code::kVarchar)
+            return "A WELKsql primary key column must be VARCHAR.";
+        if (++keys > 1) return "A WELKsql table cannot have more than one primary key column.";
+    }
+    return {};
+}
+
+}  // namespace
 
 Node<WSQLType> TreeBuilder::type(WSQLType::Code code, int32_t length, int32_t scale) {
     return std::make_unique<WSQLType>(code, length, scale);
@@ -90,6 +111,10 @@ Node<WSQLStatement> TreeBuilder::createTable(bool ifNotExists, Node<WSQLTableRef
     create->constraints = std::move(constraints);
     create->options = std::move(options);
     if (!mergeConstraints(*create)) return nullptr;
+    if (const std::string_view rule = brokenKeyRule(*create); !rule.empty()) {
+        error(rule);
+        return nullptr;
+    }
     return create;
 }
 
