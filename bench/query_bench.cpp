@@ -1,5 +1,6 @@
 // SQL text in, answer document out, in one process: what a query over the package catalogue costs.
-// WELK_BENCH_DATA names the data directory, made by `wsql --data DIR -c ".import --format deb822 FILE PACKAGES"`.
+// WELK_BENCH_DATA names the data directory, made by `wsql --data DIR -c ".import --format deb822 FILE
+// PACKAGES"`.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -36,7 +37,8 @@ bool answer(std::string& sql, std::int32_t& rows, std::int32_t& bytes) {
     data.textLength = static_cast<std::int32_t>(sql.size());
     data.wdb_options = 36;
     const bool done = (execsql(&data, nullptr) & 1) != 0;
-    if (!done) std::fprintf(stderr, "%s\n%s\n", sql.c_str(), data.output != nullptr ? data.output : data.message);
+    if (!done)
+        std::fprintf(stderr, "%s\n%s\n", sql.c_str(), data.output != nullptr ? data.output : data.message);
     const char* count = data.output != nullptr ? std::strstr(data.output, "rowCount=\"") : nullptr;
     rows = count != nullptr ? std::atoi(count + std::strlen("rowCount=\"")) : -1;
     bytes = data.outputLength;
@@ -62,7 +64,8 @@ void run(benchmark::State& state, const Query& query) {
 int main(int argc, char** argv) {
     const char* directory = std::getenv("WELK_BENCH_DATA");
     if (directory == nullptr) {
-        std::fprintf(stderr, "query_bench: set WELK_BENCH_DATA to a data directory that holds the table PACKAGES\n");
+        std::fprintf(stderr,
+                     "query_bench: set WELK_BENCH_DATA to a data directory that holds the table PACKAGES\n");
         return 2;
     }
     WdbSession* session = nullptr;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bench/compare/Query.h"
+
+namespace compare {
+
+// Something that answers the queries. Faults end the program with a message: a comparison with a broken
+// engine is worth nothing.
+class Engine {
+public:
+    virtual ~Engine() = default;
+    virtual const char* name() const = 0;
+    // Whether it has an answer for the kind at all; also the place for what is done once, outside the
+    // measured time (settings, prepared statements).
+    virtual bool prepare(Kind kind) = 0;
+    // The exact total and the rows of the page, read to the last byte.
+    virtual Answer answer(const Query& query) = 0;
+};
+
+// Each opens what the loading steps made under `data`; `loadX` reads the collection's CSV files there.
+std::unique_ptr<Engine> openOwn(const std::string& data);
+std::unique_ptr<Engine> openSqlite(const std::string& data);
+std::unique_ptr<Engine> openXapian(const std::string& data);
+std::unique_ptr<Engine> openPostgres(const std::string& data);
+
+void loadSqlite(const std::string& data);
+void loadXapian(const std::string& data);
+void loadPostgres(const std::string& data);
+
+// Ends the program.
+[[noreturn]] void die(const std::string& what);
+
+}  // namespace compare

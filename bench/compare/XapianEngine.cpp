@@ -1,0 +1,134 @@
+#include <xapian.h>
+
+#include <vector>
+
+#include "bench/compare/Csv.h"
+#include "bench/compare/Engine.h"
+#include "kernel/text/Analyzer.h"
+
+namespace compare {
+
+namespace {
+
+// Slots of values, and prefixes of the terms that stand for whole values.
+constexpr Xapian::valueno kSizeSlot = 0;
+constexpr Xapian::valueno kNameSlot = 1;
+constexpr const char* kNamePrefix = "XN";
+constexpr const char* kSectionPrefix = "XS";
+constexpr size_t kLongestTerm = 240;
+
+Xapian::Query queryOf(const Query& query) {
+    using Xapian::Query;
+    const std::vector<std::string>& arguments = query.arguments;
+    const auto range = [&] {
+        return Query(Query::OP_VALUE_RANGE, kSizeSlot, Xapian::sortable_serialise(std::stod(arguments[0])),
+                     Xapian::sortable_serialise(std::stod(arguments[1])));
+    };
+    switch (query.kind) {
+        case Kind::Point:
+            return Query(kNamePrefix + arguments[0]);
+        case Kind::Exact:
+            return Query(kSectionPrefix + arguments[0]);
+        case Kind::And:
+            return Query(Query::OP_AND, Query(arguments[0]), Query(arguments[1]));
+        case Kind::OrOfThree:
+            return Query(Query::OP_OR, arguments.begin(), arguments.end());
+        case Kind::AndNot:
+            return Query(Query::OP_AND_NOT, Query(arguments[0]), Query(arguments[1]));
+        case Kind::WordPrefix:
+            return Query(Query::OP_WILDCARD, arguments[0]);
+        // Much faster here than a wildcard over the terms of the names.
+        case Kind::NamePrefix:
+            return Query(Query::OP_VALUE_RANGE, kNameSlot, arguments[0], arguments[0] + '\xFF');
+        case Kind::Phrase:
+            return Query(Query::OP_PHRASE, arguments.begin(), arguments.end(), 2);
+        case Kind::Range:
+            return range();
+        case Kind::RangeAndWord:
+            return Query(Query::OP_AND, range(), Query(arguments[2]));
+        case Kind::FirstPage:
+        case Kind::Page500:
+            return Query::MatchAll;
+        default:
+            return Query(arguments[0]);
+    }
+}
+
+class XapianEngine : public Engine {
+public:
+    explicit XapianEngine(const std::string& data) : database_(data + "/xapian"), enquire_(database_) {
+        enquire_.set_weighting_scheme(Xapian::BoolWeight());
+        enquire_.set_docid_order(Xapian::Enquire::ASCENDING);
+    }
+
+    const char* name() const override { return "Xapian"; }
+
+    bool prepare(Kind kind) override {
+        switch (kind) {
+            case Kind::WordInfix:
+            case Kind::Group:
+            case Kind::JoinFew:
+            case Kind::JoinAll:
+                return false;
+            case Kind::WordByName:
+                enquire_.set_sort_by_value(kNameSlot, false);
+                return true;
+            case Kind::FirstPage:
+            case Kind::Page500:
+                enquire_.set_sort_by_value(kSizeSlot, true);
+                return true;
+            default:
+                enquire_.set_sort_by_relevance();
+                return true;
+        }
+    }
+
+    Answer answer(const Query& query) override {
+        enquire_.set_query(queryOf(query));
+        const auto first =
+            static_cast<Xapian::doccount>(query.kind == Kind::Page500 ? (kFarPage - 1) * kPageRows : 0);
+        // Where the database knows the count of a term, nothing more has to be checked.
+        Xapian::MSet hits = enquire_.get_mset(first, kPageRows);
+        if (hits.get_matches_lower_bound() != hits.get_matches_upper_bound())
+            hits = enquire_.get_mset(first, kPageRows, database_.get_doccount());
+        Answer out;
+        out.total = hits.get_matches_lower_bound();
+        if (out.total != hits.get_matches_upper_bound()) die("no exact total");
+        for (Xapian::MSetIterator hit = hits.begin(); hit != hits.end(); ++hit, ++out.rows)
+            out.bytes += hit.get_document().get_data().size();
+        return out;
+    }
+
+private:
+    Xapian::Database database_;
+    Xapian::Enquire enquire_;
+};
+
+}  // namespace
+
+void loadXapian(const std::string& data) {
+    Xapian::WritableDatabase database(data + "/xapian", Xapian::DB_CREATE_OR_OVERWRITE | Xapian::DB_NO_SYNC);
+    wdb::Analyzer analyzer;
+    CsvReader packages(data + "/packages.csv");
+    std::vector<std::string> fields;
+    while (packages.row(fields)) {
+        Xapian::Document document;
+        document.set_data(fields[0] + '\t' + fields[1] + '\t' + fields[3]);
+        document.add_value(kSizeSlot, Xapian::sortable_serialise(std::stod(fields[3])));
+        document.add_value(kNameSlot, fields[0]);
+        document.add_boolean_term(kNamePrefix + fields[0]);
+        document.add_boolean_term(kSectionPrefix + fields[2]);
+        analyzer.words(fields[4], [&](const wdb::Word& word) {
+            if (word.term.size() <= kLongestTerm) document.add_posting(std::string(word.term), word.position);
+        });
+        database.add_document(document);
+    }
+    database.commit();
+    database.close();
+}
+
+std::unique_ptr<Engine> openXapian(const std::string& data) {
+    return std::make_unique<XapianEngine>(data);
+}
+
+}  // namespace compare

@@ -1,0 +1,174 @@
+// Asks the same queries of all engines and prints a table.
+//
+//   compare load sqlite|xapian|postgres FOLDER    reads the collection's CSV files into FOLDER
+//   compare run small|large FOLDER [KEY...]       measures; with keys only those lines of the table
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "bench/compare/Engine.h"
+
+namespace compare {
+
+void die(const std::string& what) {
+    std::fprintf(stderr, "compare: %s\n", what.c_str());
+    std::exit(1);
+}
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How long a cell of the table is measured: rounds over all arguments, at least two.
+constexpr double kSeconds = 0.5;
+constexpr int kLeastRounds = 2;
+constexpr double kLongest = 8;  // no new round after these seconds
+
+struct Cell {
+    bool answered = false;
+    double microseconds = 0;  // median of all calls
+    std::vector<long long> totals;
+};
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+Cell measure(Engine& engine, const std::vector<Query>& queries) {
+    Cell cell;
+    if (queries.empty() || !engine.prepare(queries[0].kind)) return cell;
+    cell.answered = true;
+    // The first round warms up and is not counted.
+    for (const Query& query : queries) cell.totals.push_back(engine.answer(query).total);
+    std::vector<double> times;
+    const Clock::time_point start = Clock::now();
+    for (int round = 0;
+         (round < kLeastRounds || secondsSince(start) < kSeconds) && secondsSince(start) < kLongest;
+         ++round) {
+        for (const Query& query : queries) {
+            const Clock::time_point before = Clock::now();
+            const Answer answer = engine.answer(query);
+            times.push_back(secondsSince(before) * 1e6);
+            if (answer.total > 0 && answer.rows == 0) die(std::string(engine.name()) + " delivered no rows");
+        }
+    }
+    std::nth_element(times.begin(), times.begin() + static_cast<ptrdiff_t>(times.size() / 2), times.end());
+    cell.microseconds = times[times.size() / 2];
+    return cell;
+}
+
+std::string timeText(const Cell& cell) {
+    char text[32] = "-";
+    if (cell.answered)
+        std::snprintf(text, sizeof text, "%.*f", cell.microseconds < 100 ? 1 : 0, cell.microseconds);
+    return text;
+}
+
+// "n of m differ" when the engine's totals are not ours.
+std::string differences(const Cell& ours, const Cell& other) {
+    size_t count = 0;
+    for (size_t i = 0; i < other.totals.size(); ++i) count += other.totals[i] != ours.totals[i] ? 1 : 0;
+    return count == 0
+               ? ""
+               : std::to_string(count) + " of " + std::to_string(other.totals.size()) + " totals differ";
+}
+
+class Table {
+public:
+    Table(const std::string& folder, bool large) : folder_(folder), large_(large) {
+        engines_.push_back(openOwn(folder));
+        engines_.push_back(openSqlite(folder));
+        engines_.push_back(openXapian(folder));
+        engines_.push_back(openPostgres(folder));
+    }
+
+    void header() const {
+        std::printf("%-36s %9s |", "query, microseconds (median)", "goal");
+        for (const auto& engine : engines_) std::printf(" %11s", engine->name());
+        std::printf(" | %6s %6s  %s\n", "ahead", "bar", "remarks");
+    }
+
+    // True when goal and bar are reached (or there is nothing to compare).
+    void line(const QueryKind& kind) {
+        const std::vector<Query> queries = readQueries(folder_ + "/arguments.tsv", kind);
+        std::vector<Cell> cells;
+        for (const auto& engine : engines_) cells.push_back(measure(*engine, queries));
+        const double goal = large_ ? kind.goalLarge : kind.goalSmall;
+        std::printf("%-36s %9s |", kind.label, goal > 0 ? number(goal, 0).c_str() : "-");
+        double best = INFINITY;
+        std::string remarks;
+        for (size_t i = 0; i < cells.size(); ++i) {
+            std::printf(" %11s", timeText(cells[i]).c_str());
+            if (i == 0 || !cells[i].answered) continue;
+            best = std::min(best, cells[i].microseconds);
+            const std::string differ = cells[0].answered ? differences(cells[0], cells[i]) : "";
+            if (!differ.empty())
+                remarks += std::string(remarks.empty() ? "" : "; ") + engines_[i]->name() + ": " + differ;
+        }
+        const bool compared = cells[0].answered && std::isfinite(best);
+        const double ahead = compared ? best / cells[0].microseconds : 0;
+        if (cells[0].answered && goal > 0 && cells[0].microseconds > goal)
+            remarks = "over the goal" + (remarks.empty() ? "" : "; " + remarks);
+        if (compared && kind.ahead > 0 && ahead < kind.ahead)
+            remarks = "below the bar" + (remarks.empty() ? "" : "; " + remarks);
+        std::printf(" | %6s %6s  %s\n", compared ? number(ahead, 2).c_str() : "-",
+                    kind.ahead > 0 ? number(kind.ahead, 2).c_str() : "-", remarks.c_str());
+        std::fflush(stdout);
+    }
+
+private:
+    static std::string number(double value, int digits) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.*f", digits, value);
+        return text;
+    }
+
+    std::string folder_;
+    bool large_;
+    std::vector<std::unique_ptr<Engine>> engines_;
+};
+
+int usage() {
+    std::fprintf(stderr,
+                 "usage: compare load sqlite|xapian|postgres FOLDER\n"
+                 "       compare run small|large FOLDER [KEY...]\n");
+    return 2;
+}
+
+int load(const std::string& engine, const std::string& folder) {
+    const std::map<std::string, void (*)(const std::string&)> loaders = {
+        {"sqlite", loadSqlite}, {"xapian", loadXapian}, {"postgres", loadPostgres}};
+    const auto loader = loaders.find(engine);
+    if (loader == loaders.end()) return usage();
+    const Clock::time_point start = Clock::now();
+    loader->second(folder);
+    std::printf("%s: loaded in %.1f s\n", engine.c_str(), secondsSince(start));
+    return 0;
+}
+
+}  // namespace
+
+}  // namespace compare
+
+int main(int argc, char** argv) {
+    using namespace compare;
+    if (argc < 4) return usage();
+    if (std::strcmp(argv[1], "load") == 0) return load(argv[2], argv[3]);
+    const bool large = std::strcmp(argv[2], "large") == 0;
+    if (std::strcmp(argv[1], "run") != 0 || (!large && std::strcmp(argv[2], "small") != 0)) return usage();
+    Table table(argv[3], large);
+    table.header();
+    for (const QueryKind& kind : kQueries) {
+        const bool wanted = argc == 4 || std::any_of(argv + 4, argv + argc, [&](const char* key) {
+                                return std::strcmp(key, kind.key) == 0;
+                            });
+        if (wanted) table.line(kind);
+    }
+    return 0;
+}
