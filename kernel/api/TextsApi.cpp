@@ -137,15 +137,34 @@ Status getBlock(Session& session, WdbCursor* handle, int32_t start, int32_t size
     return WDB_OK;
 }
 
+// The object that blocks are appended to: the one being written, one that was stored since the last block, or
+// with the first block through a cursor a new one.
+Status objectToExtend(Session& session, const Place& place, ObjectSpool*& object) {
+    CurrentRecord& record = place.record();
+    const auto [part, field] = std::pair(place.cursor->part, place.field->number);
+    object = place.cursor->written ? record.pendingObject(part, field) : nullptr;
+    if (object != nullptr) return WDB_OK;
+    const auto stored = place.cursor->written ? storedObject(place) : Result<ObjectReference>(WDB_FAIL);
+    if (!stored && stored.status() != WDB_FAIL) return stored.status();
+    ObjectSpool begun;
+    std::string bytes;
+    for (uint64_t at = 0; stored && at < stored->size; at += bytes.size()) {
+        bytes.resize(std::min<uint64_t>(stored->chunkSize, stored->size - at));
+        WDB_TRY(readStored(session, place, *stored, at, bytes.size(), bytes.data()));
+        WDB_TRY(begun.append(bytes));
+    }
+    object = &record.startObject(part, field);
+    *object = std::move(begun);
+    return WDB_OK;
+}
+
 Status putBlock(Session& session, WdbCursor* handle, int32_t length, const void* data) {
     Place place;
     WDB_TRY(findWritablePlace(session, handle, place));
     if (place.field->type != FieldType::String) return WDB_E_TYPE;
     if (length < 0 || (data == nullptr && length > 0)) return WDB_E_ARGUMENT;
-    CurrentRecord& record = place.record();
-    ObjectSpool* object =
-        place.cursor->written ? record.pendingObject(place.cursor->part, place.field->number) : nullptr;
-    if (object == nullptr) object = &record.startObject(place.cursor->part, place.field->number);
+    ObjectSpool* object = nullptr;
+    WDB_TRY(objectToExtend(session, place, object));
     place.cursor->written = true;
     return object->append(Slice(static_cast<const char*>(data), static_cast<size_t>(length)));
 }

@@ -21,18 +21,26 @@ std::string stampText(const Session& session, LocalMicros stamp) {
     return text;
 }
 
+// A text that the caller may leave out altogether.
+struct OptionalText {
+    char* text;
+    int32_t* length;
+
+    bool wanted() const { return text != nullptr || length != nullptr; }
+    bool fits(const std::string& value) const {
+        return !wanted() || (canPut(text, length) && value.size() < static_cast<size_t>(*length));
+    }
+    Status put(Session& session, const std::string& value) const {
+        return wanted() ? putText(&session, value, text, length) : WDB_OK;
+    }
+};
+
 struct StatusOut {
-    char* modified;
-    int32_t* modifiedLength;
-    char* indexed;
-    int32_t* indexedLength;
+    OptionalText modified;
+    OptionalText indexed;
     int32_t* records;
     int32_t* pending;
 };
-
-Status putOptional(Session& session, const std::string& value, char* text, int32_t* length) {
-    return text == nullptr && length == nullptr ? WDB_OK : putText(&session, value, text, length);
-}
 
 Status baseStatus(Session& session, const char* baseName, const StatusOut& out) {
     const auto base = session.findBase(trimName(InText(session, baseName)));
@@ -41,8 +49,11 @@ Status baseStatus(Session& session, const char* baseName, const StatusOut& out) 
     if (own == nullptr) own = session.writer.loadBase(**base);
     const auto stamps = (*base)->stamps(own);
     if (!stamps) return stamps.status();
-    WDB_TRY(putOptional(session, stampText(session, stamps->modified), out.modified, out.modifiedLength));
-    WDB_TRY(putOptional(session, stampText(session, stamps->indexed), out.indexed, out.indexedLength));
+    const std::string modified = stampText(session, stamps->modified);
+    const std::string indexed = stampText(session, stamps->indexed);
+    // The one that fits is left alone when the other does not.
+    if (out.modified.fits(modified)) WDB_TRY(out.indexed.put(session, indexed));
+    WDB_TRY(out.modified.put(session, modified));
     putNumber(out.records, static_cast<int64_t>(stamps->liveCount));
     putNumber(out.pending, static_cast<int64_t>(stamps->pending));
     return WDB_OK;
@@ -114,7 +125,7 @@ int32_t WdbBaseStatus(const char* baseName, char* modificationDate, int32_t* mod
     return call(__func__, [&](Session& session) {
         return baseStatus(
             session, baseName,
-            {modificationDate, modificationLength, indexDate, indexLength, recordCount, pendingCount});
+            {{modificationDate, modificationLength}, {indexDate, indexLength}, recordCount, pendingCount});
     });
 }
 

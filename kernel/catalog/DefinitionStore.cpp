@@ -33,17 +33,19 @@ bool indexDiffers(const FieldDefinition& a, const FieldDefinition& b) {
     return a.type != b.type || a.indexed != b.indexed || a.wholeValue != b.wholeValue || a.part != b.part;
 }
 
-Status storeKeys(OpenBase& base, const BaseDefinition& before, const BaseDefinition& next, int64_t now) {
+// Does `change(writer, field)` for each field that is unique in `in` and was not (is not any more) in `notIn`.
+template <typename Change>
+Status changeKeys(OpenBase& base, const BaseDefinition& in, const BaseDefinition& notIn, int64_t now,
+                  Change change) {
     auto writer = base.file()->write();
     if (!writer) return writer.status();
     bool any = false;
-    for (const FieldDefinition& field : next.schema->fields()) {
-        if (!isUnique(next, field.number) || isUnique(before, field.number)) continue;
-        WDB_TRY(buildKeys(**writer, field));
+    for (const FieldDefinition& field : in.schema->fields()) {
+        if (!isUnique(in, field.number) || isUnique(notIn, field.number)) continue;
+        WDB_TRY(change(**writer, field));
         any = true;
     }
-    if (!any) return WDB_OK;
-    return (*writer)->commit(now);
+    return any ? (*writer)->commit(now) : WDB_OK;
 }
 
 }  // namespace
@@ -133,12 +135,16 @@ Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hol
     next.valueName = (*before)->valueName;
     next.generation = (*before)->generation;
     next.directory = (*before)->directory;
-    WDB_TRY(storeKeys(**base, **before, next, now));
-    const auto schema = next.schema;
-    WDB_TRY(directory_->storeBase(std::move(next), hold));
+    WDB_TRY(changeKeys(**base, next, **before, now, buildKeys));
+    WDB_TRY(directory_->storeBase(next, hold));
+    // Keys that nobody looks at any more are no harm, so they go last and need not go at all.
+    static_cast<void>(changeKeys(**base, **before, next, now,
+                                 [](BaseWriter& writer, const FieldDefinition& field) {
+                                     return writer.dropKeysOf(field.number);
+                                 }));
     const auto& old = (*before)->schema->fields();
     const bool rebuild = std::any_of(old.begin(), old.end(), [&](const FieldDefinition& field) {
-        const FieldDefinition* after = schema->find(field.number);
+        const FieldDefinition* after = next.schema->find(field.number);
         return after == nullptr || indexDiffers(field, *after);
     });
     return rebuild ? directory_->buildIndex(**base, hold) : WDB_OK;

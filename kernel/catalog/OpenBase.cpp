@@ -113,7 +113,7 @@ Result<BaseSnapshot> OpenBase::trySnapshot(UnitBase* unit) {
     if (merged < meta->trimmed) return Status{WDB_FAIL};
     snapshot.delta_ = deltaFor(snapshot.files_.get(), merged);
     if (snapshot.delta_ == nullptr) return Status{WDB_FAIL};
-    WDB_TRY(feedDelta(*snapshot.delta_, BaseReader(*records), meta->position()));
+    WDB_TRY(feed(snapshot.delta_, BaseReader(*records), meta->position()));
     snapshot.words_ = std::move(*words);
     snapshot.values_ = std::move(*values);
     snapshot.records_ = std::move(*records);
@@ -130,8 +130,10 @@ Result<BaseSnapshot> OpenBase::trySnapshot(UnitBase* unit) {
 // looked at.
 std::shared_ptr<Delta> OpenBase::deltaFor(const IndexFiles* files, Position merged) {
     const std::lock_guard lock(mutex_);
-    if (files != files_.get() || delta_->start() > merged) return nullptr;
-    if (delta_->start() < merged && delta_->caughtUpTo() >= merged)
+    if (files != files_.get() || (delta_ != nullptr && delta_->start() > merged)) return nullptr;
+    if (delta_ == nullptr)
+        delta_ = std::make_shared<Delta>(definition_->schema, merged);
+    else if (delta_->start() < merged && delta_->caughtUpTo() >= merged)
         delta_ = delta_->successor(merged);
     else if (delta_->start() < merged)
         delta_ = std::make_shared<Delta>(definition_->schema, merged);
@@ -145,9 +147,29 @@ void OpenBase::unitCommitted(UnitBase& unit) {
         const std::lock_guard lock(mutex_);
         delta = delta_;
     }
-    // Refused when the delta lags behind the unit's beginning: then the next reader catches up from the
-    // queue.
-    if (delta != nullptr) static_cast<void>(delta->append().fold(*unit.delta));
+    if (delta == nullptr) return;
+    try {
+        // Refused when the delta lags behind the unit's beginning: then the next reader catches up from the
+        // queue.
+        static_cast<void>(delta->append().fold(*unit.delta));
+    } catch (const std::bad_alloc&) {
+        giveUpDelta(delta);  // the commit stands all the same
+    }
+}
+
+Status OpenBase::feed(const std::shared_ptr<Delta>& delta, const BaseReader& reader, Position position) {
+    try {
+        return feedDelta(*delta, reader, position);
+    } catch (...) {
+        giveUpDelta(delta);
+        throw;
+    }
+}
+
+// A record may have been taken in by half when memory ran out: the next reader begins again, from the queue.
+void OpenBase::giveUpDelta(const std::shared_ptr<Delta>& delta) noexcept {
+    const std::lock_guard lock(mutex_);
+    if (delta_ == delta) delta_.reset();
 }
 
 Status OpenBase::catchUp(int64_t now) {

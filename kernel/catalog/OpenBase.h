@@ -71,6 +71,8 @@ private:
     OpenBase() = default;
     Result<BaseSnapshot> trySnapshot(UnitBase* unit);
     std::shared_ptr<Delta> deltaFor(const IndexFiles* files, Position merged);
+    Status feed(const std::shared_ptr<Delta>& delta, const BaseReader& reader, Position position);
+    void giveUpDelta(const std::shared_ptr<Delta>& delta) noexcept;
 
     BaseId id_ = 0;
     bool readOnly_ = false;
@@ -80,7 +82,7 @@ private:
     mutable std::mutex mutex_;  // guards what follows
     std::shared_ptr<const BaseDefinition> definition_;
     std::shared_ptr<const IndexFiles> files_;
-    std::shared_ptr<Delta> delta_;
+    std::shared_ptr<Delta> delta_;  // null before useIndex() and after one was given up
     int64_t indexed_ = 0;  // index date of this process
     std::atomic<bool> gone_{false};
 };

@@ -41,6 +41,12 @@ bool hasValue(const FieldsData& fields, FieldNumber field) {
            std::ranges::any_of(values->items, [](const std::string& item) { return !item.empty(); });
 }
 
+// In the head or in a part.
+bool hasValue(const RecordData& record, FieldNumber field) {
+    return hasValue(record.head, field) ||
+           std::ranges::any_of(record.parts, [&](const FieldsData& part) { return hasValue(part, field); });
+}
+
 Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number) {
     const auto image = reader.image(number);
     if (!image) return image.status();
@@ -89,7 +95,7 @@ Status RecordPut::readStored(const ChangedByOthers& changed) {
 
 Status RecordPut::fillDefaults() {
     for (const FieldDefinition& field : base_->definition->schema->fields()) {
-        if ((!field.hasDefault && !field.serial) || hasValue(record_->head, field.number)) continue;
+        if ((!field.hasDefault && !field.serial) || hasValue(*record_, field.number)) continue;
         if (field.serial && base_->writer->serialHigh() == INT64_MAX) return WDB_E_VALUE;
         record_->head.at(field.number).items = {field.serial ? encodeInteger(base_->writer->serialHigh() + 1)
                                                              : field.defaultValue};
@@ -105,13 +111,11 @@ void RecordPut::undoDefaults() {
 
 Status RecordPut::checkMandatory() const {
     for (const FieldDefinition& field : base_->definition->schema->fields()) {
-        if (!field.mandatory || hasValue(record_->head, field.number)) continue;
+        if (!field.mandatory || hasValue(*record_, field.number)) continue;
         const bool pending = std::ranges::any_of(objects_, [&](const PendingObject& object) {
             return object.field == field.number && object.bytes->size() > 0;
         });
-        const bool inPart = std::ranges::any_of(
-            record_->parts, [&](const FieldsData& part) { return hasValue(part, field.number); });
-        if (!pending && !inPart) return WDB_E_MANDATORY;
+        if (!pending) return WDB_E_MANDATORY;
     }
     return WDB_OK;
 }

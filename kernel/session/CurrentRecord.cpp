@@ -20,6 +20,12 @@ void CurrentRecord::clear() {
     ++epoch_;
 }
 
+void CurrentRecord::release() {
+    clear();
+    std::string().swap(image_);
+    std::vector<Object>().swap(objects_);
+}
+
 void CurrentRecord::makeNew() {
     clear();
     any_ = true;

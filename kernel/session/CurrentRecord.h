@@ -21,6 +21,8 @@ public:
     uint64_t epoch() const { return epoch_; }        // moves when another record takes the place
 
     void clear();
+    // The same, and gives the memory back.
+    void release();
     void makeNew();
     // Copies a validated image. `version`: stored later than this means changed by somebody.
     void load(RecordNumber number, const RecordView& view, uint64_t version);

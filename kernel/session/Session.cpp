@@ -159,6 +159,7 @@ Status Session::deleteRecord(RecordControl& control) {
     status = write.end(status, torn);
     if (!ok(status)) return status;
     control.dropRecord();
+    control.record.release();  // callers leave such controls behind
     control.deleted = true;
     return WDB_OK;
 }

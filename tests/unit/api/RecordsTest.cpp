@@ -243,6 +243,10 @@ TEST_F(Records, LargeObjects) {
         int32_t number = 0;
         ASSERT_EQ(WdbPutRecord(made, &number), 1);
         check(cursor, "after the put");
+        ASSERT_EQ(WdbPutBlobBlock(cursor, 4, "more"), 1) << "a later call goes on behind what was stored";
+        all += "more";
+        check(cursor, "extended");
+        ASSERT_EQ(WdbPutRecord(made, &number), 1);
         EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
         ASSERT_EQ(WdbGetRecordInBase(made, number), 1);
         ASSERT_EQ(WdbSetCursor(&cursor, made, kPicture, 0, 0), 1);
@@ -301,6 +305,21 @@ TEST_F(Records, KeysMandatoryDefaultsSerials) {
     ASSERT_EQ(WdbBaseInfo("KEYED", 3, key, &length), 1);
     EXPECT_STREQ(key, "NAME");
     EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+
+    // Another unique key, and none: the keys follow.
+    const std::pair<const char*, int32_t> changes[] = {{"CITY", WDB_E_DUPLICATE}, {"ID", 1}, {"", 1}};
+    for (const auto& [name, status] : changes) {
+        ASSERT_EQ(WdbGetBaseDef("KEYED", &base), 1);
+        copy(base.uniqueKey, std::string(name));
+        EXPECT_EQ(WdbPutBaseDef(&base), status) << name;
+        int32_t findings = 0;
+        const WdbReportFn count = [](void* context, int32_t, int32_t, const char*) {
+            return ++*static_cast<int32_t*>(context);
+        };
+        EXPECT_EQ(WdbVerifyBase("KEYED", 0, count, &findings), 1) << name;
+        EXPECT_EQ(findings, 0) << name;
+    }
+    EXPECT_EQ(insert("KEYED", {"1", "bob"}), 1) << "nothing is unique any more";
 }
 
 TEST_F(Records, ChangesByOthersAreSeen) {

@@ -37,6 +37,22 @@ protected:
     }
 };
 
+TEST_F(Statements, AStatusThatDoesNotFitLeavesBothDatesAlone) {
+    char one[64] = "x", two[64] = "y";
+    const std::pair<int32_t, int32_t> sizes[] = {{64, 5}, {5, 64}, {0, 64}, {64, 0}};
+    for (const auto& [first, second] : sizes) {
+        int32_t modified = first, indexed = second, records = -1;
+        const int32_t status = WdbBaseStatus("T", one, &modified, two, &indexed, &records, nullptr);
+        EXPECT_EQ(status, first < 1 || second < 1 ? WDB_E_ARGUMENT : WDB_E_BUFFER);
+        EXPECT_STREQ(one, "x");
+        EXPECT_STREQ(two, "y");
+        EXPECT_EQ(records, -1);
+    }
+    int32_t length = 1;
+    EXPECT_EQ(WdbBaseStatus("T", one, &length, nullptr, nullptr, nullptr, nullptr), WDB_E_BUFFER);
+    EXPECT_EQ(WdbBaseStatus("T", one, &length, nullptr, nullptr, nullptr, nullptr), 1) << "the size needed";
+}
+
 TEST_F(Statements, UpdateWithAndWithoutCondition) {
     for (int i = 1; i <= 5; ++i) ASSERT_EQ(insert("T", {i % 2 ? "odd" : "even"}), 1);
     ASSERT_EQ(ccl("BAS T"), 1);

@@ -35,6 +35,12 @@ void dropFirstPosting(WriteTxn& words) {
     ASSERT_EQ(words.remove(word_table::kPostings, key), WDB_OK);
 }
 
+void bendFirst(WriteTxn& words, Table table) {
+    Cursor cursor = words.cursor(table);
+    ASSERT_EQ(cursor.first(), WDB_OK);
+    ASSERT_EQ(cursor.replace(bent(std::string(cursor.value()))), WDB_OK);
+}
+
 void copyFirstPosting(WriteTxn& words) {
     std::string key;
     std::string value;
@@ -86,6 +92,17 @@ TEST(VerifierTest, FindsWhatIsWrong) {
          [](BaseWriter& w) { EXPECT_EQ(put(w, 2, rowImage("b", "other", 2, 1)), WDB_OK); }, nullptr,
          Severity::Repairable},
         {"a lost posting", nullptr, dropFirstPosting, Severity::Repairable},
+        {"a posting that does not fit its checksum", nullptr,
+         [](WriteTxn& words) { bendFirst(words, word_table::kPostings); }, Severity::Repairable},
+        {"positions that do not fit their checksum", nullptr,
+         [](WriteTxn& words) { bendFirst(words, word_table::kPositions); }, Severity::Repairable},
+        {"lost positions", nullptr,
+         [](WriteTxn& words) {
+             Cursor cursor = words.cursor(word_table::kPositions);
+             ASSERT_EQ(cursor.first(), WDB_OK);
+             ASSERT_EQ(cursor.remove(), WDB_OK);
+         },
+         Severity::Repairable},
         {"a posting of no text", nullptr, copyFirstPosting, Severity::Repairable},
     };
     for (const Harm& harm : harms) {
