@@ -1,5 +1,6 @@
-/* A host as small as one can be: a session in a fresh directory, statements, answers, release. */
-#define _POSIX_C_SOURCE 200809L /* mkdtemp */
+/* A host in plain C: every export in every way that a host can call it wrong or right, with the record, the memory and the
+ * documents looked at byte by byte. Run under ASan as well, where a byte too many or a block too few is a failure. */
+#define _POSIX_C_SOURCE 200809L /* mkdtemp, unsetenv */
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -10,6 +11,27 @@
 
 typedef int32_t (*Export)(FilterData *, void *);
 
+#define XML "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n"
+#define FAULT(code, source, context, text) \
+    XML "<Fault faultCode=\"" code "\"\r\n      faultSource=\"" source "\"\r\n      faultContext=\"" context "\">" text "</Fault>"
+#define PROPERTY(name, value) XML "<property name=\"" name "\">" value "</property>\r\n"
+#define BAD_MASK "Invalid filter invocation - bad wdb_options mask."
+#define ONE_MASK "Filter invocation error: wdb_options must be set to EXPORT_ALLOC|IEOPT_MEMORY."
+#define IN_MEMORY (SQLENGINE_EXPORT_ALLOC | SQLENGINE_IEOPT_MEMORY)
+#define HOST_BYTE 0x5A
+
+/* One call. The request lies in memory of exactly its length. */
+typedef struct Call {
+    Export function;
+    uint32_t options;
+    const char *text;
+    int32_t status;
+    const char *message;  /* NULL: not looked at */
+    const char *document; /* a piece of it, or all of it where it begins with the XML declaration; NULL: none, and the host's
+                           * own output pointer stays */
+    const char *line;     /* the content-type line that comes back; NULL: the request is as it was */
+} Call;
+
 static int failures;
 
 static void check(int holds, const char *what, const char *detail)
@@ -19,61 +41,209 @@ static void check(int holds, const char *what, const char *detail)
     fprintf(stderr, "FAILED: %s: %s\n", what, detail != NULL ? detail : "");
 }
 
-static const char *answer(const FilterData *data)
+static void checkDocument(const Call *call, const FilterData *data, const char *own)
 {
-    return data->output != NULL ? data->output : "(no document)";
+    const char *answer = data->output;
+
+    if (call->document == NULL) {
+        check(answer == own && data->outputLength == 4, "no document, the host's pointer stays", call->text);
+        return;
+    }
+    check(answer != NULL && answer != own, "a document", call->text);
+    if (answer == NULL || answer == own) return;
+    check(strlen(answer) == (size_t)data->outputLength, "output length", answer);
+    if (strncmp(call->document, "<?xml", 5) == 0) {
+        check(strcmp(answer, call->document) == 0, call->document, answer);
+    } else {
+        check(strstr(answer, call->document) != NULL, call->document, answer);
+    }
 }
 
-/* Runs one request from memory of exactly the text's length and expects a status and a piece of the answer (or, where the
- * piece is NULL, no answer). */
-static void run(Export function, uint32_t options, const char *text, int32_t status, const char *piece)
+static void run(const Call *call)
 {
     FilterData data;
-    size_t length = strlen(text);
+    char own[] = "own";
+    size_t length = strlen(call->text);
     char *memory = malloc(length > 0 ? length : 1);
+    size_t i;
 
     if (memory == NULL) abort();
-    memcpy(memory, text, length);
+    memcpy(memory, call->text, length);
     memset(&data, 0, sizeof data);
+    memset(data.host, HOST_BYTE, sizeof data.host);
+    memset(data.message, 'm', sizeof data.message);
     data.text = memory;
     data.textLength = (int32_t)length;
-    data.wdb_options = options;
-    check(function(&data, NULL) == status, text, answer(&data));
-    check(data.status == status, "status in the record", text);
-    if (piece != NULL) {
-        check(strstr(answer(&data), piece) != NULL, piece, answer(&data));
-        check(data.output != NULL && strlen(data.output) == (size_t)data.outputLength, "length", answer(&data));
-    } else {
-        check(data.output == NULL && data.outputLength == 0, "no document", answer(&data));
+    data.wdb_options = call->options;
+    data.output = call->function == sqlsetobject ? NULL : own; /* which reads it */
+    data.outputLength = call->function == sqlsetobject ? 0 : 4;
+    data.status = 77;
+
+    check(call->function(&data, NULL) == data.status, "the return value is the record's status", call->text);
+    if (data.status != call->status) {
+        fprintf(stderr, "status %d, expected %d: ", (int)data.status, (int)call->status);
+        check(0, call->text, data.output);
     }
-    free(data.output);
+    for (i = 0; i < sizeof data.host; ++i) check(data.host[i] == HOST_BYTE, "the host's area", call->text);
+    if (call->message != NULL) check(strcmp(data.message, call->message) == 0, call->message, data.message);
+    checkDocument(call, &data, own);
+    if (call->line != NULL) {
+        check(data.textLength == (int32_t)strlen(call->line) && strcmp(data.text, call->line) == 0, call->line, call->text);
+    } else {
+        check(data.textLength == (int32_t)length && memcmp(memory, call->text, length) == 0, "request untouched", call->text);
+    }
+    if (data.output != own) free(data.output);
     free(memory);
 }
 
-static void withoutSession(void)
+static void runAll(const Call *calls, size_t count)
 {
-    run(sqlgetencoding, 36, "", 1, "UTF-8");
-    run(sqlgetencoding, 4, "", 0, NULL);
-    run(execsql, 0, "COMMIT", SQLENGINE_BAD_INVOCATION, NULL);
-    run(execsql, 36, "COMMIT", 1, "<Success/>");
-    run(execsql, 36, "COMMIT;", 0, ">syntax error</Fault>");
-    run(sqlgetobject, 36, "FETCHKEY=x", 0, "Missing filter argument: \"FETCHKEY\".");
-    check(execsql(NULL, NULL) == SQLENGINE_BAD_INVOCATION, "null record", NULL);
+    size_t i;
+
+    for (i = 0; i < count; ++i) run(&calls[i]);
+}
+#define RUN_ALL(calls) runAll(calls, sizeof calls / sizeof calls[0])
+
+#define TEXT_LINE "TEXT\nUTF-8"
+#define SYNTAX FAULT("0", "WSQLFilter:585", "SQLFilter::execSql", "syntax error")
+
+/* What needs no session. */
+static void invocations(void)
+{
+    static const Call calls[] = {
+        {sqlgetencoding, IN_MEMORY, "anything", 1, "", "UTF-8", NULL},
+        {sqlgetencoding, 4, "", 0, ONE_MASK, NULL, NULL},
+        {sqlgetencoding, 32, "", 0, ONE_MASK, NULL, NULL},
+        {sqlgetencoding, 37, "", 0, ONE_MASK, NULL, NULL},
+        {execsql, 0, "COMMIT", SQLENGINE_BAD_INVOCATION, BAD_MASK, NULL, NULL},
+        {execsql, 8, "COMMIT", SQLENGINE_BAD_INVOCATION, BAD_MASK, NULL, NULL},
+        {execsql, 32, "COMMIT", SQLENGINE_BAD_INVOCATION, BAD_MASK, NULL, NULL},
+        {execsql, 1, "COMMIT", 1, "", XML "<Success/>\r\n", NULL},
+        {execsql, 2, "ROLLBACK", 1, "", XML "<Success/>\r\n", NULL},
+        {execsql, IN_MEMORY, "COMMIT WOR", 0, "syntax error", SYNTAX, NULL},
+        {execsql, IN_MEMORY, "COMMIT     ", 1, "", XML "<Success/>\r\n", TEXT_LINE},
+        {execsql, IN_MEMORY, "COMMIT    ", 1, "", XML "<Success/>\r\n", NULL}, /* ten bytes leave no room for the NUL */
+        {execsql, IN_MEMORY, "", 0, "syntax error", SYNTAX, NULL},
+        {execsql, IN_MEMORY, "COMMIT; COMMIT; COMMIT", 0, "syntax error", SYNTAX, NULL},
+        {execsql, IN_MEMORY, "ALTER TABLE T ADD COLUMN C INTEGER", 0, "Statement not currently supported.",
+         FAULT("0", "WSQLFilter:656", "WSQLFilter::execSql", "Statement not currently supported."), TEXT_LINE},
+        {sqlgetobject, 3, "FETCHKEY=x\n", SQLENGINE_BAD_INVOCATION, BAD_MASK, NULL, NULL},
+        {sqlgetobject, IN_MEMORY, "FETCHKEY=x", 0, "Missing filter argument: \"FETCHKEY\".",
+         "faultContext=\"WSQLFilter::getObject\"", NULL},
+        {sqlgettabledesc, 0, "TABLE=x\n", 0, "Missing filter argument: \"TABLENAME\".",
+         "faultContext=\"WSQLFilter::getTableDesc\"", NULL},
+        {sqlsetobject, 0, "COLUMNNAME=x\n", 0, "Missing or invalid filter argument: \"TABLE\".",
+         "faultContext=\"WSQLFilter::setObject\"", NULL},
+    };
+    static const Export exports[] = {execsql, sqlgetencoding, sqlgetobject, sqlsetobject, sqlgettabledesc};
+    size_t i;
+
+    RUN_ALL(calls);
+    for (i = 0; i < sizeof exports / sizeof exports[0]; ++i) {
+        check(exports[i](NULL, NULL) == SQLENGINE_BAD_INVOCATION, "null record", NULL);
+    }
 }
 
-static void withSession(void)
+static void properties(void)
 {
-    run(execsql, 36, "SET PROPERTY selecttext = TRUE", 1, "<property name=\"selecttext\">true</property>");
-    run(execsql, 36, "GET PROPERTY selecttext", 1, "<property name=\"selecttext\">true</property>");
-    run(execsql, 36, "CREATE TABLE ART (TITLE VARCHAR PRIMARY KEY, QTY INTEGER, BODY LONG VARCHAR)", 1,
-        "The table \"ART\" was successfully created.");
-    run(execsql, 36, "INSERT INTO ART (TITLE, QTY, BODY) VALUES ('first', 5, 'a < b & c')", 1, "<P>1</P>");
-    run(execsql, 36, "INSERT INTO ART (TITLE, QTY) VALUES ('second', 15)", 1, "<P>1</P>");
-    run(execsql, 36, "SELECT TITLE FROM ART WHERE QTY > 10 ORDER BY TITLE", 1, "second");
-    run(execsql, 36, "SELECT BODY FROM ART WHERE TITLE = 'first'", 1, "a &lt; b &amp; c");
-    run(execsql, 36, "SELECT NOTHING FROM ART", 2 * WDB_E_FIELD, "Could not find column \"NOTHING\"");
-    run(sqlsetobject, 0, "TABLE=NONE\n", 2 * WDB_E_BASE, "Table \"%s\" does not exist.");
-    run(sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=QTY\nRID=1\n", 0, "is of an incompatible type.");
+    static const Call calls[] = {
+        {execsql, IN_MEMORY, "GET PROPERTY selecttext", 1, "", PROPERTY("selecttext", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY selecttext = TRUE", 1, "", PROPERTY("selecttext", "true"), TEXT_LINE},
+        {execsql, IN_MEMORY, "GET PROPERTY SelectText", 1, "", PROPERTY("selecttext", "true"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY selectblob = 'FALSE'", 1, "", PROPERTY("selectblob", "true"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY selectblob = false", 1, "", PROPERTY("selectblob", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY batchindex = 0", 1, "", PROPERTY("batchindex", "true"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY batchindex = 'false'", 1, "", PROPERTY("batchindex", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "GET PROPERTY lazyindex", 1, "", PROPERTY("lazyindex", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY loglevel = '-2'", 1, "", PROPERTY("loglevel", "-2"), TEXT_LINE},
+        {execsql, IN_MEMORY, "GET PROPERTY loglevel", 1, "", PROPERTY("loglevel", "0"), TEXT_LINE},
+        {execsql, IN_MEMORY, "GET PROPERTY logging", 1, "", PROPERTY("logging", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY Colour = 1", 0, "Unknown property \"colour\".",
+         FAULT("0", "WSQLFilter::ExecuteProperty", "execution", "Unknown property \"colour\"."), TEXT_LINE},
+    };
+
+    RUN_ALL(calls);
+}
+
+static void statements(void)
+{
+    static const Call calls[] = {
+        {execsql, IN_MEMORY, "CREATE TABLE ART (TITLE VARCHAR PRIMARY KEY, QTY INTEGER, BODY LONG VARCHAR)", 1,
+         "The table \"ART\" was successfully created.",
+         XML "<Success>The table \"ART\" was successfully created.</Success>\r\n", TEXT_LINE},
+        {execsql, IN_MEMORY, "INSERT INTO ART (TITLE, QTY, BODY) VALUES ('first', 5, 'a < b & c')", 1, "", "<P>1</P>", TEXT_LINE},
+        {execsql, IN_MEMORY, "INSERT INTO ART (TITLE, QTY) VALUES ('second', 15)", 1, "", "<P>1</P>", TEXT_LINE},
+        {execsql, IN_MEMORY, "SELECT TITLE FROM ART WHERE QTY > 10 ORDER BY TITLE", 1, "", "second", TEXT_LINE},
+        {execsql, IN_MEMORY, "SELECT BODY FROM ART WHERE TITLE = 'first'", 1, "", "a &lt; b &amp; c", TEXT_LINE},
+        {execsql, IN_MEMORY, "SELECT NOTHING FROM ART", 2 * WDB_E_FIELD, NULL, "Could not find column \"NOTHING\"", TEXT_LINE},
+        {sqlsetobject, 0, "TABLE=NONE\n", 2 * WDB_E_BASE, "Table \"%s\" does not exist.", "faultCode=\"610\"", NULL},
+        {sqlsetobject, 0, "table=ART\n", 0, "Missing filter argument: \"COLUMNNAME\" or \"COLUMNID\".",
+         "faultContext=\"WSQLFilter::setObject\"", NULL},
+        {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=NONE\n", WDB_E_FIELD, NULL,
+         "faultSource=\"validation\"\r\n      faultContext=\"WSQLFilter::setObject\"", NULL},
+        {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=QTY\nRID=1\n", 0,
+         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG VARBINARY.",
+         "is of an incompatible type.", NULL},
+        {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=BODY\nRID=0\n", 0, "Missing or invalid filter argument: \"RID\".", "\"RID\"", NULL},
+    };
+
+    RUN_ALL(calls);
+}
+
+/* The object's memory is the host's until the arguments have been accepted: freeing it here must not be the second time. */
+static void refusedObjectStaysTheHosts(void)
+{
+    char request[] = "TABLE=ART\nCOLUMNNAME=BODY\n";
+    FilterData data;
+    char *object = malloc(3);
+
+    if (object == NULL) abort();
+    memcpy(object, "abc", 3);
+    memset(&data, 0, sizeof data);
+    data.text = request;
+    data.textLength = (int32_t)strlen(request);
+    data.wdb_options = IN_MEMORY;
+    data.output = object;
+    data.outputLength = 3;
+    check(sqlsetobject(&data, NULL) == 0, "no record named", data.message);
+    check(data.output != object, "the fault takes the place of the pointer", data.message);
+    check(memcmp(object, "abc", 3) == 0, "the object is untouched", NULL);
+    free(object);
+    free(data.output);
+}
+
+/* The two exports whose answer depends on what the engine can do so far: no answer may break the rules of the record. */
+static void keepsTheRules(Export function, const char *text)
+{
+    FilterData data;
+    char memory[64];
+
+    memset(&data, 0, sizeof data);
+    memset(memory, 0, sizeof memory);
+    strcpy(memory, text);
+    data.text = memory;
+    data.textLength = (int32_t)sizeof memory;
+    data.wdb_options = IN_MEMORY;
+    check(function(&data, NULL) == data.status, "status", text);
+    if (data.output != NULL) {
+        check(strlen(data.output) == (size_t)data.outputLength, "length", text);
+        check(strncmp(data.output, XML, strlen(XML)) == 0, "an XML declaration", data.output);
+        check((strstr(data.output, "<Fault ") == NULL) == (data.status % 2 != 0), "a fault is even", data.output);
+    } else {
+        check(data.status % 2 == 0, "success has a document", text);
+    }
+    free(data.output);
+}
+
+static void nothingStaysBehind(void)
+{
+    WdbLiveCounts counts;
+
+    memset(&counts, 0, sizeof counts);
+    check(WdbLiveHandles(&counts) == WDB_OK, "WdbLiveHandles", NULL);
+    check(counts.controls == 0 && counts.cursors == 0 && counts.rowBuffers == 0 && counts.ruleLists == 0 &&
+              counts.savedStatuses == 0,
+          "nothing of a statement stays behind", NULL);
 }
 
 int main(void)
@@ -81,18 +251,25 @@ int main(void)
     char home[] = "/tmp/welk_capi_XXXXXX";
     char command[64];
     WdbSession *session = NULL;
-    WdbLiveCounts counts;
 
-    withoutSession();
+    unsetenv("WELKSQL_LOG"); /* what the caller's environment says is not what is tested here */
+    unsetenv("SQL_SELECTTEXT");
+    unsetenv("SQL_LAZYINDEX");
+    invocations();
     if (mkdtemp(home) == NULL) return 2;
     check(WdbOpenSession(home, "ADMIN", "", WDB_OPEN_CREATE, &session) == WDB_OK, "WdbOpenSession", home);
     check(WdbBindSession(session) == WDB_OK, "WdbBindSession", NULL);
     if (failures == 0) {
-        withSession();
-        memset(&counts, 0, sizeof counts);
-        check(WdbLiveHandles(&counts) == WDB_OK, "WdbLiveHandles", NULL);
-        check(counts.controls == 0 && counts.cursors == 0 && counts.rowBuffers == 0 && counts.savedStatuses == 0,
-              "nothing of a statement stays behind", NULL);
+        invocations();
+        properties();
+        statements();
+        refusedObjectStaysTheHosts();
+        keepsTheRules(sqlgetobject, "FETCHKEY=415254-1-0-3\n");
+        keepsTheRules(sqlgetobject, "FETCHKEY=no key\n");
+        keepsTheRules(sqlgettabledesc, "TABLENAME=ART\n");
+        keepsTheRules(sqlgettabledesc, "TABLENAME=\"\n");
+        keepsTheRules(execsql, "GET OBJECT = '415254-1-0-3'");
+        nothingStaysBehind();
     }
     WdbBindSession(NULL);
     check(WdbCloseSession(&session) == WDB_OK, "WdbCloseSession", NULL);
