@@ -106,7 +106,7 @@ public:
         return WDB_OK;
     }
 
-    void finish(std::vector<OrderedRecord>& out) {
+    void finish(std::vector<uint64_t>& out) {
         std::sort(slow_.begin(), slow_.end(), [](const SlowRecord& a, const SlowRecord& b) {
             return a.gap != b.gap ? a.gap < b.gap : a.key < b.key;
         });
@@ -116,7 +116,7 @@ public:
                 within += slow_[i].key != slow_[i - 1].key ? 1 : 0;
             else
                 within = 0;
-            out[slow_[i].index].place = slow_[i].gap << kGapBits | within;
+            out[slow_[i].index] = slow_[i].gap << kGapBits | within;
         }
     }
 
@@ -165,7 +165,18 @@ Result<std::shared_ptr<const Ranks>> IndexView::ranks(FieldNumber field) {
 }
 
 Status IndexView::places(FieldNumber field, const RecordSet& records, std::vector<OrderedRecord>& out) {
+    const std::vector<RecordNumber> numbers = records.toVector();
+    std::vector<uint64_t> places;
+    WDB_TRY(this->places(field, numbers, places));
     out.clear();
+    out.reserve(numbers.size());
+    for (size_t i = 0; i < numbers.size(); ++i) out.push_back({places[i], numbers[i]});
+    return WDB_OK;
+}
+
+Status IndexView::places(FieldNumber field, std::span<const RecordNumber> records,
+                         std::vector<uint64_t>& out) {
+    out.assign(records.size(), 0);
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();
     const Result<std::shared_ptr<const Ranks>> ranks = this->ranks(field);
@@ -174,19 +185,14 @@ Status IndexView::places(FieldNumber field, const RecordSet& records, std::vecto
     impl_->forLayers(impl_->sources.valuePosition, [&](const Impl::Layer& layer) {
         touched.unite(layer.entries.touched(layer.after, layer.upTo));
     });
-    touched.intersect(records);
-    out.reserve(records.cardinality());
     Placer placer(*impl_, **definition, **ranks);
-    Status status = WDB_OK;
-    records.forEach([&](RecordNumber record) {
-        if (!ok(status)) return;
-        const uint32_t rank = (*ranks)->of(record);
-        out.push_back({uint64_t{rank} * 2 << kGapBits, record});
-        if (rank != Ranks::kUnknown && (touched.empty() || !touched.contains(record))) return;
-        out.back().place = 0;
-        status = placer.add(out.size() - 1, record);
-    });
-    WDB_TRY(status);
+    for (size_t i = 0; i < records.size(); ++i) {
+        const uint32_t rank = (*ranks)->of(records[i]);
+        if (rank == Ranks::kUnknown || (!touched.empty() && touched.contains(records[i])))
+            WDB_TRY(placer.add(i, records[i]));
+        else
+            out[i] = uint64_t{rank} * 2 << kGapBits;
+    }
     placer.finish(out);
     return WDB_OK;
 }

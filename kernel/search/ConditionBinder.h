@@ -16,9 +16,9 @@ public:
 
     // In the order of the criteria. WDB_E_CCL_FIELD, WDB_E_CCL_SET, WDB_E_VALUE, WDB_E_TYPE, WDB_E_CCL_UNSUPPORTED.
     Status bind(const std::vector<ccl::Criterion>& criteria, std::vector<Condition>& conditions);
+    Status bindOne(const ccl::Criterion& criterion, Condition& condition);
 
 private:
-    Status bindOne(const ccl::Criterion& criterion, Condition& condition);
     Status bindRecords(const ccl::Criterion& criterion, Condition& condition);
     Status bindInSet(const ccl::Criterion& criterion, Condition& condition);
     Status bindField(const ccl::Criterion& criterion, Condition& condition);

@@ -116,6 +116,13 @@ Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state) {
     return filterByRecords(*candidates, condition, state);
 }
 
+Result<RecordSet> recordsMaybe(const Condition& condition, BaseState& state) {
+    const bool byPart = condition.field != nullptr && condition.field->part;
+    if (byPart && condition.test == Test::Absent) return state.index.live();
+    if (byPart && condition.negated) return state.index.present(condition.field->number);
+    return recordsWhere(condition, state);
+}
+
 // A pattern without a beginning walks through all keys of its field; looking at a record costs about eight keys.
 bool cheaperByRecords(const Condition& condition, uint64_t candidates, BaseState& state) {
     if (condition.test == Test::Delivered) return true;

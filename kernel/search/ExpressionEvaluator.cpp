@@ -9,11 +9,11 @@ using ccl::ExpressionNode;
 
 class Evaluation {
 public:
-    Evaluation(const ccl::Expression& expression, std::span<const Condition> conditions, BaseState& state)
-        : expression_(expression), conditions_(conditions), state_(state) {}
+    Evaluation(const ccl::Expression& expression, std::span<const Condition> conditions, BaseState& state, Reading reading)
+        : expression_(expression), conditions_(conditions), state_(state), loose_(reading == Reading::Loose) {}
 
-    Result<RecordSet> run() {
-        visits_.push_back({static_cast<uint32_t>(expression_.nodes.size() - 1), Stage::Enter});
+    Result<RecordSet> run(uint32_t root) {
+        visits_.push_back({root, Stage::Enter});
         while (!visits_.empty()) {
             const Visit visit = visits_.back();
             visits_.pop_back();
@@ -34,7 +34,8 @@ private:
         if (visit.stage == Stage::RightDone) return combine(node.kind);
         if (visit.stage == Stage::LeftDone) return leftDone(visit.node, node);
         if (node.kind == Connective::Criterion) {
-            Result<RecordSet> set = recordsWhere(conditions_[node.left], state_);
+            const Condition& condition = conditions_[node.left];
+            Result<RecordSet> set = loose_ ? recordsMaybe(condition, state_) : recordsWhere(condition, state_);
             if (!set) return set.status();
             results_.push_back(std::move(*set));
             return WDB_OK;
@@ -61,9 +62,9 @@ private:
     Status leftDone(uint32_t at, const ExpressionNode& node) {
         RecordSet& left = results_.back();
         if (node.kind != Connective::Or) {
-            if (left.empty()) return WDB_OK;
+            if (left.empty() || (loose_ && node.kind == Connective::Not)) return WDB_OK;
             const ExpressionNode& second = expression_.nodes[secondOf(node)];
-            if (second.kind == Connective::Criterion) {
+            if (second.kind == Connective::Criterion && !loose_) {
                 const Condition& condition = conditions_[second.left];
                 if (cheaperByRecords(condition, left.cardinality(), state_)) return narrow(node.kind, condition);
             }
@@ -95,15 +96,21 @@ private:
     const ccl::Expression& expression_;
     const std::span<const Condition> conditions_;
     BaseState& state_;
+    const bool loose_;
     std::vector<Visit> visits_;
     std::vector<RecordSet> results_;
 };
 
 }  // namespace
 
+Result<RecordSet> evaluateExpression(const ccl::Expression& expression, uint32_t root, std::span<const Condition> conditions,
+                                     BaseState& state, Reading reading) {
+    return Evaluation(expression, conditions, state, reading).run(root);
+}
+
 Result<RecordSet> evaluateExpression(const ccl::Expression& expression, std::span<const Condition> conditions,
                                      BaseState& state) {
-    return Evaluation(expression, conditions, state).run();
+    return evaluateExpression(expression, static_cast<uint32_t>(expression.nodes.size() - 1), conditions, state);
 }
 
 }  // namespace wdb

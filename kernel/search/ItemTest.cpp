@@ -15,15 +15,23 @@ ItemTest::ItemTest(const Condition& condition, SearchContext& context) : conditi
     std::sort(keys_.begin(), keys_.end());
 }
 
-bool ItemTest::holds(const RecordView& record) {
-    if (condition_.test == Condition::Test::Absent) return !anyItem(record, &ItemTest::isPresent);
-    if (!condition_.negated) return anyItem(record, &ItemTest::passes);
-    return anyItem(record, &ItemTest::isPresent) && !anyItem(record, &ItemTest::passes);
+bool holdsNumber(const Condition& condition, RecordNumber record) {
+    const bool inside = condition.test == Condition::Test::Records
+                            ? condition.records.contains(record)
+                            : record >= condition.firstRecord && record <= condition.lastRecord;
+    return inside != condition.negated;
 }
 
-bool ItemTest::anyItem(const RecordView& record, bool (ItemTest::*test)(Slice)) {
+bool ItemTest::holds(const RecordView& record, PartNumber firstPart, PartNumber lastPart) {
+    const Parts parts{firstPart, lastPart};
+    if (condition_.test == Condition::Test::Absent) return !anyItem(record, parts, &ItemTest::isPresent);
+    if (!condition_.negated) return anyItem(record, parts, &ItemTest::passes);
+    return anyItem(record, parts, &ItemTest::isPresent) && !anyItem(record, parts, &ItemTest::passes);
+}
+
+bool ItemTest::anyItem(const RecordView& record, Parts parts, bool (ItemTest::*test)(Slice)) {
     const uint32_t first = condition_.first, last = condition_.last;
-    for (PartNumber part = 0; part <= record.partCount(); ++part) {
+    for (PartNumber part = parts.first; part <= parts.last; ++part) {
         const ItemList items = record.items(part, condition_.field->number);
         if (condition_.field->type == FieldType::Text && first > 0 && !items.empty()) {
             const Slice text = items.first();

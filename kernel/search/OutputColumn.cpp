@@ -1,77 +1,127 @@
 #include "kernel/search/OutputColumn.h"
 
-#include "kernel/common/Ascii.h"
 #include "kernel/search/CommandFault.h"
 
 namespace wdb {
 
 namespace {
 
-OutputColumn fieldColumn(const FieldDefinition& field) {
+using TermKind = ccl::ArithmeticTerm::Kind;
+using ColumnKind = OutputColumn::Kind;
+
+OutputColumn fieldColumn(const FieldDefinition& field, uint32_t table) {
     OutputColumn column;
-    column.kind = OutputColumn::Kind::Field;
+    column.kind = ColumnKind::Field;
+    column.table = table;
     column.field = field.number;
     column.type = field.type;
+    column.ofParts = field.part;
     column.name = field.name;
     return column;
 }
 
-Status bindColumn(const BaseState* state, const ccl::TableRef* table, const ccl::Column& source, OutputColumn& column,
-                  CommandError& error) {
-    if (state == nullptr || !meansTable(source, *table)) {
-        return fault(error, WDB_E_CCL_FIELD, source.position, source.qualifier.empty() ? source.field : source.qualifier);
-    }
-    if (source.record) {
-        column.kind = OutputColumn::Kind::Record;
+class ColumnBinder {
+public:
+    ColumnBinder(SourceTables& tables, std::vector<BoundAggregate>& aggregates, CommandError& error)
+        : tables_(tables), aggregates_(aggregates), error_(error) {}
+
+    Status bind(const ccl::FieldItem& item, OutputColumn& column) {
+        if (item.kind == ccl::FieldItem::Kind::Null) return WDB_OK;
+        if (item.kind == ccl::FieldItem::Kind::Text) {
+            column.kind = item.text.empty() ? ColumnKind::Null : ColumnKind::Constant;
+            column.text = item.text;
+            return WDB_OK;
+        }
+        if (item.terms.size() == 1) return bindTerm(item.terms.front(), column);
+        auto arithmetic = std::make_shared<ArithmeticColumn>();
+        for (const ccl::ArithmeticTerm& term : item.terms) {
+            ArithmeticStep& step = arithmetic->steps.emplace_back();
+            step.kind = term.kind;
+            step.number = term.number;
+            if (term.kind != TermKind::Column && term.kind != TermKind::Aggregate) continue;
+            step.operand = static_cast<uint32_t>(arithmetic->operands.size());
+            WDB_TRY(bindTerm(term, arithmetic->operands.emplace_back()));
+        }
+        column.kind = ColumnKind::Arithmetic;
+        column.type = FieldType::Number;
+        column.arithmetic = std::move(arithmetic);
         return WDB_OK;
     }
-    const FieldDefinition* field = state->readable(source.field);
-    if (field == nullptr) return fault(error, WDB_E_CCL_FIELD, source.position, source.field);
-    column = fieldColumn(*field);
-    column.first = static_cast<uint32_t>(source.first);
-    column.last = static_cast<uint32_t>(source.last);
-    return WDB_OK;
-}
+
+private:
+    Status bindTerm(const ccl::ArithmeticTerm& term, OutputColumn& column) {
+        if (term.kind == TermKind::Number) {
+            column.kind = ColumnKind::Constant;
+            column.text = term.number;
+            return WDB_OK;
+        }
+        if (term.kind == TermKind::Aggregate) return bindAggregate(term.aggregate, column);
+        const Result<BoundColumn> bound = tables_.bind(term.column);
+        if (!bound) return bound.status();
+        if (bound->field != nullptr) column = fieldColumn(*bound->field, bound->table);
+        else column.kind = ColumnKind::Record;
+        column.table = bound->table;
+        column.type = bound->type();
+        column.first = bound->first;
+        column.last = bound->last;
+        return WDB_OK;
+    }
+
+    Status bindAggregate(const ccl::Aggregate& aggregate, OutputColumn& column) {
+        BoundAggregate bound;
+        bound.function = aggregate.function;
+        bound.distinct = aggregate.distinct;
+        column.kind = ColumnKind::Computed;
+        column.type = FieldType::Integer;
+        column.computed = static_cast<uint32_t>(aggregates_.size());
+        if (aggregate.column) {
+            const Result<BoundColumn> source = tables_.bind(*aggregate.column);
+            if (!source) return source.status();
+            bound.column = *source;
+            if (!fits(aggregate.function, source->type())) {
+                return fault(error_, WDB_E_TYPE, aggregate.column->position, aggregate.column->field);
+            }
+            if (aggregate.function != ccl::Function::Count) column.type = source->type();
+            if (aggregate.function == ccl::Function::Avg) column.type = FieldType::Number;
+        }
+        aggregates_.push_back(bound);
+        return WDB_OK;
+    }
+
+    static bool fits(ccl::Function function, FieldType type) {
+        if (function == ccl::Function::Count) return true;
+        if (function == ccl::Function::Sum || function == ccl::Function::Avg) {
+            return type == FieldType::Integer || type == FieldType::Number;
+        }
+        return holdsItems(type);
+    }
+
+    SourceTables& tables_;
+    std::vector<BoundAggregate>& aggregates_;
+    CommandError& error_;
+};
 
 }  // namespace
 
-bool meansTable(const ccl::Column& column, const ccl::TableRef& table) {
-    return column.qualifier.empty() || equalsIgnoreCase(column.qualifier, table.alias) ||
-           equalsIgnoreCase(column.qualifier, table.base);
-}
-
-std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition) {
+std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition, uint32_t table) {
     std::vector<OutputColumn> columns;
     for (const FieldDefinition& field : definition.schema->fields()) {
-        if (context.mayRead(definition, field.number)) columns.push_back(fieldColumn(field));
+        if (context.mayRead(definition, field.number)) columns.push_back(fieldColumn(field, table));
     }
     return columns;
 }
 
-Status bindColumns(const BaseState* state, const ccl::TableRef* table, const std::vector<ccl::FieldItem>& items,
-                   std::vector<OutputColumn>& columns, CommandError& error) {
-    if (items.empty() && state != nullptr) {
-        columns = allColumns(state->context, state->snapshot.definition());
-        return WDB_OK;
-    }
-    for (const ccl::FieldItem& item : items) {
-        OutputColumn& column = columns.emplace_back();
-        if (item.kind == ccl::FieldItem::Kind::Null) continue;
-        if (item.kind == ccl::FieldItem::Kind::Text) {
-            column.kind = item.text.empty() ? OutputColumn::Kind::Null : OutputColumn::Kind::Constant;
-            column.text = item.text;
-            continue;
-        }
-        const ccl::ArithmeticTerm& term = item.terms.front();
-        const bool simple = item.terms.size() == 1 && term.kind != ccl::ArithmeticTerm::Kind::Aggregate;
-        if (!simple) return fault(error, WDB_E_CCL_UNSUPPORTED, item.position);
-        if (term.kind == ccl::ArithmeticTerm::Kind::Number) {
-            column.kind = OutputColumn::Kind::Constant;
-            column.text = term.number;
-        } else {
-            WDB_TRY(bindColumn(state, table, term.column, column, error));
+Status bindColumns(SourceTables& tables, const std::vector<ccl::FieldItem>& items, std::vector<OutputColumn>& columns,
+                   std::vector<BoundAggregate>& aggregates, CommandError& error) {
+    if (items.empty()) {
+        for (uint32_t table = 0; table < tables.size(); ++table) {
+            const BaseDefinition& definition = tables[table].state->snapshot.definition();
+            for (OutputColumn& column : allColumns(tables.context(), definition, table)) columns.push_back(std::move(column));
         }
     }
+    ColumnBinder binder(tables, aggregates, error);
+    columns.reserve(items.size());
+    for (const ccl::FieldItem& item : items) WDB_TRY(binder.bind(item, columns.emplace_back()));
     return WDB_OK;
 }
 

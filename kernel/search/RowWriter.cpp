@@ -12,6 +12,7 @@ constexpr uint32_t kText = 1;
 constexpr uint32_t kNull = 2;
 constexpr uint32_t kReference = 4;
 constexpr uint32_t kFirst = 8;
+constexpr uint32_t kDeleted = 32;
 constexpr uint32_t kZeroFollows = 128;
 
 void appendNumber(std::string& out, uint64_t number) {
@@ -27,55 +28,75 @@ RowWriter::RowWriter(RowItems& row, const DateForm& form) : row_(row), form_(for
     row_.data.clear();
 }
 
-void RowWriter::write(std::span<const OutputColumn> columns, const RecordView& record, RecordNumber number) {
-    for (const OutputColumn& one : columns) column(one, &record, number);
-    finish(number, 0);
-}
-
-void RowWriter::writeConstants(std::span<const OutputColumn> columns) {
-    for (const OutputColumn& one : columns) column(one, nullptr, 0);
-    finish(0, 0);
-}
-
-void RowWriter::column(const OutputColumn& column, const RecordView* record, RecordNumber number) {
-    using Kind = OutputColumn::Kind;
-    const size_t start = row_.data.size();
-    if (column.kind == Kind::Constant) return text(column.text);
-    if (column.kind == Kind::Null || record == nullptr) return null(true);
-    if (column.kind == Kind::Record) {
-        appendNumber(row_.data, number);
-        return item(start, kText | kFirst);
+void RowWriter::write(std::span<const OutputColumn> columns, const RowView& row, bool trailer) {
+    for (const OutputColumn& one : columns) column(one, row);
+    PartRow record;
+    for (const RowRecord& table : row.tables) {
+        if (!trailer || record.record != 0) break;
+        record = {table.number, table.part};
     }
-    const ItemList list = record->items(column.field);
+    finish(record);
+}
+
+void RowWriter::column(const OutputColumn& column, const RowView& row) {
+    using Kind = OutputColumn::Kind;
+    switch (column.kind) {
+    case Kind::Field: return field(column, row.tables[column.table]);
+    case Kind::Record: {
+        const RowRecord& record = row.tables[column.table];
+        if (record.number == 0) return null(kFirst);
+        const size_t start = row_.data.size();
+        appendNumber(row_.data, record.number);
+        return item(start, kText | kFirst | (record.deleted ? kDeleted : 0));
+    }
+    case Kind::Computed: {
+        const ComputedColumn& computed = row.computed[column.computed];
+        return value(computed.type, computed.values[row.row], true);
+    }
+    case Kind::Arithmetic: {
+        const std::optional<std::string> number = arithmeticValue(*column.arithmetic, row, form_);
+        return number ? text(*number) : null(kFirst);
+    }
+    case Kind::Constant: return text(column.text);
+    case Kind::Null: return null(kFirst);
+    }
+}
+
+void RowWriter::field(const OutputColumn& column, const RowRecord& record) {
+    if (record.view == nullptr) return null(kFirst | (record.deleted ? kDeleted : 0));
+    const PartNumber part = column.ofParts ? record.part : 0;
+    const ItemList list = record.view->items(part, column.field);
     if (holdsItems(column.type)) return items(column, list);
-    if (list.empty()) return null(true);
+    if (list.empty()) return null(kFirst);
+    const size_t start = row_.data.size();
     row_.data += column.name;
     row_.data += ',';
-    appendNumber(row_.data, number);
-    row_.data += ",0";
+    appendNumber(row_.data, record.number);
+    row_.data += ',';
+    appendNumber(row_.data, part);
     item(start, kText | kReference | kFirst);
 }
 
 void RowWriter::items(const OutputColumn& column, const ItemList& items) {
-    if (column.first > 0 && column.first == column.last) return value(column, items.at(column.first), true);
+    if (column.first > 0 && column.first == column.last) return value(column.type, items.at(column.first), true);
     uint32_t position = 0;
     for (const Slice one : items) {
         if (column.last > 0 && position == column.last) break;
-        value(column, one, ++position == 1);
+        value(column.type, one, ++position == 1);
     }
-    if (position == 0) null(true);
+    if (position == 0) null(kFirst);
 }
 
-void RowWriter::value(const OutputColumn& column, Slice canonical, bool first) {
-    if (canonical.empty()) return null(first);
+void RowWriter::value(FieldType type, Slice canonical, bool first) {
+    if (canonical.empty()) return null(first ? kFirst : 0);
     const size_t start = row_.data.size();
-    renderValue(column.type, canonical, form_, row_.data);
+    renderValue(type, canonical, form_, row_.data);
     item(start, kText | (first ? kFirst : 0));
 }
 
-void RowWriter::null(bool first) {
+void RowWriter::null(uint32_t flags) {
     row_.words.push_back(0);
-    row_.words.push_back(kNull | (first ? kFirst : 0));
+    row_.words.push_back(kNull | flags);
 }
 
 void RowWriter::text(std::string_view text) {
@@ -90,10 +111,10 @@ void RowWriter::item(size_t start, uint32_t flags) {
     row_.data += '\0';
 }
 
-void RowWriter::finish(RecordNumber number, PartNumber part) {
+void RowWriter::finish(PartRow record) {
     row_.words[0] = static_cast<uint32_t>((row_.words.size() - 2) / 2);
-    row_.words.push_back(number);
-    row_.words.push_back(part);
+    row_.words.push_back(record.record);
+    row_.words.push_back(record.part);
     row_.words[1] = static_cast<uint32_t>(row_.words.size());
     row_.data += '\0';
 }

@@ -151,7 +151,7 @@ Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
     if (index < 0 || static_cast<uint64_t>(index) >= set->rows()) return WDB_FAIL;
     const DateForm form = context_.dateForm();
     if (set->bases.empty()) {
-        RowWriter(row, form).writeConstants(set->columns);
+        RowWriter(row, form).write(set->columns, {}, false);
         return WDB_OK;
     }
     uint64_t place = static_cast<uint64_t>(index);
@@ -167,7 +167,8 @@ Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
     if (!view) return view.status() == WDB_FAIL ? Status{WDB_E_DELETED} : view.status();
     const bool perBase = set->kind == SetKind::Records && (set->columns.empty() || set->bases.size() > 1);
     if (perBase) set->columns = allColumns(context_, *base.definition);
-    RowWriter(row, form).write(set->columns, *view, record);
+    const RowRecord only{&*view, record, 0, false};
+    RowWriter(row, form).write(set->columns, {{&only, 1}, {}, 0}, true);
     return WDB_OK;
 }
 

@@ -1,5 +1,7 @@
 #include "kernel/search/SearchSet.h"
 
+#include <algorithm>
+
 namespace wdb {
 
 namespace {
@@ -13,6 +15,10 @@ uint64_t SearchSet::rows() const {
     uint64_t sum = 0;
     for (const SetBase& base : bases) sum += base.count;
     return sum;
+}
+
+bool SearchSet::has(const OpenBase& base) const {
+    return std::any_of(bases.begin(), bases.end(), [&](const SetBase& one) { return one.base->id() == base.id(); });
 }
 
 RecordSet SearchSet::recordsOf(const OpenBase& base) const {

@@ -34,6 +34,7 @@ struct SearchSet {
     uint64_t windowStart = 0;
 
     uint64_t rows() const;
+    bool has(const OpenBase& base) const;
     // The hits in a base, borrowed from this set; empty when it is none of the set's.
     RecordSet recordsOf(const OpenBase& base) const;
     // Record at a place from 0 by number, 0 behind the end.

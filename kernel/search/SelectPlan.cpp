@@ -26,11 +26,17 @@ Status searchBase(const ccl::Expression* expression, BaseState& state, Search& s
 
 Result<std::unique_ptr<SearchSet>> SelectPlan::makeSet() {
     if (const Status status = checkSupported(); status != WDB_OK) return status;
+    for (const ccl::TableRef& table : command_.tables) {
+        if (const Status status = tables_.add(table); status != WDB_OK) return status;
+    }
     auto set = std::make_unique<SearchSet>();
     set->kind = command_.values ? SetKind::Values : SetKind::Rows;
-    const Status status = command_.tables.empty() ? bindColumns(nullptr, nullptr, command_.fields, set->columns, error_)
-                                                  : selectFrom(command_.tables.front(), *set);
-    if (status != WDB_OK) return status;
+    if (const Status status = bindColumns(tables_, command_.fields, set->columns, aggregates_, error_); status != WDB_OK) {
+        return status;
+    }
+    if (!aggregates_.empty()) return fault(error_, WDB_E_CCL_UNSUPPORTED, 0);
+    if (command_.tables.empty()) return set;
+    if (const Status status = selectFrom(*set); status != WDB_OK) return status;
     return set;
 }
 
@@ -44,34 +50,29 @@ Status SelectPlan::checkSupported() {
 }
 
 // Every qualifier of the condition must mean the table.
-Status SelectPlan::checkQualifiers(const ccl::TableRef& table) {
+Status SelectPlan::checkQualifiers() {
     if (!command_.where) return WDB_OK;
     for (const ccl::Criterion& criterion : command_.where->criteria) {
-        if (!meansTable(criterion.column, table)) {
+        if (!criterion.column.qualifier.empty() && !tables_.find(criterion.column.qualifier)) {
             return fault(error_, WDB_E_CCL_FIELD, criterion.column.position, criterion.column.qualifier);
         }
     }
     return WDB_OK;
 }
 
-Status SelectPlan::selectFrom(const ccl::TableRef& table, SearchSet& set) {
-    Result<std::shared_ptr<OpenBase>> base = context_.findBase(table.base);
-    if (!base) return fault(error_, base.status(), table.position, table.base);
-    const Result<const BaseSnapshot*> snapshot = context_.snapshot(*base);
-    if (!snapshot) return snapshot.status();
-    BaseState state(context_, **snapshot);
-    WDB_TRY(bindColumns(&state, &table, command_.fields, set.columns, error_));
-    WDB_TRY(bindSort(state, table, set));
-    WDB_TRY(checkQualifiers(table));
+Status SelectPlan::selectFrom(SearchSet& set) {
+    BaseState& state = *tables_[0].state;
+    WDB_TRY(bindSort(set));
+    WDB_TRY(checkQualifiers());
     WDB_TRY(searchBase(command_.where ? &*command_.where : nullptr, state, search_, set.bases.emplace_back(), error_));
     if (set.order == nullptr || context_.snapshotsStay()) return WDB_OK;
     return set.order->fix(set.bases.front().records, state);
 }
 
-Status SelectPlan::bindSort(const BaseState& state, const ccl::TableRef& table, SearchSet& set) {
+Status SelectPlan::bindSort(SearchSet& set) {
     std::vector<SortKey> keys;
     for (const ccl::SortItem& item : command_.sort) {
-        WDB_TRY(sortColumn(state, table, item, set, keys));
+        WDB_TRY(sortColumn(item, set, keys));
         if (!keys.empty() && keys.back().field == 0) break;  // no two rows are equal in it
     }
     const bool natural = keys.empty() || (keys.front().field == 0 && !keys.front().descending);
@@ -79,8 +80,7 @@ Status SelectPlan::bindSort(const BaseState& state, const ccl::TableRef& table, 
     return WDB_OK;
 }
 
-Status SelectPlan::sortColumn(const BaseState& state, const ccl::TableRef& table, const ccl::SortItem& item,
-                              const SearchSet& set, std::vector<SortKey>& keys) {
+Status SelectPlan::sortColumn(const ccl::SortItem& item, const SearchSet& set, std::vector<SortKey>& keys) {
     SortKey key;
     key.descending = item.descending;
     if (item.item > 0) {
@@ -89,17 +89,16 @@ Status SelectPlan::sortColumn(const BaseState& state, const ccl::TableRef& table
         }
         const OutputColumn& column = set.columns[static_cast<size_t>(item.item) - 1];
         if (column.kind == OutputColumn::Kind::Constant || column.kind == OutputColumn::Kind::Null) return WDB_OK;
+        if (column.kind == OutputColumn::Kind::Arithmetic) return fault(error_, WDB_E_CCL_UNSUPPORTED, item.position);
         key.field = column.field;
         key.type = column.type;
-        key.item = column.first > 0 ? column.first : 1;
-    } else if (!meansTable(item.column, table)) {
-        return fault(error_, WDB_E_CCL_FIELD, item.position, item.column.qualifier);
-    } else if (!item.column.record) {
-        const FieldDefinition* field = state.readable(item.column.field);
-        if (field == nullptr) return fault(error_, WDB_E_CCL_FIELD, item.position, item.column.field);
-        key.field = field->number;
-        key.type = field->type;
-        key.item = item.column.first > 0 ? static_cast<uint32_t>(item.column.first) : 1;
+        key.item = column.first > 0 && column.first == column.last ? column.first : 1;
+    } else {
+        const Result<BoundColumn> column = tables_.bind(item.column);
+        if (!column) return column.status();
+        key.field = column->field == nullptr ? FieldNumber{0} : column->field->number;
+        key.type = column->type();
+        key.item = column->first > 0 && column->first == column->last ? column->first : 1;
     }
     if (key.field != 0 && key.type == FieldType::String) return fault(error_, WDB_E_TYPE, item.position);
     keys.push_back(key);

@@ -15,22 +15,23 @@ namespace wdb {
 class SelectPlan {
 public:
     SelectPlan(const ccl::SelectCommand& command, SearchContext& context, Search& search, CommandError& error)
-        : command_(command), context_(context), search_(search), error_(error) {}
+        : command_(command), context_(context), search_(search), error_(error), tables_(context, error) {}
 
     Result<std::unique_ptr<SearchSet>> makeSet();
 
 private:
     Status checkSupported();
-    Status selectFrom(const ccl::TableRef& table, SearchSet& set);
-    Status bindSort(const BaseState& state, const ccl::TableRef& table, SearchSet& set);
-    Status sortColumn(const BaseState& state, const ccl::TableRef& table, const ccl::SortItem& item,
-                      const SearchSet& set, std::vector<SortKey>& keys);
-    Status checkQualifiers(const ccl::TableRef& table);
+    Status selectFrom(SearchSet& set);
+    Status bindSort(SearchSet& set);
+    Status sortColumn(const ccl::SortItem& item, const SearchSet& set, std::vector<SortKey>& keys);
+    Status checkQualifiers();
 
     const ccl::SelectCommand& command_;
     SearchContext& context_;
     Search& search_;
     CommandError& error_;
+    SourceTables tables_;
+    std::vector<BoundAggregate> aggregates_;
 };
 
 // Evaluates a condition over one base into a set's part of it; no expression: all records.

@@ -31,13 +31,19 @@ struct Fixture {
     std::string image;
     RecordView view;
     RowItems row;
+    RowRecord record;
 };
+
+RowView rowOf(Fixture& fixture, RecordNumber number) {
+    fixture.record = {&fixture.view, number, 0, false};
+    return {{&fixture.record, 1}, {}, 0};
+}
 
 TEST(RowWriterTest, ItemsFlagsLengthsAndTrailer) {
     Fixture f;
     const std::vector<OutputColumn> columns = {column(1, FieldType::Phrase, "NAME"), column(2, FieldType::Integer, "QTY"),
                                                column(3, FieldType::Text, "NOTE")};
-    RowWriter(f.row, {}).write(columns, f.view, 12);
+    RowWriter(f.row, {}).write(columns, rowOf(f, 12), true);
     const std::vector<uint32_t> words = {4, 12, 1, 137, 1, 129, 0, 10, 9, 141, 12, 0};
     EXPECT_EQ(f.row.words, words);
     EXPECT_EQ(f.row.data, std::string("x\0y\0NOTE,12,0\0\0", 15));
@@ -53,7 +59,7 @@ TEST(RowWriterTest, SubfieldsGapsAndConstants) {
                                                column(4, FieldType::Integer, "N", 2, 2), column(4, FieldType::Integer, "N", 2, 3),
                                                column(1, FieldType::Phrase, "P", 1, 1),  column(1, FieldType::Phrase, "P", 9, 9),
                                                record, constant, none};
-    RowWriter(f.row, {}).write(columns, f.view, 3);
+    RowWriter(f.row, {}).write(columns, rowOf(f, 3), true);
     std::string printed;
     size_t start = 0;
     for (uint32_t i = 0; i < f.row.words[0]; ++i) {
@@ -70,7 +76,7 @@ TEST(RowWriterTest, ARowWithoutARecord) {
     OutputColumn constant;
     constant.kind = OutputColumn::Kind::Constant;
     constant.text = "1";
-    RowWriter(f.row, {}).writeConstants(std::vector<OutputColumn>{constant});
+    RowWriter(f.row, {}).write(std::vector<OutputColumn>{constant}, {}, false);
     EXPECT_EQ(f.row.words, (std::vector<uint32_t>{1, 6, 1, 137, 0, 0}));
 }
 
