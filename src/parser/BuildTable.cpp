@@ -4,7 +4,8 @@
 namespace wsql {
 namespace {
 
-/// Why the columns break a rule that every table keeps, judged column by column; empty when they keep them all.
+/// Why the columns break a rule that every table keeps, judged column by column; empty when they keep them
+/// all.
 std::string_view brokenKeyRule(const WSQLStmtCreateTable& create) {
     int32_t keys = 0;
     for (const WSQLColumnElement& column : *create.columns) {

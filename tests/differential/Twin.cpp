@@ -1,0 +1,155 @@
+#include "tests/differential/Twin.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <functional>
+#include <string_view>
+
+#include "tests/differential/Schema.h"
+#include "tests/differential/Text.h"
+
+namespace differential {
+namespace {
+
+std::string_view text(sqlite3_value* value) {
+    const void* bytes = sqlite3_value_text(value);
+    return {static_cast<const char*>(bytes), static_cast<std::size_t>(sqlite3_value_bytes(value))};
+}
+
+void answer(sqlite3_context* context, std::string_view value) {
+    sqlite3_result_text(context, value.data(), static_cast<int>(value.size()), SQLITE_TRANSIENT);
+}
+
+bool stands(const std::string& value, std::string_view op, const std::string& constant) {
+    if (op == "<") return value < constant;
+    if (op == ">") return value > constant;
+    return op == "<=" ? value <= constant : value >= constant;
+}
+
+bool itemsStand(std::string_view cell, std::string_view op, std::string_view constant) {
+    const std::string wanted = normalized(constant.substr(0, constant.find_first_of("\x01\x02")));
+    bool matched = false;
+    for (const std::string& item : itemsOf(cell)) {
+        if (item.empty()) continue;
+        const bool equality = op == "=" || op == "<>";
+        matched = matched || (equality ? matches(item, constant) : stands(normalized(item), op, wanted));
+    }
+    return op == "<>" ? !matched : matched;
+}
+
+template <class Values>
+bool anyBetween(const Values& values, std::string_view low, std::string_view high) {
+    const std::string from = normalized(low), to = normalized(high);
+    return std::any_of(values.begin(), values.end(), [&](const std::string& value) {
+        const std::string own = normalized(value);
+        return !own.empty() && own >= from && own <= to;
+    });
+}
+
+std::string shownItems(std::string_view cell) {
+    std::string shown;
+    for (const std::string& item : itemsOf(cell)) {
+        if (!item.empty()) shown += (shown.empty() ? "" : "; ") + item;
+    }
+    return shown;
+}
+
+void itemAt(sqlite3_context* context, sqlite3_value** arguments) {
+    const std::vector<std::string> items = itemsOf(text(arguments[0]));
+    const auto position = static_cast<std::size_t>(sqlite3_value_int(arguments[1]));
+    if (position <= items.size() && !items[position - 1].empty()) answer(context, items[position - 1]);
+}
+
+/// Mean with six decimals, half away from zero, of a sum in hundredths; of the decimals two stay at least.
+std::string mean(std::int64_t hundredths, std::int64_t count) {
+    const bool negative = hundredths < 0;
+    const std::int64_t magnitude = negative ? -hundredths : hundredths;
+    const std::int64_t millionths = (magnitude * 10000 * 2 + count) / (2 * count);
+    std::string digits = std::to_string(millionths % 1000000);
+    digits.insert(0, 6 - digits.size(), '0');
+    while (digits.size() > 2 && digits.back() == '0') digits.pop_back();
+    return (negative && millionths > 0 ? "-" : "") + std::to_string(millionths / 1000000) + "." + digits;
+}
+
+/// NULL in front answers NULL, as of SQLite's own functions.
+template <auto body>
+void function(sqlite3_context* context, int /*count*/, sqlite3_value** arguments) {
+    if (sqlite3_value_type(arguments[0]) != SQLITE_NULL) body(context, arguments);
+}
+
+using C = sqlite3_context;
+using V = sqlite3_value;
+
+void registerFunctions(sqlite3* database) {
+    const auto add = [database](const char* name, int count, void (*call)(C*, int, V**)) {
+        sqlite3_create_function(database, name, count, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, call,
+                                nullptr, nullptr);
+    };
+    add("norm", 1, function<[](C* c, V** v) { answer(c, normalized(text(v[0]))); }>);
+    add("matches", 2, function<[](C* c, V** v) { sqlite3_result_int(c, matches(text(v[0]), text(v[1]))); }>);
+    add("holds_phrase", 2,
+        function<[](C* c, V** v) { sqlite3_result_int(c, holdsPhrase(text(v[0]), text(v[1]))); }>);
+    add("items_stand", 3,
+        function<[](C* c, V** v) { sqlite3_result_int(c, itemsStand(text(v[0]), text(v[1]), text(v[2]))); }>);
+    add("items_between", 3, function<[](C* c, V** v) {
+            sqlite3_result_int(c, anyBetween(itemsOf(text(v[0])), text(v[1]), text(v[2])));
+        }>);
+    add("words_stand", 3, function<[](C* c, V** v) {
+            const std::string wanted = normalized(text(v[2]));
+            const std::vector<std::string> words = wordsOf(text(v[0]));
+            sqlite3_result_int(c, std::any_of(words.begin(), words.end(), [&](const std::string& word) {
+                                   return stands(word, text(v[1]), wanted);
+                               }));
+        }>);
+    add("words_between", 3, function<[](C* c, V** v) {
+            sqlite3_result_int(c, anyBetween(wordsOf(text(v[0])), text(v[1]), text(v[2])));
+        }>);
+    add("item", 2, function<itemAt>);
+    add("shown_items", 1, function<[](C* c, V** v) { answer(c, shownItems(text(v[0]))); }>);
+    add("paragraphs", 1, function<[](C* c, V** v) { answer(c, paragraphs(text(v[0]))); }>);
+    add("decimals", 1, function<[](C* c, V** v) { answer(c, decimals(sqlite3_value_int64(v[0]))); }>);
+    add("mean", 2,
+        function<[](C* c, V** v) { answer(c, mean(sqlite3_value_int64(v[0]), sqlite3_value_int64(v[1]))); }>);
+}
+
+}  // namespace
+
+Twin::Twin() {
+    if (sqlite3_open(":memory:", &database_) == SQLITE_OK) registerFunctions(database_);
+}
+
+Twin::~Twin() {
+    sqlite3_close(database_);
+}
+
+bool Twin::change(const std::string& sql, std::string& message) {
+    char* error = nullptr;
+    const int status = sqlite3_exec(database_, sql.c_str(), nullptr, nullptr, &error);
+    if (error != nullptr) message = error;
+    sqlite3_free(error);
+    return status == SQLITE_OK;
+}
+
+Rows Twin::select(const std::string& sql) {
+    Rows rows;
+    sqlite3_stmt* statement = nullptr;
+    int status = sqlite3_prepare_v2(database_, sql.c_str(), -1, &statement, nullptr);
+    while (status == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW) {
+        std::vector<Value> row;
+        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+            if (sqlite3_column_type(statement, i) == SQLITE_NULL) {
+                row.emplace_back();
+            } else {
+                row.emplace_back(std::string(text(sqlite3_column_value(statement, i))));
+            }
+        }
+        rows.rows.push_back(std::move(row));
+    }
+    if (sqlite3_finalize(statement) != SQLITE_OK || status != SQLITE_OK)
+        rows.fault = sqlite3_errmsg(database_);
+    rows.total = static_cast<std::int64_t>(rows.rows.size());
+    return rows;
+}
+
+}  // namespace differential
