@@ -13,6 +13,26 @@ namespace {
 // Members kept as a list before a slot takes a bitmap.
 constexpr size_t kMaxList = 256;
 
+// Sets the bits of an array. Eight members to a step, their places known before the first byte is written: a
+// write could be to anywhere as far as the compiler knows.
+void setBits(char* bits, const char* members, uint32_t count) {
+    for (; count >= 8; count -= 8, members += 16) {
+        uint64_t four[2];
+        std::memcpy(four, members, 16);
+        for (const uint64_t places : four) {
+            setBit(bits, static_cast<uint16_t>(places));
+            setBit(bits, static_cast<uint16_t>(places >> 16));
+            setBit(bits, static_cast<uint16_t>(places >> 32));
+            setBit(bits, static_cast<uint16_t>(places >> 48));
+        }
+    }
+    for (; count > 0; --count, members += 2) {
+        uint16_t member;
+        std::memcpy(&member, members, 2);
+        setBit(bits, member);
+    }
+}
+
 }  // namespace
 
 RecordSetBuilder::Slot& RecordSetBuilder::slot(uint16_t number) {
@@ -55,7 +75,7 @@ void RecordSetBuilder::add(uint16_t chunk, const ContainerView& container) {
         containerKernels().orBitmaps(target.bits.get(), container.data, target.bits.get());
         return;
     }
-    for (uint32_t i = 0; i < container.cardinality; ++i) setBit(target.bits.get(), container.at(i));
+    setBits(target.bits.get(), container.data, container.cardinality);
 }
 
 Status RecordSetBuilder::add(uint16_t chunk, Slice stored) {
