@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "src/tree/ComparisonOps.h"
 #include "src/tree/Tree.h"
 #include "src/welkhelp/CclText.h"
 
@@ -10,40 +11,6 @@ namespace {
 
 constexpr std::string_view kEveryRecord = "R=FROM 1";
 constexpr std::string_view kNoRecord = "(R=TO 1) NOT (R=TO 1)";
-
-std::int32_t opposite(std::int32_t op) {
-    switch (op) {
-        case ComparisonOp::kNotEqual:
-            return ComparisonOp::kEqual;
-        case ComparisonOp::kLess:
-            return ComparisonOp::kGreaterEqual;
-        case ComparisonOp::kGreater:
-            return ComparisonOp::kLessEqual;
-        case ComparisonOp::kLessEqual:
-            return ComparisonOp::kGreater;
-        case ComparisonOp::kGreaterEqual:
-            return ComparisonOp::kLess;
-        default:
-            return ComparisonOp::kNotEqual;
-    }
-}
-
-std::string_view operatorText(std::int32_t op) {
-    switch (op) {
-        case ComparisonOp::kNotEqual:
-            return "<>";
-        case ComparisonOp::kLess:
-            return "<";
-        case ComparisonOp::kGreater:
-            return ">";
-        case ComparisonOp::kLessEqual:
-            return "<=";
-        case ComparisonOp::kGreaterEqual:
-            return ">=";
-        default:
-            return "=";
-    }
-}
 
 /// Whether an order of left to right (below 0, 0, above 0) satisfies the operator.
 bool satisfies(std::int32_t op, int order) {
@@ -168,10 +135,8 @@ bool ConditionTranslator::node(const WSQLCondition& condition, bool negated, CSt
         out.append(')');
         return true;
     }
-    if (dynamic_cast<const WSQLSubselect*>(&condition) != nullptr) {
-        problem_ = Problem::kUnsupported;
-        return false;
-    }
+    if (const auto* query = dynamic_cast<const WSQLSubselect*>(&condition))
+        return subselect(*query, negated, out);
     return fault(645, "Condition type not yet supported");
 }
 
@@ -243,7 +208,7 @@ bool ConditionTranslator::comparison(const WSQLComparison& comparison, bool nega
         return fault(268, "A comparison must include an expression that evaulates to a constant value.");
     }
     appendColumn(*column, out);
-    out.append(operatorText(negated ? opposite(comparison.op) : comparison.op));
+    out.append(ComparisonOp::sign(negated ? ComparisonOp::opposite(comparison.op) : comparison.op));
     appendConstant(*value, out);
     return true;
 }
@@ -272,6 +237,34 @@ bool ConditionTranslator::between(const WSQLBetweenTest& between, bool negated, 
     out.append(word(to_, "FTL"));
     out.append(' ');
     appendConstant(*between.high, out);
+    return true;
+}
+
+/// The values of the sub-query's set; "<=" reads as "<" here.
+bool ConditionTranslator::subselect(const WSQLSubselect& subselect, bool negated, CStringBuffer& out) {
+    std::int32_t set = 0;
+    if (!subselects_ || !subselects_(subselect, set)) {
+        problem_ = Problem::kAnswered;
+        return false;
+    }
+    if (const WSQLColumnRef* column = asColumn(subselect.scalar.get())) {
+        appendColumn(*column, out);
+    } else if (subselect.scalar) {
+        subselect.scalar->toText(out);
+    }
+    const std::int32_t op = negated ? ComparisonOp::opposite(subselect.op) : subselect.op;
+    out.append(op == ComparisonOp::kLessEqual ? "<" : ComparisonOp::sign(op));
+    appendNumber(out, set);
+    out.append('.');
+    CStringBuffer item(64);
+    if (subselect.select->item(0) != nullptr) subselect.select->item(0)->toText(item);
+    const WSQLColumnRef* inner = asColumn(subselect.select->item(0));
+    // In quotes the row identifier would be a field that happens to have this name.
+    if (inner != nullptr && inner->fieldNumber == WSQLColumnRef::kRowIdentifier) {
+        out.append(item);
+    } else {
+        appendCclName(out, item.view());
+    }
     return true;
 }
 

@@ -17,6 +17,7 @@ class WSQLCondition;
 class WSQLLikePredicate;
 class WSQLNullTest;
 class WSQLScalar;
+class WSQLSubselect;
 
 /// Whether two constants stand to each other as the comparison says: integers as integers, real numbers as
 /// real numbers, truth values with false first, any other pair by the bytes of their texts. Both sides are
@@ -30,9 +31,17 @@ public:
     /// What stands before a column: the name that the statement uses (alias before table), or always the
     /// table's.
     enum class Prefix { kQualifier, kTable };
-    enum class Problem { kNone, kFault, kUnsupported };
+    /// Runs the sub-query of a predicate and gives the number of its set; false after it has answered a
+    /// fault.
+    using SubselectSource = std::function<bool(const WSQLSubselect& subselect, std::int32_t& set)>;
+    enum class Problem {
+        kNone,
+        kFault,    ///< faultText and faultLine say what
+        kAnswered  ///< a fault has been answered already
+    };
 
-    ConditionTranslator(WordSource words, Prefix prefix) : words_(std::move(words)), prefix_(prefix) {}
+    ConditionTranslator(WordSource words, SubselectSource subselects, Prefix prefix)
+        : words_(std::move(words)), subselects_(std::move(subselects)), prefix_(prefix) {}
 
     /// Appends the expression of an active condition. False: problem() tells why.
     bool translate(const WSQLCondition& root, CStringBuffer& out) { return node(root, false, out); }
@@ -47,6 +56,7 @@ private:
     bool like(const WSQLLikePredicate& like, bool negated, CStringBuffer& out);
     bool comparison(const WSQLComparison& comparison, bool negated, CStringBuffer& out);
     bool between(const WSQLBetweenTest& between, bool negated, CStringBuffer& out);
+    bool subselect(const WSQLSubselect& subselect, bool negated, CStringBuffer& out);
     bool nullTest(const WSQLNullTest& test, bool negated, CStringBuffer& out);
 
     const std::string& prefixOf(const WSQLColumnRef& column) const;
@@ -56,6 +66,7 @@ private:
     bool fault(std::int32_t line, const char* text);
 
     WordSource words_;
+    SubselectSource subselects_;
     Prefix prefix_;
     std::string and_, or_, not_, record_, from_, to_;
     Problem problem_ = Problem::kNone;

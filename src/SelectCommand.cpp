@@ -1,8 +1,10 @@
 #include "src/SelectCommand.h"
 
+#include "include/wdb.h"
 #include "src/ConditionTranslator.h"
 #include "src/ElementAt.h"
 #include "src/support/text.h"
+#include "src/tree/ComparisonOps.h"
 #include "src/tree/Tree.h"
 #include "src/welkhelp/CclText.h"
 
@@ -73,6 +75,18 @@ void appendFunction(CStringBuffer& out, const WSQLFunctionRef& function) {
     out.append(')');
 }
 
+/// The value of a sub-query, once it has been evaluated. Binary values have no place in a command.
+void appendSubselect(CStringBuffer& out, const WSQLLiteralSelect& query) {
+    const WSQLScalar* item = query.select->item(0);
+    const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
+    const std::int32_t type = column != nullptr ? column->fieldType : 0;
+    if (!query.result || query.result->constantValue().null || type == WDB_T_STRING) {
+        out.append("NULL");
+    } else {
+        appendScalarText(out, *query.result, type != WDB_T_INTEGER && type != WDB_T_NUMBER);
+    }
+}
+
 void appendEntry(CStringBuffer& out, const WSQLScalar& item) {
     if (const WSQLColumnRef* column = item.asColumnRef()) {
         appendColumnText(out, column->qualifier(), *column);
@@ -80,6 +94,8 @@ void appendEntry(CStringBuffer& out, const WSQLScalar& item) {
         appendFunction(out, *function);
     } else if (item.isConstant()) {
         appendConstant(out, item);
+    } else if (const auto* query = dynamic_cast<const WSQLLiteralSelect*>(&item)) {
+        appendSubselect(out, *query);
     } else if (const auto* operation = dynamic_cast<const WSQLOperation*>(&item)) {
         if (isAlwaysNull(*operation)) {
             out.append("NULL");
@@ -102,23 +118,6 @@ void appendTables(CStringBuffer& out, const WSQLStmtSelect& select) {
     }
 }
 
-std::string_view joinOperator(std::int32_t op) {
-    switch (op) {
-        case ComparisonOp::kNotEqual:
-            return "<>";
-        case ComparisonOp::kLess:
-            return "<";
-        case ComparisonOp::kGreater:
-            return ">";
-        case ComparisonOp::kLessEqual:
-            return "<=";
-        case ComparisonOp::kGreaterEqual:
-            return ">=";
-        default:
-            return "=";
-    }
-}
-
 bool appendJoin(CStringBuffer& out, const WSQLWelkJoin& join) {
     switch (join.kind) {
         case JoinKind::kInner:
@@ -136,9 +135,9 @@ bool appendJoin(CStringBuffer& out, const WSQLWelkJoin& join) {
         default:
             return false;
     }
-    appendFieldText(out, join.leftTable->qualifier(), *join.leftColumn);
-    out.append(joinOperator(join.op));
-    appendFieldText(out, join.rightTable->qualifier(), *join.rightColumn);
+    appendColumnText(out, join.leftTable->qualifier(), *join.leftColumn);
+    out.append(ComparisonOp::sign(join.op));
+    appendColumnText(out, join.rightTable->qualifier(), *join.rightColumn);
     out.append(") ");
     return true;
 }

@@ -26,7 +26,8 @@ void appendValue(CStringBuffer& out, const SelectOutput& output, const OutputCol
         out.append("\"/>\r\n");
         return;
     }
-    const bool encoded = large && (column.type == WDB_T_STRING || (column.flags & WDB_F_PLAIN) != 0);
+    const bool encoded =
+        column.base64 || (large && (column.type == WDB_T_STRING || (column.flags & WDB_F_PLAIN) != 0));
     out.append(encoded ? " encoding=\"base64\">" : ">");
     out.append(value);
     out.append("</Column>\r\n");

@@ -5,6 +5,7 @@
 #include "include/wdb.h"
 #include "src/ElementAt.h"
 #include "src/WSQLFilter.h"
+#include "src/support/text.h"
 #include "src/tree/Tree.h"
 #include "src/welkhelp/CclText.h"
 
@@ -30,26 +31,20 @@ void describeColumn(OutputColumn& output, const WSQLColumnRef& column) {
     }
 }
 
-void describeConstant(OutputColumn& output, const WSQLFilter& filter, const WSQLScalar& item) {
-    const ConstantValue value = item.constantValue();
-    output.origin = OutputColumn::Origin::kConstant;
-    output.constantNull = value.null;
-    output.type = value.kind == ConstantValue::Kind::kInteger ? WDB_T_INTEGER
-                  : value.kind == ConstantValue::Kind::kReal  ? WDB_T_NUMBER
-                                                              : WDB_T_PHRASE;
-    if (!value.null) output.flags = WDB_F_NULLABLE;
-    CStringBuffer text(64), xml(64);
-    item.toText(text);
-    ValueFilter(filter, {}).xml(text.view(), xml);
-    output.constantText = xml.view();
+/// Kernel type of an item as rows report it.
+std::int32_t rowType(const ConstantValue& value) {
+    return value.kind == ConstantValue::Kind::kInteger ? WDB_T_INTEGER
+           : value.kind == ConstantValue::Kind::kReal  ? WDB_T_NUMBER
+                                                       : WDB_T_PHRASE;
 }
 
 }  // namespace
 
-SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select)
-    : selectText_(filter.selectText()),
+SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select, Values values)
+    : values_(values),
+      selectText_(filter.selectText()),
       selectBlob_(filter.selectBlob()),
-      isStatic_(select.tables->Count() == 0) {
+      isStatic_(select.tables->Count() == 0 && values != Values::kUnion) {
     columns_.reserve(static_cast<std::size_t>(select.itemCount()));
     for (std::int32_t i = 0; i < select.itemCount(); ++i) addItem(filter, elementAt(select.items(), i));
     if (select.itemCount() > 0) return;
@@ -58,6 +53,48 @@ SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select)
         for (std::int32_t n = 0; table.fields && n < table.fields->Count(); ++n)
             addField(*table.fields->Get(n));
     }
+}
+
+SelectOutput::~SelectOutput() = default;
+
+void SelectOutput::setConstant(OutputColumn& output, const WSQLFilter& filter, std::string_view text) const {
+    // In a union the rows bring the constants of their members.
+    output.origin = isUnion() ? OutputColumn::Origin::kExpression : OutputColumn::Origin::kConstant;
+    if (isRaw()) {
+        output.constantText = text;
+        return;
+    }
+    CStringBuffer written(64);
+    if (output.base64) {
+        ValueFilter::binary(text, written);
+    } else {
+        ValueFilter(filter, {}).xml(text, written);
+    }
+    output.constantText = written.view();
+}
+
+void SelectOutput::describeConstant(OutputColumn& output, const WSQLFilter& filter,
+                                    const WSQLScalar& item) const {
+    const ConstantValue value = item.constantValue();
+    output.type = rowType(value);
+    output.constantNull = value.null;
+    if (!value.null) output.flags = WDB_F_NULLABLE;
+    CStringBuffer text(64);
+    item.toText(text);
+    setConstant(output, filter, text.view());
+}
+
+/// The value of a sub-query is a constant of the type of its item.
+void SelectOutput::describeSubselect(OutputColumn& output, const WSQLFilter& filter,
+                                     const WSQLLiteralSelect& query) const {
+    const WSQLScalar* item = query.select->item(0);
+    const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
+    output.type = column != nullptr ? column->fieldType : WDB_T_PHRASE;
+    output.constantNull = !query.result || query.result->constantValue().null;
+    output.base64 = !isUnion() && !output.constantNull && output.type == WDB_T_STRING;
+    CStringBuffer text(64);
+    if (query.result) query.result->toText(text);
+    setConstant(output, filter, text.view());
 }
 
 void SelectOutput::addItem(const WSQLFilter& filter, const WSQLScalar& item) {
@@ -70,12 +107,16 @@ void SelectOutput::addItem(const WSQLFilter& filter, const WSQLScalar& item) {
         output.origin = OutputColumn::Origin::kFunction;
         output.type = WDB_T_INTEGER;
         if (argument != nullptr) describeColumn(output, *argument);
+        // What a function computes stands in the row, whatever the type of its argument.
+        if (!equalNames(function->name, "VALUELIST")) output.field.reset();
         if (const auto* list = dynamic_cast<const WSQLVListFunctionRef*>(function)) {
             output.list = true;
             output.range.separator = list->separator;
             output.range.first = list->hasFirst ? std::max(list->first, 1) : 1;
             if (list->hasLast) output.range.last = std::max(list->last, 1);
         }
+    } else if (const auto* query = dynamic_cast<const WSQLLiteralSelect*>(&item)) {
+        describeSubselect(output, filter, *query);
     } else if (item.isConstant()) {
         describeConstant(output, filter, item);
     } else {
@@ -97,6 +138,25 @@ void SelectOutput::addField(const WELKFieldInfo& field) {
 bool SelectOutput::isInline(std::int32_t type) const {
     if (type == WDB_T_TEXT) return selectText_;
     return type != WDB_T_STRING || selectBlob_;
+}
+
+const WELKFieldInfo* SelectOutput::fieldNamed(WSQLFilter& filter, std::string_view name) {
+    const std::size_t point = name.find('.');
+    if (point == std::string_view::npos) return nullptr;
+    const std::string_view base = name.substr(0, point);
+    const WSQLTableRef* table = nullptr;
+    for (const auto& known : unionTables_) {
+        if (equalNames(known->table, base)) table = known.get();
+    }
+    if (table == nullptr) {
+        unionTables_.push_back(std::make_unique<WSQLTableRef>(std::string(base)));
+        filter.LoadFields(unionTables_.back().get());
+        table = unionTables_.back().get();
+    }
+    for (std::int32_t i = 0; i < table->fields->Count(); ++i) {
+        if (equalNames(table->fields->Get(i)->name, name.substr(point + 1))) return table->fields->Get(i);
+    }
+    return nullptr;
 }
 
 void appendFetchKey(CStringBuffer& out, std::string_view table, std::int32_t record, std::int32_t part,

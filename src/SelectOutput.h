@@ -14,8 +14,10 @@
 namespace wsql {
 
 class WSQLFilter;
+class WSQLLiteralSelect;
 class WSQLScalar;
 class WSQLStmtSelect;
+class WSQLTableRef;
 
 /// One output column.
 struct OutputColumn {
@@ -31,27 +33,48 @@ struct OutputColumn {
     bool constantNull = false;   ///< for a constant, as is constantText
     std::string constantText;    ///< as it stands in the document
     bool list = false;           ///< VALUELIST
+    bool base64 = false;         ///< the constant's text is base64 of a binary value
     bool isConstant() const { return origin == Origin::kConstant; }
 };
 
 class SelectOutput {
 public:
-    /// The statement is validated and outlives this object.
-    SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select);
+    /// What the values of the rows are read for.
+    enum class Values {
+        kDocument,  ///< XML; constants come from the statement
+        kUnion,     ///< XML; constants come from the rows, whose members may have different ones
+        kRaw        ///< as they are, texts and objects whole
+    };
+
+    /// The statement is validated, its sub-queries are evaluated, and it outlives this object.
+    SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select, Values values);
+
+    ~SelectOutput();
 
     const std::vector<OutputColumn>& columns() const { return columns_; }
     /// Whether TEXT or binary values stand in the rows themselves; otherwise rows hold keys to fetch them by.
     bool isInline(std::int32_t type) const;
     bool selectText() const { return selectText_; }
     bool selectBlob() const { return selectBlob_; }
+    bool isUnion() const { return values_ == Values::kUnion; }
+    bool isRaw() const { return values_ == Values::kRaw; }
+    /// For a union, whose rows may come from another table than the column's: the field that a reference
+    /// "BASE.FIELD" names; null when there is none.
+    const WELKFieldInfo* fieldNamed(WSQLFilter& filter, std::string_view name);
     bool isStatic() const { return isStatic_; }  ///< no FROM: the rows are the statement's own constants
     CStringBuffer& scratch() { return scratch_; }
 
 private:
     void addItem(const WSQLFilter& filter, const WSQLScalar& item);
+    void describeConstant(OutputColumn& output, const WSQLFilter& filter, const WSQLScalar& item) const;
+    void describeSubselect(OutputColumn& output, const WSQLFilter& filter,
+                           const WSQLLiteralSelect& query) const;
+    void setConstant(OutputColumn& output, const WSQLFilter& filter, std::string_view text) const;
     void addField(const WELKFieldInfo& field);
 
     std::vector<OutputColumn> columns_;
+    std::vector<std::unique_ptr<WSQLTableRef>> unionTables_;
+    Values values_;
     bool selectText_;
     bool selectBlob_;
     bool isStatic_;

@@ -1,6 +1,7 @@
 // Binding names to the kernel's tables and fields.
 #include <cstring>
 
+#include "src/DictionaryTables.h"
 #include "src/ValidationFault.h"
 #include "src/WSQLFilter.h"
 #include "src/support/text.h"
@@ -46,6 +47,61 @@ bool bindRowIdentifier(WSQLFilter& filter, WSQLColumnRef& column, const char* ta
     column.fieldFlags = 0;
     filter.debug(kContext, "Column \"R\" is a row identifier pseduo column.\n");
     return true;
+}
+
+/// Binds to a field of the table's list; false when there is none of that name.
+bool bindToField(WSQLFilter& filter, WSQLColumnRef& column, const WSQLTableRef& table) {
+    const WELKFieldInfo* found = nullptr;
+    bool hasKey = false;
+    for (std::int32_t i = 0; table.fields && i < table.fields->Count(); ++i) {
+        const WELKFieldInfo* field = table.fields->Get(i);
+        hasKey = hasKey || field->primaryKey;
+        if (found == nullptr && equalNames(field->name, column.column)) found = field;
+    }
+    if (found == nullptr) return false;
+    filter.debug(kContext, "Checking if column \"%s\" exists in table \"%s\".\n", column.column.c_str(),
+                 table.table.c_str());
+    filter.setLastStatus(WDB_OK);
+    column.table = table.table;
+    column.column = found->name;
+    column.fieldNumber = static_cast<std::int32_t>(found->number);
+    column.fieldType = found->type;
+    column.fieldFlags = found->flags;
+    column.keyTable = hasKey;
+    filter.debug(kContext, "Column \"%s\" is of type %d\n", column.column.c_str(), column.fieldType);
+    return true;
+}
+
+/// Where a table is asked for a column: its loaded field list comes first, the kernel is asked for what no
+/// list knows, and for the status of that.
+enum class Source { kFieldList, kKernel };
+
+bool bindInTable(WSQLFilter& filter, WSQLColumnRef& column, const WSQLTableRef& table, Source source) {
+    bool bound = false;
+    if (source == Source::kKernel) {
+        bound = filter.DBColumnExists(&column, table.table.c_str());
+    } else if (equalNames(column.column, "R")) {
+        bound = bindRowIdentifier(filter, column, table.table.c_str());
+    } else {
+        bound = bindToField(filter, column, table);
+    }
+    if (bound) column.correlation = table.correlation;
+    return bound;
+}
+
+/// Tries the tables that the qualifier allows, in their order: one that goes by exactly the qualifier comes
+/// before one whose name stands behind another alias.
+bool bindInTables(WSQLFilter& filter, WSQLColumnRef& column, const WSQLList<WSQLTableRef*>& tables,
+                  const std::string& qualifier, Source source) {
+    for (const bool exact : {true, false}) {
+        for (std::int32_t i = 0; i < tables.Count(); ++i) {
+            const WSQLTableRef* table = tables.Get(i);
+            const bool named = qualifier.empty() || equalNames(table->qualifier(), qualifier);
+            const bool tried = exact ? named : !named && equalNames(table->table, qualifier);
+            if (tried && bindInTable(filter, column, *table, source)) return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace
@@ -105,23 +161,16 @@ bool WSQLFilter::DBColumnExists(WSQLColumnRef* column, const WSQLList<WSQLTableR
         debug(kContext, "Column column \"%s\" is specified to exist in table \"%s\". Checking...\n",
               column->column.c_str(), qualifier.c_str());
     }
-    for (std::int32_t i = 0; i < count; ++i) {
-        const WSQLTableRef* table = tables->Get(i);
-        if (!qualifier.empty() && !equalNames(table->correlation, qualifier) &&
-            !equalNames(table->table, qualifier)) {
-            continue;
-        }
-        if (DBColumnExists(column, table->table.c_str())) {
-            column->table = table->table;
-            column->correlation = table->correlation;
-            return true;
-        }
-    }
-    return false;
+    return bindInTables(*this, *column, *tables, qualifier, Source::kFieldList) ||
+           bindInTables(*this, *column, *tables, qualifier, Source::kKernel);
 }
 
 bool WSQLFilter::LoadFields(WSQLTableRef* table) {
     if (table->fields) return true;
+    if (isDictionaryTable(*table)) {
+        table->fields = dictionaryFields(dictionaryKind(table->table));
+        return true;
+    }
     const char* name = table->table.c_str();
     std::int32_t count = 0, size = sizeof count;
     if (!WDB_SUCCESS(WdbBaseInfo(name, kBaseInfoFieldCount, &count, &size))) count = kFieldCountWhenUnknown;

@@ -91,12 +91,22 @@ private:
                 if (trace_) logValue(number, item.text);
                 // A single item of a column that asks for one value is that value, whatever its number.
                 const bool only = column.subscript > 0 && ordinal == 1 && last;
-                values.value(only ? column.subscript : ordinal, item.text, value);
+                addValue(column, values, only ? column.subscript : ordinal, item.text, value);
                 found = true;
             }
             if (last) break;
         }
         return found;
+    }
+
+    void addValue(const OutputColumn& column, const ValueFilter& values, std::int32_t ordinal,
+                  std::string_view text, CStringBuffer& value) {
+        if (!output_.isRaw()) {
+            values.value(ordinal, text, value);
+        } else if (column.range.contains(ordinal)) {
+            if (!value.empty()) value.append(column.range.separator);
+            value.append(text);
+        }
     }
 
     /// A value that stays in the record: read now, or named by a key.
@@ -107,22 +117,24 @@ private:
             filter_.debug(kContext, "Parsed field reference \"%s\",%d,%d\n",
                           std::string(reference.field).c_str(), reference.record, reference.part);
         }
-        if (column.field == nullptr) return false;
+        const WELKFieldInfo* field =
+            output_.isUnion() ? output_.fieldNamed(filter_, reference.field) : column.field.get();
+        if (field == nullptr) return false;
         if (!output_.isInline(column.type)) {
-            const std::int32_t part = column.field->partField ? reference.part : 0;
-            appendFetchKey(value, column.field->database, reference.record, part,
-                           static_cast<std::int32_t>(column.field->number));
+            const std::int32_t part = field->partField ? reference.part : 0;
+            appendFetchKey(value, field->database, reference.record, part,
+                           static_cast<std::int32_t>(field->number));
             if (trace_)
                 filter_.debug(kContext, "Added retrieval key %s for field #%d\n", value.text(), number);
             return true;
         }
         if (trace_) {
-            filter_.debug(kContext, "Fetching value for field %s in record %d.\n", column.field->name.c_str(),
+            filter_.debug(kContext, "Fetching value for field %s in record %d.\n", field->name.c_str(),
                           reference.record);
         }
         CStringBuffer fetched(1024);
-        const std::int32_t status =
-            filter_.GetFieldValue(*column.field, reference.record, reference.part, fetched, values, true);
+        const std::int32_t status = filter_.GetFieldValue(*field, reference.record, reference.part, fetched,
+                                                          values, !output_.isRaw());
         if (status == kNothing) {
             if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
             return false;

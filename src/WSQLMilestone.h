@@ -4,13 +4,7 @@
 namespace wsql {
 
 class WSQLStmtInsert;
-class WSQLStmtSelect;
 
-/// Statements that validation cannot complete: unions, several tables, the dictionary, sub-queries.
-bool beyondValidation(const WSQLStmtSelect& select);
-/// Statements that are checked in full and then have no execution: DISTINCT, GROUP BY, aggregates, arithmetic
-/// over columns.
-bool beyondExecution(const WSQLStmtSelect& select);
 /// INSERT ... SELECT, and values that have to be searched for.
 bool beyondExecution(const WSQLStmtInsert& insert);
 

@@ -65,8 +65,7 @@ bool WSQLFilter::ValidatePredicate(WSQLStatement* statement, WSQLPredicate* pred
                                   "The L-value of a subselect predicate must be a column reference.");
             return false;
         }
-        ReportUnsupported();
-        return false;
+        return ValidateSelect(subselect->select.get());
     }
     ReportValidationFault(571, kContext, "%s", "Invalid predicate type in condition.");
     return false;

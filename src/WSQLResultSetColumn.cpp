@@ -127,6 +127,15 @@ void appendText(CStringBuffer& out, const CharacterSet& set, const char* name, c
 WSQLResultSetColumn WSQLResultSetColumn::ofItem(std::int32_t id, const WSQLScalar& item,
                                                 const WSQLStmtSelect& select) {
     WSQLResultSetColumn result;
+    const auto* query = dynamic_cast<const WSQLLiteralSelect*>(&item);
+    if (query != nullptr && query->select->item(0) != nullptr) {
+        // A value like its column's, but of no row in particular: it may be missing and is no key.
+        result = ofItem(id, query->select->itemAt(0), *query->select);
+        result.label = item.label;
+        result.isNullable = true;
+        result.isSerial = result.isPrimaryKey = result.isUnique = false;
+        return result;
+    }
     result.id = id;
     result.label = item.label;
     if (const WSQLColumnRef* column = item.asColumnRef()) {

@@ -2,10 +2,13 @@
 // positions.
 #include <vector>
 
+#include "src/DictionaryTables.h"
 #include "src/ElementAt.h"
+#include "src/JoinConditions.h"
+#include "src/JoinSteps.h"
+#include "src/SelectJoins.h"
 #include "src/ValidationFault.h"
 #include "src/WSQLFilter.h"
-#include "src/WSQLMilestone.h"
 #include "src/support/text.h"
 #include "src/tree/Tree.h"
 
@@ -25,29 +28,64 @@ bool sameColumn(const WSQLColumnRef& a, const WSQLColumnRef& b) {
     return equalNames(a.column, b.column) && equalNames(a.table, b.table);
 }
 
+/// 1-based position of the item that goes by the column's name or label; 0 when there is none.
+std::int32_t namedPosition(const WSQLStmtSelect& select, const WSQLColumnRef& column) {
+    for (std::int32_t i = 0; i < select.itemCount(); ++i) {
+        const WSQLScalar& item = elementAt(select.items(), i);
+        const WSQLColumnRef* other = item.asColumnRef();
+        const bool byName = other != nullptr && equalNames(other->column, column.column) &&
+                            (column.table.empty() || equalNames(other->qualifier(), column.table) ||
+                             equalNames(other->table, column.table));
+        if (byName || (column.table.empty() && equalNames(item.label, column.column))) return i + 1;
+    }
+    return 0;
+}
+
 /// The checks of one SELECT, in the order in which they report.
 class SelectValidator {
 public:
-    SelectValidator(WSQLFilter& filter, WSQLStmtSelect& select) : filter_(filter), select_(select) {}
+    SelectValidator(WSQLFilter& filter, WSQLStmtSelect& select, bool inUnion)
+        : filter_(filter), select_(select), inUnion_(inUnion) {}
 
     bool run() {
-        return tables() && expandAll() && items() && orderBy() && functions() && groupBy() &&
-               dependencies() && where();
+        filter_.debug(kContext, "Validating SELECT statement.\n");
+        takeJoinTables(select_);
+        if (!tables()) return false;
+        makeJoinEntries(select_);
+        if (!expandAll() || !items() || !orderBy() || !functions() || !groupBy() || !dependencies())
+            return false;
+        return isDictionary() || (where() && validateJoins(filter_, select_));
     }
 
 private:
+    bool isDictionary() const { return kind_ != DictionaryKind::kNone; }
+
     bool tables() {
         for (std::int32_t i = 0; i < select_.tables->Count(); ++i) {
             WSQLTableRef& table = elementAt(*select_.tables, i);
             filter_.LoadFields(&table);
-            if (!filter_.DBTableExists(table.table.c_str())) {
-                filter_.ReportValidationFault(1341, kContext, "Table \"%s\" does not exist.",
-                                              table.table.c_str());
-                return false;
-            }
+            if (!(isDictionaryTable(table) ? dictionaryTable(table) : tableExists(table))) return false;
         }
         filter_.debug(kContext, "-> Table list ok.\n");
         return true;
+    }
+
+    bool dictionaryTable(const WSQLTableRef& table) {
+        const DictionaryKind kind = dictionaryKind(table.table);
+        if (kind != DictionaryKind::kNone) {
+            kind_ = kind;
+            return true;
+        }
+        filter_.ReportValidationFault(1333, kContext, "Table \"WDBS.%s\" does not exist.",
+                                      table.table.c_str());
+        return false;
+    }
+
+    bool tableExists(const WSQLTableRef& table) {
+        // A field list that was filled shows that the table is there.
+        if (table.fields->Count() > 0 || filter_.DBTableExists(table.table.c_str())) return true;
+        filter_.ReportValidationFault(1341, kContext, "Table \"%s\" does not exist.", table.table.c_str());
+        return false;
     }
 
     bool expandAll() {
@@ -71,6 +109,8 @@ private:
                 if (!columnItem(*column, i)) return false;
             } else if (WSQLFunctionRef* function = item->asFunctionRef()) {
                 functions_.push_back(function);
+            } else if (const auto* query = dynamic_cast<const WSQLLiteralSelect*>(item)) {
+                if (!filter_.ValidateLiteralSelect(query->select.get())) return false;
             } else if (item->isConstant()) {
                 if (item->label.empty()) item->label = positionLabel("COLUMN", i + 1);
             } else if (!bindOperands(item)) {
@@ -83,7 +123,7 @@ private:
 
     bool columnItem(WSQLColumnRef& column, std::int32_t index) {
         // The columns that "*" was expanded into come bound from the table's field list.
-        const bool bound = column.fieldNumber >= 1;
+        const bool bound = column.fieldNumber >= 1 || isDictionary();
         if (!bound && !filter_.DBColumnExists(&column, select_.tables.get())) {
             if (!column.maybeConstant()) {
                 filter_.ReportValidationFault(1450, kContext, kNoColumn, column.column.c_str());
@@ -110,9 +150,15 @@ private:
         return true;
     }
 
-    /// Columns inside arithmetic are bound like items of their own, but are none.
+    /// Columns inside arithmetic, arguments of its functions included, are bound like items of their own, but
+    /// are none.
     bool bindOperands(WSQLScalar* item) {
+        if (isDictionary()) return true;
         for (;;) {
+            if (WSQLFunctionRef* function = item->asFunctionRef()) {
+                if (!function->argument) return true;
+                item = function->argument.get();
+            }
             if (WSQLColumnRef* column = item->asColumnRef()) {
                 if (filter_.DBColumnExists(column, select_.tables.get())) {
                     notePartField(*column);
@@ -130,6 +176,11 @@ private:
 
     bool orderBy() {
         if (count(select_.orderBy) == 0) return true;
+        if (isDictionary()) {
+            filter_.ReportValidationFault(1495, kContext, "%s",
+                                          "Cannot use ORDER BY with dictionary selection.");
+            return false;
+        }
         for (std::int32_t i = 0; i < select_.orderBy->Count(); ++i) {
             if (!orderByItem(elementAt(*select_.orderBy, i))) return false;
         }
@@ -151,10 +202,16 @@ private:
             filter_.ReportValidationFault(1507, kContext, "%s", "Invalid order-by expression.");
             return false;
         }
+        if (inUnion_) {
+            // The rows of a union have no tables, only positions.
+            if (order.column) order.position = namedPosition(select_, *order.column);
+            return true;
+        }
         if (!order.column) {
             const WSQLScalar* item = select_.item(order.position - 1);
             const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
-            if (column != nullptr) order.column = column->cloneColumn();
+            // One value of a field is sorted by its position: as a column the whole field would sort.
+            if (column != nullptr && column->subscript == 0) order.column = column->cloneColumn();
             return true;  // a copy of a bound column is bound
         }
         const std::string typed = order.column->column;
@@ -213,7 +270,7 @@ private:
                                           function.name);
             return false;
         }
-        if (!filter_.DBColumnExists(column, select_.tables.get())) {
+        if (!isDictionary() && !filter_.DBColumnExists(column, select_.tables.get())) {
             filter_.ReportValidationFault(1612, kContext, kNoColumn, column->column.c_str());
             return false;
         }
@@ -237,7 +294,7 @@ private:
     }
 
     bool groupBy() {
-        for (std::int32_t i = 0; i < count(select_.groupBy); ++i) {
+        for (std::int32_t i = 0; i < count(select_.groupBy) && !isDictionary(); ++i) {
             WSQLColumnRef& column = elementAt(*select_.groupBy, i);
             if (!filter_.DBColumnExists(&column, select_.tables.get())) {
                 filter_.ReportValidationFault(1665, kContext,
@@ -253,7 +310,7 @@ private:
     bool dependencies() {
         if (aggregates_ && !columns_.empty() && !functions_.empty()) {
             for (const WSQLColumnRef* column : columns_) {
-                if (column->fieldNumber < 1 || isGroupColumn(*column)) continue;
+                if ((column->fieldNumber < 1 && !isDictionary()) || isGroupColumn(*column)) continue;
                 const char* separator = column->table.empty() ? "" : ".";
                 filter_.ReportValidationFault(1702, kContext, "Column \"%s%s%s\" must be in group-by list.",
                                               column->table.c_str(), separator, column->column.c_str());
@@ -273,7 +330,10 @@ private:
     }
 
     bool where() {
-        if (!filter_.ValidateCondition(&select_, select_.where.get())) return false;
+        if (!filter_.ValidateCondition(&select_, select_.where.get()) ||
+            rewriteSubselects(filter_, select_) < 0 || extractJoins(filter_, select_) < 0) {
+            return false;
+        }
         if (!filter_.logs(kLogDebug)) return true;
         CStringBuffer text(256);
         if (select_.where) select_.where->toText(text);
@@ -287,20 +347,37 @@ private:
 
     WSQLFilter& filter_;
     WSQLStmtSelect& select_;
+    bool inUnion_;
+    DictionaryKind kind_ = DictionaryKind::kNone;
     std::vector<WSQLColumnRef*> columns_;
     std::vector<WSQLFunctionRef*> functions_;
     bool aggregates_ = false;
 };
 
-}  // namespace
-
-bool WSQLFilter::ValidateSelect(WSQLStmtSelect* select) {
-    if (beyondValidation(*select)) {
-        ReportUnsupported();
+/// Finds among the items of the first member what the items of the last one did not name.
+bool bindUnionOrder(WSQLFilter& filter, const WSQLStmtSelect& first, WSQLStmtSelect& last) {
+    for (std::int32_t i = 0; i < count(last.orderBy); ++i) {
+        WSQLOrderByItem& order = elementAt(*last.orderBy, i);
+        if (order.column && order.position == 0) order.position = namedPosition(first, *order.column);
+        if (order.position > 0) continue;
+        filter.ReportValidationFault(1507, kContext, "%s", "Invalid order-by expression.");
         return false;
     }
-    debug(kContext, "Validating SELECT statement.\n");
-    return SelectValidator(*this, *select).run();
+    return true;
+}
+
+}  // namespace
+
+// The last member of a union reports first.
+bool WSQLFilter::ValidateSelect(WSQLStmtSelect* select) {
+    std::vector<WSQLStmtSelect*> members;
+    for (WSQLStmtSelect* member = select; member != nullptr; member = member->nextUnion.get())
+        members.push_back(member);
+    const bool inUnion = members.size() > 1;
+    for (auto member = members.rbegin(); member != members.rend(); ++member) {
+        if (!SelectValidator(*this, **member, inUnion).run()) return false;
+    }
+    return !inUnion || bindUnionOrder(*this, *select, *members.back());
 }
 
 }  // namespace wsql

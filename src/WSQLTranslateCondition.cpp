@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "src/ConditionTranslator.h"
+#include "src/UnionSearch.h"
 #include "src/WSQLFilter.h"
 #include "src/tree/Tree.h"
 #include "src/welkhelp/CommandWord.h"
@@ -24,6 +25,8 @@ void logTranslation(WSQLFilter& filter, const WSQLCondition& condition, const ch
         filter.debug(kContext, "Translated composite condition \"%s\"\n", text);
     } else if (dynamic_cast<const WSQLNullTest*>(&condition) != nullptr) {
         filter.debug(kContext, "Translated null test condition \"%s\"\n", text);
+    } else if (dynamic_cast<const WSQLSubselect*>(&condition) != nullptr) {
+        filter.debug(kContext, "Translated subselect condition \"%s\"\n", text);
     }
 }
 
@@ -45,14 +48,38 @@ bool holdsForConstants(const WSQLCondition* condition) {
     return holds;
 }
 
+/// Runs the sub-query of a predicate and gives the number of its set.
+bool runSubselect(WSQLFilter& filter, const WSQLSubselect& subselect, std::int32_t& set) {
+    WSQLStmtSelect& query = *subselect.select;
+    if (query.hasUnion()) {
+        SearchSet result;
+        if (!searchUnion(filter, query, result)) return false;
+        set = result.number;
+    } else {
+        CStringBuffer reference(32);
+        if (!filter.ExecuteSelect(&query, 0, &reference, nullptr, true)) return false;
+        set = filter.SearchHitCount();
+    }
+    if (!filter.logs(kLogDebug)) return true;
+    CStringBuffer item(64);
+    if (query.item(0) != nullptr) query.item(0)->toText(item);
+    filter.debug(kContext, "Subselect is \"%s\"", item.text());
+    return true;
+}
+
 }  // namespace
 
 bool WSQLFilter::TranslateCondition(WSQLCondition* condition, std::int32_t depth, std::int32_t* status,
                                     CStringBuffer* text) {
     if (condition == nullptr || !condition->isActive()) return true;
     using Translator = ConditionTranslator;
+    const WSQLColumnRef* searched = nullptr;  // a column that sub-query values are compared with
     Translator translator(
         [this](const char* canonical) { return std::string(CommandWord(*this, canonical).text()); },
+        [this, &searched](const WSQLSubselect& subselect, std::int32_t& set) {
+            searched = subselect.scalar->asColumnRef();
+            return runSubselect(*this, subselect, set);
+        },
         text != nullptr ? Translator::Prefix::kQualifier : Translator::Prefix::kTable);
     CStringBuffer own(256);
     CStringBuffer& expression = text != nullptr ? *text : own;
@@ -60,10 +87,7 @@ bool WSQLFilter::TranslateCondition(WSQLCondition* condition, std::int32_t depth
     if (!translator.translate(*condition, expression)) {
         expression.clear();
         if (status != nullptr) *status = 0;
-        if (translator.problem() == Translator::Problem::kUnsupported) {
-            ReportUnsupported();
-            return false;
-        }
+        if (translator.problem() == Translator::Problem::kAnswered) return false;
         setLastStatus(0);
         ReportFault(0, translator.faultText(), -1, "src/WSQLExecSelect", translator.faultLine(), kContext);
         return false;
@@ -71,6 +95,11 @@ bool WSQLFilter::TranslateCondition(WSQLCondition* condition, std::int32_t depth
     std::int32_t outcome = WDB_OK;
     if (depth <= 0) {
         logTranslation(*this, *condition, expression.text());
+        // A sub-query has opened its own table for searching.
+        if (searched != nullptr && !SearchOpenDB(searched->table.c_str())) {
+            if (status != nullptr) *status = 0;
+            return false;
+        }
         const CommandWord find(*this, "FIN");
         CStringBuffer command(256);
         command.append(find.text());

@@ -12,11 +12,6 @@ bool WSQLFilter::ValidateDelete(WSQLStmtDelete* /*statement*/) {
     return true;
 }
 
-bool WSQLFilter::ExecuteUnion(WSQLStmtSelect* /*select*/) {
-    ReportUnsupported();
-    return false;
-}
-
 bool WSQLFilter::ExecuteUpdate(WSQLStmtUpdate* /*update*/) {
     ReportUnsupported();
     return false;

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "src/support/text.h"
-#include "src/tree/WSQLPredicates.h"
+#include "src/tree/ComparisonOps.h"
 #include "src/tree/WSQLStmtSelect.h"
 
 namespace wsql {
@@ -53,21 +53,6 @@ bool belongsTo(const WSQLScalar* column, const WSQLTableRef& table) {
     return equalNames(qualifier, table.qualifier());
 }
 
-int32_t mirrored(int32_t op) {
-    switch (op) {
-        case ComparisonOp::kLess:
-            return ComparisonOp::kGreater;
-        case ComparisonOp::kGreater:
-            return ComparisonOp::kLess;
-        case ComparisonOp::kLessEqual:
-            return ComparisonOp::kGreaterEqual;
-        case ComparisonOp::kGreaterEqual:
-            return ComparisonOp::kLessEqual;
-        default:
-            return op;
-    }
-}
-
 /// The comparison when it compares a column of the one table with a column of the other, else null.
 const WSQLComparison* joinComparison(const WSQLCondition* term, const WSQLTableRef& left,
                                      const WSQLTableRef& right) {
@@ -90,7 +75,7 @@ std::unique_ptr<WSQLWelkJoin> joinEntry(int32_t kind, const WSQLComparison& comp
     const bool straight = belongsTo(a, left) && belongsTo(b, right);
     auto entry = std::make_unique<WSQLWelkJoin>();
     entry->kind = kind;
-    entry->op = straight ? comparison.op : mirrored(comparison.op);
+    entry->op = straight ? comparison.op : ComparisonOp::mirrored(comparison.op);
     entry->leftTable = left.clone();
     entry->rightTable = right.clone();
     entry->leftColumn = (straight ? a : b)->cloneColumn();

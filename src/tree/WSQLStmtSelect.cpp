@@ -82,11 +82,12 @@ void WSQLStmtSelect::addWhere(std::unique_ptr<WSQLCondition> condition) {
 }
 
 WSQLTableRef* WSQLStmtSelect::findTable(const std::string& qualifier) const {
+    WSQLTableRef* behindAlias = nullptr;
     for (WSQLTableRef& table : *tables) {
-        const bool byAlias = !table.correlation.empty() && equalNames(table.correlation, qualifier);
-        if (byAlias || equalNames(table.table, qualifier)) return &table;
+        if (equalNames(table.qualifier(), qualifier)) return &table;
+        if (behindAlias == nullptr && equalNames(table.table, qualifier)) behindAlias = &table;
     }
-    return nullptr;
+    return behindAlias;
 }
 
 void WSQLStmtSelect::appendUnion(std::unique_ptr<WSQLStmtSelect> next, bool all) {

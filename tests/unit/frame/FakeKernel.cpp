@@ -86,6 +86,7 @@ int32_t WdbShellSymbol(char* symbol, int32_t* length) {
 
 int32_t WdbExecuteCcl(const char* command, int32_t* statusOut) {
     kernel.commands.emplace_back(command);
+    if (kernel.commands.back().rfind("wSEL", 0) == 0) ++kernel.lastSet;
     *statusOut = kernel.cclStatus;
     return kernel.cclStatus;
 }
@@ -123,7 +124,7 @@ int32_t WdbCheckField(WdbRecordControl* control, char* name, int32_t* number, in
 
 int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t*, int32_t*, int32_t*) {
     if (!kernel.searches) return WDB_E_UNSUPPORTED;
-    if (setNumber != nullptr) *setNumber = 3;
+    if (setNumber != nullptr) *setNumber = kernel.lastSet;
     if (hitCount != nullptr) *hitCount = static_cast<std::int32_t>(kernel.rows.size());
     return WDB_OK;
 }
@@ -163,6 +164,8 @@ int32_t WdbDeallocate(void* memory) {
 int32_t WdbBaseInfo(const char* baseName, int32_t item, void* info, int32_t* length) {
     const auto found = kernel.tables.find(baseName);
     if (found == kernel.tables.end()) return WDB_E_BASE;
+    if (item == 3 && kernel.keys.count(baseName) != 0)
+        return give(kernel.keys[baseName], static_cast<char*>(info), length);
     if (item != 4 || *length < 4) return WDB_FAIL;
     std::int32_t highest = 0;
     for (const FakeKernel::Column& column : found->second) highest = std::max(highest, column.number);

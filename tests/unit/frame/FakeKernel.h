@@ -29,6 +29,7 @@ struct FakeKernel {
         std::uint32_t flags;
     };
     std::map<std::string, std::vector<Column>> tables;
+    std::map<std::string, std::string> keys;  // table -> its primary key column
     // Rows of the set that every command makes, as WdbGetRows hands them out; a status other than WDB_OK
     // instead of the row.
     struct Item {
@@ -41,6 +42,7 @@ struct FakeKernel {
         std::int32_t status = WDB_OK;
     };
     std::vector<Row> rows;
+    std::int32_t lastSet = 2;      // number of the set that the latest selection made
     bool searches = false;         // whether WdbSearchResult and WdbGetRows are modelled
     std::int32_t liveBuffers = 0;  // row buffers not yet released
 };

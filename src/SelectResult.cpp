@@ -1,0 +1,115 @@
+#include "src/SelectResult.h"
+
+#include <algorithm>
+
+#include "include/wdb.h"
+#include "src/ElementAt.h"
+#include "src/SelectDocument.h"
+#include "src/WSQLFilter.h"
+#include "src/WSQLResultSet.h"
+#include "src/support/text.h"
+#include "src/tree/Tree.h"
+
+namespace wsql {
+namespace {
+
+constexpr std::int32_t kDefaultBlock = 20;
+constexpr std::int32_t kWholeResult = 1073741824;
+
+std::int32_t clamped(std::int64_t number) {
+    return static_cast<std::int32_t>(std::min<std::int64_t>(number, INT32_MAX));
+}
+
+/// The part of the rows that the host wants, from its settings.
+struct Block {
+    std::int64_t size = kDefaultBlock;  ///< rows
+    std::int64_t number = 1;            ///< 1-based
+
+    static Block ofSettings() {
+        Block block;
+        CStringBuffer value(64);
+        if (kernelSetting("SQL_BLOCKNUMBER", value)) block.number = std::max(decimalPrefix(value.view()), 1);
+        if (!kernelSetting("SQL_BLOCKSIZE", value) || value.empty()) return block;
+        const std::int32_t size = decimalPrefix(value.view());
+        if (size >= 1) block.size = size;
+        if (size == -1 && block.number == 1) block.size = kWholeResult;
+        return block;
+    }
+    std::int64_t firstRow() const { return (number - 1) * size; }
+    std::int64_t lastRow() const { return number * size; }
+};
+
+}  // namespace
+
+WSQLResultSetMetaData& SelectResult::describe() {
+    if (form_.isUnion || filter_.resultSet() == nullptr)
+        filter_.setResultSet(std::make_unique<WSQLResultSet>());
+    WSQLResultSetMetaData& metaData = filter_.resultSet()->metaData();
+    metaData.setEncoding(kOutputEncoding);
+    metaData.setUnion(form_.isUnion);
+    std::int32_t id = 0;
+    for (std::int32_t i = 0; i < select_.itemCount(); ++i) {
+        filter_.debug(form_.context, "Generating meta data for output column #%d\n", ++id);
+        metaData.addColumn(WSQLResultSetColumn::ofItem(id, elementAt(select_.items(), i), select_));
+    }
+    for (std::int32_t i = 0; i < select_.tables->Count() && select_.itemCount() == 0; ++i) {
+        const WSQLTableRef& table = elementAt(*select_.tables, i);
+        for (std::int32_t n = 0; n < table.fields->Count(); ++n) {
+            filter_.debug(form_.context, "Generating meta data for output column #%d\n", ++id);
+            metaData.addColumn(WSQLResultSetColumn::ofField(id, *table.fields->Get(n)));
+        }
+    }
+    if (set_.number > 0) filter_.debug(form_.context, "Creating result set for search #%d\n", set_.number);
+    metaData.addRows(set_.hits);
+    return metaData;
+}
+
+bool SelectResult::write(CStringBuffer& document) {
+    WSQLResultSetMetaData& metaData = describe();
+    const Block block = Block::ofSettings();
+    auto row = std::make_unique<WSQLRowData>(set_.number, set_.hits, select_.tables->Count());
+    row->firstRow = row->index = block.firstRow();
+    row->lastRow = block.lastRow();
+    if (row->firstRow >= set_.hits && block.number > 1) {
+        filter_.ReportFault(WDB_E_NO_MORE, "There are no more records in the result set.", -1, form_.source,
+                            form_.line, form_.context);
+        return false;
+    }
+    filter_.debug(form_.context, "Fetching block #%d at offset %d (row %d-%d).", clamped(block.number),
+                  clamped(block.firstRow()), clamped(block.firstRow() + 1), clamped(block.lastRow()));
+    metaData.begin(document, filter_.conversionSet());
+    if (!writeRows(document, metaData, std::move(row))) return false;
+    WSQLResultSetMetaData::finish(document);
+    return true;
+}
+
+/// One row is fetched ahead of the one that is written, so that DISTINCT can drop its repetitions.
+bool SelectResult::writeRows(CStringBuffer& document, WSQLResultSetMetaData& metaData,
+                             std::unique_ptr<WSQLRowData> row) {
+    SelectOutput output(filter_, select_,
+                        form_.isUnion ? SelectOutput::Values::kUnion : SelectOutput::Values::kDocument);
+    WSQLRowCursor cursor(filter_, output);
+    std::int64_t counter = row->firstRow;
+    auto ahead = std::make_unique<WSQLRowData>(*row);
+    RowOutcome outcome = cursor.next(row);
+    if (outcome == RowOutcome::kRow) metaData.setHasRows();
+    while (outcome == RowOutcome::kRow) {
+        const bool last = counter + 1 >= row->lastRow;
+        outcome = last ? RowOutcome::kNone : advance(cursor, *row, ahead);
+        appendRow(filter_, document, output, *row, clamped(++counter));
+        if (last) filter_.debug(form_.context, "End of block reached.\n");
+        row.swap(ahead);
+    }
+    return outcome != RowOutcome::kFailed;
+}
+
+RowOutcome SelectResult::advance(WSQLRowCursor& cursor, const WSQLRowData& row,
+                                 std::unique_ptr<WSQLRowData>& ahead) {
+    ahead->index = row.index;
+    RowOutcome outcome = cursor.next(ahead);
+    while (select_.distinct && !form_.isUnion && outcome == RowOutcome::kRow && ahead->equals(row))
+        outcome = cursor.next(ahead);
+    return outcome;
+}
+
+}  // namespace wsql
