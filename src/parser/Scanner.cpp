@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "src/parser/TreeBuilder.h"
 #include "src/parser/WSQLSymbolTable.h"
@@ -14,6 +15,8 @@
 
 namespace wsql {
 namespace {
+
+constexpr size_t kEndBytes = 2;  // NULs behind the text, by which the generated scanner knows its end
 
 /// Power of ten of the first digit that is not 0, the exponent of the text included; far out of range is
 /// enough.
@@ -37,21 +40,81 @@ int64_t magnitude(std::string_view number) {
 
 }  // namespace
 
+/// Stands in front of each block; as large as the strictest alignment.
+struct alignas(std::max_align_t) ScannerMemory::Header {
+    Header* next;
+    Header** back;  ///< what points at this block
+};
+
+void ScannerMemory::link(Header* header) noexcept {
+    header->next = first_;
+    header->back = &first_;
+    if (first_ != nullptr) first_->back = &header->next;
+    first_ = header;
+}
+
+void* ScannerMemory::allocate(size_t size) noexcept {
+    void* block = std::malloc(sizeof(Header) + size);
+    if (block == nullptr) return nullptr;
+    link(static_cast<Header*>(block));
+    return static_cast<Header*>(block) + 1;
+}
+
+void* ScannerMemory::resize(void* block, size_t size) noexcept {
+    if (block == nullptr) return allocate(size);
+    void* moved = std::realloc(static_cast<Header*>(block) - 1, sizeof(Header) + size);
+    if (moved == nullptr) return nullptr;
+    auto* header = static_cast<Header*>(moved);
+    *header->back = header;
+    if (header->next != nullptr) header->next->back = &header->next;
+    return header + 1;
+}
+
+void ScannerMemory::release(void* block) noexcept {
+    if (block == nullptr) return;
+    Header* header = static_cast<Header*>(block) - 1;
+    *header->back = header->next;
+    if (header->next != nullptr) header->next->back = header->back;
+    std::free(header);
+}
+
+ScannerMemory::~ScannerMemory() {
+    while (first_ != nullptr) release(first_ + 1);
+}
+
+void Scanner::HeapFree::operator()(char* text) const noexcept {
+    std::free(text);
+}
+
+void scannerFailed(const char* generatorText) {
+    static constexpr std::pair<std::string_view, const char*> kTexts[] = {
+        {"out of dynamic memory in yy_create_buffer()", "out of dynamic memory in wsql_create_buffer()"},
+        {"out of dynamic memory in yy_scan_buffer()", "out of dynamic memory in wsql_scan_buffer()"},
+        {"out of dynamic memory in yy_scan_bytes()", "out of dynamic memory in wsql_scan_bytes()"},
+        {"bad buffer in yy_scan_bytes()", "bad buffer in wsql_scan_bytes()"},
+        {"out of dynamic memory in yyensure_buffer_stack()",
+         "out of dynamic memory in wsqlensure_buffer_stack()"},
+    };
+    for (const auto& [theirs, ours] : kTexts) {
+        if (theirs == generatorText) throw ScannerFailure(ours);
+    }
+    throw ScannerFailure(generatorText);
+}
+
 Scanner::Scanner(ParseContext& context, const char* text) {
-    const std::string_view statement(text);
-    if (statement.size() > static_cast<size_t>(std::numeric_limits<int>::max()) - 2) {
+    const size_t length = std::strlen(text);
+    if (length > static_cast<size_t>(std::numeric_limits<int>::max()) - kEndBytes) {
         throw ScannerFailure("out of dynamic memory in wsql_scan_bytes()");
     }
+    text_.reset(static_cast<char*>(std::malloc(length + kEndBytes)));
+    if (!text_) throw ScannerFailure("out of dynamic memory in wsql_scan_bytes()");
+    std::memcpy(text_.get(), text, length);
+    std::memset(text_.get() + length, 0, kEndBytes);
     state_.context = &context;
-    state_.noLineEnd = false;
+    state_.keywords = context.symbolTable();
     if (wsqllex_init_extra(&state_, &handle_) != 0)
         throw ScannerFailure("out of dynamic memory in wsql_create_buffer()");
-    try {
-        wsql_scan_bytes(text, static_cast<int>(statement.size()), handle_);
-    } catch (const ScannerFailure&) {
-        wsqllex_destroy(handle_);
-        throw;
-    }
+    wsql_scan_buffer(text_.get(), length + kEndBytes, handle_);
 }
 
 Scanner::~Scanner() {
@@ -101,20 +164,19 @@ double realToken(std::string_view digits) {
 }
 
 int wordToken(const ScannerState& state, std::string_view word, int nameCode) {
-    const WSQLSymbolTable* keywords = state.context != nullptr ? state.context->symbolTable() : nullptr;
-    const WSQLSymbol* keyword = keywords != nullptr ? keywords->Find(word) : nullptr;
+    const WSQLSymbol* keyword = state.keywords != nullptr ? state.keywords->Find(word) : nullptr;
     return keyword != nullptr ? keyword->code() : nameCode;
 }
 
 }  // namespace wsql
 
-// The generated scanner's memory: the process heap. Null tells it that there is none.
-void* wsqlalloc(size_t size, void*) {
-    return std::malloc(size);
+// The generated scanner's memory. Null tells it that there is none.
+void* wsqlalloc(size_t size, void* scanner) {
+    return wsqlget_extra(scanner)->memory.allocate(size);
 }
-void* wsqlrealloc(void* block, size_t size, void*) {
-    return std::realloc(block, size);
+void* wsqlrealloc(void* block, size_t size, void* scanner) {
+    return wsqlget_extra(scanner)->memory.resize(block, size);
 }
 void wsqlfree(void* block, void*) {
-    std::free(block);
+    wsql::ScannerMemory::release(block);
 }

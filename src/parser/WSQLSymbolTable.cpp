@@ -8,10 +8,23 @@
 namespace wsql {
 namespace {
 
-const char* copied(const char* name) {
-    const size_t size = std::strlen(name) + 1;
-    char* copy = new char[size];
-    std::memcpy(copy, name, size);
+/// What each byte counts as: itself or its upper case.
+struct ByteValues {
+    std::array<uint8_t, 256> of{};
+
+    constexpr explicit ByteValues(bool caseSensitive) {
+        for (size_t byte = 0; byte < of.size(); ++byte) {
+            const char c = static_cast<char>(byte);
+            of[byte] = static_cast<uint8_t>(caseSensitive ? c : asciiUpper(c));
+        }
+    }
+};
+constexpr ByteValues kAsTyped(true);
+constexpr ByteValues kUpperCase(false);
+
+const char* copied(const char* name, size_t length) {
+    char* copy = new char[length + 1];
+    std::memcpy(copy, name, length + 1);
     return copy;
 }
 
@@ -19,11 +32,14 @@ const char* copied(const char* name) {
 
 WSQLSymbol::WSQLSymbol(const char* symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
                        bool copyName)
-    : name_(copyName && symbolName != nullptr ? copied(symbolName) : symbolName),
+    : name_(symbolName),
+      length_(symbolName != nullptr ? std::strlen(symbolName) : 0),
       code_(symbolCode),
       level_(scopeLevel),
       hash_(bucket),
-      ownsName_(copyName && symbolName != nullptr) {}
+      ownsName_(copyName && symbolName != nullptr) {
+    if (ownsName_) name_ = copied(symbolName, length_);
+}
 
 WSQLSymbol::~WSQLSymbol() {
     if (ownsName_) delete[] name_;
@@ -47,20 +63,20 @@ void WSQLSymbolTable::Clear() {
 }
 
 uint32_t WSQLSymbolTable::hash(std::string_view name) const {
+    const ByteValues& values = caseSensitive_ ? kAsTyped : kUpperCase;
+    // Modulo 256 it is all one whether the bytes are added signed, as they are meant, or unsigned.
     uint32_t sum = 0;
-    for (const char c : name) {
-        const auto byte = static_cast<signed char>(caseSensitive_ ? c : asciiUpper(c));
-        sum += static_cast<uint32_t>(static_cast<int32_t>(byte));
-    }
+    for (const char c : name) sum += values.of[static_cast<unsigned char>(c)];
     return sum % kBuckets;
 }
 
 bool WSQLSymbolTable::equal(const char* symbolName, std::string_view name) const {
+    if (caseSensitive_) return std::memcmp(symbolName, name.data(), name.size()) == 0;
     for (const char c : name) {
-        const char other = *symbolName++;
-        if (other == 0 || (caseSensitive_ ? c != other : asciiUpper(c) != asciiUpper(other))) return false;
+        const auto other = static_cast<unsigned char>(*symbolName++);
+        if (kUpperCase.of[static_cast<unsigned char>(c)] != kUpperCase.of[other]) return false;
     }
-    return *symbolName == 0;
+    return true;
 }
 
 void* WSQLSymbolTable::slot() {
@@ -88,7 +104,8 @@ WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
 const WSQLSymbol* WSQLSymbolTable::Find(std::string_view name) const {
     for (const WSQLSymbol* symbol = buckets_[hash(name)]; symbol != nullptr; symbol = symbol->nextInBucket_) {
         if (lookupMode_ == kCurrentScope && symbol->level_ < level_) return nullptr;
-        if (symbol->name_ != nullptr && equal(symbol->name_, name)) return symbol;
+        if (symbol->length_ == name.size() && symbol->name_ != nullptr && equal(symbol->name_, name))
+            return symbol;
     }
     return nullptr;
 }

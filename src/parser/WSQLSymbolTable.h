@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -11,6 +12,7 @@ namespace wsql {
 /// A named code in a WSQLSymbolTable.
 class WSQLSymbol {
 public:
+    /// `symbolName` may be null and ends at its NUL.
     WSQLSymbol(const char* symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
                bool copyName);
     WSQLSymbol(const WSQLSymbol&) = delete;
@@ -29,6 +31,7 @@ private:
     friend class WSQLSymbolTable;
 
     const char* name_;
+    size_t length_;  ///< bytes of the name, so that most others are told apart without a look at them
     int32_t code_;
     int32_t level_;
     uint32_t hash_;
@@ -77,7 +80,7 @@ public:
 
 private:
     uint32_t hash(std::string_view name) const;
-    bool equal(const char* symbolName, std::string_view name) const;
+    bool equal(const char* symbolName, std::string_view name) const;  ///< of two names of one length
     void* slot();
 
     /// Symbols live in blocks of this many: the keywords of a call cost one allocation.
