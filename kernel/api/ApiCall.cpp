@@ -31,6 +31,12 @@ Status putText(Session* session, std::string_view utf8, char* buffer, int32_t* l
     return putRaw(utf8, buffer, length, overflow);
 }
 
+int32_t positionIn(Session& session, std::string_view utf8, int32_t position) {
+    if (session.charset.passes() || position <= 0) return position;
+    return static_cast<int32_t>(
+        session.charset.fromUtf8(utf8.substr(0, static_cast<size_t>(position))).size());
+}
+
 void putName(Session& session, std::string_view utf8, char* buffer, size_t size) {
     auto length = static_cast<int32_t>(size);
     static_cast<void>(putText(&session, utf8, buffer, &length, Overflow::Cut));

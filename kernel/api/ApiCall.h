@@ -89,6 +89,9 @@ inline bool canPut(const char* buffer, const int32_t* length) {
     return buffer != nullptr && length != nullptr && *length >= 1;
 }
 
+// A byte offset in a text that a caller handed in, in the session's character set.
+int32_t positionIn(Session& session, std::string_view utf8, int32_t position);
+
 // A name into a buffer of fixed size, ended by a NUL.
 void putName(Session& session, std::string_view utf8, char* buffer, size_t size);
 

@@ -6,11 +6,12 @@ namespace wdb::api {
 namespace {
 
 Status execute(Session& session, const char* command) {
-    const Status status = session.search.execute(InText(session, command));
+    const InText text(session, command);
+    const Status status = session.search.execute(text);
     session.searched();
     if (ok(status)) return status;
     const CommandError& error = session.search.error();
-    return session.fail(status, error.subject, error.position);
+    return session.fail(status, error.subject, positionIn(session, text, error.position));
 }
 
 Status order(Session& session) {

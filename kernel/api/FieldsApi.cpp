@@ -43,10 +43,10 @@ bool isThere(const RecordControl& control, const FieldDefinition& field, Positio
     const CurrentRecord& record = control.record;
     if (field.type == FieldType::Text && position.paragraph > 0) {
         return static_cast<uint32_t>(position.paragraph) <=
-               paragraphCount(record.value(control.part, field.number));
+               paragraphCount(record.value(control.partOf(field), field.number));
     }
     if (!holdsItems(field.type)) return position.item == 1;
-    return static_cast<uint32_t>(position.item) <= record.itemCount(control.part, field.number);
+    return static_cast<uint32_t>(position.item) <= record.itemCount(control.partOf(field), field.number);
 }
 
 Status checkPosition(Session& session, RecordControl& control, int32_t number, Position position,
@@ -93,7 +93,7 @@ Status setCursor(Session& session, WdbCursor** cursor, WdbRecordControl* handle,
     live->reset();
     live->control = handleOf(handle);
     live->field = field->number;
-    live->part = control->part;
+    live->part = control->partOf(*field);
     live->paragraph = static_cast<uint32_t>(position.paragraph);
     live->item = holdsItems(field->type) ? static_cast<uint32_t>(position.item) : 0;
     live->epoch = control->record.epoch();

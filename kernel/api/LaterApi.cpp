@@ -14,23 +14,6 @@ Status later(const char* function) {
 
 using wdb::api::later;
 
-// Parts of records.
-int32_t WdbHitParts(WdbRecordControl*, int32_t, int32_t*, int32_t*, int32_t*) {
-    return later(__func__);
-}
-int32_t WdbPartCount(WdbRecordControl*, int32_t*) {
-    return later(__func__);
-}
-int32_t WdbSetRecordPart(WdbCursor*, WdbRecordControl*, int32_t) {
-    return later(__func__);
-}
-int32_t WdbAddRecordPart(WdbRecordControl*, int32_t*) {
-    return later(__func__);
-}
-int32_t WdbDeleteRecordPart(WdbRecordControl*, int32_t) {
-    return later(__func__);
-}
-
 // Loaders.
 int32_t WdbInsertItem(WdbCursor*, const char*, int32_t) {
     return later(__func__);
@@ -39,17 +22,6 @@ int32_t WdbNextRecordInBase(WdbRecordControl*, int32_t*) {
     return later(__func__);
 }
 int32_t WdbPutRecordAs(WdbRecordControl*, int32_t) {
-    return later(__func__);
-}
-
-// Search sets and commands.
-int32_t WdbSetInfo(int32_t, WdbSetInfoRecord*) {
-    return later(__func__);
-}
-int32_t WdbDropSet(int32_t) {
-    return later(__func__);
-}
-int32_t WdbCheckCcl(const char*, char*, int32_t*, int32_t*) {
     return later(__func__);
 }
 

@@ -178,6 +178,35 @@ Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold) {
     return (*writer)->commit(meta->modified);
 }
 
+Status SystemDirectory::storeUnit(const std::vector<BaseWrites>& bases, const WriterHold&) {
+    lock_->unitPending().store(1);
+    return unit_record::store(*catalog_, bases);
+}
+
+Status SystemDirectory::dropUnit(const WriterHold&) {
+    WDB_TRY(unit_record::clear(*catalog_));
+    lock_->unitPending().store(0);
+    return WDB_OK;
+}
+
+Status SystemDirectory::finishUnit(const WriterHold& hold) {
+    const auto there = unit_record::present(*catalog_);
+    if (!there) return there.status();
+    if (*there) {
+        lock_->unitPending().store(1);
+        WDB_TRY(refresh());
+        const auto pathOf = [this](BaseId id) -> std::optional<std::string> {
+            const std::shared_lock lock(mutex_);
+            for (const auto& [name, entry] : entries_) {
+                if (entry.definition->id == id) return entry.definition->basePath();
+            }
+            return std::nullopt;
+        };
+        WDB_TRY(unit_record::apply(*catalog_, pathOf));
+    }
+    return dropUnit(hold);
+}
+
 Status SystemDirectory::removeLeftovers(const WriterHold&) {
     std::vector<std::string> stored;
     {

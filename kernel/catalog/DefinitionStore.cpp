@@ -33,7 +33,8 @@ bool indexDiffers(const FieldDefinition& a, const FieldDefinition& b) {
     return a.type != b.type || a.indexed != b.indexed || a.wholeValue != b.wholeValue || a.part != b.part;
 }
 
-// Does `change(writer, field)` for each field that is unique in `in` and was not (is not any more) in `notIn`.
+// Does `change(writer, field)` for each field that is unique in `in` and was not (is not any more) in
+// `notIn`.
 template <typename Change>
 Status changeKeys(OpenBase& base, const BaseDefinition& in, const BaseDefinition& notIn, int64_t now,
                   Change change) {
@@ -138,10 +139,9 @@ Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hol
     WDB_TRY(changeKeys(**base, next, **before, now, buildKeys));
     WDB_TRY(directory_->storeBase(next, hold));
     // Keys that nobody looks at any more are no harm, so they go last and need not go at all.
-    static_cast<void>(changeKeys(**base, **before, next, now,
-                                 [](BaseWriter& writer, const FieldDefinition& field) {
-                                     return writer.dropKeysOf(field.number);
-                                 }));
+    static_cast<void>(changeKeys(
+        **base, **before, next, now,
+        [](BaseWriter& writer, const FieldDefinition& field) { return writer.dropKeysOf(field.number); }));
     const auto& old = (*before)->schema->fields();
     const bool rebuild = std::any_of(old.begin(), old.end(), [&](const FieldDefinition& field) {
         const FieldDefinition* after = next.schema->find(field.number);

@@ -83,7 +83,7 @@ private:
     std::shared_ptr<const BaseDefinition> definition_;
     std::shared_ptr<const IndexFiles> files_;
     std::shared_ptr<Delta> delta_;  // null before useIndex() and after one was given up
-    int64_t indexed_ = 0;  // index date of this process
+    int64_t indexed_ = 0;           // index date of this process
     std::atomic<bool> gone_{false};
 };
 

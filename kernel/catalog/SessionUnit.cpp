@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kernel/catalog/SystemDirectory.h"
 #include "kernel/index/Delta.h"
 #include "kernel/record/RecordImage.h"
 
@@ -32,10 +33,13 @@ Status UnitBase::remove(RecordNumber number) {
 }
 
 SessionUnit::SessionUnit(WriterHold hold) : unit_(std::move(hold)) {}
+SessionUnit::SessionUnit(WriterHold hold, std::shared_ptr<SystemDirectory> directory)
+    : unit_(std::move(hold)), directory_(std::move(directory)) {}
 SessionUnit::~SessionUnit() = default;
 
 Result<UnitBase*> SessionUnit::base(const std::shared_ptr<OpenBase>& base, LoadSink* load) {
     if (UnitBase* present = find(*base)) return present;
+    if (directory_ == nullptr && !bases_.empty()) return Status{WDB_E_UNSUPPORTED};
     WDB_TRY(base->makeCurrent());
     const auto writer = unit_.writer(base->file());
     if (!writer) return writer.status();
@@ -44,6 +48,7 @@ Result<UnitBase*> SessionUnit::base(const std::shared_ptr<OpenBase>& base, LoadS
     joined->definition = base->definition();
     joined->writer = *writer;
     joined->load = load;
+    if (directory_ == nullptr) (*writer)->forgetWrites();
     joined->firstNew = (*writer)->meta().nextRecord;
     if (load == nullptr) joined->delta = std::make_unique<UnitDelta>(joined->definition->schema);
     bases_.push_back(std::move(joined));
@@ -56,8 +61,28 @@ UnitBase* SessionUnit::find(const OpenBase& base) const {
     return place == bases_.end() ? nullptr : place->get();
 }
 
-Status SessionUnit::commit(int64_t now, bool keepLock) {
+std::vector<BaseWrites> SessionUnit::writes() const {
+    std::vector<BaseWrites> writes;
+    for (const auto& base : bases_) {
+        if (base->writer->changed()) writes.push_back({base->base->id(), base->writer});
+    }
+    return writes;
+}
+
+Status SessionUnit::commitAll(int64_t now) {
+    WDB_TRY(unit_.prepare(now));
+    const std::vector<BaseWrites> several = writes();
+    if (several.size() < 2) return unit_.commit(now);
+    WDB_TRY(directory_->storeUnit(several, unit_.hold()));
     const Status status = unit_.commit(now);
+    if (!ok(status) && unit_.anyCommitted()) return directory_->finishUnit(unit_.hold());
+    // Done, or nothing of it. A record that cannot be removed is looked at by the next writer.
+    const Status cleared = directory_->dropUnit(unit_.hold());
+    return ok(status) ? WDB_OK : (ok(cleared) ? status : WDB_E_STORAGE);
+}
+
+Status SessionUnit::commit(int64_t now, bool keepLock) {
+    const Status status = commitAll(now);
     if (ok(status)) {
         for (const auto& base : bases_) base->base->unitCommitted(*base);
     }

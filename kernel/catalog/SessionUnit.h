@@ -5,11 +5,13 @@
 #include <vector>
 
 #include "kernel/catalog/OpenBase.h"
+#include "kernel/catalog/UnitRecord.h"
 #include "kernel/common/Status.h"
 #include "kernel/storage/WriteUnit.h"
 
 namespace wdb {
 
+class SystemDirectory;
 class UnitDelta;
 
 // What a load wants to know of the records that are stored in it.
@@ -45,23 +47,31 @@ struct UnitBase {
 // see its writes. One thread; destroyed without commit() nothing was written.
 class SessionUnit {
 public:
+    // A unit for one base.
     explicit SessionUnit(WriterHold hold);
+    // A unit that may take in several bases of the directory.
+    SessionUnit(WriterHold hold, std::shared_ptr<SystemDirectory> directory);
     ~SessionUnit();
 
     // Joins a base to the unit, as a load when there is a sink. The pointer stays valid until the unit ends.
-    // WDB_E_BASE when the base was dropped.
+    // WDB_E_BASE when the base was dropped, WDB_E_UNSUPPORTED for a second base in a unit for one.
     Result<UnitBase*> base(const std::shared_ptr<OpenBase>& base, LoadSink* load = nullptr);
     // The base's part of the unit, or null when the unit has not written to it.
     UnitBase* find(const OpenBase& base) const;
     // One sync per base; then folds the changes into the process's deltas and gives the lock back, unless it
-    // is to be kept for work that follows (unit().takeHold()). `now`: microseconds since 1970 UTC.
+    // is to be kept for work that follows (unit().takeHold()). `now`: microseconds since 1970 UTC. Several
+    // bases change together: the directory keeps the list of the writes until all are committed.
     Status commit(int64_t now, bool keepLock = false);
     void drop();
     WriteUnit& unit() { return unit_; }
     const std::vector<std::unique_ptr<UnitBase>>& bases() const { return bases_; }
 
 private:
+    Status commitAll(int64_t now);
+    std::vector<BaseWrites> writes() const;
+
     WriteUnit unit_;
+    std::shared_ptr<SystemDirectory> directory_;  // null: for one base
     std::vector<std::unique_ptr<UnitBase>> bases_;
 };
 

@@ -85,8 +85,15 @@ Status SystemDirectory::openCatalog(bool readOnly) {
     const auto hold = lock_->acquire(std::chrono::milliseconds(0));
     // While somebody writes, what looks left over may be in the making; it is removed at the next occasion.
     if (!hold || catalog_->readOnly()) return WDB_OK;
-    lock_->catalogVersion().endChange();  // of a process that died at it
+    lock_->catalogVersion().endChange();   // of a process that died at it
+    static_cast<void>(finishUnit(*hold));  // what fails is for the next writer to try again
     return removeLeftovers(*hold);
+}
+
+Result<WriterHold> SystemDirectory::acquireWriter(std::chrono::milliseconds patience) {
+    auto hold = lock_->acquire(patience);
+    if (hold && lock_->unitPending().load() != 0) WDB_TRY(finishUnit(*hold));
+    return hold;
 }
 
 bool SystemDirectory::current() const {

@@ -11,6 +11,7 @@
 
 #include "kernel/catalog/BaseDefinition.h"
 #include "kernel/catalog/OpenBase.h"
+#include "kernel/catalog/UnitRecord.h"
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
 #include "kernel/storage/Environment.h"
@@ -55,7 +56,13 @@ public:
     Result<std::vector<std::shared_ptr<const BaseDefinition>>> definitions();
 
     // --- the writer ---
-    Result<WriterHold> acquireWriter(std::chrono::milliseconds patience) { return lock_->acquire(patience); }
+    // Waits at most so long: WDB_E_LOCKED. Finishes the unit over several bases that somebody left half
+    // committed.
+    Result<WriterHold> acquireWriter(std::chrono::milliseconds patience);
+    // Keeps the writes of a unit, durably, until dropUnit(); finishUnit() does what of them is not done yet.
+    Status storeUnit(const std::vector<BaseWrites>& bases, const WriterHold& hold);
+    Status dropUnit(const WriterHold& hold);
+    Status finishUnit(const WriterHold& hold);
 
     // --- changes: the caller holds the writer's lock ---
     // Makes the files of a new base in definition.directory and names them; the definition gets its id, file

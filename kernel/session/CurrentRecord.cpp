@@ -61,6 +61,20 @@ PartNumber CurrentRecord::partCount() const {
     return data_ ? static_cast<PartNumber>(data_->parts.size()) : view_.partCount();
 }
 
+PartNumber CurrentRecord::addPart() {
+    data().parts.emplace_back();
+    return static_cast<PartNumber>(data_->parts.size());
+}
+
+void CurrentRecord::removePart(PartNumber part) {
+    auto& parts = data().parts;
+    parts.erase(parts.begin() + static_cast<ptrdiff_t>(part) - 1);
+    std::erase_if(objects_, [&](const Object& object) { return object.part == part; });
+    for (Object& object : objects_) {
+        if (object.part > part) --object.part;
+    }
+}
+
 uint32_t CurrentRecord::itemCount(PartNumber part, FieldNumber field) const {
     if (!any_) return 0;
     if (!data_) return view_.items(part, field).size();

@@ -30,6 +30,10 @@ public:
     void stored(RecordNumber number, std::string image, uint64_t commit);
 
     PartNumber partCount() const;
+    // Appends an empty part; its number.
+    PartNumber addPart();
+    // Removes a part that is there; the numbers of those behind it go down by one.
+    void removePart(PartNumber part);
     // Items of a field; the last one is not empty.
     uint32_t itemCount(PartNumber part, FieldNumber field) const;
     // An item from 1, empty behind the end. Valid until the record is changed.

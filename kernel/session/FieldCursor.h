@@ -15,7 +15,7 @@ namespace wdb {
 struct FieldCursor {
     uint64_t control = 0;  // handle
     FieldNumber field = 0;
-    PartNumber part = 0;     // the control's part when the cursor was placed
+    PartNumber part = 0;     // where the field's values are, by the control's part when the cursor was placed
     uint32_t paragraph = 0;  // from 1 for TEXT; 0: the whole field
     uint32_t item = 0;       // from 1 for the other types; 0: the whole field
     // The running position, valid for one record only.
@@ -27,6 +27,12 @@ struct FieldCursor {
     bool written = false;  // a value was written through it: the next line or block is appended
 
     void reset() { *this = FieldCursor(); }
+    // Goes to the same field and position of another part.
+    void moveTo(PartNumber other) {
+        part = other;
+        offset = inLine = 0;
+        started = ended = written = false;
+    }
     // Forgets the running position when the control has another record than before.
     void follow(const CurrentRecord& record) {
         if (epoch == record.epoch()) return;

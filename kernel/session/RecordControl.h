@@ -29,6 +29,8 @@ struct RecordControl {
 
     bool attached() const { return definition != nullptr; }
     const Schema& schema() const { return *definition->schema; }
+    // Where the values of a field are as long as the current part stays: in it, or in the head.
+    PartNumber partOf(const FieldDefinition& field) const { return field.part ? part : 0; }
     // Drops the record and what belongs to it.
     void dropRecord() {
         record.clear();

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int64_t kSnapshotMax = 60;  // seconds
 constexpr std::chrono::seconds kSnapshotYoung(1);
+constexpr PartNumber kMaxParts = 65535;  // of a record
 
 // Tags of the handles of a session's controls and cursors.
 uint16_t controlTag(uint16_t number) {
@@ -118,6 +119,50 @@ void Session::takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>
     attach(control, base);
     control.dropRecord();
     control.record.load(number, view, version == 0 ? view.commit() : version);
+}
+
+Status Session::mayChange(const RecordControl& control) const {
+    if (!control.attached()) return WDB_E_NO_RECORD;
+    if (control.listed || !control.writable || writer.readOnly()) return WDB_E_READ_ONLY;
+    return mayWrite(*control.definition) ? WDB_OK : WDB_E_RIGHT;
+}
+
+Status Session::selectPart(RecordControl& control, int32_t part) {
+    if (!control.attached() || !control.record.any()) return WDB_E_NO_RECORD;
+    if (part < 0 || static_cast<PartNumber>(part) > control.record.partCount()) return WDB_E_PART;
+    control.part = static_cast<PartNumber>(part);
+    return WDB_OK;
+}
+
+Status Session::addPart(RecordControl& control) {
+    WDB_TRY(mayChange(control));
+    if (!control.record.any()) {
+        control.dropRecord();
+        control.record.makeNew();
+    }
+    if (control.record.partCount() >= kMaxParts) return WDB_E_PART;
+    control.part = control.record.addPart();
+    return WDB_OK;
+}
+
+Status Session::removePart(RecordControl& control, int32_t part) {
+    WDB_TRY(mayChange(control));
+    if (!control.record.any()) return WDB_E_NO_RECORD;
+    if (part < 1 || static_cast<PartNumber>(part) > control.record.partCount()) return WDB_E_PART;
+    const auto removed = static_cast<PartNumber>(part);
+    control.record.removePart(removed);
+    if (control.part == removed)
+        control.part = 0;
+    else if (control.part > removed)
+        --control.part;
+    cursors.each([&](uint64_t handle, FieldCursor& placed) {
+        if (controls.find(placed.control) != &control || placed.part < removed) return;
+        if (placed.part == removed)
+            removeCursor(handle);
+        else
+            --placed.part;
+    });
+    return WDB_OK;
 }
 
 Status Session::putRecord(RecordControl& control) {

@@ -90,6 +90,12 @@ public:
     // count as seen, 0: the record's.
     Status loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                       uint64_t version = 0);
+    // Makes a part of the control's record current, 0 the head. WDB_E_NO_RECORD, WDB_E_PART.
+    Status selectPart(RecordControl& control, int32_t part);
+    // Appends a part to the control's record (a new one when it has none) and makes it current.
+    Status addPart(RecordControl& control);
+    // Removes a part. Cursors on it die; the others, and the current part, stay with their parts.
+    Status removePart(RecordControl& control, int32_t part);
     Status putRecord(RecordControl& control);
     Status deleteRecord(RecordControl& control);
 
@@ -136,6 +142,7 @@ private:
     void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                     const RecordView& view, uint64_t version);
     void dropCursors(RecordControl& control);
+    Status mayChange(const RecordControl& control) const;
     void publishCounts();
 
     Analyzer analyzer_;

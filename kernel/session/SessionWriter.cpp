@@ -47,7 +47,7 @@ Result<UnitBase*> SessionWriter::begin(const std::shared_ptr<OpenBase>& base, ui
     if (unit_ == nullptr) {
         auto hold = directory_->acquireWriter(patience());
         if (!hold) return hold.status();
-        unit_ = std::make_unique<SessionUnit>(std::move(*hold));
+        unit_ = std::make_unique<SessionUnit>(std::move(*hold), directory_);
         owner_ = saved;
         snapshots_->dropAll();
     } else if (unit_->find(*base) == nullptr) {

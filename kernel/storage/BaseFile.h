@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
@@ -91,6 +93,9 @@ private:
     const Txn* txn_;
 };
 
+// Takes the value under a key of a table, or nothing for a key that was removed.
+using WriteVisitor = std::function<Status(Table table, Slice key, std::optional<Slice> value)>;
+
 // Changes a base file within one write transaction. Keys and records are written as they are told: rules and
 // the record images are the business of kernel/rules. Reads see what was written.
 class BaseWriter : public BaseReader {
@@ -130,8 +135,16 @@ public:
     Status trimQueue(Position upTo, int64_t merged);
 
     bool changed() const { return changed_; }
-    // Writes the meta entry and makes everything durable; `now` in microseconds since 1970 UTC.
+    // Writes what comes last, the meta entry; `now` in microseconds since 1970 UTC. Nothing but commit()
+    // follows.
+    Status prepare(int64_t now);
+    // Makes everything durable, prepared or not.
     Status commit(int64_t now);
+    // For a unit that will hold no other base: spares the memory that forEachWrite() needs.
+    void forgetWrites() { remembers_ = false; }
+    // After prepare(): what the transaction leaves under every key that it has written, the meta entry first.
+    // Not for one that trimmed the queue or dropped the keys of a field.
+    Status forEachWrite(const WriteVisitor& visit) const;
     WriteTxn& writeTxn() { return txn_; }
 
 private:
@@ -139,8 +152,21 @@ private:
     Status enqueue(const QueueEntry& entry, size_t bytes);
     Status writeRange();
 
+    Status visitRecords(const WriteVisitor& visit) const;
+    Status visitObjects(const WriteVisitor& visit) const;
+
+    struct DroppedObject {
+        uint64_t object;
+        uint32_t chunks;
+    };
+
     WriteTxn txn_;
     BaseMeta meta_;
+    const BaseMeta before_;              // as the transaction found it
+    std::vector<std::string> keysSeen_;  // keys set or dropped, for forEachWrite()
+    std::vector<DroppedObject> droppedObjects_;
+    bool remembers_ = true;
+    bool prepared_ = false;
     bool changed_ = false;      // a record was: commit number and date move
     bool metaChanged_ = false;  // the meta entry is to be written
     QueueEntry range_;          // of the load; position 0 when there is none

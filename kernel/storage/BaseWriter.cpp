@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <set>
 #include <utility>
 
 #include "kernel/common/ByteOrder.h"
@@ -12,7 +13,7 @@ namespace wdb {
 using namespace base_table;
 
 BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta)
-    : BaseReader(txn_), txn_(std::move(txn)), meta_(meta) {}
+    : BaseReader(txn_), txn_(std::move(txn)), meta_(meta), before_(meta) {}
 
 Result<RecordNumber> BaseWriter::newRecord() {
     if (meta_.nextRecord == std::numeric_limits<RecordNumber>::max()) return Status{WDB_E_STORAGE};
@@ -92,11 +93,13 @@ Status BaseWriter::setKey(Slice key, RecordNumber number) {
     char bytes[sizeof number];
     storeLittle(bytes, number);
     metaChanged_ = true;
+    if (remembers_) keysSeen_.emplace_back(key);
     return txn_.put(kKeys, key, Slice(bytes, sizeof bytes));
 }
 
 Status BaseWriter::dropKey(Slice key) {
     metaChanged_ = true;
+    if (remembers_) keysSeen_.emplace_back(key);
     const Status status = txn_.remove(kKeys, key);
     return status == WDB_FAIL ? WDB_OK : status;
 }
@@ -128,7 +131,9 @@ Status BaseWriter::dropObject(uint64_t object) {
     metaChanged_ = true;
     for (uint32_t chunk = 0;; ++chunk) {
         const Status status = txn_.remove(kObjects, base_layout::objectKey(object, chunk));
-        if (!ok(status)) return status == WDB_FAIL ? WDB_OK : status;
+        if (ok(status)) continue;
+        if (remembers_) droppedObjects_.push_back({object, chunk});
+        return status == WDB_FAIL ? WDB_OK : status;
     }
 }
 
@@ -152,15 +157,70 @@ Status BaseWriter::trimQueue(Position upTo, int64_t merged) {
     return ok(status) || status == WDB_FAIL ? WDB_OK : status;
 }
 
-Status BaseWriter::commit(int64_t now) {
-    if (!changed_ && !metaChanged_) {
-        txn_.abort();
-        return WDB_OK;
-    }
+Status BaseWriter::prepare(int64_t now) {
+    if (prepared_ || (!changed_ && !metaChanged_)) return WDB_OK;
     WDB_TRY(writeRange());
     if (changed_) meta_.modified = std::max(now, meta_.modified + 1);
     WDB_TRY(txn_.put(kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta_)));
-    return txn_.commit();
+    prepared_ = true;
+    return WDB_OK;
+}
+
+Status BaseWriter::commit(int64_t now) {
+    WDB_TRY(prepare(now));
+    if (prepared_) return txn_.commit();
+    txn_.abort();
+    return WDB_OK;
+}
+
+Status BaseWriter::forEachWrite(const WriteVisitor& visit) const {
+    WDB_TRY(visit(kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta_)));
+    WDB_TRY(visitRecords(visit));
+    for (const std::string& key : keysSeen_) {
+        Slice value;
+        const Status found = txn_.get(kKeys, key, value);
+        if (!ok(found) && found != WDB_FAIL) return found;
+        WDB_TRY(visit(kKeys, key, ok(found) ? std::optional(value) : std::nullopt));
+    }
+    return visitObjects(visit);
+}
+
+// The queue names the records.
+Status BaseWriter::visitRecords(const WriteVisitor& visit) const {
+    std::set<RecordNumber> seen;
+    Cursor cursor = txn_.cursor(kQueue);
+    Status status = cursor.seek(before_.nextSequence);
+    for (; ok(status); status = cursor.next()) {
+        const auto entry = base_layout::decodeQueueEntry(cursor.key64(), cursor.value());
+        if (!entry) return entry.status();
+        WDB_TRY(visit(kQueue, cursor.key(), cursor.value()));
+        for (RecordNumber record = entry->record; record <= entry->last; ++record) {
+            if (!seen.insert(record).second) continue;
+            Slice image;
+            const Status found = txn_.get(kRecords, record, image);
+            if (found == WDB_FAIL) continue;  // a gap of a range
+            WDB_TRY(found);
+            WDB_TRY(visit(kRecords, Slice(reinterpret_cast<const char*>(&record), sizeof record), image));
+        }
+    }
+    return status == WDB_FAIL ? WDB_OK : status;
+}
+
+Status BaseWriter::visitObjects(const WriteVisitor& visit) const {
+    for (const DroppedObject& dropped : droppedObjects_) {
+        for (uint32_t chunk = 0; chunk < dropped.chunks; ++chunk) {
+            WDB_TRY(visit(kObjects, base_layout::objectKey(dropped.object, chunk), std::nullopt));
+        }
+    }
+    for (uint64_t object = before_.nextObject; object < meta_.nextObject; ++object) {
+        for (uint32_t chunk = 0;; ++chunk) {
+            const auto bytes = objectChunk(object, chunk);
+            if (bytes.status() == WDB_FAIL) break;
+            if (!bytes) return bytes.status();
+            WDB_TRY(visit(kObjects, base_layout::objectKey(object, chunk), *bytes));
+        }
+    }
+    return WDB_OK;
 }
 
 }  // namespace wdb

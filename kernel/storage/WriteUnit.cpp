@@ -23,11 +23,17 @@ bool WriteUnit::empty() const {
                         [](const Member& member) { return member.writer->changed(); });
 }
 
+Status WriteUnit::prepare(int64_t now) {
+    for (Member& member : members_) WDB_TRY(member.writer->prepare(now));
+    return WDB_OK;
+}
+
 Status WriteUnit::commit(int64_t now) {
     Status status = WDB_OK;
     for (Member& member : members_) {
         status = member.writer->commit(now);
         if (!ok(status)) break;
+        anyCommitted_ = true;
     }
     members_.clear();
     return status;

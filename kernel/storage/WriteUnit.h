@@ -23,9 +23,13 @@ public:
     bool empty() const;  // nothing was written
     size_t bases() const { return members_.size(); }
 
+    // Writes what comes last in each base; only commit() may follow. `now` in microseconds since 1970 UTC.
+    Status prepare(int64_t now);
     // Commits and syncs once per base, in the order in which the bases joined. On failure what is not
-    // committed yet is dropped. The lock stays held. `now` in microseconds since 1970 UTC.
+    // committed yet is dropped. The lock stays held.
     Status commit(int64_t now);
+    // After commit(): a base was committed, whatever became of the others.
+    bool anyCommitted() const { return anyCommitted_; }
     void drop();
     const WriterHold& hold() const { return hold_; }
     // Gives the lock back, or takes it out for work that follows the commit.
@@ -39,6 +43,7 @@ private:
     };
     WriterHold hold_;
     std::vector<Member> members_;
+    bool anyCommitted_ = false;
 };
 
 }  // namespace wdb

@@ -44,6 +44,9 @@ public:
 
     // Version of the catalogue; see SharedCounter.
     SharedCounter& catalogVersion() { return *catalogVersion_; }
+    // Not 0 while the catalogue holds the record of a unit that is to be finished. What the catalogue says
+    // counts; this only saves the look.
+    std::atomic<uint64_t>& unitPending() { return *unitPending_; }
 
 private:
     friend class WriterHold;
@@ -54,6 +57,7 @@ private:
     int file_ = -1;
     void* page_ = nullptr;
     std::unique_ptr<SharedCounter> catalogVersion_;
+    std::atomic<uint64_t>* unitPending_ = nullptr;
     std::mutex mutex_;
     std::condition_variable freed_;
     bool held_ = false;  // by a thread of this process

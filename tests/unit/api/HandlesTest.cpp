@@ -20,6 +20,11 @@ protected:
                                    WdbPutRecord(control, &number),
                                    WdbDeleteRecordInBase(control),
                                    WdbNewRecord(control),
+                                   WdbHitParts(control, 1, &number, &number, &number),
+                                   WdbPartCount(control, &number),
+                                   WdbSetRecordPart(nullptr, control, 0),
+                                   WdbAddRecordPart(control, &number),
+                                   WdbDeleteRecordPart(control, 1),
                                    WdbCheckField(control, text, &number, nullptr, nullptr),
                                    WdbSetCursor(&made, control, 1, 0, 0),
                                    WdbItemCount(cursor, &number),
@@ -299,7 +304,7 @@ TEST_F(Handles, ReadOnlySessionsWriteNothing) {
 
 TEST_F(Handles, LaterFunctionsSaySo) {
     EXPECT_EQ(WdbDeleteBaseDef(), WDB_E_UNSUPPORTED);
-    EXPECT_EQ(WdbPartCount(nullptr, nullptr), WDB_E_UNSUPPORTED);
+    EXPECT_EQ(WdbWaitIndex("T", 0), WDB_E_UNSUPPORTED);
     EXPECT_EQ(WdbCompactBase("T"), WDB_E_UNSUPPORTED);
 }
 

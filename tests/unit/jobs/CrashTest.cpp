@@ -119,6 +119,50 @@ TEST(CrashTest, AKilledLoadLeavesTheBaseAsItWasOrWhole) {
     }
 }
 
+// Units of two bases, one row in each, of the same name.
+int insertPairsForever(const std::string& path, int told) {
+    const Home home(path, false);
+    const auto first = home->find("T"), second = home->find("U");
+    if (!first || !second) return 1;
+    for (int i = 0;; ++i) {
+        const std::string name = std::to_string(::getpid()) + " " + std::to_string(i);
+        SessionUnit unit(home.lock(), home.shared());
+        for (const auto& base : {*first, *second}) {
+            const auto joined = unit.base(base);
+            if (!joined || !putRow(**joined, 0, name, "pair " + std::string(20000, 'x'))) return 2;
+        }
+        if (!ok(unit.commit(2000))) return 3;
+        if (::write(told, &i, sizeof i) != sizeof i) return 4;
+    }
+}
+
+TEST(CrashTest, AUnitOfTwoBasesIsInBothOrInNone) {
+    const TempDirectory parent;
+    {
+        const Home home(parent / "home");
+        for (const char* name : {"T", "U"}) ASSERT_EQ(home.createBase(name), WDB_OK);
+    }
+    size_t acknowledged = 0;
+    for (int round = 0; round < 12; ++round) {
+        int told[2];
+        ASSERT_EQ(::pipe(told), 0);
+        ChildProcess child([&] { return insertPairsForever(parent / "home", told[1]); });
+        ::close(told[1]);
+        int number = 0;
+        for (int i = 0; i < 3 && ::read(told[0], &number, sizeof number) == sizeof number; ++i)
+            ++acknowledged;
+        ::usleep(static_cast<useconds_t>(round) * 230);
+        child.kill();
+        while (::read(told[0], &number, sizeof number) == sizeof number) ++acknowledged;
+        ::close(told[0]);
+        const Home home(parent / "home", false);
+        const auto found = findWord(**home->find("T"), "pair");
+        EXPECT_EQ(found, findWord(**home->find("U"), "pair")) << "round " << round;
+        EXPECT_GE(found.size(), acknowledged);
+        for (const char* name : {"T", "U"}) expectSound(**home->find(name), "round " + std::to_string(round));
+    }
+}
+
 TEST(CrashTest, ANewBaseIsThereWholeOrNotAtAll) {
     for (int round = 0; round < 10; ++round) {
         const TempDirectory parent;

@@ -1,0 +1,166 @@
+// Records with parts; sets looked at; commands read without being run.
+#include "tests/unit/api/ApiTest.h"
+
+namespace {
+
+class Parts : public ApiTest {
+protected:
+    enum : int32_t { kTitle = 1, kPage, kNote, kPicture };
+    void SetUp() override {
+        ApiTest::SetUp();
+        WdbBaseDef base{};
+        ASSERT_EQ(WdbGetBaseDef("BOOKS", &base), 1);
+        const Field fields[] = {
+            {"TITLE", "PHRASE"}, {"PAGE", "PHRASE"}, {"NOTE", "TEXT"}, {"PICTURE", "STRING"}};
+        for (const Field& field : fields) {
+            WdbFieldSpec record = spec(field);
+            record.part = field.name != "TITLE";
+            ASSERT_EQ(WdbPutFieldSpec(&record), 1);
+        }
+        fill(base, "BOOKS", "");
+        ASSERT_EQ(WdbPutBaseDef(&base), 1);
+    }
+    // "head|part 1|part 2 ..." of a field.
+    static std::string all(WdbRecordControl* control, int32_t field) {
+        int32_t count = -1;
+        EXPECT_EQ(WdbPartCount(control, &count), 1);
+        std::string text;
+        for (int32_t part = 0; part <= count; ++part) {
+            EXPECT_EQ(WdbSetRecordPart(nullptr, control, part), 1);
+            const std::string value = get(control, field);
+            text += (part == 0 ? "" : "|") + (value == "#0" ? "-" : value);
+        }
+        return text;
+    }
+    static WdbRecordControl* book(const std::vector<std::string>& pages) {
+        WdbRecordControl* made = control("BOOKS", WDB_MODE_WRITE);
+        EXPECT_EQ(set(made, kTitle, 0, "book"), 1);
+        int32_t part = 0;
+        for (size_t i = 0; i < pages.size(); ++i) {
+            EXPECT_EQ(WdbAddRecordPart(made, &part), 1);
+            EXPECT_EQ(part, static_cast<int32_t>(i + 1));
+            EXPECT_EQ(set(made, kPage, 0, pages[i]), 1);
+        }
+        return made;
+    }
+};
+
+TEST_F(Parts, AreStoredReadAndTakenOut) {
+    WdbRecordControl* made = book({"one", "two", "three"});
+    EXPECT_EQ(get(made, kTitle), "book") << "a head field is the same in every part";
+    int32_t number = 0;
+    ASSERT_EQ(WdbPutRecord(made, &number), 1);
+    ASSERT_EQ(WdbGetRecordInBase(made, number), 1);
+    EXPECT_EQ(get(made, kPage), "#0") << "no part is chosen after a record is loaded";
+    EXPECT_EQ(all(made, kPage), "-|one|two|three");
+    EXPECT_EQ(all(made, kTitle), "book|book|book|book");
+
+    ASSERT_EQ(WdbSetRecordPart(nullptr, made, 0), 1);
+    ASSERT_EQ(set(made, kPage, 0, "cover"), 1) << "the head keeps a value of a part field as part 0";
+    ASSERT_EQ(WdbDeleteRecordPart(made, 2), 1);
+    EXPECT_EQ(all(made, kPage), "cover|one|three");
+    ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
+    ASSERT_EQ(WdbGetRecordInBase(made, number), 1);
+    EXPECT_EQ(all(made, kPage), "cover|one|three");
+    EXPECT_EQ(WdbVerifyBase("BOOKS", 0, nullptr, nullptr), 1);
+    for (const char* page : {"cover", "one", "three"})
+        EXPECT_EQ(find(std::string("FIND BOOKS.PAGE=") + page).size(), 1u) << page;
+    EXPECT_EQ(find("FIND BOOKS.PAGE=two").size(), 0u);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+}
+
+TEST_F(Parts, CursorsAndObjectsStayWithTheirParts) {
+    WdbRecordControl* made = book({"one", "two", "three"});
+    WdbCursor* cursors[4] = {};
+    for (int32_t part = 1; part <= 3; ++part) {
+        ASSERT_EQ(WdbSetRecordPart(nullptr, made, part), 1);
+        ASSERT_EQ(WdbSetCursor(&cursors[part], made, kPicture, 0, 0), 1);
+        ASSERT_EQ(WdbPutBlobBlock(cursors[part], part, "xxx"), 1);
+    }
+    ASSERT_EQ(WdbDeleteRecordPart(made, 2), 1);
+    int32_t size = 0;
+    EXPECT_EQ(WdbGetBlobSize(cursors[2], &size), WDB_E_HANDLE) << "it died with its part";
+    ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
+    const std::pair<int32_t, int32_t> sizes[] = {{1, 1}, {3, 3}};
+    for (const auto& [cursor, wanted] : sizes) {
+        ASSERT_EQ(WdbGetBlobSize(cursors[cursor], &size), 1);
+        EXPECT_EQ(size, wanted);
+    }
+    WdbCursor* moving = nullptr;
+    ASSERT_EQ(WdbSetRecordPart(nullptr, made, 0), 1);
+    ASSERT_EQ(WdbSetCursor(&moving, made, kPicture, 0, 0), 1);
+    ASSERT_EQ(WdbSetRecordPart(moving, made, 2), 1) << "a cursor that is given goes along";
+    ASSERT_EQ(WdbGetBlobSize(moving, &size), 1);
+    EXPECT_EQ(size, 3);
+    EXPECT_EQ(WdbSetRecordPart(cursors[2], made, 1), WDB_E_HANDLE);
+    for (WdbCursor*& cursor : cursors) EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+    EXPECT_EQ(WdbDeleteCursor(&moving), 1);
+}
+
+TEST_F(Parts, WhatIsRefused) {
+    WdbRecordControl* made = control("BOOKS", WDB_MODE_READ);
+    int32_t number = 7;
+    EXPECT_EQ(WdbPartCount(made, &number), WDB_E_NO_RECORD);
+    EXPECT_EQ(WdbSetRecordPart(nullptr, made, 0), WDB_E_NO_RECORD);
+    EXPECT_EQ(WdbHitParts(made, 1, &number, nullptr, nullptr), WDB_E_NO_RECORD);
+    EXPECT_EQ(WdbAddRecordPart(made, &number), WDB_E_READ_ONLY);
+    ASSERT_EQ(WdbSetBase(made, "BOOKS", WDB_MODE_WRITE), 1);
+    EXPECT_EQ(WdbDeleteRecordPart(made, 1), WDB_E_NO_RECORD);
+    ASSERT_EQ(WdbAddRecordPart(made, &number), 1) << "a control without a record gets a new one";
+    for (const int32_t part : {-1, 2}) {
+        EXPECT_EQ(WdbSetRecordPart(nullptr, made, part), WDB_E_PART) << part;
+        EXPECT_EQ(WdbDeleteRecordPart(made, part), WDB_E_PART) << part;
+    }
+    EXPECT_EQ(WdbDeleteRecordPart(made, 0), WDB_E_PART) << "the head is no part";
+    int32_t hits = 7, head = 7;
+    EXPECT_EQ(WdbHitParts(made, 1, &number, &hits, &head), 0) << "not from a search";
+    EXPECT_EQ(hits, 0);
+    EXPECT_EQ(head, 0);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+}
+
+TEST_F(Parts, SetsAreDescribedAndDropped) {
+    WdbRecordControl* made = book({"one"});
+    ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+    WdbSetInfoRecord info{};
+    EXPECT_EQ(WdbSetInfo(0, &info), 0) << "no current result";
+    EXPECT_EQ(WdbSetInfo(1, &info), WDB_E_CCL_SET);
+    EXPECT_EQ(WdbSetInfo(1, nullptr), WDB_E_ARGUMENT);
+    ASSERT_EQ(ccl("BAS BOOKS"), 1);
+    ASSERT_EQ(WdbSetInfo(0, &info), 1) << "all records of the search bases";
+    EXPECT_EQ(info.number, 1);
+    EXPECT_EQ(info.records, 1);
+    ASSERT_EQ(ccl("SEL  FRL(BOOKS) FIELD(BOOKS.TITLE,1)"), 1);
+    ASSERT_EQ(WdbSetInfo(2, &info), 1);
+    EXPECT_EQ(info.kind, 1);
+    EXPECT_EQ(info.columns, 2);
+    EXPECT_EQ(info.bases, 1);
+    EXPECT_STREQ(info.base, "BOOKS");
+    EXPECT_STREQ(info.command, "SEL  FRL(BOOKS) FIELD(BOOKS.TITLE,1)");
+    EXPECT_EQ(live().sets, 2);
+    EXPECT_EQ(WdbDropSet(2), 1);
+    EXPECT_EQ(live().sets, 1);
+    EXPECT_EQ(WdbDropSet(2), WDB_E_CCL_SET);
+    EXPECT_EQ(WdbSetInfo(2, &info), WDB_E_CCL_SET);
+    ASSERT_EQ(ccl("FIND BOOKS.TITLE=book"), 1);
+    ASSERT_EQ(WdbSetInfo(0, &info), 1);
+    EXPECT_EQ(info.number, 3) << "the number stays taken";
+}
+
+TEST_F(Parts, CommandsAreReadWithoutBeingRun) {
+    char canonical[64];
+    int32_t length = sizeof canonical, position = -1;
+    ASSERT_EQ(WdbCheckCcl("find NOWHERE.A=x   or(B=1)", canonical, &length, &position), 1);
+    EXPECT_STREQ(canonical, "FIN ( NOWHERE.A = x ORX B = 1 )");
+    EXPECT_EQ(position, -1);
+    length = 5;
+    EXPECT_EQ(WdbCheckCcl("BAS BOOKS", canonical, &length, nullptr), WDB_E_BUFFER);
+    length = sizeof canonical;
+    EXPECT_EQ(WdbCheckCcl("FIND T.A 5", canonical, &length, &position), WDB_E_CCL_SYNTAX);
+    EXPECT_EQ(position, 9);
+    EXPECT_EQ(WdbSearchResult(nullptr, nullptr, nullptr, nullptr, nullptr), 0) << "nothing was run";
+}
+
+}  // namespace
