@@ -65,6 +65,12 @@ void setTimer(Shell& shell, const Words& words) {
     shell.settings().timer = onOrOff(words[1], kUsage);
 }
 
+void setExplain(Shell& shell, const Words& words) {
+    constexpr const char* kUsage = ".explain on|off, or .explain STATEMENT";
+    if (words.size() != 2) throw UsageError(kUsage);
+    shell.settings().explain = onOrOff(words[1], kUsage);
+}
+
 void readScript(Shell& shell, const Words& words) {
     if (words.size() != 2) throw UsageError(".read FILE");
     shell.runFile(words[1]);
@@ -81,7 +87,7 @@ void listSettings(Shell& shell) {
                 "\nblock-size  " + optional(settings.blockSize, "default") + "\nblock       " +
                 optional(settings.block, "default") + "\nall-rows    " + flag(settings.allRows) +
                 "\nbail        " + flag(settings.bail) + "\nverbose     " + flag(settings.verbose) +
-                "\ntimer       " + flag(settings.timer) + "\n");
+                "\ntimer       " + flag(settings.timer) + "\nexplain     " + flag(settings.explain) + "\n");
 }
 
 std::optional<std::int32_t> positive(const std::string& word) {
@@ -115,6 +121,8 @@ void setSetting(Shell& shell, const Words& words) {
         settings.verbose = onOrOff(value, kSwitch);
     else if (name == "timer")
         settings.timer = onOrOff(value, kSwitch);
+    else if (name == "explain")
+        settings.explain = onOrOff(value, kSwitch);
     else if (name.find_first_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos)
         check(UpdateRCS(name.c_str(), value.c_str()));
     else
@@ -187,6 +195,7 @@ const std::vector<Entry>& entries() {
          exportRows},
         {{".mode", "table|csv|json|xml|line", "how results are written"}, setMode},
         {{".timer", "on|off", "show how long statements take"}, setTimer},
+        {{".explain", "on|off|STATEMENT", "the steps of statements, with counts and times"}, setExplain},
         {{".print", "TEXT", "write a line"}, nullptr},
         {{".read", "FILE", "run a script"}, readScript},
         {{".set", "[NAME VALUE]", "block-size, block, all-rows, ...; alone: list"}, setSetting},
@@ -201,6 +210,13 @@ void dispatch(Shell& shell, std::string_view line) {
     if (words[0] == ".print") {
         const std::string_view text = line.substr(6);
         shell.write(std::string(text.substr(text.empty() ? 0 : 1)) + "\n");
+        return;
+    }
+    if (words[0] == ".explain" && words.size() > 2) {
+        std::string_view statement = line.substr(words[0].size() + 1);
+        while (!statement.empty() && (statement.back() == ';' || statement.back() == ' '))
+            statement.remove_suffix(1);
+        shell.explain({std::string(statement), 1}, "");
         return;
     }
     for (const Entry& entry : entries()) {

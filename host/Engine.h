@@ -8,6 +8,8 @@
 
 namespace host {
 
+class StepTree;
+
 // What the engine left behind for one statement. The document is the engine's bytes, unchanged.
 struct RawAnswer {
     struct Release {
@@ -22,7 +24,8 @@ struct RawAnswer {
     std::string_view text() const { return {document.get(), length}; }
 };
 
-// Runs one statement in the session bound to this thread.
-RawAnswer execute(std::string_view statement);
+// Runs one statement in the session bound to this thread. The steps of its commands are added to `steps` when
+// there is one; memory that runs out meanwhile costs steps, not the answer.
+RawAnswer execute(std::string_view statement, StepTree* steps = nullptr);
 
 }  // namespace host

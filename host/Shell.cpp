@@ -13,6 +13,7 @@
 #include "host/Kernel.h"
 #include "host/Session.h"
 #include "host/format/DisplayText.h"
+#include "host/format/StepTree.h"
 #include "host/text/FaultPlace.h"
 
 namespace host {
@@ -73,14 +74,35 @@ void Shell::reportFault(const Fault& fault, const Statement& statement, std::str
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
-bool Shell::runStatement(const Statement& statement, std::string_view sourceName) {
+void Shell::choosePaging() {
     if (settings_.allRows) {
         setPaging(settings_.format == Format::xml ? -1 : kAllRowsBlock, 1);
     } else {
         setPaging(settings_.blockSize, settings_.block);
     }
+}
+
+void Shell::showSteps(const StepTree& steps) {
+    write(steps.draw(terminalWidth()));
+}
+
+bool Shell::explain(const Statement& statement, std::string_view sourceName) {
+    choosePaging();
+    StepTree steps;
+    const RawAnswer raw = execute(statement.text, &steps);
+    if (!raw.succeeded())
+        reportFault(readFault(raw.text(), raw.status, raw.message), statement, sourceName);
+    else if (steps.empty())
+        write("no command went to the kernel\n");
+    showSteps(steps);
+    return goesOn();
+}
+
+bool Shell::runStatement(const Statement& statement, std::string_view sourceName) {
+    choosePaging();
+    StepTree steps;
     const Stopwatch watch;
-    const RawAnswer raw = execute(statement.text);
+    const RawAnswer raw = execute(statement.text, settings_.explain ? &steps : nullptr);
     const double milliseconds = watch.milliseconds();
     if (!raw.succeeded()) {
         reportFault(readFault(raw.text(), raw.status, raw.message), statement, sourceName);
@@ -90,6 +112,7 @@ bool Shell::runStatement(const Statement& statement, std::string_view sourceName
     } else {
         showAnswer(readAnswer(raw.document.get(), raw.length), statement, sourceName, milliseconds);
     }
+    showSteps(steps);
     return goesOn();
 }
 

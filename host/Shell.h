@@ -11,6 +11,8 @@
 
 namespace host {
 
+class StepTree;
+
 // Runs statements and dot commands from whatever source, writes results to standard output and faults to
 // standard error.
 class Shell {
@@ -25,6 +27,8 @@ public:
     bool runStream(std::FILE* input, std::string_view sourceName);
 
     bool runStatement(const Statement& statement, std::string_view sourceName);
+    // Runs the statement and writes its steps instead of its result.
+    bool explain(const Statement& statement, std::string_view sourceName);
     bool runDotCommand(std::string_view line);
     // A fault of the program's own, not of a statement.
     void reportFault(int code, std::string_view message);
@@ -53,6 +57,8 @@ private:
     void showAnswer(Answer answer, const Statement& statement, std::string_view sourceName,
                     double milliseconds);
     void showTime(double milliseconds);
+    void choosePaging();
+    void showSteps(const StepTree& steps);
 
     Settings settings_;
     std::FILE* out_ = stdout;
