@@ -181,6 +181,10 @@ std::string columnForEngine(const ColumnUse& column) {
     return qualifier + column.name + (column.item > 0 ? "[" + std::to_string(column.item) + "]" : "");
 }
 
+std::string recordOf(const ColumnUse& column) {
+    return (column.alias.empty() ? "" : column.alias + ".") + "R";
+}
+
 std::string columnForTwin(const ColumnUse& column) {
     const std::string qualifier = column.alias.empty() ? "" : column.alias + ".";
     const std::string name = qualifier + (column.isRecord() ? "R" : column.name);
@@ -246,8 +250,11 @@ std::string conditionForTwin(const Condition& condition, bool inverted) {
             return compareForTwin(condition, op);
         case Condition::Type::kBetween: {
             const std::string range = rangeForTwin(condition.column, condition.low, condition.high);
-            // Records without a value lie outside of every range.
-            return negated ? "NOT COALESCE(" + range + ", 0)" : range;
+            // Records without a value lie outside of every range; where an outer join found no record there
+            // is nothing that could.
+            return negated
+                       ? "(" + recordOf(condition.column) + " IS NOT NULL AND NOT COALESCE(" + range + ", 0))"
+                       : range;
         }
         case Condition::Type::kLike:
             return likeForTwin(condition, negated);

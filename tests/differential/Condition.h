@@ -46,14 +46,17 @@ struct Condition {
     bool negated = false;   ///< NOT BETWEEN, NOT LIKE, IS NOT NULL
     bool reversed = false;  ///< the constant is written first; the operator is not mirrored
     ConditionPtr left, right;
-    // kSubquery: column op (SELECT inner FROM innerTable WHERE left)
+    // kSubquery: column op (SELECT inner FROM innerTable WHERE left); innerTable brings the alias of inner
+    // with it.
     ColumnUse inner;
     std::string innerTable;
-    bool in = false;
+    bool in = false;  ///< written IN
 };
 
 std::string columnForEngine(const ColumnUse& column);
 std::string columnForTwin(const ColumnUse& column);
+/// The twin's number of the record that holds the column.
+std::string recordOf(const ColumnUse& column);
 /// A constant as an expression of the engine.
 std::string constantForEngine(const Constant& constant);
 

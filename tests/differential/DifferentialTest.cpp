@@ -39,7 +39,6 @@ public:
     }
     Rows fromTwin(const Query& query) {
         Rows rows = twin_.select(forTwin(query));
-        if (query.distinct) dropRepeated(rows);
         return query.blockSize == 0 ? rows : page(std::move(rows), query.blockSize, query.block);
     }
     bool agree(const Query& query) { return same(query, fromEngine(query), fromTwin(query)); }
@@ -62,8 +61,6 @@ private:
         std::string message;
         ASSERT_TRUE(twin_.change(sql, message)) << sql << "\n" << message;
     }
-    static void dropRepeated(Rows& rows) { (void)rows; }
-
     static Rows page(Rows all, int size, int number) {
         const std::size_t first = static_cast<std::size_t>(size) * static_cast<std::size_t>(number - 1);
         if (first > 0 && first >= all.rows.size())

@@ -6,7 +6,6 @@
 namespace differential {
 
 enum class Feature {
-    kOrderByItem,      ///< ORDER BY m[2], or by the position of such an item
     kOpenTextOrder,    ///< LONG VARCHAR < '%': nothing stands in front of the wildcard
     kOpenRecordRange,  ///< R BETWEEN NULL AND 5
     kArithmetic,       ///< columns in arithmetic
@@ -25,10 +24,9 @@ struct FeatureSwitch {
 };
 
 constexpr FeatureSwitch kFeatures[] = {
-    {Feature::kOrderByItem, false, "sorts by the first item"},
     {Feature::kOpenTextOrder, false, "finds nothing, where a VARCHAR finds every value above"},
     {Feature::kOpenRecordRange, false, "is a syntax error, where other columns find nothing"},
-    {Feature::kArithmetic, false, "not drawn yet"},
+    {Feature::kArithmetic, true, ""},
     {Feature::kDistinct, false, "not executed yet"},
     {Feature::kAggregate, false, "not executed yet"},
     {Feature::kGroup, false, "not executed yet"},

@@ -1,5 +1,6 @@
 #include "tests/differential/Generator.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "tests/differential/Features.h"
@@ -133,11 +134,20 @@ std::vector<Table> Generator::tables() {
 
 // ---- constants ----
 
-ColumnUse Generator::use(const Table& table, const std::string& alias) {
-    if (random_.percent(6)) return {alias, "", Kind::kInteger, 0};
-    const Column& drawn = column(table);
+ColumnUse Generator::use(const Source& source) {
+    if (random_.percent(6)) return {source.alias, "", Kind::kInteger, 0};
+    const Column& drawn = random_.pick(source.table->columns);
     const int item = drawn.kind == Kind::kItems && random_.percent(40) ? random_.between(1, 3) : 0;
-    return {alias, drawn.name, drawn.kind, item};
+    return {source.alias, drawn.name, drawn.kind, item};
+}
+
+/// Some column of that kind, of which there is one.
+ColumnUse Generator::useOf(const Source& source, Kind kind) {
+    std::vector<const Column*> fitting;
+    for (const Column& column : source.table->columns) {
+        if (column.kind == kind) fitting.push_back(&column);
+    }
+    return {source.alias, random_.pick(fitting)->name, kind, 0};
 }
 
 /// A value that the column holds, mostly, so that conditions are met now and then.
@@ -147,45 +157,59 @@ std::string Generator::someValue(const Table& table, const ColumnUse& use) {
         for (std::size_t i = 0; i < table.columns.size(); ++i) {
             if (table.columns[i].name != use.name) continue;
             const Cell& cell = random_.pick(table.rows)[i];
-            if (!cell.empty()) return cell[random_.below(cell.size())];
+            if (!cell.empty() && !cell.back().empty()) return cell[random_.percent(50) ? 0 : cell.size() - 1];
         }
     }
     return value(use.kind);
 }
 
+void Generator::addWildcard(std::string& text) {
+    const std::size_t draw = random_.below(4);
+    if (draw == 0) {
+        text = kAnyRun + text;
+    } else if (draw == 1) {
+        text = kAnyRun + text + kAnyRun;
+    } else {
+        // A cut must not fall into a character of two bytes, nor leave a backslash or blank beside the
+        // wildcard.
+        text.resize(random_.below(text.size() + 1));
+        while (!text.empty() && (text.back() < 0 || text.back() == '\\' || text.back() == ' '))
+            text.pop_back();
+        text += kAnyRun;
+    }
+}
+
 Constant Generator::textConstant(const Table& table, const ColumnUse& use, bool wildcards) {
     Constant constant;
     constant.type = Constant::Type::kText;
-    constant.text = someValue(table, use);
+    std::string& text = constant.text;
+    text = someValue(table, use);
     if (use.kind == Kind::kText) {
         // One word, or a few that stand side by side.
-        const std::size_t paragraph = constant.text.find("\n\n");
-        if (paragraph != std::string::npos) constant.text.resize(paragraph);
-        const std::size_t blank = constant.text.find_first_of(" \n,");
-        if (blank != std::string::npos && random_.percent(60)) constant.text.resize(blank);
-        for (char& c : constant.text) c = c == '\n' ? ' ' : c;
+        text.resize(std::min(text.find("\n\n"), text.size()));
+        if (random_.percent(60)) text.resize(std::min(text.find_first_of(" \n,"), text.size()));
+        for (char& c : text) c = c == '\n' ? ' ' : c;
     }
-    if (use.kind == Kind::kNumeric)
-        constant.text = decimals(std::strtoll(constant.text.c_str(), nullptr, 10));
+    if (use.kind == Kind::kNumeric) text = decimals(std::strtoll(text.c_str(), nullptr, 10));
     if (wildcards && random_.percent(50)) {
-        const std::size_t at = random_.below(constant.text.size() + 1);
-        if (random_.percent(50)) {
-            // A cut must not fall into a character of two bytes, nor leave a blank or a backslash beside the
-            // wildcard.
-            constant.text.resize(at);
-            while (!constant.text.empty() &&
-                   (constant.text.back() < 0 || constant.text.back() == '\\' || constant.text.back() == ' '))
-                constant.text.pop_back();
-            constant.text += kAnyRun;
-        } else if (random_.percent(50)) {
-            constant.text = kAnyRun + constant.text;
-        } else {
-            constant.text = kAnyRun + constant.text + kAnyRun;
-        }
+        addWildcard(text);
     } else if (random_.percent(30)) {
-        for (char& c : constant.text) {
+        for (char& c : text) {
             if (c >= 'a' && c <= 'z' && random_.percent(50)) c = static_cast<char>(c - 32);
         }
+    }
+    return constant;
+}
+
+Constant Generator::numberConstant(const Table& table, const ColumnUse& use) {
+    Constant constant;
+    const std::int64_t number = std::strtoll(someValue(table, use).c_str(), nullptr, 10);
+    const bool real = !use.isRecord() && random_.percent(use.kind == Kind::kNumeric ? 80 : 15);
+    constant.type = real ? Constant::Type::kReal : Constant::Type::kInteger;
+    if (use.kind == Kind::kNumeric) {
+        constant.number = real ? number : number / 100;
+    } else {
+        constant.number = real ? number * 100 + (random_.percent(50) ? 50 : 0) : number;
     }
     return constant;
 }
@@ -193,168 +217,114 @@ Constant Generator::textConstant(const Table& table, const ColumnUse& use, bool 
 Constant Generator::constant(const Table& table, const ColumnUse& use, bool wildcards) {
     Constant constant;
     if (random_.percent(3)) return constant;
-    if (!use.isRecord() && !isNumber(use.kind) && random_.percent(2)) {
+    const bool isText = use.kind == Kind::kVarchar || use.kind == Kind::kText || use.kind == Kind::kItems;
+    if (isText && random_.percent(2)) {
         constant.type = Constant::Type::kText;
         return constant;
     }
-    if (isNumber(use.kind)) {
-        if (!use.isRecord() && wildcards && random_.percent(8)) {
-            Constant text = textConstant(table, use, true);
-            if (text.hasWildcards()) return text;
-        }
-        const std::int64_t number = std::strtoll(someValue(table, use).c_str(), nullptr, 10);
-        const bool real = !use.isRecord() && random_.percent(use.kind == Kind::kNumeric ? 80 : 15);
-        constant.type = real ? Constant::Type::kReal : Constant::Type::kInteger;
-        if (use.kind == Kind::kNumeric) {
-            constant.number = real ? number : number / 100;
-        } else {
-            constant.number = real ? number * 100 + (random_.percent(50) ? 50 : 0) : number;
-        }
-        return constant;
+    if (isText) return textConstant(table, use, wildcards);
+    if (wildcards && !use.isRecord() && random_.percent(9)) {
+        const Constant text = textConstant(table, use, true);
+        if (text.hasWildcards()) return text;
     }
-    if (use.kind == Kind::kDate || use.kind == Kind::kTime) {
-        if (wildcards && random_.percent(10)) {
-            Constant text = textConstant(table, use, true);
-            if (text.hasWildcards()) return text;
-        }
-        constant.type = use.kind == Kind::kDate ? Constant::Type::kDate : Constant::Type::kTime;
-        constant.text = someValue(table, use);
-        return constant;
-    }
-    return textConstant(table, use, wildcards);
+    if (isNumber(use.kind)) return numberConstant(table, use);
+    constant.type = use.kind == Kind::kDate ? Constant::Type::kDate : Constant::Type::kTime;
+    constant.text = someValue(table, use);
+    return constant;
 }
 
 // ---- conditions ----
 
-ConditionPtr Generator::test(const Table& table, const std::string& alias) {
+ConditionPtr Generator::constantTest() {
     auto result = std::make_shared<Condition>();
-    if (random_.percent(4)) {
-        result->type = Condition::Type::kConstants;
-        const bool numbers = random_.percent(50);
-        for (Constant* side : {&result->low, &result->high}) {
-            side->type = numbers ? Constant::Type::kInteger : Constant::Type::kText;
-            side->number = random_.between(-2, 2);
-            side->text = random_.pick(kWords);
-        }
-        result->op = static_cast<Operator>(random_.below(6));
-        return result;
+    result->type = Condition::Type::kConstants;
+    result->op = static_cast<Operator>(random_.below(6));
+    const bool numbers = random_.percent(50);
+    for (Constant* side : {&result->low, &result->high}) {
+        side->type = numbers ? Constant::Type::kInteger : Constant::Type::kText;
+        side->number = random_.between(-2, 2);
+        side->text = random_.pick(kWords);
     }
-    result->column = use(table, alias);
-    const ColumnUse& column = result->column;
-    result->negated = random_.percent(30);
+    return result;
+}
+
+ConditionPtr Generator::subquery(const ColumnUse& column, const std::vector<Table>& others) {
+    auto result = std::make_shared<Condition>();
+    const Table& other = random_.pick(others);
+    result->type = Condition::Type::kSubquery;
+    result->column = column;
+    // "=" is left to joinedByQuery: where it becomes a join it repeats rows.
+    result->in = random_.percent(60);
+    result->op = result->in ? Operator::kEqual : static_cast<Operator>(1 + random_.below(5));
+    result->inner = useOf({&other, "s"}, column.kind);
+    result->innerTable = other.name + " s";
+    if (random_.percent(70)) result->left = condition({{&other, "s"}}, 1);
+    return result;
+}
+
+void Generator::fillTest(Condition& test, const Table& table) {
+    const ColumnUse& column = test.column;
     const bool isText =
         column.kind == Kind::kVarchar || column.kind == Kind::kText || column.kind == Kind::kItems;
     const std::size_t draw = random_.below(100);
+    test.negated = random_.percent(30);
     if (draw < 12 && !column.isRecord()) {
-        result->type = Condition::Type::kNull;
+        test.type = Condition::Type::kNull;
     } else if (draw < 28) {
-        result->type = Condition::Type::kBetween;
-        result->low = constant(table, column, false);
-        result->high = constant(table, column, false);
-        for (Constant* end : {&result->low, &result->high}) {
+        test.type = Condition::Type::kBetween;
+        for (Constant* end : {&test.low, &test.high}) {
+            *end = constant(table, column, false);
             percentIsWildcard(*end);
             if (column.isRecord() && end->isAbsent() && !has(Feature::kOpenRecordRange))
                 end->type = Constant::Type::kInteger;
         }
     } else if (draw < 48 && isText) {
-        result->type = Condition::Type::kLike;
-        result->low = textConstant(table, column, true);
-        const std::size_t one = random_.below(result->low.text.size() + 1);
+        test.type = Condition::Type::kLike;
+        test.low = textConstant(table, column, true);
+        std::string& text = test.low.text;
+        const std::size_t one = random_.below(text.size() + 1);
+        if (one < text.size() && text[one] > ' ' && random_.percent(30)) text[one] = kAnyOne;
         // "!" is a wildcard of every pattern and cannot be meant otherwise; a backslash means something else
         // there.
-        std::string& text = result->low.text;
-        if (one < text.size() && text[one] > ' ' && random_.percent(30)) text[one] = kAnyOne;
         for (char& c : text) c = c == '!' ? kAnyOne : c == '\\' ? '-' : c;
     } else {
-        result->type = Condition::Type::kCompare;
-        result->op = static_cast<Operator>(random_.below(random_.percent(50) ? 2 : 6));
-        const bool equality = result->op == Operator::kEqual || result->op == Operator::kNotEqual;
-        result->low = constant(table, column, equality || isText);
-        percentIsWildcard(result->low);
-        const bool open = !equality && !result->low.text.empty() && result->low.text.front() == kAnyRun;
-        if (open && column.kind == Kind::kText && !has(Feature::kOpenTextOrder))
-            result->op = Operator::kEqual;
-        result->reversed = random_.percent(10);
+        test.type = Condition::Type::kCompare;
+        test.op = static_cast<Operator>(random_.below(random_.percent(50) ? 2 : 6));
+        test.reversed = random_.percent(10);
+        const bool equality = test.op == Operator::kEqual || test.op == Operator::kNotEqual;
+        test.low = constant(table, column, equality || isText);
+        percentIsWildcard(test.low);
+        const bool open = !equality && !test.low.text.empty() && test.low.text.front() == kAnyRun;
+        if (open && column.kind == Kind::kText && !has(Feature::kOpenTextOrder)) test.op = Operator::kEqual;
     }
+}
+
+ConditionPtr Generator::test(const Scope& scope, const std::vector<Table>* others) {
+    if (random_.percent(4)) return constantTest();
+    const Source& source = random_.pick(scope);
+    auto result = std::make_shared<Condition>();
+    result->column = use(source);
+    const Kind kind = result->column.kind;
+    if (others != nullptr && kind != Kind::kText && kind != Kind::kItems && !result->column.isRecord() &&
+        random_.percent(15)) {
+        return subquery(result->column, *others);
+    }
+    fillTest(*result, *source.table);
     return result;
 }
 
-ConditionPtr Generator::condition(const Table& table, const std::string& alias, int depth) {
-    if (depth <= 0 || random_.percent(40)) return test(table, alias);
+ConditionPtr Generator::condition(const Scope& scope, int depth, const std::vector<Table>* others) {
+    if (depth <= 0 || random_.percent(40)) return test(scope, others);
     auto result = std::make_shared<Condition>();
     const std::size_t draw = random_.below(10);
-    result->left = condition(table, alias, depth - 1);
+    result->left = condition(scope, depth - 1, others);
     if (draw < 2) {
         result->type = Condition::Type::kNot;
     } else {
         result->type = draw < 6 ? Condition::Type::kAnd : Condition::Type::kOr;
-        result->right = condition(table, alias, depth - 1);
+        result->right = condition(scope, depth - 1, others);
     }
     return result;
-}
-
-// ---- queries ----
-
-Expression Generator::shown(const ColumnUse& use) {
-    const std::string twin = columnForTwin(use);
-    Expression expression{columnForEngine(use), twin};
-    if (use.kind == Kind::kNumeric) expression.twin = "decimals(" + twin + ")";
-    if (use.kind == Kind::kText) expression.twin = "paragraphs(" + twin + ")";
-    if (use.kind == Kind::kItems && use.item == 0) expression.twin = "shown_items(" + twin + ")";
-    return expression;
-}
-
-Expression Generator::sorted(const ColumnUse& use) {
-    const std::string twin = columnForTwin(use);
-    Expression expression{columnForEngine(use), twin};
-    if (use.kind == Kind::kVarchar || use.kind == Kind::kText) expression.twin = "norm(" + twin + ")";
-    if (use.kind == Kind::kItems)
-        expression.twin = "norm(" + (use.item > 0 ? twin : "item(" + twin + ", 1)") + ")";
-    return expression;
-}
-
-void Generator::addOrder(Query& query, const Table& table, const std::string& alias,
-                         const std::vector<ColumnUse>& items) {
-    for (int count = random_.between(0, 3); count > 0; --count) {
-        OrderItem item;
-        item.descending = random_.percent(40);
-        if (random_.percent(40)) {
-            const std::size_t position = random_.below(items.size());
-            if (items[position].item > 0 && !has(Feature::kOrderByItem)) continue;
-            item.key = sorted(items[position]);
-            item.key.engine = std::to_string(position + 1);
-        } else {
-            ColumnUse column = use(table, alias);
-            if (column.isRecord()) continue;
-            if (column.item > 0 && !has(Feature::kOrderByItem)) column.item = 0;
-            item.key = sorted(column);
-        }
-        query.order.push_back(std::move(item));
-    }
-}
-
-void Generator::addPage(Query& query) {
-    if (!random_.percent(25)) return;
-    query.blockSize = random_.between(1, 12);
-    query.block = random_.between(1, 4);
-}
-
-Query Generator::query(const std::vector<Table>& tables) {
-    const Table& table = random_.pick(tables);
-    const bool named = random_.percent(30);
-    const std::string alias = named ? "k" : random_.percent(30) ? table.name : "";
-    Query query;
-    query.from = {table.name + (named ? " k" : ""), table.name + (named ? " k" : "")};
-    query.records = {"R"};
-    std::vector<ColumnUse> items;
-    for (int count = random_.between(1, 4); count > 0; --count) {
-        items.push_back(use(table, alias));
-        query.items.push_back(shown(items.back()));
-    }
-    if (random_.percent(85)) query.where = condition(table, alias, random_.between(0, 3));
-    addOrder(query, table, alias, items);
-    addPage(query);
-    return query;
 }
 
 }  // namespace differential

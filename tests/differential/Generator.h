@@ -10,6 +10,13 @@
 
 namespace differential {
 
+/// A table of a FROM list; alias is how its columns are qualified, empty for not at all.
+struct Source {
+    const Table* table;
+    std::string alias;
+};
+using Scope = std::vector<Source>;
+
 class Generator {
 public:
     explicit Generator(std::uint64_t seed) : random_(seed) {}
@@ -17,27 +24,43 @@ public:
     /// Two tables with columns of all kinds and up to 40 rows each.
     std::vector<Table> tables();
     Query query(const std::vector<Table>& tables);
-    /// A condition of a few tests over the table; alias is how its columns are qualified, empty for not at
-    /// all.
-    ConditionPtr condition(const Table& table, const std::string& alias, int depth);
+    /// A condition of a few tests over the tables of the scope. Sub-queries, which want qualified columns,
+    /// over others.
+    ConditionPtr condition(const Scope& scope, int depth, const std::vector<Table>* others = nullptr);
     Random& random() { return random_; }
 
 private:
+    // Generator.cpp: rows, constants, conditions
     Row row(const Table& table);
     Cell cell(Kind kind);
     std::string value(Kind kind);
     std::string phrase();
-
-    const Column& column(const Table& table) { return random_.pick(table.columns); }
-    ColumnUse use(const Table& table, const std::string& alias);
+    ColumnUse use(const Source& source);
+    ColumnUse useOf(const Source& source, Kind kind);
     Constant constant(const Table& table, const ColumnUse& use, bool wildcards);
+    Constant numberConstant(const Table& table, const ColumnUse& use);
     Constant textConstant(const Table& table, const ColumnUse& use, bool wildcards);
+    void addWildcard(std::string& text);
     std::string someValue(const Table& table, const ColumnUse& use);
-    ConditionPtr test(const Table& table, const std::string& alias);
-    Expression shown(const ColumnUse& use);
-    Expression sorted(const ColumnUse& use);
-    void addOrder(Query& query, const Table& table, const std::string& alias,
-                  const std::vector<ColumnUse>& items);
+    ConditionPtr test(const Scope& scope, const std::vector<Table>* others);
+    ConditionPtr constantTest();
+    ConditionPtr subquery(const ColumnUse& column, const std::vector<Table>& others);
+    void fillTest(Condition& test, const Table& table);
+
+    // Queries.cpp: forms of queries
+    Query plain(const std::vector<Table>& tables);
+    Query distinct(const std::vector<Table>& tables);
+    Query grouped(const std::vector<Table>& tables);
+    Query aggregated(const std::vector<Table>& tables);
+    Query joined(const std::vector<Table>& tables);
+    Query joinedByQuery(const std::vector<Table>& tables);
+    Query unionOf(const std::vector<Table>& tables);
+    Source from(const std::vector<Table>& tables, Query& query, bool qualified);
+    Expression arithmetic(const Source& source);
+    Expression aggregate(const Source& source, const std::vector<ColumnUse>& groups);
+    void addItems(Query& query, const Scope& scope, std::vector<ColumnUse>& items);
+    void addOrder(Query& query, const Scope& scope, const std::vector<ColumnUse>& items);
+    void addWhere(Query& query, const Scope& scope, const std::vector<Table>& tables);
     void addPage(Query& query);
 
     Random random_;

@@ -51,7 +51,7 @@ void forConditions(std::uint64_t seed, int depth, Body body) {
         fill(engine, table);
         for (int i = 0; i < kConditionsPerBase; ++i) {
             SCOPED_TRACE("seed " + std::to_string(seed + base));
-            body(engine, generator, table, *generator.condition(table, "", depth));
+            body(engine, generator, table, *generator.condition({{&table, ""}}, depth));
         }
     }
 }

@@ -24,11 +24,13 @@ struct Query {
     std::vector<Expression> items;
     Expression from;
     ConditionPtr where;              ///< null: none
-    std::vector<Expression> groups;  ///< columns of GROUP BY
+    std::vector<Expression> groups;  ///< of GROUP BY; without an engine's text it is the twin's alone
     std::vector<OrderItem> order;
     std::vector<std::string>
         records;                   ///< the twin's record numbers, by which rows come when nothing else says
     bool sequence = true;          ///< the order of the rows is told; else only which rows there are
+    std::vector<Query> further;    ///< more members of a UNION; order and page are the first one\'s
+    bool all = false;              ///< UNION ALL
     int blockSize = 0, block = 1;  ///< 0: all rows
 };
 

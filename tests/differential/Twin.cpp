@@ -78,6 +78,36 @@ void function(sqlite3_context* context, int /*count*/, sqlite3_value** arguments
     if (sqlite3_value_type(arguments[0]) != SQLITE_NULL) body(context, arguments);
 }
 
+/// first_of(place, value): the value at the lowest place.
+struct First {
+    std::int64_t place;
+    bool seen, isNull;
+    std::string* value;  // the library hands out zeroed memory and runs no destructor
+};
+
+void firstStep(sqlite3_context* context, int /*count*/, sqlite3_value** arguments) {
+    auto* first = static_cast<First*>(sqlite3_aggregate_context(context, sizeof(First)));
+    const std::int64_t place = sqlite3_value_int64(arguments[0]);
+    if (first->seen && place >= first->place) return;
+    if (first->value == nullptr) first->value = new std::string;
+    first->seen = true;
+    first->place = place;
+    first->isNull = sqlite3_value_type(arguments[1]) == SQLITE_NULL;
+    first->value->assign(first->isNull ? std::string_view() : text(arguments[1]));
+}
+
+void firstEnd(sqlite3_context* context) {
+    auto* first = static_cast<First*>(sqlite3_aggregate_context(context, 0));
+    if (first == nullptr) return;
+    if (!first->isNull) answer(context, *first->value);
+    delete first->value;
+}
+
+/// Equal for values that DISTINCT takes for one: of the same length, equal as texts compare.
+std::string distinctKey(std::string_view value) {
+    return normalized(value) + kItemEnd + std::to_string(value.size());
+}
+
 using C = sqlite3_context;
 using V = sqlite3_value;
 
@@ -105,6 +135,8 @@ void registerFunctions(sqlite3* database) {
     add("words_between", 3, function<[](C* c, V** v) {
             sqlite3_result_int(c, anyBetween(wordsOf(text(v[0])), text(v[1]), text(v[2])));
         }>);
+    add("distinct_key", 1, function<[](C* c, V** v) { answer(c, distinctKey(text(v[0]))); }>);
+    sqlite3_create_function(database, "first_of", 2, SQLITE_UTF8, nullptr, nullptr, firstStep, firstEnd);
     add("item", 2, function<itemAt>);
     add("shown_items", 1, function<[](C* c, V** v) { answer(c, shownItems(text(v[0]))); }>);
     add("paragraphs", 1, function<[](C* c, V** v) { answer(c, paragraphs(text(v[0]))); }>);
