@@ -75,8 +75,8 @@ public:
     // The unnamed section of the configuration file first, then (when asked to fall back) the kernel's
     // setting store. False and an empty value when neither has it.
     bool setting(const char* name, bool fallBackToKernel, CStringBuffer& value) const;
-    // The directory that startLogging was given, else that of the log files; looked for when it is first asked
-    // for. Empty before startLogging.
+    // The directory that startLogging was given, else that of the log files; looked for when it is first
+    // asked for. Empty before startLogging.
     const std::string& configurationPath() const;
 
     // ---- kernel helpers ----
@@ -105,8 +105,8 @@ protected:
         const char* extension;
         bool withProcessId, withThreadId, withTimeStamp;
     };
-    // The directory without one trailing separator; an empty one means the setting WDBS_LOG (environment, then
-    // settings file), else the temporary directory.
+    // The directory without one trailing separator; an empty one means the setting WDBS_LOG (environment,
+    // then settings file), else the temporary directory.
     static std::string logDirectory(const std::string& directory);
     // "<directory>/<name>_<process>_<thread>_<time>.<extension>", the directory as above.
     static std::string logFilePath(const std::string& directory, const std::string& name,

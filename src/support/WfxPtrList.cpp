@@ -21,8 +21,9 @@ void WfxPtrList::reserve(std::int64_t capacity) {
     if (capacity > storage_) {
         // Ten by ten alone, a list of half a million values would be copied fifty thousand times.
         const std::int64_t storage = std::max(capacity, std::int64_t{storage_} + storage_ / 2);
-        items_ = static_cast<void**>(platform::heapGrow(items_, static_cast<std::size_t>(storage_) * sizeof(void*),
-                                                        static_cast<std::size_t>(storage) * sizeof(void*)));
+        items_ =
+            static_cast<void**>(platform::heapGrow(items_, static_cast<std::size_t>(storage_) * sizeof(void*),
+                                                   static_cast<std::size_t>(storage) * sizeof(void*)));
         storage_ = storage;
     }
     capacity_ = static_cast<std::int32_t>(capacity);

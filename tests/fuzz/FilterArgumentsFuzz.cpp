@@ -1,5 +1,6 @@
-// Any bytes as the arguments of the exports that take arguments, above a kernel of a few tables. The first three bytes choose
-// the export, the option mask and how much of the text the record admits to; the rest is the request.
+// Any bytes as the arguments of the exports that take arguments, above a kernel of a few tables. The first
+// three bytes choose the export, the option mask and how much of the text the record admits to; the rest is
+// the request.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -71,7 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const Export function = kExports[bytes[0] % 4];
     prepareKernel(bytes[2]);
     const std::size_t length = size - 3;
-    char* memory = static_cast<char*>(std::malloc(length > 0 ? length : 1));  // a byte beyond it is one too many
+    char* memory =
+        static_cast<char*>(std::malloc(length > 0 ? length : 1));  // a byte beyond it is one too many
     if (length > 0) std::memcpy(memory, bytes + 3, length);
     const std::string request(memory, length);
 
