@@ -25,8 +25,8 @@
  *      below 1 is an empty request.
  *   7. Content-type line. When an answer was produced and textLength is greater than 10, execsql,
  *      sqlgetobject and sqlgettabledesc put "TEXT\nUTF-8" with its NUL into the request text and set
- *      textLength to 10. For a binary object it is "STRING\n", where textLength is greater than 7. A statement
- *      that does not parse, a bad argument and a bad invocation leave the text alone.
+ *      textLength to 10. For a binary object it is "STRING\n", where textLength is greater than 7. The text
+ *      is left alone by a statement that does not parse, a bad argument and a bad invocation.
  *   8. Threads. Different records may be used by different threads at once, one record by one thread at a
  *      time. No C++ exception leaves the library, and it does not touch the process's locale, signals or
  *      standard streams.
