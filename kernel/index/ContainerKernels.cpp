@@ -79,8 +79,17 @@ uint32_t countBitsPortable(const char* bitmap, size_t bytes) {
     return count;
 }
 
+void countBeforePortable(const char* bitmap, uint16_t* out) {
+    uint32_t count = 0;
+    for (size_t w = 0; w < kBitmapWords; ++w) {
+        out[w] = static_cast<uint16_t>(count);
+        count += static_cast<uint32_t>(std::popcount(wordAt(bitmap, w)));
+    }
+}
+
 constexpr ContainerKernels kPortable = {intersectArraysPortable, andPortable,      orPortable,
-                                        andNotPortable,          countAndPortable, countBitsPortable};
+                                        andNotPortable,          countAndPortable, countBitsPortable,
+                                        countBeforePortable};
 
 #if WDB_X86
 
@@ -207,8 +216,16 @@ __attribute__((target("avx2"))) uint32_t countBitsAvx2(const char* bitmap, size_
     return sumLanes(count) + countBitsPortable(bitmap + i, bytes - i);
 }
 
-constexpr ContainerKernels kAvx2 = {intersectArraysSse, andAvx2,      orAvx2,
-                                    andNotAvx2,         countAndAvx2, countBitsAvx2};
+__attribute__((target("popcnt"))) void countBeforePopcnt(const char* bitmap, uint16_t* out) {
+    uint64_t count = 0;
+    for (size_t w = 0; w < kBitmapWords; ++w) {
+        out[w] = static_cast<uint16_t>(count);
+        count += static_cast<uint64_t>(_mm_popcnt_u64(wordAt(bitmap, w)));
+    }
+}
+
+constexpr ContainerKernels kAvx2 = {intersectArraysSse, andAvx2,       orAvx2,           andNotAvx2,
+                                    countAndAvx2,       countBitsAvx2, countBeforePopcnt};
 
 #endif
 
@@ -220,7 +237,8 @@ const ContainerKernels& portableKernels() {
 
 const ContainerKernels& containerKernels() {
 #if WDB_X86
-    static const bool fast = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("sse4.2");
+    static const bool fast = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("sse4.2") &&
+                             __builtin_cpu_supports("popcnt");
     if (fast) return kAvx2;
 #endif
     return kPortable;

@@ -20,6 +20,8 @@ struct ContainerKernels {
     // Cardinality of the intersection without making it.
     uint32_t (*countAnd)(const char* a, const char* b);
     uint32_t (*countBits)(const char* bitmap, size_t bytes);  // bytes: a multiple of 8
+    // For each of the kBitmapWords words of a bitmap the number of bits before it.
+    void (*countBefore)(const char* bitmap, uint16_t* out);
 };
 
 // The fastest ones that this processor runs; portable ones for comparison.

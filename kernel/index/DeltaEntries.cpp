@@ -4,12 +4,13 @@
 
 namespace wdb {
 
+// When memory runs out the key is there or not; one that is missing in the order is put there by the next
+// call.
 uint32_t DeltaEntries::Dictionary::add(Slice key) {
+    if (entries_.size() == entries_.capacity()) entries_.reserve(std::max<size_t>(64, entries_.size() * 2));
     const uint32_t number = table_.intern(key);
-    if (number == entries_.size()) {
-        entries_.emplace_back();
-        ordered_.insert(number);
-    }
+    if (number == entries_.size()) entries_.emplace_back();
+    while (ordered_.size() < entries_.size()) ordered_.insert(static_cast<uint32_t>(ordered_.size()));
     return number;
 }
 
@@ -66,21 +67,55 @@ struct DeltaEntries::Sink {
     }
 };
 
-DeltaEntries::Entry& DeltaEntries::open(Position position, RecordNumber record, bool deleted) {
-    const auto number = static_cast<uint32_t>(entries_.size());
-    const auto [at, isNew] = latest_.try_emplace(record, number);
-    if (isNew) {
-        allTouched_.add(record);
-    } else {
-        entries_[at->second].next = number;
-        at->second = number;
+// An entry that is being made. What it left in lists and pool when memory ran out stays there under its
+// number, which is then given to an entry that nobody sees.
+class DeltaEntries::Maker {
+public:
+    Maker(DeltaEntries& owner, Position position, RecordNumber record, bool deleted)
+        : owner_(owner), pool_(owner.pool_.size()) {
+        std::vector<Entry>& entries = owner.entries_;
+        if (entries.size() == entries.capacity()) entries.reserve(std::max<size_t>(64, entries.size() * 2));
+        entry.position = position;
+        entry.record = record;
+        entry.deleted = deleted;
     }
-    Entry& entry = entries_.emplace_back();
-    entry.position = position;
-    entry.record = record;
-    entry.deleted = deleted;
-    return entry;
-}
+    Maker(const Maker&) = delete;
+    Maker& operator=(const Maker&) = delete;
+    ~Maker() {
+        if (done_) return;
+        owner_.pool_.resize(pool_);
+        Entry dead;
+        dead.position = owner_.lastPosition();
+        dead.next = owner_.count();
+        owner_.entries_.push_back(dead);
+    }
+
+    // Makes the entry the record's newest.
+    void finish() {
+        const uint32_t number = owner_.count();
+        const auto [at, isNew] = owner_.latest_.try_emplace(entry.record, number);
+        if (isNew) {
+            try {
+                owner_.allTouched_.add(entry.record);
+            } catch (...) {
+                owner_.latest_.erase(at);
+                throw;
+            }
+        } else {
+            owner_.entries_[at->second].next = number;
+            at->second = number;
+        }
+        owner_.entries_.push_back(entry);
+        done_ = true;
+    }
+
+    Entry entry;
+
+private:
+    DeltaEntries& owner_;
+    const size_t pool_;
+    bool done_ = false;
+};
 
 void DeltaEntries::noteSet(uint32_t tag, uint32_t entry) {
     Lists& lists = (tag & 1) != 0 ? multi_ : present_;
@@ -90,7 +125,8 @@ void DeltaEntries::noteSet(uint32_t tag, uint32_t entry) {
 void DeltaEntries::add(Position position, RecordNumber record, const RecordView* image) {
     const bool deleted = image == nullptr || image->deleted();
     Sink sink{*this, count()};
-    Entry& entry = open(position, record, deleted);
+    Maker maker(*this, position, record, deleted);
+    Entry& entry = maker.entry;
     entry.textsBegin = static_cast<uint32_t>(pool_.size());
     if (!deleted) inverter_.invert(*schema_, *image, sink);
     sink.endText();
@@ -100,13 +136,15 @@ void DeltaEntries::add(Position position, RecordNumber record, const RecordView*
     pool_.insert(pool_.end(), sink.sets.begin(), sink.sets.end());
     entry.setsEnd = static_cast<uint32_t>(pool_.size());
     for (const uint32_t tag : sink.sets) noteSet(tag, sink.number);
+    maker.finish();
 }
 
 void DeltaEntries::addAll(const DeltaEntries& other, Position after) {
     for (const Entry& source : other.entries_) {
-        if (source.position <= after) continue;
+        if (source.position <= after || source.record == 0) continue;
         const uint32_t number = count();
-        Entry& entry = open(source.position, source.record, source.deleted);
+        Maker maker(*this, source.position, source.record, source.deleted);
+        Entry& entry = maker.entry;
         entry.textsBegin = static_cast<uint32_t>(pool_.size());
         for (uint32_t at = source.textsBegin; at < source.textsEnd;) {
             const uint32_t end = at + 2 + other.pool_[at + 1];
@@ -131,6 +169,7 @@ void DeltaEntries::addAll(const DeltaEntries& other, Position after) {
             pool_.push_back(other.pool_[at]);
         }
         entry.setsEnd = static_cast<uint32_t>(pool_.size());
+        maker.finish();
     }
 }
 
@@ -143,7 +182,7 @@ RecordSet DeltaEntries::touched(Position after, Position upTo) const {
     if (after < firstPosition() && upTo >= lastPosition()) return allTouched_.clone();
     RecordSetBuilder builder;
     for (const Entry& entry : entries_) {
-        if (entry.position > after && entry.position <= upTo) builder.add(entry.record);
+        if (entry.position > after && entry.position <= upTo && entry.record != 0) builder.add(entry.record);
     }
     return builder.finish();
 }

@@ -79,8 +79,8 @@ public:
 
     struct Entry {
         Position position = 0;
-        RecordNumber record = 0;
-        uint32_t next = kNone;  // the record's next entry
+        RecordNumber record = 0;  // 0: the entry could not be made; no view sees it
+        uint32_t next = kNone;    // the record's next entry
         bool deleted = false;
         uint32_t valuesBegin = 0;  // in the pool: key number * 2 + (1: first item)
         uint32_t valuesEnd = 0;
@@ -93,6 +93,8 @@ public:
 
     explicit DeltaEntries(std::shared_ptr<const Schema> schema) : schema_(std::move(schema)) {}
 
+    // Both: as if it had never been asked for when memory runs out (std::bad_alloc); addAll keeps the entries
+    // that it had taken over by then.
     void add(Position position, RecordNumber record, const RecordView* image);
     // Takes over entries of another one (with `after` < position), in their order.
     void addAll(const DeltaEntries& other, Position after);
@@ -131,8 +133,8 @@ public:
 private:
     using Lists = std::unordered_map<FieldNumber, std::vector<uint32_t>>;
     struct Sink;
+    class Maker;
     static std::span<const uint32_t> list(const Lists& lists, FieldNumber field);
-    Entry& open(Position position, RecordNumber record, bool deleted);
     void noteSet(uint32_t tag, uint32_t entry);
 
     std::shared_ptr<const Schema> schema_;

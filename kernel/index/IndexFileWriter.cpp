@@ -94,7 +94,7 @@ public:
 
     void start(Slice key) { key_.assign(key); }
     Status add(RecordNumber record, Slice positions) {
-        if (block_.full()) WDB_TRY(flush());
+        if (!block_.takes(positions.size())) WDB_TRY(flush());
         block_.add(record, positions);
         return WDB_OK;
     }

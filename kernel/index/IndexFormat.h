@@ -14,7 +14,7 @@ namespace wdb {
 // What reader and writer of the two index files share; the bytes are described in docs/formats/word-index.md
 // and docs/formats/value-index.md.
 
-inline constexpr uint32_t kWordFormat = 1;
+inline constexpr uint32_t kWordFormat = 2;
 inline constexpr uint32_t kValueFormat = 1;
 
 namespace word_table {

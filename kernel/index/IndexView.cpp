@@ -42,6 +42,33 @@ Status IndexView::Impl::verify(RecordSet& sure, RecordSet unsure,
     return status;
 }
 
+Result<std::shared_ptr<const Vocabulary>> IndexView::Impl::vocabulary(Vocabulary::Table table,
+                                                                      const FieldDefinition& field) {
+    const bool words = table == Vocabulary::Table::Words;
+    const Position position = words ? sources.wordPosition : sources.valuePosition;
+    std::shared_ptr<const Vocabulary> found;
+    if (sources.ranks != nullptr) found = sources.ranks->vocabulary(table, field.number, position);
+    if (!found) {
+        auto made = std::make_shared<Vocabulary>(table, field.number, position);
+        const std::string prefix = indexKey(field.number, {});
+        std::string present;
+        WDB_TRY((words ? postings : values).walk(prefix, prefix, [&](Slice key, uint16_t, Slice) -> Status {
+            if (key == present) return WDB_OK;
+            present = key;
+            if (key.size() < 3) return WDB_E_CORRUPT;
+            Slice text = key.substr(2);
+            const bool cut =
+                words ? maybeCutTerm(text.substr(0, text.size() - 1)) : maybeCutKey(field.type, text);
+            if (!cut || words) text.remove_suffix(1);
+            return made->add(text, cut) ? WDB_OK : WDB_FAIL;
+        }));
+        found = std::move(made);
+        if (sources.ranks != nullptr) sources.ranks->store(found);
+    }
+    if (found->tooLarge()) found = nullptr;
+    return found;
+}
+
 Result<RecordSet> IndexView::live() {
     return impl_->set(0, SetKind::Live);
 }

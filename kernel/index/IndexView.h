@@ -100,8 +100,8 @@ public:
     // access per indexed record, plus one look-up per record of the deltas, plus the ranks when they are not
     // cached.
     Status places(FieldNumber field, const RecordSet& records, std::vector<OrderedRecord>& out);
-    // The same for records in any order, repeated ones included: out[i] is the place of the i-th. 0 stands for
-    // no record and has the place 0.
+    // The same for records in any order, repeated ones included: out[i] is the place of the i-th. 0 stands
+    // for no record and has the place 0.
     Status places(FieldNumber field, std::span<const RecordNumber> records, std::vector<uint64_t>& out);
 
     // Numbers of the entries a walk through the field would at most have to see: for choosing between ways to

@@ -82,6 +82,11 @@ struct IndexView::Impl {
     }
 
     Result<RecordSet> set(FieldNumber field, SetKind kind);
+    // From the cache, or made by one walk (Places.cpp).
+    Result<std::shared_ptr<const Ranks>> ranks(const FieldDefinition& field);
+    // The same for the keys of a field. Null when there are too many of them.
+    Result<std::shared_ptr<const Vocabulary>> vocabulary(Vocabulary::Table table,
+                                                         const FieldDefinition& field);
 
     // Adds to `sure` the records of `unsure` for which the test holds.
     Status verify(RecordSet& sure, RecordSet unsure, const std::function<bool(const RecordView&)>& test);

@@ -197,7 +197,7 @@ private:
     }
 
     Status write(Slice key, RecordNumber record, Slice positions) {
-        if (writer_.full()) WDB_TRY(flush(key));
+        if (!writer_.takes(positions.size())) WDB_TRY(flush(key));
         writer_.add(record, positions);
         return WDB_OK;
     }

@@ -35,6 +35,7 @@ private:
     void startKey(Slice key, Ranks& ranks) {
         key_ = key;
         cut_ = maybeCutKey(field_.type, key.substr(2));
+        ranks.cut = ranks.cut || cut_;
         if (ranks.count++ % Ranks::kMarkStep == 0) ranks.marks.emplace_back(key.substr(2));
     }
 
@@ -48,24 +49,27 @@ private:
             uint32_t& rank = ranks.rankOf[record];
             if (cut_)
                 rank = Ranks::kUnknown;
-            else if (multi_.empty() || !multi_.contains(record))
+            else if (multi_.empty() || !multi_.contains(record)) {
                 rank = ranks.count;
-            else if (touched_.contains(record))
+                ranks.inOrder.push_back(record);
+            } else if (touched_.contains(record))
                 rank = Ranks::kUnknown;
             else if (rank == 0 && ok(status))
-                status = noteFirst(record, rank, ranks.count);
+                status = noteFirst(record, rank, ranks);
         });
         return status;
     }
 
-    Status noteFirst(RecordNumber number, uint32_t& rank, uint32_t count) {
+    Status noteFirst(RecordNumber number, uint32_t& rank, Ranks& ranks) {
         const Result<RecordView> record = impl_.sources.records->record(number);
         if (!record) return record.status();
         const std::string first = RecordMatcher::firstKey(*record, field_);
-        if (maybeCutKey(field_.type, Slice(first).substr(0, kMaxValueKey)))
+        if (maybeCutKey(field_.type, Slice(first).substr(0, kMaxValueKey))) {
             rank = Ranks::kUnknown;
-        else if (first == Slice(key_).substr(2))
-            rank = count;
+        } else if (first == Slice(key_).substr(2)) {
+            rank = ranks.count;
+            ranks.inOrder.push_back(number);
+        }
         return WDB_OK;
     }
 
@@ -152,16 +156,19 @@ private:
     std::vector<SlowRecord> slow_;
 };
 
+Result<std::shared_ptr<const Ranks>> IndexView::Impl::ranks(const FieldDefinition& field) {
+    if (sources.ranks != nullptr) {
+        if (auto cached = sources.ranks->find(field.number, sources.valuePosition)) return cached;
+    }
+    Result<std::shared_ptr<const Ranks>> made = RankMaker(*this, field).make();
+    if (made && sources.ranks != nullptr) sources.ranks->store(*made);
+    return made;
+}
+
 Result<std::shared_ptr<const Ranks>> IndexView::ranks(FieldNumber field) {
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();
-    RankCache* const cache = impl_->sources.ranks;
-    if (cache != nullptr) {
-        if (auto cached = cache->find(field, impl_->sources.valuePosition)) return cached;
-    }
-    Result<std::shared_ptr<const Ranks>> made = RankMaker(*impl_, **definition).make();
-    if (made && cache != nullptr) cache->store(*made);
-    return made;
+    return impl_->ranks(**definition);
 }
 
 Status IndexView::places(FieldNumber field, const RecordSet& records, std::vector<OrderedRecord>& out) {

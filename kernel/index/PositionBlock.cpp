@@ -1,5 +1,7 @@
 #include "kernel/index/PositionBlock.h"
 
+#include <algorithm>
+
 #include <xxhash.h>
 
 #include "kernel/common/ByteOrder.h"
@@ -37,59 +39,88 @@ Status readPositions(Slice stored, std::vector<uint32_t>& out) {
     return WDB_OK;
 }
 
-Result<PositionBlockReader> PositionBlockReader::open(RecordNumber first, Slice block) {
+Result<PositionBlockView> PositionBlockView::open(RecordNumber first, Slice block) {
     if (block.size() < kPositionBlockHeader) return Status{WDB_E_CORRUPT};
+    PositionBlockView view;
+    view.first = first;
+    view.last = loadLittle<uint32_t>(block.data() + 4);
+    view.count = loadLittle<uint16_t>(block.data() + 8);
+    const size_t distances = loadLittle<uint16_t>(block.data() + 10);
+    const Slice rest = block.substr(kPositionBlockHeader);
+    if (rest.size() < view.count + distances) return Status{WDB_E_CORRUPT};
+    view.lengths = rest.data();
+    view.distances = rest.substr(view.count, distances);
+    view.positions = rest.substr(view.count + distances);
+    return view;
+}
+
+Result<PositionBlockReader> PositionBlockReader::open(RecordNumber first, Slice block) {
+    const Result<PositionBlockView> view = PositionBlockView::open(first, block);
+    if (!view) return view.status();
     PositionBlockReader reader;
-    reader.at_ = block.data() + kPositionBlockHeader;
-    reader.end_ = block.data() + block.size();
+    reader.view_ = *view;
+    reader.distance_ = view->distances.data();
     reader.record_ = first;
-    reader.last_ = loadLittle<uint32_t>(block.data() + 4);
-    reader.left_ = loadLittle<uint16_t>(block.data() + 8);
     return reader;
 }
 
 Status PositionBlockReader::next() {
-    if (left_ == 0) return WDB_FAIL;
+    if (place_ == view_.count) return WDB_FAIL;
     uint32_t distance;
-    uint32_t size;
-    if (!readVarint(at_, end_, distance) || !readVarint(at_, end_, size) ||
-        size > static_cast<size_t>(end_ - at_))
+    const size_t size = view_.length(place_);
+    if (!readVarint(distance_, view_.distances.data() + view_.distances.size(), distance) ||
+        size > view_.positions.size() - at_)
         return WDB_E_CORRUPT;
-    --left_;
+    ++place_;
     record_ += distance;
-    positions_ = {at_, size};
+    positions_ = view_.positions.substr(at_, size);
     at_ += size;
     return WDB_OK;
 }
 
+bool PositionBlockWriter::takes(size_t bytes) const {
+    if (empty()) return true;
+    // A varint takes five bytes at most, so that the distances of a block that is not full fit their two
+    // bytes.
+    const size_t used = lengths_.size() + distances_.size() + positions_.size();
+    return used < kPositionBlockTarget && bytes < kLongPositions &&
+           positions_.size() < kPositionBlockTarget &&
+           !(lengths_.size() == 1 && positions_.size() >= kLongPositions);
+}
+
 void PositionBlockWriter::add(RecordNumber record, Slice positions) {
     if (empty()) first_ = last_ = record;
-    appendVarint(block_, record - last_);
-    appendVarint(block_, positions.size());
-    block_.append(positions);
+    appendVarint(distances_, record - last_);
+    lengths_.push_back(static_cast<char>(std::min(positions.size(), kLongPositions)));
+    positions_.append(positions);
     last_ = record;
-    ++count_;
 }
 
 Slice PositionBlockWriter::finish() {
+    block_.assign(kPositionBlockHeader, '\0');
     storeLittle(block_.data() + 4, last_);
-    storeLittle(block_.data() + 8, static_cast<uint16_t>(count_));
+    storeLittle(block_.data() + 8, static_cast<uint16_t>(lengths_.size()));
+    storeLittle(block_.data() + 10, static_cast<uint16_t>(distances_.size()));
+    block_.append(lengths_).append(distances_).append(positions_);
     storeLittle(block_.data(), checksum(block_));
     return block_;
 }
 
 void PositionBlockWriter::clear() {
-    block_.resize(kPositionBlockHeader);
-    count_ = 0;
+    lengths_.clear();
+    distances_.clear();
+    positions_.clear();
 }
 
 Status validatePositionBlock(RecordNumber first, Slice block) {
+    const Result<PositionBlockView> view = PositionBlockView::open(first, block);
+    if (!view) return view.status();
+    if (loadLittle<uint32_t>(block.data()) != checksum(block)) return WDB_E_CORRUPT;
     Result<PositionBlockReader> reader = PositionBlockReader::open(first, block);
     if (!reader) return reader.status();
-    if (loadLittle<uint32_t>(block.data()) != checksum(block)) return WDB_E_CORRUPT;
     std::vector<uint32_t> positions;
     RecordNumber before = 0;
-    size_t used = kPositionBlockHeader;
+    size_t used = 0;
     Status status;
     while (ok(status = reader->next())) {
         if (reader->record() <= before) return WDB_E_CORRUPT;
@@ -99,10 +130,10 @@ Status validatePositionBlock(RecordNumber first, Slice block) {
             if (positions[i - 1] >= positions[i]) return WDB_E_CORRUPT;
         }
         if (positions.empty()) return WDB_E_CORRUPT;
-        used = static_cast<size_t>(reader->positions().data() + reader->positions().size() - block.data());
+        used += reader->positions().size();
     }
     if (status != WDB_FAIL) return status;
-    return before == reader->lastRecord() && used == block.size() ? WDB_OK : WDB_E_CORRUPT;
+    return before == view->last && used == view->positions.size() ? WDB_OK : WDB_E_CORRUPT;
 }
 
 }  // namespace wdb

@@ -15,4 +15,11 @@ Status PostingReader::read(Slice key, RecordSet& out) {
     return status == WDB_FAIL ? WDB_OK : status;
 }
 
+Status PostingReader::addTo(Slice key, RecordSetBuilder& out) {
+    RecordSet records;
+    WDB_TRY(read(key, records));
+    out.add(records);
+    return WDB_OK;
+}
+
 }  // namespace wdb

@@ -19,6 +19,8 @@ public:
 
     // Appends the containers of a key (without the chunk), borrowed, to an empty set.
     Status read(Slice key, RecordSet& out);
+    // Adds them to a union.
+    Status addTo(Slice key, RecordSetBuilder& out);
 
     // Calls visit(Slice key, uint16_t chunk, Slice container) -> Status for the entries from the first one on
     // whose key is not below `low` and while keys begin with `prefix`. WDB_FAIL from visit ends the walk,

@@ -46,6 +46,9 @@ bool PostingStream::next() {
     if (at_ == end_ || !readVarint(at_, end_, distance)) return false;
     record_ += distance;
     positions_.clear();
+    // Distances of one byte, the common ones, are copied as they come, less the 1.
+    while (at_ < end_ && static_cast<unsigned char>(*at_ - 1) < 0x7F)
+        positions_.push_back(static_cast<char>(*at_++ - 1));
     uint64_t value = 0;
     while (readVarint(at_, end_, value) && value != 0) appendVarint(positions_, value - 1);
     return true;

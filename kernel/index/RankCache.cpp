@@ -1,30 +1,83 @@
 #include "kernel/index/RankCache.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace wdb {
 
+size_t Ranks::bytes() const {
+    return (rankOf.capacity() + inOrder.capacity()) * 4 + marks.size() * 64;
+}
+
 std::shared_ptr<const Ranks> RankCache::find(FieldNumber field, Position position) const {
     const std::lock_guard lock(mutex_);
-    for (const auto& ranks : ranks_) {
-        if (ranks->field == field && ranks->position == position) return ranks;
+    for (const Kept& kept : kept_) {
+        if (!kept.ranks || kept.ranks->field != field || kept.ranks->position != position) continue;
+        kept.used = ++clock_;
+        return kept.ranks;
     }
     return nullptr;
 }
 
-void RankCache::store(std::shared_ptr<const Ranks> ranks) {
+std::shared_ptr<const Vocabulary> RankCache::vocabulary(Vocabulary::Table table, FieldNumber field,
+                                                        Position position) const {
     const std::lock_guard lock(mutex_);
-    const auto found = std::find_if(ranks_.begin(), ranks_.end(),
-                                    [&](const auto& kept) { return kept->field == ranks->field; });
-    if (found == ranks_.end())
-        ranks_.push_back(std::move(ranks));
-    else if ((*found)->position < ranks->position)
-        *found = std::move(ranks);
+    for (const Kept& kept : kept_) {
+        if (!kept.vocabulary || !kept.vocabulary->of(table, field) || kept.vocabulary->position() != position)
+            continue;
+        kept.used = ++clock_;
+        return kept.vocabulary;
+    }
+    return nullptr;
+}
+
+template <typename Same>
+void RankCache::keep(Kept fresh, Position position, Same&& same) {
+    const std::lock_guard lock(mutex_);
+    fresh.used = ++clock_;
+    const auto found = std::find_if(kept_.begin(), kept_.end(), same);
+    if (found == kept_.end())
+        kept_.push_back(std::move(fresh));
+    else if (positionOf(*found) < position)
+        *found = std::move(fresh);
+    size_t bytes = 0;
+    for (const Kept& kept : kept_) bytes += kept.bytes();
+    while (bytes > kMaxBytes && kept_.size() > 1) {
+        const auto oldest = std::min_element(kept_.begin(), kept_.end(),
+                                             [](const Kept& a, const Kept& b) { return a.used < b.used; });
+        bytes -= oldest->bytes();
+        kept_.erase(oldest);
+    }
+}
+
+void RankCache::store(std::shared_ptr<const Ranks> ranks) {
+    const FieldNumber field = ranks->field;
+    const Position position = ranks->position;
+    keep({std::move(ranks), nullptr, 0}, position,
+         [&](const Kept& kept) { return kept.ranks && kept.ranks->field == field; });
+}
+
+void RankCache::store(std::shared_ptr<const Vocabulary> vocabulary) {
+    const Vocabulary& fresh = *vocabulary;
+    const Position position = fresh.position();
+    keep({nullptr, vocabulary, 0}, position, [&](const Kept& kept) {
+        return kept.vocabulary && kept.vocabulary->of(fresh.table(), fresh.field());
+    });
+}
+
+bool RankCache::walked(FieldNumber field, Position position, uint64_t entries, uint64_t all) {
+    const std::lock_guard lock(mutex_);
+    auto at = std::find_if(walked_.begin(), walked_.end(), [&](const Walked& w) { return w.field == field; });
+    if (at == walked_.end()) at = walked_.insert(walked_.end(), Walked{field, position, 0});
+    if (at->position < position) *at = {field, position, 0};
+    if (at->position == position) at->entries += entries;
+    return at->position == position && at->entries >= all;
 }
 
 void RankCache::clear() {
     const std::lock_guard lock(mutex_);
-    ranks_.clear();
+    kept_.clear();
+    walked_.clear();
 }
 
 }  // namespace wdb

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "kernel/common/ByteOrder.h"
@@ -95,15 +98,16 @@ private:
     // Answers the position of the last word.
     template <typename Sink>
     uint32_t words(FieldNumber field, Slice text, uint32_t position, Sink& sink) {
-        startKey(field);
-        const size_t begin = key_.size();
+        constexpr size_t begin = sizeof field;
+        std::array<char, begin + kMaxTerm + 1> key;
+        storeBig(key.data(), field);
         uint32_t last = position;
         analyzer_.words(text, [&](const Word& word) {
-            key_.resize(begin);
-            key_.append(word.term.substr(0, kMaxTerm));
-            key_.push_back('\0');
+            const size_t size = std::min(word.term.size(), kMaxTerm);
+            std::memcpy(&key[begin], word.term.data(), size);
+            key[begin + size] = '\0';
             last = position + word.position;
-            sink.word(field, key_, last);
+            sink.word(field, Slice(key.data(), begin + size + 1), last);
         });
         return last;
     }

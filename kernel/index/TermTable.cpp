@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+// The hash of a short term costs less than a call into the library.
+#define XXH_INLINE_ALL
 #include <xxhash.h>
 
 namespace wdb {
@@ -21,7 +23,9 @@ uint64_t hashOf(std::string_view term) {
 
 TermTable::TermTable() : slots_(kFirstSlots) {}
 
+// Without effect when memory runs out: everything that can fail comes before the slot is taken.
 uint32_t TermTable::intern(std::string_view term) {
+    if ((terms_.size() + 1) * 2 > slots_.size()) grow();
     const uint64_t hash = hashOf(term);
     const size_t mask = slots_.size() - 1;
     size_t at = hash & mask;
@@ -33,7 +37,6 @@ uint32_t TermTable::intern(std::string_view term) {
     const auto number = static_cast<uint32_t>(terms_.size());
     terms_.push_back(keep(term));
     slots_[at] = (hash & kHashHalf) | (uint64_t{number} + 1);
-    if (terms_.size() * 2 > slots_.size()) grow();
     return number;
 }
 
@@ -50,10 +53,11 @@ uint32_t TermTable::find(std::string_view term) const {
 
 std::string_view TermTable::keep(std::string_view term) {
     if (term.size() > left_) {
-        left_ = std::max(kBlock, term.size());
-        arena_ += left_;
-        blocks_.push_back(std::unique_ptr<char[]>(new char[left_]));
+        const size_t size = std::max(kBlock, term.size());
+        blocks_.push_back(std::unique_ptr<char[]>(new char[size]));
         free_ = blocks_.back().get();
+        left_ = size;
+        arena_ += size;
     }
     if (!term.empty()) std::memcpy(free_, term.data(), term.size());
     const std::string_view kept(free_, term.size());

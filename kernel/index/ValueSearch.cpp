@@ -1,6 +1,9 @@
+#include <algorithm>
+#include <array>
 #include <limits>
 
 #include "kernel/index/Column.h"
+#include "kernel/index/ColumnKernels.h"
 #include "kernel/index/IndexView.h"
 #include "kernel/index/IndexViewImpl.h"
 
@@ -14,6 +17,13 @@ constexpr size_t kShortRange = 24;
 constexpr size_t kFewRecords = 2048;
 // Records with several items that a column scan may look up one by one.
 constexpr uint64_t kFewMulti = 64;
+// Keys that a search may walk through before the ranks of the field are the better way.
+constexpr size_t kShortWalk = 64;
+// Records to a step of a scan of the ranks.
+constexpr uint32_t kScanWords = 64;
+// A vocabulary's matches are looked up one by one while they are so small a part of its keys; more of them
+// are read by a walk.
+constexpr size_t kWalkShare = 8;
 
 enum class Fit { No, Yes, AskRecord };
 
@@ -48,6 +58,33 @@ Slice valueOf(Slice key) {
     return key.substr(2);
 }
 
+// The keys from `from` on that are below `end`; without an end all of them.
+struct KeySpan {
+    std::string from;
+    std::optional<std::string> end;
+
+    bool holds(Slice key) const { return key >= Slice(from) && (!end || key < Slice(*end)); }
+};
+
+KeySpan spanOf(const KeyRange& range) {
+    KeySpan span{range.low.value_or(""), range.high};
+    // A 0 more makes the least key above one.
+    if (range.low && !range.lowInclusive) span.from.push_back('\0');
+    if (span.end && range.highInclusive) span.end->push_back('\0');
+    return span;
+}
+
+// What begins with a prefix.
+KeySpan spanOf(Slice prefix) {
+    KeySpan span{std::string(prefix), std::string(prefix)};
+    while (!span.end->empty() && span.end->back() == '\xFF') span.end->pop_back();
+    if (span.end->empty())
+        span.end.reset();
+    else
+        span.end->back() = static_cast<char>(span.end->back() + 1);
+    return span;
+}
+
 }  // namespace
 
 // Searches over the value file and the values of the layers.
@@ -79,8 +116,16 @@ public:
         };
         // A literal's key is its prefix and the end byte, the first of all that begin so.
         const auto goesOn = [&](Slice key) { return !literal || key.size() <= pattern.prefix().size() + 1; };
-        return scan(prefix, prefix, fit, goesOn,
-                    [&](Slice whole) { return pattern.match(whole.substr(0, whole.size() - 1)); });
+        Hits hits;
+        Status status = WDB_FAIL;
+        if (pattern.prefix().empty())
+            status = scanVocabulary(pattern, hits);
+        else if (pattern.isPrefixOnly() && pattern.prefix().size() < kMaxValueKey)
+            status = scanInOrder(prefix, prefix, fit, goesOn, spanOf(pattern.prefix()), hits);
+        if (status == WDB_FAIL) status = scanIndex(prefix, prefix, fit, goesOn, {}, hits);
+        if (!ok(status)) return status;
+        return finish(std::move(hits), prefix, prefix, fit, goesOn,
+                      [&](Slice whole) { return pattern.match(whole.substr(0, whole.size() - 1)); });
     }
 
     Result<RecordSet> range(const std::optional<Bound>& low, const std::optional<Bound>& high);
@@ -99,14 +144,20 @@ private:
         return WDB_OK;
     }
 
-    // Keys of the index from `from` on that begin with `prefix`, as long as goesOn(key). WDB_FAIL after
-    // `limit` entries or, when that is a limit, kFewRecords records.
+    // How much a walk may read: it answers WDB_FAIL beyond.
+    struct Limit {
+        size_t entries = std::numeric_limits<size_t>::max();
+        size_t records = std::numeric_limits<size_t>::max();
+    };
+
+    // Keys of the index from `from` on that begin with `prefix`, as long as goesOn(key). `walked`, when
+    // given, gets the number of entries.
     template <typename FitKey, typename GoesOn>
     Status scanIndex(const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn,
-                     size_t limit, Hits& hits) {
+                     const Limit& limit, Hits& hits, uint64_t* walked = nullptr) {
         RecordSetBuilder sure;
         RecordSetBuilder unsure;
-        const bool limited = limit != std::numeric_limits<size_t>::max();
+        size_t entries = 0;
         size_t records = 0;
         bool stopped = false;
         WDB_TRY(impl_.values.walk(from, prefix, [&](Slice key, uint16_t chunk, Slice stored) -> Status {
@@ -115,14 +166,63 @@ private:
             const Result<ContainerView> container = readContainer(stored);
             if (!container) return container.status();
             records += container->cardinality;
-            stopped = limit-- == 0 || (limited && records > kFewRecords);
+            stopped = ++entries > limit.entries || records > limit.records;
             if (stopped) return WDB_FAIL;
             const Fit fits = fit(valueOf(key));
             if (fits == Fit::No) return WDB_OK;
             (fits == Fit::Yes ? sure : unsure).add(chunk, *container);
             return WDB_OK;
         }));
+        if (walked != nullptr) *walked = entries;
         if (stopped) return WDB_FAIL;
+        hits = {sure.finish(), unsure.finish()};
+        return WDB_OK;
+    }
+
+    // Keys that lie together: by a walk when they are few, by the ranks when these are there. Walks that were
+    // not short are noted, so that the ranks are made when they have cost as much.
+    template <typename FitKey, typename GoesOn>
+    Status scanInOrder(const std::string& from, const std::string& prefix, FitKey& fit, GoesOn& goesOn,
+                       const KeySpan& span, Hits& hits) {
+        RankCache* const cache = impl_.sources.ranks;
+        if (cache == nullptr) return scanIndex(from, prefix, fit, goesOn, {}, hits);
+        const Position position = impl_.sources.valuePosition;
+        const uint64_t all = impl_.sources.values->entries(value_table::kValues);
+        std::shared_ptr<const Ranks> ranks = cache->find(field_.number, position);
+        if (!ranks && cache->walked(field_.number, position, 0, all)) {
+            const Result<std::shared_ptr<const Ranks>> made = impl_.ranks(field_);
+            if (!made) return made.status();
+            ranks = *made;
+        }
+        if (ranks) {
+            Status status = scanIndex(from, prefix, fit, goesOn, {kShortWalk}, hits);
+            if (status == WDB_FAIL) status = scanRanks(*ranks, span, hits.sure);
+            if (status != WDB_FAIL) return status;
+        }
+        uint64_t walked = 0;
+        WDB_TRY(scanIndex(from, prefix, fit, goesOn, {}, hits, &walked));
+        if (walked > kShortWalk) cache->walked(field_.number, position, walked, all);
+        return WDB_OK;
+    }
+
+    // What a pattern without a beginning matches. WDB_FAIL when a walk is the better way.
+    Status scanVocabulary(const Pattern& pattern, Hits& hits) {
+        const auto vocabulary = impl_.vocabulary(Vocabulary::Table::Values, field_);
+        if (!vocabulary) return vocabulary.status();
+        if (!*vocabulary) return WDB_FAIL;
+        std::vector<std::string> keys;
+        const size_t most = (*vocabulary)->size() / kWalkShare;
+        (*vocabulary)->forEachMatch(pattern, [&](Slice key) {
+            keys.push_back(indexKey(field_.number, key));
+            keys.back().push_back('\0');
+            return keys.size() <= most;
+        });
+        if (keys.size() > most) return WDB_FAIL;
+        RecordSetBuilder sure;
+        RecordSetBuilder unsure;
+        for (const std::string& key : keys) WDB_TRY(impl_.values.addTo(key, sure));
+        for (const std::string& key : (*vocabulary)->cut())
+            WDB_TRY(impl_.values.addTo(indexKey(field_.number, key), unsure));
         hits = {sure.finish(), unsure.finish()};
         return WDB_OK;
     }
@@ -144,16 +244,8 @@ private:
     }
 
     template <typename FitKey, typename GoesOn, typename HoldsWhole>
-    Result<RecordSet> scan(const std::string& from, const std::string& prefix, FitKey&& fit, GoesOn&& goesOn,
-                           HoldsWhole&& holds) {
-        Hits hits;
-        WDB_TRY(scanIndex(from, prefix, fit, goesOn, std::numeric_limits<size_t>::max(), hits));
-        return finish(std::move(hits), from, prefix, fit, goesOn, holds);
-    }
-
-    template <typename FitKey, typename GoesOn, typename HoldsWhole>
     Result<RecordSet> finish(Hits hits, const std::string& from, const std::string& prefix, FitKey& fit,
-                             GoesOn& goesOn, HoldsWhole& holds) {
+                             GoesOn& goesOn, HoldsWhole&& holds) {
         scanLayers(hits.sure, from, prefix, fit, goesOn, Fit::Yes);
         scanLayers(hits.unsure, from, prefix, fit, goesOn, Fit::AskRecord);
         WDB_TRY(impl_.verify(hits.sure, std::move(hits.unsure), [&](const RecordView& record) {
@@ -163,19 +255,78 @@ private:
     }
 
     Status scanColumn(const KeyRange& range, RecordSet& hits);
+    Status scanRanks(const Ranks& ranks, const KeySpan& span, RecordSet& hits);
+    Status rankFrom(const Ranks& ranks, Slice key, uint32_t& rank);
+    Status severalItems(RecordSet& records);
 
     IndexView::Impl& impl_;
     const FieldDefinition& field_;
 };
 
+// The records of the index in which the field has several items.
+Status ValueSearch::severalItems(RecordSet& records) {
+    const char kind = static_cast<char>(SetKind::Multi);
+    WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), records));
+    impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
+        records.subtract(layer.entries.touched(layer.after, layer.upTo));
+    });
+    return WDB_OK;
+}
+
+// The least rank whose key is not below a key; one more than there are when all are below.
+Status ValueSearch::rankFrom(const Ranks& ranks, Slice key, uint32_t& rank) {
+    const auto mark = std::lower_bound(
+        ranks.marks.begin(), ranks.marks.end(), key,
+        [](const std::string& candidate, Slice wanted) { return Slice(candidate) < wanted; });
+    rank = 1;
+    if (mark == ranks.marks.begin()) return WDB_OK;
+    // The mark before is below the key; the ranks behind it are looked at one by one.
+    rank = static_cast<uint32_t>(mark - ranks.marks.begin() - 1) * Ranks::kMarkStep + 1;
+    std::string present(*(mark - 1));
+    WDB_TRY(impl_.values.walk(indexKey(field_.number, present), indexKey(field_.number, {}),
+                              [&](Slice found, uint16_t, Slice) -> Status {
+                                  if (valueOf(found) == Slice(present)) return WDB_OK;
+                                  present = valueOf(found);
+                                  ++rank;
+                                  return Slice(present) < key ? Status{WDB_OK} : Status{WDB_FAIL};
+                              }));
+    if (Slice(present) < key) ++rank;
+    return WDB_OK;
+}
+
+// The records of the index within a span of keys, by comparing ranks. WDB_FAIL when the ranks cannot tell.
+Status ValueSearch::scanRanks(const Ranks& ranks, const KeySpan& span, RecordSet& hits) {
+    RecordSet multi;
+    WDB_TRY(severalItems(multi));
+    if (ranks.cut || multi.cardinality() > kFewMulti) return WDB_FAIL;
+    uint32_t low = 1;
+    uint32_t end = ranks.count + 1;
+    WDB_TRY(rankFrom(ranks, span.from, low));
+    if (span.end) WDB_TRY(rankFrom(ranks, *span.end, end));
+    RecordSetBuilder builder;
+    std::array<uint64_t, kScanWords> words;
+    const auto size = static_cast<uint32_t>(ranks.rankOf.size());
+    const auto* const entries = reinterpret_cast<const char*>(ranks.rankOf.data());
+    const auto compare = columnKernels().compare32;
+    const uint32_t whole = size / 64;
+    for (uint32_t word = 0; low < end && word < whole; word += kScanWords) {
+        const uint32_t count = std::min(kScanWords, whole - word);
+        compare(entries + size_t{word} * 256, low, end - low - 1, words.data(), count);
+        builder.addWords(word, words.data(), count);
+    }
+    for (RecordNumber record = whole * 64; record < size; ++record) {
+        if (ranks.rankOf[record] >= low && ranks.rankOf[record] < end) builder.add(record);
+    }
+    hits = builder.finish();
+    return impl_.verify(hits, std::move(multi), [&](const RecordView& record) {
+        return impl_.matcher.anyKey(record, field_, [&](Slice key) { return span.holds(key); });
+    });
+}
+
 // The records of the index within a range, from the column. WDB_FAIL when the column cannot tell.
 Status ValueSearch::scanColumn(const KeyRange& range, RecordSet& hits) {
     RecordSet multi;
-    const char kind = static_cast<char>(SetKind::Multi);
-    WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), multi));
-    impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
-        multi.subtract(layer.entries.touched(layer.after, layer.upTo));
-    });
+    WDB_TRY(severalItems(multi));
     if (multi.cardinality() > kFewMulti) return WDB_FAIL;
     int64_t low = std::numeric_limits<int64_t>::min();
     int64_t high = std::numeric_limits<int64_t>::max();
@@ -228,12 +379,14 @@ Result<RecordSet> ValueSearch::range(const std::optional<Bound>& low, const std:
     const auto holds = [&](Slice whole) { return range.holds(whole); };
     if (hasColumn(field_.type)) {
         Hits hits;
-        Status status = scanIndex(from, prefix, fit, goesOn, kShortRange, hits);
+        Status status = scanIndex(from, prefix, fit, goesOn, {kShortRange, kFewRecords}, hits);
         if (status == WDB_FAIL) status = scanColumn(range, hits.sure);
         if (ok(status)) return finish(std::move(hits), from, prefix, fit, goesOn, holds);
         if (status != WDB_FAIL) return status;
     }
-    return scan(from, prefix, fit, goesOn, holds);
+    Hits hits;
+    WDB_TRY(scanInOrder(from, prefix, fit, goesOn, spanOf(range), hits));
+    return finish(std::move(hits), from, prefix, fit, goesOn, holds);
 }
 
 Result<RecordSet> IndexView::equal(FieldNumber field, Slice canonical) {

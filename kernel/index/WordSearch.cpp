@@ -1,9 +1,11 @@
 #include <algorithm>
+#include <memory>
 #include <optional>
 
 #include "kernel/index/IndexView.h"
 #include "kernel/index/IndexViewImpl.h"
 #include "kernel/index/PositionReader.h"
+#include "kernel/index/Varint.h"
 
 namespace wdb {
 
@@ -48,6 +50,10 @@ Slice termOf(Slice key) {
     return key.substr(2, key.size() - 3);
 }
 
+// A vocabulary's matches are looked up one by one while they are so small a part of its terms; more of them
+// are read by a walk.
+constexpr size_t kWalkShare = 8;
+
 // Terms that a word of a phrase may stand for before the records are asked instead of the positions.
 constexpr size_t kMaxExpansion = 64;
 
@@ -64,16 +70,18 @@ public:
     WordPositions(const Txn& words, const PhraseWord& word)
         : words_(words), word_(word), readers_(word.size()) {}
 
+    // Whether the word stands for one term only.
+    bool single() const { return word_.size() == 1; }
+    // The stored positions of such a word.
+    Status stored(RecordNumber record, Slice& out) { return seek(0, record, out); }
+
     // The positions of all its terms in a record that holds one of them, ascending.
     Status read(RecordNumber record, std::vector<uint32_t>& out) {
         size_t found = 0;
         for (size_t i = 0; i < word_.size(); ++i) {
             if (word_.size() > 1 && !word_[i].records.contains(record)) continue;
-            if (!readers_[i]) readers_[i].emplace(words_, word_[i].key);
             Slice stored;
-            const Status status = readers_[i]->seek(record, stored);
-            if (status == WDB_FAIL) return WDB_E_CORRUPT;  // the posting says that the word is there
-            WDB_TRY(status);
+            WDB_TRY(seek(i, record, stored));
             WDB_TRY(readPositions(stored, found == 0 ? out : more_));
             if (found++ > 0) out.insert(out.end(), more_.begin(), more_.end());
         }
@@ -82,11 +90,42 @@ public:
     }
 
 private:
+    Status seek(size_t term, RecordNumber record, Slice& stored) {
+        if (!readers_[term])
+            readers_[term] = std::make_unique<PositionReader>(words_, word_[term].key, word_[term].records);
+        return readers_[term]->seek(record, stored);
+    }
+
     const Txn& words_;
     const PhraseWord& word_;
-    std::vector<std::optional<PositionReader>> readers_;
+    std::vector<std::unique_ptr<PositionReader>> readers_;
     std::vector<uint32_t> more_;
 };
+
+// Whether some position of the second word is the one behind a position of the first.
+Status standsBehind(Slice first, Slice second, bool& found) {
+    const char* a = first.data();
+    const char* const aEnd = a + first.size();
+    const char* b = second.data();
+    const char* const bEnd = b + second.size();
+    uint32_t distance;
+    if (!readVarint(a, aEnd, distance)) return WDB_E_CORRUPT;
+    uint64_t wanted = uint64_t{distance} + 1;
+    uint64_t here = 0;
+    found = false;
+    while (b < bEnd) {
+        if (!readVarint(b, bEnd, distance)) return WDB_E_CORRUPT;
+        here += distance;
+        while (wanted < here) {
+            if (a == aEnd) return WDB_OK;
+            if (!readVarint(a, aEnd, distance)) return WDB_E_CORRUPT;
+            wanted += distance;
+        }
+        found = wanted == here;
+        if (found) return WDB_OK;
+    }
+    return WDB_OK;
+}
 
 }  // namespace
 
@@ -101,10 +140,18 @@ public:
         };
         if (pattern.isLiteral()) return resolve(literal(pattern.prefix()), holds);
         const std::string prefix = indexKey(field_, pattern.prefix().substr(0, kMaxTerm));
-        return resolve(scan(
-                           prefix, prefix, [&](Slice term) { return fitPattern(pattern, term); },
-                           [](Slice) { return true; }),
-                       holds);
+        const auto fit = [&](Slice term) { return fitPattern(pattern, term); };
+        const auto goesOn = [](Slice) { return true; };
+        if (pattern.prefix().empty() && !pattern.matchesAll()) {
+            Hits hits;
+            const Status status = scanVocabulary(pattern, hits);
+            if (ok(status)) {
+                scanAllLayers(hits, prefix, prefix, fit, goesOn);
+                return resolve(std::move(hits), holds);
+            }
+            if (status != WDB_FAIL) return status;
+        }
+        return resolve(scan(prefix, prefix, fit, goesOn), holds);
     }
 
     Result<RecordSet> range(const std::optional<Bound>& low, const std::optional<Bound>& high) {
@@ -162,9 +209,37 @@ private:
             return (fits == Fit::Yes ? sure : unsure).add(chunk, stored);
         }));
         Hits hits{sure.finish(), unsure.finish()};
+        scanAllLayers(hits, from, prefix, fit, goesOn);
+        return hits;
+    }
+
+    // What a pattern without a beginning matches in the file. WDB_FAIL when a walk is the better way.
+    Status scanVocabulary(const Pattern& pattern, Hits& hits) {
+        const FieldDefinition& field = *impl_.sources.schema->find(field_);
+        const auto vocabulary = impl_.vocabulary(Vocabulary::Table::Words, field);
+        if (!vocabulary) return vocabulary.status();
+        if (!*vocabulary) return WDB_FAIL;
+        std::vector<std::string> keys;
+        const size_t most = (*vocabulary)->size() / kWalkShare;
+        (*vocabulary)->forEachMatch(pattern, [&](Slice term) {
+            keys.push_back(wordKey(field_, term));
+            return keys.size() <= most;
+        });
+        if (keys.size() > most) return WDB_FAIL;
+        RecordSetBuilder sure;
+        RecordSetBuilder unsure;
+        for (const std::string& key : keys) WDB_TRY(impl_.postings.addTo(key, sure));
+        for (const std::string& term : (*vocabulary)->cut())
+            WDB_TRY(impl_.postings.addTo(wordKey(field_, term), unsure));
+        hits = {sure.finish(), unsure.finish()};
+        return WDB_OK;
+    }
+
+    template <typename FitTerm, typename GoesOn>
+    void scanAllLayers(Hits& hits, const std::string& from, const std::string& prefix, FitTerm& fit,
+                       GoesOn& goesOn) {
         scanLayers(hits.sure, from, prefix, fit, goesOn, Fit::Yes);
         scanLayers(hits.unsure, from, prefix, fit, goesOn, Fit::AskRecord);
-        return hits;
     }
 
     template <typename FitTerm, typename GoesOn>
@@ -188,6 +263,8 @@ private:
                                         const std::vector<PhraseWord>& words);
     Result<RecordSet> phraseByRecords(std::span<const Pattern> patterns);
     Status filterByPositions(RecordSet& candidates, const std::vector<PhraseWord>& words);
+    static Status standTogether(std::vector<WordPositions>& readers, RecordNumber record,
+                                std::vector<uint32_t>& begins, std::vector<uint32_t>& here, bool& found);
     void phraseInLayer(const IndexView::Impl::Layer& layer, std::span<const Pattern> patterns,
                        RecordSetBuilder& out) const;
     std::vector<uint32_t> numbersOf(const DeltaEntries::Dictionary& words, const Pattern& pattern) const;
@@ -280,28 +357,47 @@ Status WordSearch::filterByPositions(RecordSet& candidates, const std::vector<Ph
     std::vector<WordPositions> readers;
     readers.reserve(words.size());
     for (const PhraseWord& word : words) readers.emplace_back(*impl_.sources.words, word);
+    const bool pair = readers[0].single() && readers[1].single();
     RecordSetBuilder builder;
-    std::vector<uint32_t> begins;  // positions at which the phrase may begin
+    std::vector<uint32_t> begins;
     std::vector<uint32_t> here;
     Status status = WDB_OK;
     candidates.forEach([&](RecordNumber record) {
-        for (size_t word = 0; ok(status) && word < readers.size(); ++word) {
-            status = readers[word].read(record, word == 0 ? begins : here);
-            if (!ok(status) || word == 0) continue;
-            size_t kept = 0;
-            size_t at = 0;
-            for (const uint32_t begin : begins) {
-                const uint64_t wanted = uint64_t{begin} + word;
-                while (at < here.size() && here[at] < wanted) ++at;
-                if (at < here.size() && here[at] == wanted) begins[kept++] = begin;
-            }
-            begins.resize(kept);
-            if (begins.empty()) return;
+        if (!ok(status)) return;
+        bool found = true;
+        if (pair) {
+            Slice first;
+            Slice second;
+            status = readers[0].stored(record, first);
+            if (ok(status)) status = readers[1].stored(record, second);
+            if (ok(status)) status = standsBehind(first, second, found);
         }
-        if (ok(status) && !begins.empty()) builder.add(record);
+        if (ok(status) && found && !(pair && readers.size() == 2))
+            status = standTogether(readers, record, begins, here, found);
+        if (ok(status) && found) builder.add(record);
     });
     candidates = builder.finish();
     return status;
+}
+
+// Whether all words stand next to each other in a record that holds them all. `begins` and `here` are room:
+// positions at which the phrase may begin, positions of the present word.
+Status WordSearch::standTogether(std::vector<WordPositions>& readers, RecordNumber record,
+                                 std::vector<uint32_t>& begins, std::vector<uint32_t>& here, bool& found) {
+    WDB_TRY(readers[0].read(record, begins));
+    for (size_t word = 1; word < readers.size() && !begins.empty(); ++word) {
+        WDB_TRY(readers[word].read(record, here));
+        size_t kept = 0;
+        size_t at = 0;
+        for (const uint32_t begin : begins) {
+            const uint64_t wanted = uint64_t{begin} + word;
+            while (at < here.size() && here[at] < wanted) ++at;
+            if (at < here.size() && here[at] == wanted) begins[kept++] = begin;
+        }
+        begins.resize(kept);
+    }
+    found = !begins.empty();
+    return WDB_OK;
 }
 
 // The numbers of the words that match, ascending.

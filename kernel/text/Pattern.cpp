@@ -61,6 +61,14 @@ std::string_view Pattern::prefix() const {
     return pieces_[0].text;
 }
 
+std::string_view Pattern::longestLiteral() const {
+    std::string_view longest;
+    for (const Piece& piece : pieces_) {
+        if (piece.text.size() > longest.size()) longest = piece.text;
+    }
+    return longest;
+}
+
 bool Pattern::matchesAll() const {
     return pieces_.size() == 1 && pieces_[0].kind == Kind::AnyRun;
 }

@@ -33,6 +33,8 @@ public:
     bool isLiteral() const;
     // The text before the first wildcard.
     std::string_view prefix() const;
+    // The longest text that every match holds; empty when there are wildcards only.
+    std::string_view longestLiteral() const;
     // Every text matches: wildcards only, none of them AnyCharacter, at least one.
     bool matchesAll() const;
     // Prefix, then one AnyRun: matching is a comparison of beginnings.
