@@ -22,23 +22,23 @@ struct ByteValues {
 constexpr ByteValues kAsTyped(true);
 constexpr ByteValues kUpperCase(false);
 
-const char* copied(const char* name, size_t length) {
-    char* copy = new char[length + 1];
-    std::memcpy(copy, name, length + 1);
+const char* copied(std::string_view name) {
+    char* copy = new char[name.size() + 1];
+    std::memcpy(copy, name.data(), name.size() + 1);
     return copy;
 }
 
 }  // namespace
 
-WSQLSymbol::WSQLSymbol(const char* symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
+WSQLSymbol::WSQLSymbol(std::string_view symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
                        bool copyName)
-    : name_(symbolName),
-      length_(symbolName != nullptr ? std::strlen(symbolName) : 0),
+    : name_(symbolName.data()),
+      length_(symbolName.size()),
       code_(symbolCode),
       level_(scopeLevel),
       hash_(bucket),
-      ownsName_(copyName && symbolName != nullptr) {
-    if (ownsName_) name_ = copied(symbolName, length_);
+      ownsName_(copyName && symbolName.data() != nullptr) {
+    if (ownsName_) name_ = copied(symbolName);
 }
 
 WSQLSymbol::~WSQLSymbol() {
@@ -88,8 +88,9 @@ void* WSQLSymbolTable::slot() {
 }
 
 WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
-    const uint32_t index = hash(name != nullptr ? std::string_view(name) : std::string_view());
-    auto* symbol = new (slot()) WSQLSymbol(name, code, level_, index, copyNames_ == 1);
+    const std::string_view text = name != nullptr ? std::string_view(name) : std::string_view();
+    const uint32_t index = hash(text);
+    auto* symbol = new (slot()) WSQLSymbol(text, code, level_, index, copyNames_ == 1);
     ++used_;
     symbol->nextInBucket_ = buckets_[index];
     if (buckets_[index] != nullptr) buckets_[index]->prevInBucket_ = symbol;

@@ -12,8 +12,8 @@ namespace wsql {
 /// A named code in a WSQLSymbolTable.
 class WSQLSymbol {
 public:
-    /// `symbolName` may be null and ends at its NUL.
-    WSQLSymbol(const char* symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
+    /// `symbolName` ends at its NUL, which is not part of the view; its data may be null.
+    WSQLSymbol(std::string_view symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
                bool copyName);
     WSQLSymbol(const WSQLSymbol&) = delete;
     WSQLSymbol& operator=(const WSQLSymbol&) = delete;
