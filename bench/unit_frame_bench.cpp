@@ -1,18 +1,46 @@
 // What a call costs before it does anything, and how fast texts reach a document.
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
 #include <string>
 
 #include "include/sqlengine.h"
+#include "include/wdb.h"
 #include "src/support/Encoding.h"
 #include "src/support/base64.h"
 
 namespace wsql {
 namespace {
 
-// One whole call: filter, settings, keywords, parse, answer.
+// A session of a directory of its own, bound to this thread; none when the first argument is 0.
+class BoundSession {
+public:
+    explicit BoundSession(bool wanted) {
+        if (!wanted || mkdtemp(home_) == nullptr) return;
+        if (WdbOpenSession(home_, "ADMIN", "", WDB_OPEN_CREATE, &session_) == WDB_OK)
+            WdbBindSession(session_);
+    }
+    BoundSession(const BoundSession&) = delete;
+    BoundSession& operator=(const BoundSession&) = delete;
+    ~BoundSession() {
+        if (session_ == nullptr) return;
+        WdbCloseSession(&session_);
+        std::filesystem::remove_all(home_);
+    }
+    bool bound() const { return session_ != nullptr; }
+
+private:
+    char home_[32] = "/tmp/welk_bench_XXXXXX";
+    WdbSession* session_ = nullptr;
+};
+
+// One whole call: filter, settings, keywords, parse, answer. The argument tells whether a session is bound.
 void Commit(benchmark::State& state) {
+    const BoundSession session(state.range(0) != 0);
+    if (session.bound() != (state.range(0) != 0)) state.SkipWithError("no session");
     char text[16];
     for (auto _ : state) {
         FilterData data{};
@@ -24,7 +52,7 @@ void Commit(benchmark::State& state) {
         std::free(data.output);
     }
 }
-BENCHMARK(Commit);
+BENCHMARK(Commit)->Arg(0)->Arg(1);
 
 std::string prose(std::size_t size, std::size_t everyMarkup) {
     std::string text(size, 'a');
