@@ -1,36 +1,53 @@
 #include "src/SelectDocument.h"
 
+#include <charconv>
+#include <cstring>
+#include <iterator>
+
 #include "src/SelectOutput.h"
 #include "src/WSQLFilter.h"
 #include "src/WSQLRowData.h"
-#include "src/welkhelp/CclText.h"
 
 namespace wsql {
 namespace {
 
 constexpr const char* kContext = "WSQLFilter::ExecuteSelect";
 
-void appendAttribute(CStringBuffer& out, std::string_view nameAndQuote, std::int64_t number) {
-    out.append(nameAndQuote);
-    appendNumber(out, number);
-    out.append('"');
-}
-
-void appendValue(CStringBuffer& out, const SelectOutput& output, const OutputColumn& column,
-                 std::string_view value) {
-    appendAttribute(out, " datasize=\"", static_cast<std::int64_t>(value.size()));
-    const bool large = column.field != nullptr;
-    if (large && !output.isInline(column.type)) {
-        out.append(" fetchKey=\"");
-        out.append(value);
-        out.append("\"/>\r\n");
-        return;
+/// A piece of the document that is put together before it is appended at once. It holds the fixed texts and
+/// the numbers between two values.
+class Piece {
+public:
+    Piece& operator<<(std::string_view text) {
+        std::memcpy(bytes_ + length_, text.data(), text.size());
+        length_ += text.size();
+        return *this;
     }
-    const bool encoded =
-        column.base64 || (large && (column.type == WDB_T_STRING || (column.flags & WDB_F_PLAIN) != 0));
-    out.append(encoded ? " encoding=\"base64\">" : ">");
-    out.append(value);
-    out.append("</Column>\r\n");
+    Piece& operator<<(std::int32_t number) {
+        const char* end = std::to_chars(bytes_ + length_, std::end(bytes_), number).ptr;
+        length_ = static_cast<std::size_t>(end - bytes_);
+        return *this;
+    }
+    void flush(CStringBuffer& document) {
+        document.append(std::string_view(bytes_, length_));
+        length_ = 0;
+    }
+
+private:
+    // The longest one is a row's head with its first column's, below 160 bytes.
+    char bytes_[192];
+    std::size_t length_ = 0;
+};
+
+void appendValue(CStringBuffer& document, Piece& piece, std::string_view value, ValueForm form) {
+    piece << " datasize=\"" << static_cast<std::int32_t>(value.size());
+    if (form == ValueForm::kKey) {
+        piece << "\" fetchKey=\"";
+    } else {
+        piece << (form == ValueForm::kBase64 ? "\" encoding=\"base64\">" : "\">");
+    }
+    piece.flush(document);
+    document.append(value);
+    piece << (form == ValueForm::kKey ? "\"/>\r\n" : "</Column>\r\n");
 }
 
 void logOrigin(WSQLFilter& filter, const OutputColumn& column) {
@@ -68,23 +85,23 @@ void appendRow(WSQLFilter& filter, CStringBuffer& document, const SelectOutput& 
                const WSQLRowData& row, std::int32_t rowNumber) {
     const bool trace = filter.logs(kLogDebug);
     if (trace) filter.debug(kContext, "Formatting row %d\n", rowNumber);
-    appendAttribute(document, "<Row rowNumber=\"", rowNumber);
-    appendAttribute(document, " recordNumber=\"", row.recordNumber);
-    appendAttribute(document, " partNumber=\"", row.partNumber);
-    document.append(">\r\n");
+    Piece piece;
+    piece << "<Row rowNumber=\"" << rowNumber << "\" recordNumber=\"" << row.recordNumber
+          << "\" partNumber=\"" << row.partNumber << "\">\r\n";
     for (std::int32_t i = 0; i < row.count(); ++i) {
-        const OutputColumn& column = output.columns()[static_cast<std::size_t>(i)];
-        if (trace) logColumn(filter, row, column, i);
-        appendAttribute(document, "<Column ID=\"", i + 1);
+        if (trace) logColumn(filter, row, output.columns()[static_cast<std::size_t>(i)], i);
+        piece << "<Column ID=\"" << i + 1 << "\"";
         const char* value = row.value(i);
         if (value == nullptr) {
-            document.append(" null=\"true\" />\r\n");
+            piece << " null=\"true\" />\r\n";
+            piece.flush(document);
         } else {
-            appendValue(document, output, column,
-                        std::string_view(value, static_cast<std::size_t>(row.size(i))));
+            appendValue(document, piece, std::string_view(value, static_cast<std::size_t>(row.size(i))),
+                        row.form(i));
         }
     }
-    document.append("</Row>\r\n");
+    piece << "</Row>\r\n";
+    piece.flush(document);
 }
 
 }  // namespace wsql

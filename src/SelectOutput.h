@@ -62,7 +62,6 @@ public:
     /// "BASE.FIELD" names; null when there is none.
     const WELKFieldInfo* fieldNamed(WSQLFilter& filter, std::string_view name);
     bool isStatic() const { return isStatic_; }  ///< no FROM: the rows are the statement's own constants
-    CStringBuffer& scratch() { return scratch_; }
 
 private:
     void addItem(const WSQLFilter& filter, const WSQLScalar& item);
@@ -78,7 +77,6 @@ private:
     bool selectText_;
     bool selectBlob_;
     bool isStatic_;
-    CStringBuffer scratch_{256};
 };
 
 /// Appends the key that a large value is fetched by: the table's name in hexadecimal, record, part and field.

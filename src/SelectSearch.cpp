@@ -76,13 +76,16 @@ bool SelectSearch::checkJoinKinds() {
 }
 
 bool SelectSearch::run(SearchSet& result) {
-    if (select_.tables->Count() == 0 && !form_.asSet) {
+    CStringBuffer where(256);
+    if (select_.tables->Count() == 0) {
         bool holds = true;
         if (!filter_.EvaluateConstantCondition(select_.where.get(), holds)) return false;
         result.hits = holds ? 1 : 0;
-        return true;
+        if (!form_.asSet) return true;
+        // The one row of a set without tables is there unless a condition takes it away.
+        return (holds || filter_.TranslateCondition(select_.where.get(), 1, nullptr, &where)) &&
+               runCommand(where, result);
     }
-    CStringBuffer where(256);
     return evaluateSubselects(filter_, select_) && openTables() &&
            filter_.TranslateCondition(select_.where.get(), 1, nullptr, &where) && checkJoinKinds() &&
            runCommand(where, result);

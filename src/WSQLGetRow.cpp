@@ -31,6 +31,14 @@ bool isDeleted(std::int32_t status) {
     }
 }
 
+void addConstant(const OutputColumn& column, WSQLRowData& row) {
+    if (column.constantNull) {
+        row.addNull();
+    } else {
+        row.add(column.constantText, column.base64 ? ValueForm::kBase64 : ValueForm::kText);
+    }
+}
+
 /// "field,record,part".
 struct FieldReference {
     std::string_view field;
@@ -58,60 +66,65 @@ public:
         std::int32_t number = 0;
         for (const OutputColumn& column : output_.columns()) {
             ++number;
-            CStringBuffer& value = output_.scratch();
-            value.clear();
-            const bool found = collect(column, number, value);
             if (column.isConstant()) {
-                column.constantNull ? row_.addNull() : row_.add(column.constantText);
-            } else if (found && !value.empty()) {
-                row_.add(value.view());
+                skip();
+                addConstant(column, row_);
             } else {
-                row_.addNull();
+                collect(column, number);
             }
             if (trace_) log(number);
         }
     }
 
 private:
-    /// Reads the column's items; false when none of them has a value.
-    bool collect(const OutputColumn& column, std::int32_t number, CStringBuffer& value) {
+    void skip() {
+        while (!buffers_.atEnd()) {
+            buffers_.next();
+            if (buffers_.atColumn()) return;
+        }
+    }
+
+    /// Reads the column's items; a column without a value becomes NULL.
+    void collect(const OutputColumn& column, std::int32_t number) {
         if (trace_ && (column.list || column.subscript > 0)) {
             filter_.debug(kContext, "Subfield range is [%d-%d]\n", column.range.first, column.range.last);
         }
-        const ValueFilter values(filter_, column.range);
-        bool found = false;
+        CStringBuffer& value = row_.beginValue();
+        ValueForm form = ValueForm::kText;
         for (std::int32_t ordinal = 1; !buffers_.atEnd(); ++ordinal) {
             const RowItem item = buffers_.next();
             const bool last = buffers_.atColumn();
             if (item.has(RowItem::kNull)) {
                 if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
-            } else if (!column.isConstant() && item.has(RowItem::kReference)) {
-                found = reference(column, number, item.text, values, value) || found;
-            } else if (!column.isConstant()) {
+            } else if (item.has(RowItem::kReference)) {
+                reference(column, number, item.text, value, form);
+            } else {
                 if (trace_) logValue(number, item.text);
                 // A single item of a column that asks for one value is that value, whatever its number.
                 const bool only = column.subscript > 0 && ordinal == 1 && last;
-                addValue(column, values, only ? column.subscript : ordinal, item.text, value);
-                found = true;
+                if (only || column.range.contains(ordinal)) addText(column, item.text, value);
             }
             if (last) break;
         }
-        return found;
+        row_.endValue(form);
     }
 
-    void addValue(const OutputColumn& column, const ValueFilter& values, std::int32_t ordinal,
-                  std::string_view text, CStringBuffer& value) {
-        if (!output_.isRaw()) {
-            values.value(ordinal, text, value);
-        } else if (column.range.contains(ordinal)) {
-            if (!value.empty()) value.append(column.range.separator);
+    void addText(const OutputColumn& column, std::string_view text, CStringBuffer& value) {
+        if (row_.valueLength() > 0) append(column.range.separator, value);
+        append(text, value);
+    }
+
+    void append(std::string_view text, CStringBuffer& value) {
+        if (output_.isRaw()) {
             value.append(text);
+        } else {
+            appendXmlText(filter_.conversionSet(), value, text);
         }
     }
 
     /// A value that stays in the record: read now, or named by a key.
-    bool reference(const OutputColumn& column, std::int32_t number, std::string_view text,
-                   const ValueFilter& values, CStringBuffer& value) {
+    void reference(const OutputColumn& column, std::int32_t number, std::string_view text,
+                   CStringBuffer& value, ValueForm& form) {
         const FieldReference reference(text);
         if (trace_) {
             filter_.debug(kContext, "Parsed field reference \"%s\",%d,%d\n",
@@ -119,22 +132,33 @@ private:
         }
         const WELKFieldInfo* field =
             output_.isUnion() ? output_.fieldNamed(filter_, reference.field) : column.field.get();
-        if (field == nullptr) return false;
-        if (!output_.isInline(column.type)) {
-            const std::int32_t part = field->partField ? reference.part : 0;
-            appendFetchKey(value, field->database, reference.record, part,
+        if (field == nullptr) return;
+        if (!output_.isInline(field->type)) {
+            form = ValueForm::kKey;
+            appendFetchKey(value, field->database, reference.record, field->partField ? reference.part : 0,
                            static_cast<std::int32_t>(field->number));
-            if (trace_)
-                filter_.debug(kContext, "Added retrieval key %s for field #%d\n", value.text(), number);
-            return true;
+            if (trace_) {
+                filter_.debug(kContext, "Added retrieval key %s for field #%d\n",
+                              std::string(value.view().substr(offset(value))).c_str(), number);
+            }
+            return;
         }
+        const bool coded = field->type == WDB_T_STRING || (field->flags & WDB_F_PLAIN) != 0;
+        if (fetch(column, *field, reference, number, value) && coded && !output_.isRaw())
+            form = ValueForm::kBase64;
+    }
+
+    /// Reads the value out of the record; false when there is none or it cannot be read.
+    bool fetch(const OutputColumn& column, const WELKFieldInfo& field, const FieldReference& reference,
+               std::int32_t number, CStringBuffer& value) {
         if (trace_) {
-            filter_.debug(kContext, "Fetching value for field %s in record %d.\n", field->name.c_str(),
+            filter_.debug(kContext, "Fetching value for field %s in record %d.\n", field.name.c_str(),
                           reference.record);
         }
         CStringBuffer fetched(1024);
-        const std::int32_t status = filter_.GetFieldValue(*field, reference.record, reference.part, fetched,
-                                                          values, !output_.isRaw());
+        const std::int32_t status =
+            filter_.GetFieldValue(field, reference.record, reference.part, fetched,
+                                  ValueFilter(filter_, column.range), !output_.isRaw());
         if (status == kNothing) {
             if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
             return false;
@@ -146,6 +170,10 @@ private:
         if (trace_) filter_.debug(kContext, "Fetched value for field #%d: \n", number);
         value.append(fetched);
         return true;
+    }
+
+    std::size_t offset(const CStringBuffer& value) const {
+        return static_cast<std::size_t>(value.length() - row_.valueLength());
     }
 
     void logValue(std::int32_t number, std::string_view text) {
@@ -195,14 +223,14 @@ RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffe
 }  // namespace
 
 RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output) {
-    std::int32_t set = 0, hits = 0;
-    const bool current = WDB_SUCCESS(WdbSearchResult(&set, &hits, nullptr, nullptr, nullptr));
     if (!row) {
         debug(kContext, "Creating a new row data object\n");
+        std::int32_t set = 0, hits = 0;
+        WdbSearchResult(&set, &hits, nullptr, nullptr, nullptr);
         row = std::make_unique<WSQLRowData>(set, hits, 1);
     } else {
+        // The hits of a set never change: the kernel need not be asked again.
         debug(kContext, "Reusing old row data object\n");
-        if (current && set == row->setNumber) row->hitCount = hits;
     }
     row->clear();
     WSQLRowBuffers buffers;
@@ -233,7 +261,7 @@ RowOutcome WSQLFilter::GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOut
         return RowOutcome::kNone;
     }
     for (const OutputColumn& column : output.columns()) {
-        column.constantNull ? row->addNull() : row->add(column.constantText);
+        addConstant(column, *row);
     }
     ++row->index;
     debug(kMethod, "GetNextRow exiting.\n");

@@ -16,9 +16,19 @@ const char* WSQLRowData::value(std::int32_t column) const {
     return at(column).start < 0 ? nullptr : texts_.text() + at(column).start;
 }
 
-void WSQLRowData::add(std::string_view text) {
-    values_.push_back({texts_.length(), static_cast<std::int32_t>(text.size())});
+void WSQLRowData::add(std::string_view text, ValueForm form) {
+    values_.push_back({texts_.length(), static_cast<std::int32_t>(text.size()), form});
     texts_.append(text);
+    texts_.append('\0');
+}
+
+void WSQLRowData::endValue(ValueForm form) {
+    const std::int32_t size = valueLength();
+    if (size == 0) {
+        addNull();
+        return;
+    }
+    values_.push_back({valueStart_, size, form});
     texts_.append('\0');
 }
 

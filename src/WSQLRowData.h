@@ -8,6 +8,13 @@
 
 namespace wsql {
 
+/// How a value stands in the document.
+enum class ValueForm : std::uint8_t {
+    kText,    ///< its text
+    kBase64,  ///< its text, which is base64
+    kKey      ///< the key to fetch it by
+};
+
 /// One row of a result: its values as they stand in the document, and where the row is. Reused from row to
 /// row.
 class WSQLRowData {
@@ -25,9 +32,20 @@ public:
     /// Bytes of the text.
     std::int32_t size(std::int32_t column) const { return at(column).size; }
 
-    void add(std::string_view text);
-    void addNull() { values_.push_back({-1, 0}); }
+    ValueForm form(std::int32_t column) const { return at(column).form; }
+
+    void add(std::string_view text, ValueForm form = ValueForm::kText);
+    void addNull() { values_.push_back({-1, 0, ValueForm::kText}); }
     void clear();
+
+    /// The next value, written piece by piece: what is appended to the buffer between the two calls. Nothing
+    /// appended makes NULL.
+    CStringBuffer& beginValue() {
+        valueStart_ = texts_.length();
+        return texts_;
+    }
+    std::int32_t valueLength() const { return texts_.length() - valueStart_; }
+    void endValue(ValueForm form);
 
     /// Whether DISTINCT takes the two rows for one: the same values, texts of up to 256 bytes compared as the
     /// kernel normalises them, longer ones byte by byte.
@@ -46,10 +64,12 @@ private:
     struct Value {
         std::int32_t start;  ///< offset in texts_; -1: NULL
         std::int32_t size;
+        ValueForm form;
     };
     const Value& at(std::int32_t column) const { return values_[static_cast<std::size_t>(column)]; }
 
     CStringBuffer texts_{1024};  ///< the values one after another, a NUL behind each
+    std::int32_t valueStart_ = 0;
     std::vector<Value> values_;
 };
 
