@@ -10,7 +10,8 @@ enum class Feature {
     kOpenRecordRange,  ///< R BETWEEN NULL AND 5
     kArithmetic,       ///< columns in arithmetic
     kDistinct,
-    kAggregate,  ///< without GROUP BY
+    kDistinctText,  ///< LONG VARCHAR among the columns
+    kAggregate,     ///< without GROUP BY
     kGroup,
     kJoin,
     kSubquery,
@@ -28,6 +29,8 @@ constexpr FeatureSwitch kFeatures[] = {
     {Feature::kOpenRecordRange, false, "is a syntax error, where other columns find nothing"},
     {Feature::kArithmetic, true, ""},
     {Feature::kDistinct, false, "not executed yet"},
+    {Feature::kDistinctText, false,
+     "texts that differ in a line end are counted as two and delivered as one"},
     {Feature::kAggregate, false, "not executed yet"},
     {Feature::kGroup, false, "not executed yet"},
     {Feature::kJoin, false, "not executed yet"},

@@ -125,7 +125,9 @@ Query Generator::distinct(const std::vector<Table>& tables) {
     query.distinct = true;
     query.sequence = false;
     for (int count = random_.between(1, 3); count > 0; --count) {
-        const ColumnUse column = use(source);
+        const ColumnUse drawn = use(source);
+        const bool counts = drawn.kind != Kind::kText || has(Feature::kDistinctText);
+        const ColumnUse column = counts ? drawn : useOf(source, Kind::kVarchar);
         const Expression item = shown(column);
         query.items.push_back({item.engine, firstOf("R", item.twin)});
         query.groups.push_back({"", "distinct_key(" + item.twin + ")"});
@@ -240,12 +242,18 @@ Query Generator::joinedByQuery(const std::vector<Table>& tables) {
     const Kind kind = random_.pick(kinds);
     const ColumnUse left = useOf(outer, kind), right = useOf(inner, kind);
     const ConditionPtr where = condition({inner}, 1);
+    const std::string test =
+        sorted(left).twin + " = " + sorted(right).twin + " AND " + conditionForTwin(*where);
     query.from.engine = outer.table->name + " k WHERE " + columnForEngine(left) + " = (SELECT " +
                         columnForEngine(right) + " FROM " + inner.table->name + " s WHERE " +
                         conditionForEngine(*where) + ")";
-    query.from.twin = outer.table->name + " k JOIN " + inner.table->name + " s ON " + sorted(left).twin +
-                      " = " + sorted(right).twin + " AND " + conditionForTwin(*where);
-    query.records = {"k.R", "s.R"};
+    // A table cannot be joined twice under its name: then the query is a set of values, and no row repeats.
+    const bool joins = inner.table != outer.table;
+    const std::string found = "(SELECT 1 FROM " + inner.table->name + " s WHERE " + test + ")";
+    query.from.twin = outer.table->name + " k" +
+                      (joins ? " JOIN " + inner.table->name + " s ON " + test : " WHERE EXISTS " + found);
+    query.records = {"k.R"};
+    if (joins) query.records.push_back("s.R");
     std::vector<ColumnUse> items;
     addItems(query, {outer}, items);
     return query;
@@ -255,7 +263,12 @@ Query Generator::unionOf(const std::vector<Table>& tables) {
     Query query;
     std::vector<Kind> kinds;
     const int columns = random_.between(1, 3), members = random_.between(2, 3);
-    for (int i = 0; i < columns; ++i) kinds.push_back(random_.pick(tables.front().columns).kind);
+    query.all = random_.percent(50);
+    for (int i = 0; i < columns; ++i) {
+        const Kind kind = random_.pick(tables.front().columns).kind;
+        const bool counts = query.all || kind != Kind::kText || has(Feature::kDistinctText);
+        kinds.push_back(counts ? kind : Kind::kVarchar);
+    }
     std::vector<Query> parts;
     for (int i = 0; i < members; ++i) {
         Query part;
@@ -264,9 +277,9 @@ Query Generator::unionOf(const std::vector<Table>& tables) {
         addWhere(part, {source}, tables);
         parts.push_back(std::move(part));
     }
+    parts.front().all = query.all;
     query = parts.front();
     query.further.assign(parts.begin() + 1, parts.end());
-    query.all = random_.percent(50);
     query.sequence = query.all;
     return query;
 }
