@@ -70,8 +70,8 @@ void deleteFile(const char* path) noexcept;
 
 enum class LogMode { kAppend, kTruncate };
 
-// Opens a log file for its owner alone (mode 0600), never through a symbolic link. Null when it cannot be
-// opened.
+// Opens a log file for its owner alone (mode 0600), never through a symbolic link, never a pipe or a device.
+// Null when it cannot be opened.
 std::FILE* openLogFile(const char* path, LogMode mode);
 
 // ---- processes, threads, time ----

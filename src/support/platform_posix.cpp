@@ -95,10 +95,16 @@ void deleteFile(const char* path) noexcept {
 }
 
 std::FILE* openLogFile(const char* path, LogMode mode) {
-    const int flags =
-        O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | (mode == LogMode::kAppend ? O_APPEND : O_TRUNC);
+    // In a directory that others may write to, a pipe of that name must not make the caller wait.
+    const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC |
+                      (mode == LogMode::kAppend ? O_APPEND : O_TRUNC);
     const int descriptor = open(path, flags, 0600);
     if (descriptor < 0) return nullptr;
+    struct stat info {};
+    if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
+        close(descriptor);
+        return nullptr;
+    }
     std::FILE* stream = fdopen(descriptor, mode == LogMode::kAppend ? "ab" : "wb");
     if (stream == nullptr) close(descriptor);
     return stream;

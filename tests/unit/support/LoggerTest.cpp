@@ -97,6 +97,9 @@ TEST_F(Logger, OpensItsFileForTheOwnerAloneAndThroughNoLink) {
     ASSERT_EQ(symlink(path_.c_str(), link.c_str()), 0);
     EXPECT_FALSE(logger.open(link.c_str(), platform::LogMode::kAppend));
     std::remove(link.c_str());
+    ASSERT_EQ(mkfifo(link.c_str(), 0600), 0);
+    EXPECT_FALSE(logger.open(link.c_str(), platform::LogMode::kAppend)) << "nobody waits for a pipe's reader";
+    std::remove(link.c_str());
 }
 
 }  // namespace
