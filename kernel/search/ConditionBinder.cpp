@@ -55,7 +55,7 @@ Status ConditionBinder::bindOne(const Criterion& criterion, Condition& condition
 }
 
 Status ConditionBinder::bindInSet(const Criterion& criterion, Condition& condition) {
-    const SearchSet* set = search_.find(static_cast<int32_t>(criterion.number));
+    SearchSet* set = search_.find(static_cast<int32_t>(criterion.number));
     if (set == nullptr) return fault(error_, WDB_E_CCL_SET, criterion.position, std::to_string(criterion.number));
     condition.test = Test::Records;
     condition.records = set->recordsOf(state_.snapshot.base());

@@ -1,7 +1,11 @@
 #include "kernel/search/FindPlan.h"
 
+#include <algorithm>
+
 #include "kernel/common/Ascii.h"
 #include "kernel/search/CommandFault.h"
+#include "kernel/search/ConditionBinder.h"
+#include "kernel/search/PartSearch.h"
 #include "kernel/search/SelectPlan.h"
 
 namespace wdb {
@@ -35,6 +39,20 @@ Status FindPlan::findBases(std::vector<std::shared_ptr<OpenBase>>& bases) {
     return bases.empty() ? fault(error_, WDB_E_CCL_NO_BASE, 0) : WDB_OK;
 }
 
+// A base whose records have parts: a record is found when one of its rows is. Only a search over one base keeps the rows.
+Status FindPlan::searchParted(BaseState& state, SetBase& result, SearchSet& set) {
+    std::vector<Condition> conditions;
+    WDB_TRY(ConditionBinder(state, search_, error_).bind(expression_.criteria, conditions));
+    PartHits hits;
+    WDB_TRY(searchParts(&expression_, static_cast<uint32_t>(expression_.nodes.size() - 1), conditions, state, hits));
+    RecordSetBuilder records;
+    for (const PartRow& row : hits.rows) records.add(row.record);
+    fillBase(state, records.finish(), result);
+    set.hits = std::move(hits.rows);
+    set.headHits = std::move(hits.heads);
+    return WDB_OK;
+}
+
 Result<std::unique_ptr<SearchSet>> FindPlan::makeSet() {
     std::vector<std::shared_ptr<OpenBase>> bases;
     if (const Status status = findBases(bases); status != WDB_OK) return status;
@@ -45,13 +63,16 @@ Result<std::unique_ptr<SearchSet>> FindPlan::makeSet() {
         if (!snapshot) return snapshot.status();
         BaseState state(context_, **snapshot);
         SetBase part;
-        const Status status = searchBase(&expression_, state, search_, part, error_);
+        const auto& fields = state.snapshot.schema().fields();
+        const bool parts = std::any_of(fields.begin(), fields.end(), [](const FieldDefinition& field) { return field.part; });
+        const Status status = parts ? searchParted(state, part, *set) : searchBase(&expression_, state, search_, part, error_);
         const bool unknownField = status == WDB_E_CCL_FIELD && bases.size() > 1;
         if (status != WDB_OK && !unknownField) return status;
         if (unknownField) last = status;
         else set->bases.push_back(std::move(part));
     }
     if (set->bases.empty()) return last;
+    if (set->bases.size() > 1) set->hits.clear();
     return set;
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "kernel/ccl/Tree.h"
+#include "kernel/search/BaseState.h"
 #include "kernel/search/SearchContext.h"
 #include "kernel/search/SearchSet.h"
 
@@ -23,6 +24,7 @@ public:
 
 private:
     Status findBases(std::vector<std::shared_ptr<OpenBase>>& bases);
+    Status searchParted(BaseState& state, SetBase& result, SearchSet& set);
     Result<std::shared_ptr<OpenBase>> meaning(const ccl::Column& column);
 
     const ccl::Expression& expression_;

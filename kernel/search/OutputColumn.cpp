@@ -81,8 +81,8 @@ private:
             if (!fits(aggregate.function, source->type())) {
                 return fault(error_, WDB_E_TYPE, aggregate.column->position, aggregate.column->field);
             }
-            if (aggregate.function != ccl::Function::Count) column.type = source->type();
-            if (aggregate.function == ccl::Function::Avg) column.type = FieldType::Number;
+            const bool sum = aggregate.function == ccl::Function::Sum || aggregate.function == ccl::Function::Avg;
+            if (aggregate.function != ccl::Function::Count) column.type = sum ? FieldType::Number : source->type();
         }
         aggregates_.push_back(bound);
         return WDB_OK;

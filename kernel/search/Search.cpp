@@ -10,6 +10,8 @@
 #include "kernel/search/RowWriter.h"
 #include "kernel/search/SearchSet.h"
 #include "kernel/search/SelectPlan.h"
+#include "kernel/search/SetRowReader.h"
+#include "kernel/search/UnionPlan.h"
 
 namespace wdb {
 
@@ -82,13 +84,13 @@ Status Search::run(const ccl::SelectCommand& command) {
 }
 
 Status Search::run(const ccl::UnionCommand& command) {
-    for (const int32_t number : {command.left, command.right}) {
-        if (find(number) == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
-    }
-    return fail(WDB_E_CCL_UNSUPPORTED, 0);
+    Result<std::unique_ptr<SearchSet>> set = UnionPlan(command, context_, *this, error_).makeSet();
+    if (!set) return set.status();
+    adopt(std::move(*set));
+    return WDB_OK;
 }
 
-void Search::adopt(std::unique_ptr<SearchSet> set) {
+void Search::adopt(std::shared_ptr<SearchSet> set) {
     set->command = command_;
     set->number = static_cast<int32_t>(sets_.size()) + 1;
     sets_.push_back(std::move(set));
@@ -110,11 +112,11 @@ Status Search::makeWholeSet() {
     return WDB_OK;
 }
 
-SearchSet* Search::find(int32_t number) {
+std::shared_ptr<SearchSet> Search::share(int32_t number) {
     if (number == 0 && current_.wholeBases && makeWholeSet() != WDB_OK) return nullptr;
     const int32_t wanted = number == 0 ? current_.set : number;
     if (wanted < 1 || static_cast<size_t>(wanted) > sets_.size()) return nullptr;
-    SearchSet* set = sets_[static_cast<size_t>(wanted) - 1].get();
+    const std::shared_ptr<SearchSet>& set = sets_[static_cast<size_t>(wanted) - 1];
     if (set == nullptr) return nullptr;
     const bool gone = std::any_of(set->bases.begin(), set->bases.end(), [](const SetBase& base) { return base.base->gone(); });
     return gone ? nullptr : set;
@@ -127,55 +129,51 @@ Status Search::currentResult(SearchCounts& result) {
 }
 
 Status Search::counts(int32_t number, SearchCounts& result) {
-    const SearchSet* set = find(number);
+    SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     result.set = set->number;
     result.rows = clamp(set->rows());
-    result.records = set->bases.empty() ? 0 : clamp(set->bases.front().count);
-    if (set->kind == SetKind::Records) result.records = result.rows;
-    result.parts = 0;
+    result.records = clamp(set->firstRecords());
+    result.parts = clamp(static_cast<uint64_t>(
+        std::count_if(set->hits.begin(), set->hits.end(), [](const PartRow& hit) { return hit.part != 0; })));
     result.kind = static_cast<int32_t>(set->kind);
     return WDB_OK;
-}
-
-Result<RecordNumber> Search::recordInRow(SearchSet& set, SetBase& base, uint64_t place, const BaseSnapshot& snapshot) {
-    if (set.order == nullptr) return set.byNumber(base, place);
-    if (set.order->has(place)) return set.order->known(place);
-    BaseState state(context_, snapshot);
-    return set.order->at(place, base.records, state);
 }
 
 Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
     SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     if (index < 0 || static_cast<uint64_t>(index) >= set->rows()) return WDB_FAIL;
-    const DateForm form = context_.dateForm();
-    if (set->bases.empty()) {
-        RowWriter(row, form).write(set->columns, {}, false);
-        return WDB_OK;
-    }
-    uint64_t place = static_cast<uint64_t>(index);
+    if (!set->block && !set->joined && !set->bases.empty()) return fetchRecordRow(*set, static_cast<uint64_t>(index), row);
+    SetRowReader reader(*set, context_);
+    if (const Status status = reader.read(static_cast<uint64_t>(index)); status != WDB_OK) return fail(status, 0);
+    RowWriter(row, context_.dateForm()).write(reader.columns(), reader.view(), reader.plain());
+    return WDB_OK;
+}
+
+// A row that is a record of one of the bases: the everyday one.
+Status Search::fetchRecordRow(SearchSet& set, uint64_t place, RowItems& row) {
     size_t baseAt = 0;
-    while (place >= set->bases[baseAt].count) place -= set->bases[baseAt++].count;
-    SetBase& base = set->bases[baseAt];
+    while (place >= set.bases[baseAt].count) place -= set.bases[baseAt++].count;
+    SetBase& base = set.bases[baseAt];
     const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
     if (!snapshot) return snapshot.status();
-    const Result<RecordNumber> found = recordInRow(*set, base, place, **snapshot);
+    const Result<RecordNumber> found = set.recordInRow(base, place, **snapshot, context_);
     if (!found) return fail(found.status(), 0);
-    const RecordNumber record = *found;
-    const Result<RecordView> view = (*snapshot)->record(record);
+    const Result<RecordView> view = (*snapshot)->record(*found);
     if (!view) return view.status() == WDB_FAIL ? Status{WDB_E_DELETED} : view.status();
-    const bool perBase = set->kind == SetKind::Records && (set->columns.empty() || set->bases.size() > 1);
-    if (perBase) set->columns = allColumns(context_, *base.definition);
-    const RowRecord only{&*view, record, 0, false};
-    RowWriter(row, form).write(set->columns, {{&only, 1}, {}, 0}, true);
+    const bool perBase = set.kind == SetKind::Records && (set.columns.empty() || set.bases.size() > 1);
+    if (perBase) set.columns = allColumns(context_, *base.definition);
+    const RowRecord only{&*view, *found, 0, false};
+    const DateForm form = context_.dateForm();
+    RowWriter(row, form).write(set.columns, {{&only, 1}, {}, 0}, true);
     return WDB_OK;
 }
 
 Status Search::recordAt(int32_t number, int32_t ordinal, FoundRecord& found) {
     SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
-    if (ordinal < 1 || set->bases.empty()) return WDB_FAIL;
+    if (ordinal < 1 || static_cast<uint64_t>(ordinal) > set->firstRecords()) return WDB_FAIL;
     uint64_t place = static_cast<uint64_t>(ordinal) - 1;
     const size_t bases = set->kind == SetKind::Records ? set->bases.size() : 1;
     for (size_t i = 0; i < bases; ++i) {
@@ -187,6 +185,21 @@ Status Search::recordAt(int32_t number, int32_t ordinal, FoundRecord& found) {
         place -= base.count;
     }
     return WDB_FAIL;
+}
+
+Status Search::hitParts(int32_t number, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts,
+                        bool& headHit) {
+    const SearchSet* set = find(number);
+    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    parts.clear();
+    headHit = false;
+    if (set->kind != SetKind::Records || !set->has(base)) return WDB_FAIL;
+    headHit = set->headHits.contains(record);
+    for (auto hit = std::lower_bound(set->hits.begin(), set->hits.end(), PartRow{record, 1});
+         hit != set->hits.end() && hit->record == record; ++hit) {
+        parts.push_back(hit->part);
+    }
+    return parts.empty() ? WDB_FAIL : WDB_OK;
 }
 
 Status Search::drop(int32_t number) {
@@ -213,7 +226,7 @@ int32_t Search::liveSets() const {
 }
 
 void Search::snapshotGivenUp(const OpenBase& base) {
-    for (const std::unique_ptr<SearchSet>& set : sets_) {
+    for (const std::shared_ptr<SearchSet>& set : sets_) {
         if (set == nullptr || set->order == nullptr) continue;
         for (const SetBase& one : set->bases) {
             if (one.base->id() == base.id()) set->order->giveUp();

@@ -92,7 +92,11 @@ public:
     int32_t liveSets() const;
 
     // Null for numbers that no set has; 0 is the current result.
-    SearchSet* find(int32_t set);
+    SearchSet* find(int32_t set) { return share(set).get(); }
+    std::shared_ptr<SearchSet> share(int32_t set);
+    // The hit parts of a record of a record set, ascending, and whether its head satisfied the search by itself. WDB_FAIL for
+    // a set without hit parts, WDB_E_CCL_SET.
+    Status hitParts(int32_t set, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts, bool& headHit);
 
     // A kept snapshot of the base became too old and is given up: sets over it whose order is not complete can only answer
     // WDB_E_CHANGED for the rows that are missing.
@@ -106,12 +110,12 @@ private:
     Status run(const ccl::SelectCommand& command);
     Status run(const ccl::UnionCommand& command);
     Status makeWholeSet();
-    Result<RecordNumber> recordInRow(SearchSet& set, SetBase& base, uint64_t place, const BaseSnapshot& snapshot);
-    void adopt(std::unique_ptr<SearchSet> set);
+    Status fetchRecordRow(SearchSet& set, uint64_t place, RowItems& row);
+    void adopt(std::shared_ptr<SearchSet> set);
 
     SearchContext& context_;
     std::vector<std::shared_ptr<OpenBase>> bases_;
-    std::vector<std::unique_ptr<SearchSet>> sets_;  // by number - 1; null: dropped
+    std::vector<std::shared_ptr<SearchSet>> sets_;  // by number - 1; null: dropped; unions share their members
     CurrentResult current_;
     int32_t minimum_ = 1;
     CommandError error_;

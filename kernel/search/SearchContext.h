@@ -28,6 +28,9 @@ public:
 
     virtual const ccl::CommandWords& commandWords() const = 0;
     virtual DateForm dateForm() const = 0;
+    // Do rows deliver texts, large objects by their contents? (DISTINCT compares what is delivered.)
+    virtual bool textsInline() const { return false; }
+    virtual bool objectsInline() const { return false; }
     virtual DayNumber today() const = 0;
     // The thread's or session's analyzer.
     virtual Analyzer& analyzer() = 0;

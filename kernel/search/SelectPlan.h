@@ -4,14 +4,16 @@
 
 #include "kernel/ccl/Tree.h"
 #include "kernel/search/BaseState.h"
+#include "kernel/search/JoinPlan.h"
 #include "kernel/search/SearchSet.h"
 
 namespace wdb {
 
-// Makes the set of a SEL command over one base, or over none (a row of constants).
+// Makes the set of a SEL command.
 //
-// The rows are the records for which the WHERE condition holds; a set that cannot rely on its snapshot to be there at the
-// next call fixes its order at once. Joins, groups, aggregates, arithmetic and DISTINCT are WDB_E_CCL_UNSUPPORTED so far.
+// A selection over one base whose rows are its records keeps the set of records and an order that is worked out as rows are
+// asked for; it fixes that order at once when it cannot rely on its snapshot to be there at the next call. Everything else
+// (joins, rows of parts, groups, DISTINCT) becomes a block of rows: joins, WHERE, GROUP and aggregates, DISTINCT, SORT.
 class SelectPlan {
 public:
     SelectPlan(const ccl::SelectCommand& command, SearchContext& context, Search& search, CommandError& error)
@@ -20,11 +22,16 @@ public:
     Result<std::unique_ptr<SearchSet>> makeSet();
 
 private:
-    Status checkSupported();
-    Status selectFrom(SearchSet& set);
-    Status bindSort(SearchSet& set);
-    Status sortColumn(const ccl::SortItem& item, const SearchSet& set, std::vector<SortKey>& keys);
+    Status bind(SearchSet& set);
+    bool isSimple() const;
+    Status selectRecords(SearchSet& set);
     Status checkQualifiers();
+    Status makeBlock(SearchSet& set);
+    Status bindGroup();
+    void markParts(const SearchSet& set, const WherePlan& where);
+    Status group(RowBlock& block);
+    Status arrange(SearchSet& set, RowBlock& block);
+    void addBases(SearchSet& set);
 
     const ccl::SelectCommand& command_;
     SearchContext& context_;
@@ -32,7 +39,12 @@ private:
     CommandError& error_;
     SourceTables tables_;
     std::vector<BoundAggregate> aggregates_;
+    std::vector<OutputColumn> group_;
+    std::vector<OutputColumn> sort_;  // one for each SORT item
 };
+
+// Makes a set's part of a base: the records found, and the state that was searched.
+void fillBase(const BaseState& state, RecordSet records, SetBase& result);
 
 // Evaluates a condition over one base into a set's part of it; no expression: all records.
 Status searchBase(const ccl::Expression* expression, BaseState& state, Search& search, SetBase& result,

@@ -8,6 +8,7 @@
 #include "kernel/search/CommandFault.h"
 #include "kernel/search/Operand.h"
 #include "kernel/search/SearchSet.h"
+#include "kernel/search/SetRowReader.h"
 
 namespace wdb {
 
@@ -37,6 +38,7 @@ Status SetValues::collect(const ccl::SetValue& value, size_t position) {
     // A record set has no columns: a field of its base, or its record numbers.
     OutputColumn column;
     column.kind = OutputColumn::Kind::Record;
+    column.type = FieldType::Integer;
     const ccl::Column* wanted = std::get_if<ccl::Column>(&value.column);
     if (wanted == nullptr) return fault(error_, WDB_E_CCL_FIELD, position);
     if (!wanted->record) {
@@ -46,6 +48,7 @@ Status SetValues::collect(const ccl::SetValue& value, size_t position) {
             return fault(error_, WDB_E_CCL_FIELD, wanted->position, wanted->field);
         }
         column.kind = OutputColumn::Kind::Field;
+        column.ofParts = field->part;
         column.field = field->number;
         column.type = field->type;
     }
@@ -54,10 +57,37 @@ Status SetValues::collect(const ccl::SetValue& value, size_t position) {
 
 Status SetValues::collectColumn(SearchSet& set, const OutputColumn& column) {
     using Kind = OutputColumn::Kind;
-    type_ = column.kind == Kind::Field ? column.type : column.kind == Kind::Record ? FieldType::Integer : FieldType::Phrase;
-    if (column.kind == Kind::Constant && set.rows() > 0) keep(column.text);
-    if (column.kind == Kind::Constant || column.kind == Kind::Null || set.bases.empty()) return WDB_OK;
+    const bool constant = column.kind == Kind::Constant || column.kind == Kind::Null;
+    type_ = constant ? FieldType::Phrase : column.type;
     if (type_ == FieldType::String) return WDB_E_TYPE;
+    if (set.kind == SetKind::Records) return collectRecords(set, column);
+    const size_t place = static_cast<size_t>(&column - set.columns.data());
+    const DateForm form = context_.dateForm();
+    SetRowReader reader(set, context_);
+    for (uint64_t row = 0; row < set.rows(); ++row) {
+        const Status status = reader.read(row);
+        if (status == WDB_E_DELETED) continue;
+        WDB_TRY(status);
+        const OutputColumn& source = reader.columns()[place];
+        columnValues(source, reader.view(), form, [&](Slice value) { keep(source, value, form); });
+    }
+    return WDB_OK;
+}
+
+// Members of a union may have other types than its first one.
+void SetValues::keep(const OutputColumn& source, Slice value, const DateForm& form) {
+    using Kind = OutputColumn::Kind;
+    const bool constant = source.kind == Kind::Constant;
+    const FieldType type = constant ? FieldType::Phrase : source.type;
+    if (type == type_) return values_.emplace_back(value), void();
+    std::string text;
+    renderValue(type, value, form, text);
+    if (type_ == FieldType::Text) return values_.push_back(std::move(text));
+    Result<std::string> canonical = parseValue(type_, text, form, context_.today(), DateUse::Compare);
+    if (canonical && !canonical->empty()) values_.push_back(std::move(*canonical));
+}
+
+Status SetValues::collectRecords(SearchSet& set, const OutputColumn& column) {
     SetBase& base = set.bases.front();
     if (base.base->gone()) return WDB_E_CCL_SET;
     const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
@@ -65,17 +95,16 @@ Status SetValues::collectColumn(SearchSet& set, const OutputColumn& column) {
     Status status = WDB_OK;
     base.records.forEach([&](RecordNumber number) {
         if (status != WDB_OK) return;
-        if (column.kind == Kind::Record) return keep(encodeInteger(number));
+        if (column.kind == OutputColumn::Kind::Record) return void(values_.push_back(encodeInteger(number)));
         const Result<RecordView> record = (*snapshot)->record(number);
         if (!record) {
             if (record.status() != WDB_E_DELETED && record.status() != WDB_FAIL) status = record.status();
             return;
         }
-        uint32_t position = 0;
-        for (const Slice item : record->items(column.field)) {
-            ++position;
-            const bool inside = column.first == 0 || (position >= column.first && position <= column.last);
-            if (inside && !item.empty()) keep(std::string(item));
+        for (PartNumber part = 0; part <= record->partCount(); ++part) {
+            for (const Slice item : record->items(part, column.field)) {
+                if (!item.empty()) values_.emplace_back(item);
+            }
         }
     });
     return status;

@@ -28,7 +28,8 @@ public:
 
 private:
     Status collectColumn(SearchSet& set, const OutputColumn& column);
-    void keep(std::string canonical) { values_.push_back(std::move(canonical)); }
+    Status collectRecords(SearchSet& set, const OutputColumn& column);
+    void keep(const OutputColumn& source, Slice value, const DateForm& form);
 
     SearchContext& context_;
     Search& search_;

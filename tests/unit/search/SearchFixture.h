@@ -54,6 +54,7 @@ protected:
             field.name = fieldName;
             field.type = type;
             field.indexed = true;
+            field.part = fieldName.starts_with("PART");
         }
         definition.highestField = static_cast<FieldNumber>(list.size());
         definition.schema = std::make_shared<const Schema>(std::move(list));
@@ -62,13 +63,23 @@ protected:
         ASSERT_EQ(directory_->createBase(definition, ++now_, *hold), WDB_OK);
     }
 
-    // Stores records in one unit; they get the next numbers.
+    // (Fields whose names begin with PART lie in parts.) Stores records in one unit; they get the next numbers.
     void put(const std::string& name, const std::vector<Record>& records) {
         withUnit(name, [&](UnitBase& base) {
             for (const Record& record : records) {
                 auto number = base.writer->newRecord();
                 ASSERT_TRUE(number);
                 ASSERT_EQ(base.put(*number, image(base, record)), WDB_OK);
+            }
+        });
+    }
+    // Stores records with parts.
+    void putParts(const std::string& name, const std::vector<std::pair<Record, std::vector<Record>>>& records) {
+        withUnit(name, [&](UnitBase& base) {
+            for (const auto& [head, parts] : records) {
+                auto number = base.writer->newRecord();
+                ASSERT_TRUE(number);
+                ASSERT_EQ(base.put(*number, image(base, head, parts)), WDB_OK);
             }
         });
     }
@@ -139,6 +150,7 @@ protected:
         return &at->second;
     }
     bool snapshotsStay() const override { return stay_; }
+    bool textsInline() const override { return textsInline_; }
     const ccl::CommandWords& commandWords() const override { return words_; }
     DateForm dateForm() const override { return {}; }
     DayNumber today() const override { return dayNumber(2024, 6, 1); }
@@ -157,8 +169,16 @@ protected:
         work(**joined);
         ASSERT_EQ(unit.commit(++now_), WDB_OK);
     }
-    std::string image(const UnitBase& base, const Record& record) {
+    std::string image(const UnitBase& base, const Record& record, const std::vector<Record>& parts = {}) {
         RecordData data;
+        fill(base, record, data.head);
+        for (const Record& part : parts) fill(base, part, data.parts.emplace_back());
+        data.trim();
+        auto bytes = encodeRecord(data, base.writer->commitNumber());
+        EXPECT_TRUE(bytes);
+        return *bytes;
+    }
+    void fill(const UnitBase& base, const Record& record, FieldsData& fields) {
         for (const auto& [name, items] : record) {
             const FieldDefinition* field = base.definition->schema->find(name);
             if (field == nullptr) {
@@ -172,13 +192,9 @@ protected:
                     EXPECT_TRUE(parsed) << name << '=' << text;
                     value = *parsed;
                 }
-                data.head.at(field->number).items.push_back(value);
+                fields.at(field->number).items.push_back(value);
             }
         }
-        data.trim();
-        auto bytes = encodeRecord(data, base.writer->commitNumber());
-        EXPECT_TRUE(bytes);
-        return *bytes;
     }
     // Takes the current state at the next call.
     void renew() { snapshots_.clear(); }
@@ -189,6 +205,7 @@ protected:
     ccl::CommandWords words_;
     Analyzer analyzer_;
     bool stay_ = true;
+    bool textsInline_ = false;
     int64_t now_ = 1700000000000000;
     Search search{*this};
 };

@@ -1,0 +1,94 @@
+#include "kernel/search/RowPlaces.h"
+
+#include <algorithm>
+#include <numeric>
+#include <unordered_map>
+
+#include "kernel/common/ByteOrder.h"
+#include "kernel/record/ValueKey.h"
+#include "kernel/search/TupleReader.h"
+#include "kernel/text/Normalize.h"
+
+namespace wdb {
+
+namespace {
+
+using Kind = OutputColumn::Kind;
+
+// A field whose first items the index orders.
+bool indexOrders(const OutputColumn& column) {
+    const bool first = column.first == 0 || column.first == 1 || column.first != column.last;
+    return column.kind == Kind::Field && holdsItems(column.type) && !column.ofParts && first;
+}
+
+std::string keyOf(FieldType type, Slice value) {
+    return holdsItems(type) ? wholeValueKey(type, value) : normalize(value, kNormalizeValue);
+}
+
+Status readKeys(const OutputColumn& column, const SourceRows& source, std::vector<std::string>& keys) {
+    const DateForm form = source.tables.context().dateForm();
+    keys.resize(source.rows.size());
+    return forEachRow(source, [&](size_t row, const RowView& view) {
+        const std::string value = firstValue(column, view, form);
+        if (!value.empty()) keys[row] = keyOf(column.type, value);
+    });
+}
+
+}  // namespace
+
+Status forEachRow(const SourceRows& source, const std::function<void(size_t, const RowView&)>& visit) {
+    std::vector<const BaseSnapshot*> snapshots;
+    for (uint32_t table = 0; table < source.tables.size(); ++table) snapshots.push_back(&source.tables[table].state->snapshot);
+    TupleReader reader(std::move(snapshots), source.rows);
+    for (size_t row = 0; row < source.rows.size(); ++row) {
+        WDB_TRY(reader.read(row));
+        visit(row, {reader.records(), source.computed, row});
+    }
+    return WDB_OK;
+}
+
+Status sortPlaces(const OutputColumn& column, const SourceRows& source, std::vector<uint64_t>& places) {
+    if (column.type == FieldType::String && column.kind == Kind::Field) return WDB_E_TYPE;
+    if (column.kind == Kind::Record) {
+        const std::vector<RecordNumber>& records = source.rows.records(column.table);
+        places.assign(records.begin(), records.end());
+        return WDB_OK;
+    }
+    if (indexOrders(column)) {
+        return source.tables[column.table].state->index.places(column.field, source.rows.records(column.table), places);
+    }
+    std::vector<std::string> keys;
+    WDB_TRY(readKeys(column, source, keys));
+    std::vector<uint32_t> order(keys.size());
+    std::iota(order.begin(), order.end(), 0u);
+    std::sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) { return keys[a] < keys[b]; });
+    places.assign(keys.size(), 0);
+    uint64_t place = 0;
+    for (size_t i = 0; i < order.size(); ++i) {
+        const std::string& key = keys[order[i]];
+        if (key.empty()) continue;
+        if (i == 0 || key != keys[order[i - 1]]) ++place;
+        places[order[i]] = place;
+    }
+    return WDB_OK;
+}
+
+Status groupNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers, uint32_t& count) {
+    numbers.resize(source.rows.size());
+    std::unordered_map<std::string, uint32_t> known;
+    const DateForm form = source.tables.context().dateForm();
+    std::string all;
+    WDB_TRY(forEachRow(source, [&](size_t row, const RowView& view) {
+        all.clear();
+        columnValues(column, view, form, [&](Slice value) {
+            const std::string key = keyOf(column.type, value);
+            appendBig(all, static_cast<uint32_t>(key.size()));
+            all += key;
+        });
+        numbers[row] = known.try_emplace(all, static_cast<uint32_t>(known.size())).first->second;
+    }));
+    count = static_cast<uint32_t>(known.size());
+    return WDB_OK;
+}
+
+}  // namespace wdb

@@ -1,0 +1,62 @@
+#include "kernel/search/SetRowReader.h"
+
+#include <algorithm>
+
+namespace wdb {
+
+Status SetRowReader::read(uint64_t row) { return set_.joined ? readUnion(row) : readFrom(set_, row); }
+
+Status SetRowReader::readUnion(uint64_t row) {
+    UnionRows& joined = *set_.joined;
+    const uint64_t place = joined.picked ? joined.picks[row] : row;
+    const auto next = std::upper_bound(joined.members.begin(), joined.members.end(), place,
+                                       [](uint64_t wanted, const UnionRows::Member& member) { return wanted < member.begin; });
+    UnionRows::Member& member = *std::prev(next);
+    const Status status = readFrom(*member.set, place - member.begin);
+    columns_ = member.columns;
+    return status;
+}
+
+Status SetRowReader::readFrom(SearchSet& set, uint64_t row) {
+    columns_ = set.columns;
+    view_ = {};
+    plain_ = true;
+    if (set.block) return readBlock(set, row);
+    return set.bases.empty() ? WDB_OK : readSimple(set, row);
+}
+
+Status SetRowReader::readBlock(SearchSet& set, uint64_t row) {
+    RowBlock& block = *set.block;
+    if (opened_ != &set) {
+        std::vector<const BaseSnapshot*> snapshots;
+        for (const SetBase& base : set.bases) {
+            const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
+            if (!snapshot) return snapshot.status();
+            snapshots.push_back(*snapshot);
+        }
+        reader_.emplace(std::move(snapshots), block.rows);
+        opened_ = &set;
+    }
+    const size_t place = block.rowAt(row);
+    WDB_TRY(reader_->read(place));
+    plain_ = block.plain;
+    if (plain_ && reader_->allDeleted()) return WDB_E_DELETED;
+    view_ = {reader_->records(), block.computed, place};
+    return WDB_OK;
+}
+
+Status SetRowReader::readSimple(SearchSet& set, uint64_t row) {
+    SetBase& base = set.bases.front();
+    const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
+    if (!snapshot) return snapshot.status();
+    const Result<RecordNumber> number = set.recordInRow(base, row, **snapshot, context_);
+    if (!number) return number.status();
+    const Result<RecordView> record = (*snapshot)->record(*number);
+    if (!record) return record.status() == WDB_FAIL ? Status{WDB_E_DELETED} : record.status();
+    record_ = *record;
+    only_ = {&record_, *number, 0, false};
+    view_ = {{&only_, 1}, {}, 0};
+    return WDB_OK;
+}
+
+}  // namespace wdb

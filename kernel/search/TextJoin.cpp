@@ -1,0 +1,79 @@
+#include "kernel/search/TextJoin.h"
+
+#include <algorithm>
+
+#include "kernel/record/Value.h"
+#include "kernel/search/ConditionSets.h"
+
+namespace wdb {
+
+using ccl::Comparison;
+using Test = Condition::Test;
+
+TextJoin::TextJoin(const JoinComparison& comparison, SourceTables& tables)
+    : comparison_(comparison), tables_(tables), turned_(comparison.left.type() != FieldType::Text) {
+    if (turned_) comparison_ = {comparison.right, comparison.mirrored(), comparison.left};
+}
+
+Status TextJoin::prepare(std::span<const PartRow> left, std::span<const PartRow> right) {
+    texts_ = turned_ ? right : left;
+    return readValues(turned_ ? left : right);
+}
+
+Status TextJoin::readValues(std::span<const PartRow> rows) {
+    const BoundColumn& column = comparison_.right;
+    SourceTable& table = tables_[column.table];
+    const DateForm form = tables_.context().dateForm();
+    for (const PartRow& row : rows) {
+        std::vector<uint32_t>& values = valuesOf_.emplace_back();
+        const auto keep = [&](Slice item) {
+            std::string text;
+            renderValue(column.type(), item, form, text);
+            const auto [at, added] = places_.try_emplace(std::move(text), static_cast<uint32_t>(found_.size()));
+            if (added) found_.emplace_back();
+            values.push_back(at->second);
+        };
+        if (row.record == 0) continue;
+        if (column.field == nullptr) {
+            keep(encodeInteger(row.record));
+            continue;
+        }
+        const Result<RecordView> record = table.state->snapshot.record(row.record);
+        if (!record) return record.status();
+        visitJoinItems(column, *record, row.part, table.byPart, keep);
+    }
+    for (const auto& [value, place] : places_) WDB_TRY(lookUp(value, found_[place]));
+    return WDB_OK;
+}
+
+Status TextJoin::lookUp(const std::string& value, RecordSet& records) {
+    const Comparison comparison = comparison_.comparison;
+    BaseState& state = *tables_[comparison_.left.table].state;
+    Condition condition;
+    condition.field = comparison_.left.field;
+    condition.first = comparison_.left.first;
+    condition.last = comparison_.left.last;
+    condition.negated = comparison == Comparison::NotEqual;
+    if (comparison == Comparison::Equal || condition.negated) {
+        condition.test = Test::Words;
+        condition.phrases.push_back(state.context.analyzer().wordPatterns(Pattern(value)));
+    } else {
+        condition.test = Test::WordWithin;
+        const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
+        const bool inclusive = comparison == Comparison::GreaterOrEqual || comparison == Comparison::LessOrEqual;
+        (above ? condition.low : condition.high) = Bound{state.context.analyzer().fold(value), inclusive};
+    }
+    Result<RecordSet> found = recordsWhere(condition, state);
+    if (!found) return found.status();
+    records = std::move(*found);
+    records.own();
+    return WDB_OK;
+}
+
+bool TextJoin::fits(uint32_t left, uint32_t right) const {
+    const RecordNumber record = texts_[turned_ ? right : left].record;
+    const std::vector<uint32_t>& values = valuesOf_[turned_ ? left : right];
+    return std::any_of(values.begin(), values.end(), [&](uint32_t value) { return found_[value].contains(record); });
+}
+
+}  // namespace wdb

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include "kernel/search/Condition.h"
+#include "kernel/search/JoinComparison.h"
+#include "kernel/search/TableRows.h"
+
+namespace wdb {
+
+// A join comparison with a TEXT column: each different value of the other side is looked for in the text as a criterion does
+// it. With texts on both sides the right one's whole text is the value.
+class TextJoin {
+public:
+    TextJoin(const JoinComparison& comparison, SourceTables& tables);
+
+    // The rows of the two sides, as written in the comparison.
+    Status prepare(std::span<const PartRow> left, std::span<const PartRow> right);
+    // By places in these rows.
+    bool fits(uint32_t left, uint32_t right) const;
+
+private:
+    Status readValues(std::span<const PartRow> rows);
+    Status lookUp(const std::string& value, RecordSet& records);
+
+    JoinComparison comparison_;  // the text on its left side
+    SourceTables& tables_;
+    bool turned_;
+    std::span<const PartRow> texts_;
+    std::vector<std::vector<uint32_t>> valuesOf_;  // by row of the other side: places in found_
+    std::vector<RecordSet> found_;                 // per different value
+    std::map<std::string, uint32_t> places_;       // value to place in found_
+};
+
+}  // namespace wdb

@@ -1,0 +1,35 @@
+#include "kernel/search/TupleReader.h"
+
+namespace wdb {
+
+TupleReader::TupleReader(std::vector<const BaseSnapshot*> snapshots, const Tuples& rows)
+    : snapshots_(std::move(snapshots)), rows_(rows), views_(snapshots_.size()), records_(snapshots_.size()) {}
+
+Status TupleReader::read(size_t row) {
+    for (uint32_t table = 0; table < records_.size(); ++table) {
+        RowRecord& record = records_[table];
+        const PartRow wanted = rows_.at(table, row);
+        record.part = wanted.part;
+        if (wanted.record == record.number) continue;  // rows of a join repeat their records
+        record = {nullptr, wanted.record, wanted.part, false};
+        if (wanted.record == 0) continue;
+        const Result<RecordView> view = snapshots_[table]->record(wanted.record);
+        if (!view && view.status() != WDB_E_DELETED && view.status() != WDB_FAIL) return view.status();
+        record.deleted = !view;
+        if (!view) continue;
+        views_[table] = *view;
+        record.view = &views_[table];
+    }
+    return WDB_OK;
+}
+
+bool TupleReader::allDeleted() const {
+    bool any = false;
+    for (const RowRecord& record : records_) {
+        if (record.view != nullptr) return false;
+        any = any || record.deleted;
+    }
+    return any;
+}
+
+}  // namespace wdb
