@@ -79,7 +79,10 @@ void ScannerMemory::release(void* block) noexcept {
 }
 
 ScannerMemory::~ScannerMemory() {
-    while (first_ != nullptr) release(first_ + 1);
+    while (Header* header = first_) {
+        first_ = header->next;
+        std::free(header);
+    }
 }
 
 void Scanner::HeapFree::operator()(char* text) const noexcept {
