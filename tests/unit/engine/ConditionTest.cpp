@@ -1,6 +1,8 @@
 // WHERE conditions as the search expressions that they become.
 #include <gtest/gtest.h>
 
+#include "src/WSQLFilter.h"
+#include "src/tree/Tree.h"
 #include "tests/unit/engine/Articles.h"
 
 namespace {
@@ -190,4 +192,52 @@ TEST(Condition, FaultsOfConditionsThatNoSearchCanExpress) {
         EXPECT_EQ(request.document(), faultDocument("0", std::string("WSQLExecSelect:") + row.line,
                                                     "WSQLFilter::TranslateCondition", row.text));
     }
+}
+
+namespace {
+
+std::unique_ptr<wsql::WSQLColumnRef> boundColumn(const char* table, const char* alias, const char* name) {
+    auto column = std::make_unique<wsql::WSQLColumnRef>(name);
+    column->table = table;
+    column->correlation = alias;
+    column->fieldNumber = 1;
+    return column;
+}
+
+std::unique_ptr<wsql::WSQLCondition> equals(const char* name, std::int32_t value) {
+    return std::make_unique<wsql::WSQLComparison>(wsql::ComparisonOp::kEqual, boundColumn("T", "x", name),
+                                                  std::make_unique<wsql::WSQLInt>(value));
+}
+
+}  // namespace
+
+TEST(Condition, SearchesRunUnderTheTablesOwnName) {
+    loadArticles();
+    fakeKernel().searches = true;
+    FilterData data{};
+    wsql::WSQLFilter filter(&data);
+    std::int32_t status = 77;
+    auto both = std::make_unique<wsql::WSQLCompositeCondition>(wsql::WSQLCompositeCondition::kAnd,
+                                                               equals("A", 1), equals("P", 2));
+    EXPECT_TRUE(filter.TranslateCondition(both.get(), 0, &status, nullptr));
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(fakeKernel().commands, (std::vector<std::string>{"wFIN (T.A=1) wAND (T.P=2)"}))
+        << "a search knows no aliases";
+    fakeKernel().commands.clear();
+    fakeKernel().cclStatus = WDB_E_CCL_NO_HITS;
+    EXPECT_FALSE(filter.TranslateCondition(equals("A", 1).get(), 0, &status, nullptr));
+    EXPECT_EQ(status, WDB_E_CCL_NO_HITS) << "what the kernel says is the result";
+    fakeKernel().cclStatus = WDB_OK;
+    EXPECT_TRUE(filter.TranslateCondition(nullptr, 0, &status, nullptr)) << "nothing to search for";
+    fakeKernel().commands.clear();
+
+    auto query = std::make_unique<wsql::WSQLStmtSelect>();
+    query->addItem(boundColumn("U", "", "ID"));
+    query->tables->append(std::make_unique<wsql::WSQLTableRef>("U"));
+    auto subselect = std::make_unique<wsql::WSQLSubselect>(boundColumn("T", "x", "A"),
+                                                           wsql::ComparisonOp::kIn, std::move(query));
+    EXPECT_TRUE(filter.TranslateCondition(subselect.get(), 0, &status, nullptr));
+    EXPECT_EQ(fakeKernel().commands, (std::vector<std::string>{"wBAS U", "wSEL wSFX wFRL(U) FIELD(U.ID) ",
+                                                               "wBAS T", "wFIN T.A=3.ID"}))
+        << "the sub-query opened its own table";
 }
