@@ -62,7 +62,47 @@ std::vector<std::vector<Value>> rowsOf(std::string_view document) {
     return rows;
 }
 
+/// One item of a record in the making; the kernel takes numbers and dates as texts.
+std::int32_t storeItem(WdbRecordControl* control, std::size_t column, Kind kind, std::size_t item,
+                       const std::string& value) {
+    const std::string text =
+        kind == Kind::kNumeric ? decimals(std::strtoll(value.c_str(), nullptr, 10)) : value;
+    const auto position = static_cast<std::int32_t>(kind == Kind::kItems ? item + 1 : 0);
+    WdbCursor* cursor = nullptr;
+    std::int32_t status = WdbSetCursor(&cursor, control, static_cast<std::int32_t>(column + 1), 0, position);
+    if (WDB_SUCCESS(status))
+        status = WdbReplaceItem(cursor, text.data(), static_cast<std::int32_t>(text.size()));
+    WdbDeleteCursor(&cursor);
+    return status;
+}
+
+std::int32_t storeRow(WdbRecordControl* control, const Table& table, const Row& row) {
+    std::int32_t status = WdbNewRecord(control);
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        for (std::size_t n = 0; n < row[i].size() && WDB_SUCCESS(status); ++n) {
+            if (!row[i][n].empty()) status = storeItem(control, i, table.columns[i].kind, n, row[i][n]);
+        }
+    }
+    std::int32_t record = 0;
+    return WDB_SUCCESS(status) ? WdbPutRecord(control, &record) : status;
+}
+
 }  // namespace
+
+bool Engine::load(const Table& table, std::size_t first, std::size_t end, std::string& message) {
+    const char* name = table.name.c_str();
+    WdbRecordControl* control = nullptr;
+    std::int32_t status = WdbCreateRecordControl(&control);
+    if (WDB_SUCCESS(status)) status = WdbSetBase(control, name, WDB_MODE_WRITE);
+    if (WDB_SUCCESS(status)) status = WdbBeginLoad(name, 0);
+    for (std::size_t i = first; i < end && WDB_SUCCESS(status); ++i)
+        status = storeRow(control, table, table.rows[i]);
+    const std::int32_t ended = WdbEndLoad(name, WDB_SUCCESS(status) ? 1 : 0);
+    WdbDeleteRecordControl(&control);
+    if (WDB_SUCCESS(status)) status = ended;
+    message = "load: status " + std::to_string(status);
+    return WDB_SUCCESS(status);
+}
 
 bool Engine::change(const std::string& sql, std::string& message) {
     const Answer answer = database_.run(sql);

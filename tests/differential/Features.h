@@ -28,14 +28,14 @@ constexpr FeatureSwitch kFeatures[] = {
     {Feature::kOpenTextOrder, false, "finds nothing, where a VARCHAR finds every value above"},
     {Feature::kOpenRecordRange, false, "is a syntax error, where other columns find nothing"},
     {Feature::kArithmetic, true, ""},
-    {Feature::kDistinct, false, "not executed yet"},
+    {Feature::kDistinct, true, ""},
     {Feature::kDistinctText, false,
      "texts that differ in a line end are counted as two and delivered as one"},
-    {Feature::kAggregate, false, "not executed yet"},
-    {Feature::kGroup, false, "not executed yet"},
-    {Feature::kJoin, false, "not executed yet"},
-    {Feature::kSubquery, false, "not executed yet"},
-    {Feature::kUnion, false, "not executed yet"},
+    {Feature::kAggregate, true, ""},
+    {Feature::kGroup, true, ""},
+    {Feature::kJoin, true, ""},
+    {Feature::kSubquery, true, ""},
+    {Feature::kUnion, true, ""},
 };
 
 constexpr bool has(Feature feature) {

@@ -116,19 +116,30 @@ Row Generator::row(const Table& table) {
     return row;
 }
 
+Table Generator::table(const char* name, int rows) {
+    Table table;
+    table.name = name;
+    const std::pair<const char*, Kind> kColumns[] = {
+        {"V", Kind::kVarchar}, {"W", Kind::kVarchar}, {"I", Kind::kInteger},
+        {"J", Kind::kInteger}, {"N", Kind::kNumeric}, {"D", Kind::kDate},
+        {"H", Kind::kTime},    {"X", Kind::kText},    {"M", Kind::kItems}};
+    for (const auto& [column, kind] : kColumns) table.columns.push_back({column, kind});
+    for (; rows > 0; --rows) table.rows.push_back(row(table));
+    return table;
+}
+
 std::vector<Table> Generator::tables() {
     std::vector<Table> tables;
     for (const char* name : {"T", "U"}) {
-        Table table;
-        table.name = name;
-        const std::pair<const char*, Kind> kColumns[] = {
-            {"V", Kind::kVarchar}, {"W", Kind::kVarchar}, {"I", Kind::kInteger},
-            {"J", Kind::kInteger}, {"N", Kind::kNumeric}, {"D", Kind::kDate},
-            {"H", Kind::kTime},    {"X", Kind::kText},    {"M", Kind::kItems}};
-        for (const auto& [column, kind] : kColumns) table.columns.push_back({column, kind});
-        for (int rows = random_.between(0, 40); rows > 0; --rows) table.rows.push_back(row(table));
-        tables.push_back(std::move(table));
+        tables.push_back(table(name, random_.between(0, 40)));
+        if (random_.percent(60)) tables.back().loaded = random_.below(tables.back().rows.size() + 1);
     }
+    return tables;
+}
+
+std::vector<Table> Generator::largeTable(int rows) {
+    std::vector<Table> tables{table("T", rows)};
+    tables.back().loaded = tables.back().rows.size() - 50;
     return tables;
 }
 

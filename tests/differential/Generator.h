@@ -21,9 +21,13 @@ class Generator {
 public:
     explicit Generator(std::uint64_t seed) : random_(seed) {}
 
-    /// Two tables with columns of all kinds and up to 40 rows each.
+    /// Two tables with columns of all kinds and up to 40 rows each; some of the rows are to be loaded.
     std::vector<Table> tables();
+    /// One table of that many rows, all but 50 to be loaded.
+    std::vector<Table> largeTable(int rows);
     Query query(const std::vector<Table>& tables);
+    /// A query whose answer is short, over one table.
+    Query shortQuery(const std::vector<Table>& tables);
     /// A condition of a few tests over the tables of the scope. Sub-queries, which want qualified columns,
     /// over others.
     ConditionPtr condition(const Scope& scope, int depth, const std::vector<Table>* others = nullptr);
@@ -31,6 +35,7 @@ public:
 
 private:
     // Generator.cpp: rows, constants, conditions
+    Table table(const char* name, int rows);
     Row row(const Table& table);
     Cell cell(Kind kind);
     std::string value(Kind kind);
@@ -52,18 +57,27 @@ private:
     Query distinct(const std::vector<Table>& tables);
     Query grouped(const std::vector<Table>& tables);
     Query aggregated(const std::vector<Table>& tables);
-    Query joined(const std::vector<Table>& tables);
-    Query joinedByQuery(const std::vector<Table>& tables);
     Query unionOf(const std::vector<Table>& tables);
     Source from(const std::vector<Table>& tables, Query& query, bool qualified);
-    Expression arithmetic(const Source& source);
-    Expression aggregate(const Source& source, const std::vector<ColumnUse>& groups);
     void addItems(Query& query, const Scope& scope, std::vector<ColumnUse>& items);
     void addOrder(Query& query, const Scope& scope, const std::vector<ColumnUse>& items);
     void addWhere(Query& query, const Scope& scope, const std::vector<Table>& tables);
     void addPage(Query& query);
 
+    // Expressions.cpp
+    Expression arithmetic(const Source& source);
+    Expression valueList(const Source& source);
+    Expression scalarQuery(const std::vector<Table>& tables);
+    Expression aggregate(const Source& source, const std::vector<ColumnUse>& groups);
+
+    // Joins.cpp
+    Query joined(const std::vector<Table>& tables);
+    Query joinedByQuery(const std::vector<Table>& tables);
+    Expression joinCondition(const Source& left, const Source& right, bool equalOnly);
+    Expression usingColumn(const Source& left, const Source& right);
+
     Random random_;
+    bool subqueries_ = true;  ///< in conditions
 };
 
 }  // namespace differential

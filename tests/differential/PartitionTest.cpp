@@ -37,8 +37,11 @@ std::vector<std::string> operator+(std::vector<std::string> left, const std::vec
 void fill(Engine& engine, const Table& table) {
     std::string message;
     ASSERT_TRUE(engine.change(createForEngine(table), message)) << message;
-    for (const Row& row : table.rows)
-        ASSERT_TRUE(engine.change(insertForEngine(table, row), message)) << message;
+    if (table.loaded > 0) {
+        ASSERT_TRUE(engine.load(table, 0, table.loaded, message)) << message;
+    }
+    for (std::size_t i = table.loaded; i < table.rows.size(); ++i)
+        ASSERT_TRUE(engine.change(insertForEngine(table, table.rows[i]), message)) << message;
 }
 
 /// Calls the body with many conditions over many tables.

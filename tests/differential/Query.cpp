@@ -32,6 +32,8 @@ std::string unionForTwin(const Query& query) {
         std::string sql = "SELECT " + std::to_string(member) + " * 1000000 + R AS place";
         for (std::size_t i = 0; i < part.items.size(); ++i)
             sql += ", " + part.items[i].twin + " AS c" + std::to_string(i);
+        for (std::size_t i = 0; i < part.sortKeys.size(); ++i)
+            sql += ", " + part.sortKeys[i] + " AS k" + std::to_string(i);
         sql += " FROM " + part.from.twin;
         if (part.where) sql += " WHERE " + conditionForTwin(*part.where);
         members += (members.empty() ? "" : " UNION ALL ") + sql;

@@ -27,10 +27,12 @@ struct Query {
     std::vector<Expression> groups;  ///< of GROUP BY; without an engine's text it is the twin's alone
     std::vector<OrderItem> order;
     std::vector<std::string>
-        records;                   ///< the twin's record numbers, by which rows come when nothing else says
-    bool sequence = true;          ///< the order of the rows is told; else only which rows there are
-    std::vector<Query> further;    ///< more members of a UNION; order and page are the first one\'s
-    bool all = false;              ///< UNION ALL
+        records;                 ///< the twin's record numbers, by which rows come when nothing else says
+    bool sequence = true;        ///< the order of the rows is told; else only which rows there are
+    std::vector<Query> further;  ///< more members of a UNION; order and page are the first one\'s
+    std::vector<std::string>
+        sortKeys;      ///< of a UNION's members: the items as they are sorted, k0, k1, ... in the order
+    bool all = false;  ///< UNION ALL
     int blockSize = 0, block = 1;  ///< 0: all rows
 };
 

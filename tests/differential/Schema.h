@@ -23,7 +23,8 @@ using Row = std::vector<Cell>;
 struct Table {
     std::string name;
     std::vector<Column> columns;
-    std::vector<Row> rows;  ///< row i is record number i + 1
+    std::vector<Row> rows;   ///< row i is record number i + 1
+    std::size_t loaded = 0;  ///< so many of them come by a load, the others by INSERT
 };
 
 /// Between the items of a kItems cell in the twin.

@@ -12,6 +12,8 @@
 namespace differential {
 namespace {
 
+constexpr int kAllItems = 1000;
+
 std::string_view text(sqlite3_value* value) {
     const void* bytes = sqlite3_value_text(value);
     return {static_cast<const char*>(bytes), static_cast<std::size_t>(sqlite3_value_bytes(value))};
@@ -47,12 +49,23 @@ bool anyBetween(const Values& values, std::string_view low, std::string_view hig
     });
 }
 
-std::string shownItems(std::string_view cell) {
-    std::string shown;
+/// The items from one position to another (1-based), gaps left out.
+std::string listed(std::string_view cell, std::string_view separator, int first, int last) {
+    std::string list;
+    int position = 0;
     for (const std::string& item : itemsOf(cell)) {
-        if (!item.empty()) shown += (shown.empty() ? "" : "; ") + item;
+        if (++position < first || position > last || item.empty()) continue;
+        if (!list.empty()) list += separator;
+        list += item;
     }
-    return shown;
+    return list;
+}
+
+bool meet(std::string_view left, std::string_view right) {
+    for (const std::string& item : itemsOf(left)) {
+        if (!item.empty() && normalized(item) == normalized(right)) return true;
+    }
+    return false;
 }
 
 void itemAt(sqlite3_context* context, sqlite3_value** arguments) {
@@ -137,12 +150,27 @@ void registerFunctions(sqlite3* database) {
         }>);
     add("distinct_key", 1, function<[](C* c, V** v) { answer(c, distinctKey(text(v[0]))); }>);
     sqlite3_create_function(database, "first_of", 2, SQLITE_UTF8, nullptr, nullptr, firstStep, firstEnd);
+    add("items_meet", 2, function<[](C* c, V** v) {
+            if (sqlite3_value_type(v[1]) != SQLITE_NULL) sqlite3_result_int(c, meet(text(v[0]), text(v[1])));
+        }>);
+    add("item_count", 1, function<[](C* c, V** v) {
+            const std::vector<std::string> items = itemsOf(text(v[0]));
+            const auto gaps = std::count(items.begin(), items.end(), std::string());
+            sqlite3_result_int64(c, static_cast<std::int64_t>(items.size()) - gaps);
+        }>);
+    add("value_list", 4, function<[](C* c, V** v) {
+            const std::string list =
+                listed(text(v[0]), text(v[1]), sqlite3_value_int(v[2]), sqlite3_value_int(v[3]));
+            if (!list.empty()) answer(c, list);
+        }>);
     add("item", 2, function<itemAt>);
-    add("shown_items", 1, function<[](C* c, V** v) { answer(c, shownItems(text(v[0]))); }>);
+    add("shown_items", 1, function<[](C* c, V** v) { answer(c, listed(text(v[0]), "; ", 1, kAllItems)); }>);
     add("paragraphs", 1, function<[](C* c, V** v) { answer(c, paragraphs(text(v[0]))); }>);
     add("decimals", 1, function<[](C* c, V** v) { answer(c, decimals(sqlite3_value_int64(v[0]))); }>);
-    add("mean", 2,
-        function<[](C* c, V** v) { answer(c, mean(sqlite3_value_int64(v[0]), sqlite3_value_int64(v[1]))); }>);
+    add("mean", 2, function<[](C* c, V** v) {
+            const std::int64_t count = sqlite3_value_int64(v[1]);
+            if (count != 0) answer(c, mean(sqlite3_value_int64(v[0]), count));
+        }>);
 }
 
 }  // namespace
