@@ -1,13 +1,33 @@
 // Commands: given at once, or through the command object; extension routines.
+#include <chrono>
+
 #include "kernel/api/ApiCall.h"
 #include "kernel/session/Routines.h"
 
 namespace wdb::api {
 namespace {
 
+// Runs a command and tells the profile function of it, behind its steps.
+Status profiled(Session& session, std::string_view text, const char* command) {
+    const int32_t newest = session.search.save().counter;
+    const auto begin = std::chrono::steady_clock::now();
+    const Status status = session.search.execute(text);
+    const std::chrono::nanoseconds spent = std::chrono::steady_clock::now() - begin;
+    const WdbStepFn step = session.hooks.step;
+    if (step == nullptr) return status;
+    SearchCounts counts;
+    const int32_t now = session.search.save().counter;
+    const bool made = now > newest && ok(session.search.counts(now, counts));
+    const Hooks::Callback running(session.hooks, Hooks::Calls::Refused);
+    step(session.hooks.stepContext, 0, command == nullptr ? "" : command, made ? counts.rows : 0,
+         spent.count());
+    return status;
+}
+
 Status execute(Session& session, const char* command) {
     const InText text(session, command);
-    const Status status = session.search.execute(text);
+    const Status status =
+        session.hooks.step == nullptr ? session.search.execute(text) : profiled(session, text, command);
     session.searched();
     if (ok(status)) return status;
     const CommandError& error = session.search.error();

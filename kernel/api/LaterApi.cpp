@@ -32,16 +32,10 @@ int32_t WdbRebuildIndex(const char*, const char*) {
 int32_t WdbWaitIndex(const char*, int32_t) {
     return later(__func__);
 }
-int32_t WdbNextTerm(const char*, int32_t, char*, int32_t*, int32_t*) {
-    return later(__func__);
-}
 int32_t WdbBackupBase(const char*, const char*) {
     return later(__func__);
 }
 int32_t WdbCompactBase(const char*) {
-    return later(__func__);
-}
-int32_t WdbSetProfile(WdbStepFn, void*) {
     return later(__func__);
 }
 int32_t WdbSetProgress(WdbProgressFn, void*) {

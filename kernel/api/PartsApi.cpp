@@ -1,4 +1,6 @@
 // Parts of records.
+#include <algorithm>
+
 #include "kernel/api/ApiCall.h"
 
 namespace wdb::api {
@@ -15,20 +17,30 @@ struct HitParts {
     bool head = false;
 };
 
-// The parts through which a record came into the set that it was loaded from. Sets hold whole records so far.
-HitParts hitPartsOf(const RecordControl& control) {
-    return {{}, control.origin.set != 0};
+// The parts through which a record came into the set that it was loaded from. A set that is gone by now says
+// nothing about the record; a record without parts came with its head.
+Result<HitParts> hitPartsOf(Session& session, const RecordControl& control) {
+    HitParts hits;
+    if (control.origin.set == 0) return hits;
+    const Status status = session.search.hitParts(control.origin.set, *control.base, control.record.number(),
+                                                  hits.parts, hits.head);
+    if (!ok(status) && status != WDB_FAIL && status != WDB_E_CCL_SET) return status;
+    const auto& fields = control.schema().fields();
+    if (std::ranges::none_of(fields, [](const FieldDefinition& field) { return field.part; }))
+        hits.head = status != WDB_E_CCL_SET;
+    return hits;
 }
 
 Status hitParts(Session& session, WdbRecordControl* handle, int32_t ordinal, const HitsOut& out) {
     const RecordControl* control = session.control(handle);
     if (control == nullptr) return WDB_E_HANDLE;
     if (!control->attached() || !control->record.any()) return WDB_E_NO_RECORD;
-    const HitParts hits = hitPartsOf(*control);
-    putNumber(out.count, static_cast<int64_t>(hits.parts.size()));
-    putNumber(out.head, hits.head ? 1 : 0);
-    if (ordinal < 1 || static_cast<size_t>(ordinal) > hits.parts.size()) return WDB_FAIL;
-    putNumber(out.part, hits.parts[static_cast<size_t>(ordinal) - 1]);
+    const auto hits = hitPartsOf(session, *control);
+    if (!hits) return hits.status();
+    putNumber(out.count, static_cast<int64_t>(hits->parts.size()));
+    putNumber(out.head, hits->head ? 1 : 0);
+    if (ordinal < 1 || static_cast<size_t>(ordinal) > hits->parts.size()) return WDB_FAIL;
+    putNumber(out.part, hits->parts[static_cast<size_t>(ordinal) - 1]);
     return WDB_OK;
 }
 

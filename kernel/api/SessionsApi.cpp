@@ -97,6 +97,14 @@ int32_t WdbSetTrace(WdbTraceFn trace, void* context) {
     return WDB_OK;
 }
 
+int32_t WdbSetProfile(WdbStepFn step, void* context) {
+    return call(__func__, [&](Session& session) -> Status {
+        session.hooks.step = step;
+        session.hooks.stepContext = context;
+        return WDB_OK;
+    });
+}
+
 int32_t WdbInjectFailure(const char* function, int32_t skip, int32_t status) {
     Session* session = boundSession();
     if (session == nullptr) return WDB_E_NO_SESSION;

@@ -119,4 +119,31 @@ void appendNumberKey(std::string_view canonical, std::string& out) {
         out[i] = static_cast<char>(~static_cast<unsigned char>(out[i]));
 }
 
+std::optional<std::string> numberOfKey(std::string_view key) {
+    if (key == "\2") return "0";
+    if (key.size() < 4 || (key[0] != '\1' && key[0] != '\3')) return std::nullopt;
+    const bool negative = key[0] == '\1';
+    const auto byteAt = [&](size_t at) {
+        const auto byte = static_cast<unsigned char>(key[at]);
+        return negative ? 255 - byte : int{byte};
+    };
+    const int exponent = byteAt(1) * 256 + byteAt(2) - 32768;
+    std::string digits;
+    for (size_t at = 3; at < key.size() && byteAt(at) != 0; ++at) {
+        const int pair = byteAt(at) - 1;
+        if (pair > 99) return std::nullopt;
+        digits.push_back(static_cast<char>('0' + pair / 10));
+        digits.push_back(static_cast<char>('0' + pair % 10));
+    }
+    digits.resize(digits.find_last_not_of('0') + 1);
+    const int size = static_cast<int>(digits.size());
+    if (exponent <= 0)
+        digits.insert(0, "0." + std::string(static_cast<size_t>(-exponent), '0'));
+    else if (exponent >= size)
+        digits.append(static_cast<size_t>(exponent - size), '0');
+    else
+        digits.insert(static_cast<size_t>(exponent), ".");
+    return (negative ? "-" : "") + digits;
+}
+
 }  // namespace wdb

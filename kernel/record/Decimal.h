@@ -23,5 +23,8 @@ int compareNumbers(std::string_view a, std::string_view b);
 // (1 negative, 2 zero, 3 positive), the decimal exponent as 16 bits, the significant digits two to a byte, an
 // end byte; all but the sign byte inverted for negative numbers.
 void appendNumberKey(std::string_view canonical, std::string& out);
+// The shortest number with this key, or as much of it as the beginning of a key tells; nothing for bytes that
+// are no key.
+std::optional<std::string> numberOfKey(std::string_view key);
 
 }  // namespace wdb

@@ -49,6 +49,23 @@ std::string wholeValueKey(FieldType type, Slice canonical) {
     return key;
 }
 
+Result<std::string> valueOfKey(FieldType type, Slice key) {
+    switch (type) {
+        case FieldType::Integer:
+            return key.size() == 8 ? Result<std::string>(std::string(key)) : Status{WDB_E_CORRUPT};
+        case FieldType::Date:
+        case FieldType::Time:
+            return key.size() == 4 ? Result<std::string>(std::string(key)) : Status{WDB_E_CORRUPT};
+        case FieldType::Number: {
+            auto number = numberOfKey(key);
+            return number ? Result<std::string>(std::move(*number)) : Status{WDB_E_CORRUPT};
+        }
+        default:
+            if (key.ends_with('\0')) key.remove_suffix(1);
+            return std::string(key);
+    }
+}
+
 int compareValues(FieldType type, Slice a, Slice b) {
     if (type == FieldType::Number) return compareNumbers(a, b);
     if (type == FieldType::Phrase)

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "kernel/common/Ids.h"
+#include "kernel/common/Status.h"
 #include "kernel/record/Schema.h"
 
 namespace wdb {
@@ -26,6 +27,10 @@ ValueKey valueKey(FieldType type, Slice canonical);
 bool appendValueKey(FieldType type, Slice canonical, std::string& out);
 // The whole key, never cut: what comparisons of cut keys fall back to.
 std::string wholeValueKey(FieldType type, Slice canonical);
+
+// A canonical value with this key; of a cut key, what it tells of the value. WDB_E_CORRUPT for bytes that are
+// no key of the type.
+Result<std::string> valueOfKey(FieldType type, Slice key);
 
 // Order of two canonical values: less than, equal to, greater than 0. PHRASE by its normalised text.
 int compareValues(FieldType type, Slice a, Slice b);

@@ -37,6 +37,8 @@ struct Hooks {
     bool any = false;
     WdbTraceFn trace = nullptr;
     void* traceContext = nullptr;
+    WdbStepFn step = nullptr;  // told of commands and their steps
+    void* stepContext = nullptr;
     std::string function;  // whose call is to fail, empty: none
     int32_t skip = 0;      // calls of it that work before
     Status failure = WDB_OK;

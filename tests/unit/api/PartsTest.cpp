@@ -120,6 +120,35 @@ TEST_F(Parts, WhatIsRefused) {
     EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
 }
 
+TEST_F(Parts, HitsOfASearch) {
+    WdbRecordControl* made = book({"one", "two", "two"});
+    ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
+    const auto hits = [&](const char* command) {
+        EXPECT_EQ(find(command).size(), 1u) << command;
+        EXPECT_EQ(WdbGetRecordInSearchRis(made, 0, 1, nullptr, nullptr), 1);
+        std::string parts;
+        int32_t part = 0, count = -1;
+        for (int32_t ordinal = 1; WdbHitParts(made, ordinal, &part, &count, nullptr) == 1; ++ordinal)
+            parts += std::to_string(part) + " ";
+        return parts + "of " + std::to_string(count);
+    };
+    EXPECT_EQ(hits("FIND BOOKS.PAGE=two"), "2 3 of 2");
+    EXPECT_EQ(hits("FIND (BOOKS.TITLE=book) AND (BOOKS.PAGE=one)"), "1 of 1");
+    EXPECT_EQ(hits("FIND BOOKS.PAGE=one OR BOOKS.PAGE=two"), "1 2 3 of 3");
+    int32_t head = -1, count = -1;
+    EXPECT_EQ(WdbHitParts(made, 4, nullptr, &count, &head), 0) << "fewer";
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(head, 0) << "the head has no page";
+    createBase("PLAIN", {{"A", "PHRASE"}});
+    ASSERT_EQ(insert("PLAIN", {"x"}), 1);
+    ASSERT_EQ(find("FIND PLAIN.A=x").size(), 1u);
+    ASSERT_EQ(WdbGetRecordInSearchRis(made, 0, 1, nullptr, nullptr), 1);
+    EXPECT_EQ(WdbHitParts(made, 1, nullptr, &count, &head), 0);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(head, 1);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+}
+
 TEST_F(Parts, SetsAreDescribedAndDropped) {
     WdbRecordControl* made = book({"one"});
     ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
@@ -147,6 +176,82 @@ TEST_F(Parts, SetsAreDescribedAndDropped) {
     ASSERT_EQ(ccl("FIND BOOKS.TITLE=book"), 1);
     ASSERT_EQ(WdbSetInfo(0, &info), 1);
     EXPECT_EQ(info.number, 3) << "the number stays taken";
+}
+
+TEST_F(Parts, TermsAreWalkedUpwards) {
+    createBase(
+        "W",
+        {{"P", "PHRASE"}, {"T", "TEXT"}, {"N", "NUMBER"}, {"I", "INTEGER"}, {"D", "DATE"}, {"O", "STRING"}});
+    const std::string longest(450, 'z'), wide = std::string(398, 'y') + "\u00C9\u00C9";
+    const std::vector<std::vector<std::string>> rows = {{"b b", "Beta alpha", "1.50", "-7", "2024-02-29"},
+                                                        {"a", "alpha", "1.5", "7", "2023-01-01"},
+                                                        {"B  B", "Gamma", "-0.02", "7", "2023-01-01"},
+                                                        {longest, "", "1200", "", ""},
+                                                        {wide, "", "", "", ""}};
+    for (const auto& row : rows) ASSERT_EQ(insert("W", row), 1);
+    ASSERT_EQ(WdbBatchLoadIndex(1, "W", ""), 1);
+    ASSERT_EQ(insert("W", {"c", "delta", "0", "9000000000", "0001-01-01"}), 1);
+    const auto walk = [](int32_t field, const std::string& from) {
+        std::string all;
+        char term[1024];
+        std::snprintf(term, sizeof term, "%s", from.c_str());
+        for (int i = 0; i < 20; ++i) {
+            int32_t length = sizeof term, records = 0;
+            const int32_t status = WdbNextTerm("W", field, term, &length, &records);
+            if (status != 1) return all + "#" + std::to_string(status);
+            all += std::string(term).substr(0, 12) + "(" + std::to_string(records) + ") ";
+        }
+        return all;
+    };
+    const std::tuple<int32_t, const char*, const char*> walks[] = {
+        {1, "", "A(1) B B(2) C(1) YYYYYYYYYYYY(1) ZZZZZZZZZZZZ(1) #0"},
+        {1, "b", "B B(2) C(1) YYYYYYYYYYYY(1) ZZZZZZZZZZZZ(1) #0"},
+        {2, "", "alpha(2) beta(1) delta(1) gamma(1) #0"},
+        {2, "BETA", "delta(1) gamma(1) #0"},
+        {3, "", "-0.02(1) 0(1) 1.5(2) 1200(1) #0"},
+        {3, "1.49", "1.5(2) 1200(1) #0"},
+        {4, "", "-7(1) 7(2) 9000000000(1) #0"},
+        {4, "x", "#16706"},
+        {5, "", "0001-01-01(1) 2023-01-01(2) 2024-02-29(1) #0"},
+        {6, "", "#16418"},
+        {7, "", "#16386"}};
+    for (const auto& [field, from, terms] : walks)
+        EXPECT_EQ(walk(field, from), terms) << field << " from " << from;
+    char term[4] = "", nothing[4] = "zz";
+    int32_t length = 2, records = 5;
+    EXPECT_EQ(WdbNextTerm("W", 2, term, &length, &records), WDB_E_BUFFER);
+    EXPECT_EQ(length, 6);
+    EXPECT_EQ(records, 5);
+    EXPECT_EQ(WdbNextTerm("NONE", 2, nothing, &length, &records), WDB_E_BASE);
+}
+
+struct Step {
+    int32_t depth;
+    std::string text;
+    int64_t count;
+};
+
+TEST_F(Parts, TheProfileTellsOfCommands) {
+    std::vector<Step> steps;
+    const WdbStepFn note = [](void* context, int32_t depth, const char* text, int64_t count, int64_t time) {
+        EXPECT_GE(time, 0);
+        EXPECT_EQ(WdbSaveStatus(), WDB_E_SESSION_BUSY) << "in the middle of a command";
+        static_cast<std::vector<Step>*>(context)->push_back({depth, text, count});
+    };
+    WdbRecordControl* made = book({"one"});
+    ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+    ASSERT_EQ(WdbSetProfile(note, &steps), 1);
+    ASSERT_EQ(ccl("BAS BOOKS"), 1);
+    ASSERT_EQ(ccl("FIND BOOKS.TITLE=book"), 1);
+    ASSERT_EQ(ccl("FIND nonsense"), WDB_E_CCL_SYNTAX);
+    ASSERT_EQ(WdbSetProfile(nullptr, nullptr), 1);
+    ASSERT_EQ(ccl("FIND BOOKS.TITLE=book"), 1);
+    std::string commands;
+    for (const Step& step : steps) {
+        if (step.depth == 0) commands += step.text + " " + std::to_string(step.count) + "; ";
+    }
+    EXPECT_EQ(commands, "BAS BOOKS 0; FIND BOOKS.TITLE=book 1; FIND nonsense 0; ");
 }
 
 TEST_F(Parts, CommandsAreReadWithoutBeingRun) {

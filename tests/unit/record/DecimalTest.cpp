@@ -66,6 +66,15 @@ TEST(Decimal, ComparisonAndKeyAgree) {
                                                              {"110"},
                                                              {"1000000000000000000000"},
                                                              {"1000000000000000000000.1"}};
+    for (const auto& equal : ascending) {
+        for (const std::string& number : equal) {
+            std::string key;
+            appendNumberKey(number, key);
+            EXPECT_EQ(numberOfKey(key), equal.front()) << number;
+        }
+    }
+    for (const char* bytes : {"", "\3", "\3\x80\1\xFF", "\5\x80\1\2", "\2\2"})
+        EXPECT_FALSE(numberOfKey(bytes)) << "no key";
     for (size_t i = 0; i < ascending.size(); ++i) {
         for (size_t j = 0; j < ascending.size(); ++j) {
             for (const std::string& a : ascending[i]) {
