@@ -1,10 +1,7 @@
 #include "src/SelectDocument.h"
 
-#include <charconv>
-#include <cstring>
-#include <iterator>
-
 #include "src/SelectOutput.h"
+#include "src/TextWriter.h"
 #include "src/WSQLFilter.h"
 #include "src/WSQLRowData.h"
 
@@ -13,41 +10,19 @@ namespace {
 
 constexpr const char* kContext = "WSQLFilter::ExecuteSelect";
 
-/// A piece of the document that is put together before it is appended at once. It holds the fixed texts and
-/// the numbers between two values.
-class Piece {
-public:
-    Piece& operator<<(std::string_view text) {
-        std::memcpy(bytes_ + length_, text.data(), text.size());
-        length_ += text.size();
-        return *this;
+void writeValue(TextWriter& out, std::string_view value, ValueForm form) {
+    out << " datasize=\"" << static_cast<std::int32_t>(value.size());
+    switch (form) {
+        case ValueForm::kKey:
+            out << "\" fetchKey=\"" << value << "\"/>\r\n";
+            break;
+        case ValueForm::kBase64:
+            out << "\" encoding=\"base64\">" << value << "</Column>\r\n";
+            break;
+        case ValueForm::kText:
+            out << "\">" << value << "</Column>\r\n";
+            break;
     }
-    Piece& operator<<(std::int32_t number) {
-        const char* end = std::to_chars(bytes_ + length_, std::end(bytes_), number).ptr;
-        length_ = static_cast<std::size_t>(end - bytes_);
-        return *this;
-    }
-    void flush(CStringBuffer& document) {
-        document.append(std::string_view(bytes_, length_));
-        length_ = 0;
-    }
-
-private:
-    // The longest one is a row's head with its first column's, below 160 bytes.
-    char bytes_[192];
-    std::size_t length_ = 0;
-};
-
-void appendValue(CStringBuffer& document, Piece& piece, std::string_view value, ValueForm form) {
-    piece << " datasize=\"" << static_cast<std::int32_t>(value.size());
-    if (form == ValueForm::kKey) {
-        piece << "\" fetchKey=\"";
-    } else {
-        piece << (form == ValueForm::kBase64 ? "\" encoding=\"base64\">" : "\">");
-    }
-    piece.flush(document);
-    document.append(value);
-    piece << (form == ValueForm::kKey ? "\"/>\r\n" : "</Column>\r\n");
 }
 
 void logOrigin(WSQLFilter& filter, const OutputColumn& column) {
@@ -85,23 +60,21 @@ void appendRow(WSQLFilter& filter, CStringBuffer& document, const SelectOutput& 
                const WSQLRowData& row, std::int32_t rowNumber) {
     const bool trace = filter.logs(kLogDebug);
     if (trace) filter.debug(kContext, "Formatting row %d\n", rowNumber);
-    Piece piece;
-    piece << "<Row rowNumber=\"" << rowNumber << "\" recordNumber=\"" << row.recordNumber
-          << "\" partNumber=\"" << row.partNumber << "\">\r\n";
+    TextWriter out(document);
+    out << "<Row rowNumber=\"" << rowNumber << "\" recordNumber=\"" << row.recordNumber << "\" partNumber=\""
+        << row.partNumber << "\">\r\n";
     for (std::int32_t i = 0; i < row.count(); ++i) {
         if (trace) logColumn(filter, row, output.columns()[static_cast<std::size_t>(i)], i);
-        piece << "<Column ID=\"" << i + 1 << "\"";
+        out << "<Column ID=\"" << i + 1 << "\"";
         const char* value = row.value(i);
         if (value == nullptr) {
-            piece << " null=\"true\" />\r\n";
-            piece.flush(document);
+            out << " null=\"true\" />\r\n";
         } else {
-            appendValue(document, piece, std::string_view(value, static_cast<std::size_t>(row.size(i))),
-                        row.form(i));
+            writeValue(out, std::string_view(value, static_cast<std::size_t>(row.size(i))), row.form(i));
         }
     }
-    piece << "</Row>\r\n";
-    piece.flush(document);
+    out << "</Row>\r\n";
+    out.flush();
 }
 
 }  // namespace wsql

@@ -134,14 +134,16 @@ private:
     WSQLStmtSelect& select_;
 };
 
-/// Which FROM tables the entries connect with the first one.
+/// Which names of FROM tables the entries connect with the first one. (Tables of one name count as one: the
+/// kernel refuses them.)
 class Reach {
 public:
     explicit Reach(const WSQLStmtSelect& select) {
         for (std::int32_t i = 0; i < select.tables->Count(); ++i) {
-            numbers_.emplace(upper(elementAt(*select.tables, i).qualifier()), i);
+            numbers_.emplace(upper(elementAt(*select.tables, i).qualifier()),
+                             static_cast<std::int32_t>(numbers_.size()));
         }
-        reached_.assign(static_cast<std::size_t>(select.tables->Count()), false);
+        reached_.assign(numbers_.size(), false);
         reached_[0] = true;
     }
     bool has(const WSQLTableRef& table) const {

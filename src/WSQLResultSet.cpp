@@ -1,7 +1,7 @@
 #include "src/WSQLResultSet.h"
 
+#include "src/TextWriter.h"
 #include "src/WSQLFilter.h"
-#include "src/welkhelp/CclText.h"
 
 namespace wsql {
 
@@ -10,15 +10,11 @@ const WSQLResultSetColumn* WSQLResultSetMetaData::column(std::int32_t index) con
 }
 
 void WSQLResultSetMetaData::begin(CStringBuffer& document, const CharacterSet& set) const {
-    document.append("<?xml version=\"1.0\" encoding=\"");
-    document.append(encoding_);
-    document.append("\" ?>\r\n<ResultSet>\r\n<ResultSetMetaData statementType=\"");
-    document.append(statementType_);
-    document.append("\" columnCount=\"");
-    appendNumber(document, count());
-    document.append("\" rowCount=\"");
-    appendNumber(document, rowCount_);
-    document.append("\">\r\n");
+    TextWriter writer(document);
+    writer << "<?xml version=\"1.0\" encoding=\"" << encoding_
+           << "\" ?>\r\n<ResultSet>\r\n<ResultSetMetaData statementType=\"" << statementType_
+           << "\" columnCount=\"" << count() << "\" rowCount=\"" << rowCount_ << "\">\r\n";
+    writer.flush();
     for (const WSQLResultSetColumn& column : columns_) column.write(document, set, union_);
     document.append("</ResultSetMetaData>\r\n<ResultSetData>\r\n");
 }

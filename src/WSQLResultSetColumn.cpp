@@ -2,9 +2,9 @@
 
 #include "include/wdb.h"
 #include "src/ElementAt.h"
+#include "src/TextWriter.h"
 #include "src/support/text.h"
 #include "src/tree/Tree.h"
-#include "src/welkhelp/CclText.h"
 
 namespace wsql {
 namespace {
@@ -99,27 +99,21 @@ void fromFunction(WSQLResultSetColumn& result, const WSQLFunctionRef& function) 
     }
 }
 
-void appendFlag(CStringBuffer& out, const char* name, bool value) {
-    out.append(' ');
-    out.append(name);
-    out.append(value ? "=\"true\"" : "=\"false\"");
+std::string_view flagText(bool value) {
+    return value ? "true" : "false";
 }
 
-void appendPositive(CStringBuffer& out, const char* name, std::int32_t value) {
-    if (value <= 0) return;
-    out.append(' ');
-    out.append(name);
-    out.append("=\"");
-    appendNumber(out, value);
-    out.append('"');
+void writePositive(TextWriter& out, std::string_view nameAndQuote, std::int32_t value) {
+    if (value > 0) out << nameAndQuote << value << "\"";
 }
 
-void appendText(CStringBuffer& out, const CharacterSet& set, const char* name, const std::string& value) {
-    out.append(' ');
-    out.append(name);
-    out.append("=\"");
+/// User text: it is converted and escaped straight into the document.
+void writeText(TextWriter& writer, CStringBuffer& out, const CharacterSet& set, std::string_view nameAndQuote,
+               const std::string& value) {
+    writer << nameAndQuote;
+    writer.flush();
     appendXmlAttribute(set, out, value);
-    out.append('"');
+    writer << "\"";
 }
 
 }  // namespace
@@ -183,22 +177,21 @@ void WSQLResultSetColumn::setType(const std::string& name) {
 }
 
 void WSQLResultSetColumn::write(CStringBuffer& out, const CharacterSet& set, bool asUnion) const {
-    out.append("<ColumnMetaData ID=\"");
-    appendNumber(out, id);
-    out.append('"');
-    appendText(out, set, "tableName", asUnion ? "UNION_RESULT" : tableName);
-    appendText(out, set, "columnName", columnName);
-    if (!label.empty()) appendText(out, set, "columnLabel", label);
-    appendText(out, set, "columnType", typeName);
-    appendPositive(out, "maxLength", maxLength);
-    appendPositive(out, "precision", precision);
-    appendPositive(out, "scale", scale);
-    appendFlag(out, "isNullable", isNullable);
-    appendFlag(out, "isSerial", isSerial);
-    appendFlag(out, "isPrimaryKey", isPrimaryKey);
-    appendFlag(out, "isUnique", isUnique);
-    if (hasDefault) appendText(out, set, "defaultValue", defaultValue);
-    out.append("/>\r\n");
+    TextWriter writer(out);
+    writer << "<ColumnMetaData ID=\"" << id << "\"";
+    writeText(writer, out, set, " tableName=\"", asUnion ? "UNION_RESULT" : tableName);
+    writeText(writer, out, set, " columnName=\"", columnName);
+    if (!label.empty()) writeText(writer, out, set, " columnLabel=\"", label);
+    writer << " columnType=\"" << typeName << "\"";
+    writePositive(writer, " maxLength=\"", maxLength);
+    writePositive(writer, " precision=\"", precision);
+    writePositive(writer, " scale=\"", scale);
+    writer << " isNullable=\"" << flagText(isNullable) << "\" isSerial=\"" << flagText(isSerial)
+           << "\" isPrimaryKey=\"" << flagText(isPrimaryKey) << "\" isUnique=\"" << flagText(isUnique)
+           << "\"";
+    if (hasDefault) writeText(writer, out, set, " defaultValue=\"", defaultValue);
+    writer << "/>\r\n";
+    writer.flush();
 }
 
 }  // namespace wsql

@@ -157,6 +157,34 @@ TEST(Relations, Arithmetic) {
     check(rows);
 }
 
+TEST(Relations, WhatTheKernelRefuses) {
+    Database database;
+    fill(database);
+    const struct {
+        const char* sql;
+        const char* source;
+        const char* reason;
+    } rows[] = {
+        {"SELECT TITLE FROM ARTICLES ORDER BY 99", "WSQLFilter::ExecuteSelect", "no such position"},
+        {"SELECT * FROM AUTHORS UNION SELECT ID FROM ARTICLES", "WSQLFilter::ExecuteUnion",
+         "members of different widths"},
+        {"SELECT AUTHORS.NAME FROM AUTHORS NATURAL JOIN AUTHORS", "WSQLFilter::ExecuteSelect",
+         "a table with itself and no alias"},
+        {"SELECT TITLE FROM ARTICLES WHERE ID = 'x' AND AID IN (SELECT AID FROM AUTHORS WHERE BORN = 'y')",
+         "WSQLFilter::ExecuteSelect", "in the sub-query"},
+    };
+    for (const auto& row : rows) {
+        const Answer answer = database.run(row.sql);
+        EXPECT_EQ(answer.status & 1, 0) << row.sql;
+        EXPECT_NE(answer.document.find(std::string("faultSource=\"") + row.source +
+                                       "\"\r\n      faultContext=\"ExecuteCCL\""),
+                  std::string::npos)
+            << row.sql << "\n  " << row.reason << "\n"
+            << answer.document;
+        database.expectClean(row.sql);
+    }
+}
+
 TEST(Relations, PagesAreSlicesOfTheWhole) {
     Database database;
     fill(database);
