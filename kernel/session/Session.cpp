@@ -268,6 +268,7 @@ Status Session::fail(Status status, std::string_view subject, int32_t position) 
 }
 
 void Session::endCall(Status status) {
+    snapshots.callEnded();
     if (statuses.empty()) snapshots.dropTemporary();
     publishCounts();
     if (ok(status) || status == WDB_FAIL) {

@@ -135,6 +135,8 @@ public:
     bool snapshotsStay() const override { return !statuses.empty(); }
     const ccl::CommandWords& commandWords() const override { return symbols.words(); }
     DateForm dateForm() const override { return dates; }
+    bool textsInline() const override { return settings.find("SQL_SELECTTEXT", 7) == "1"; }
+    bool objectsInline() const override { return settings.find("SQL_SELECTBLOB", 7) == "1"; }
     DayNumber today() const override { return clock.today(); }
     Analyzer& analyzer() override { return analyzer_; }
 

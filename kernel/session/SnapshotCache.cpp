@@ -12,17 +12,20 @@ const SnapshotCache::Kept* SnapshotCache::find(const OpenBase& base) const {
 
 Result<const BaseSnapshot*> SnapshotCache::get(const std::shared_ptr<OpenBase>& base, UnitBase* unit,
                                                uint64_t saved) {
-    if (const Kept* kept = find(*base)) return static_cast<const BaseSnapshot*>(kept->snapshot.get());
+    if (const Kept* kept = find(*base)) {
+        kept->usedIn = call_;
+        return static_cast<const BaseSnapshot*>(kept->snapshot.get());
+    }
     auto snapshot = base->snapshot(unit);
     if (!snapshot) return snapshot.status();
-    kept_.push_back(
-        {std::make_unique<BaseSnapshot>(std::move(*snapshot)), saved, std::chrono::steady_clock::now()});
+    kept_.push_back({std::make_unique<BaseSnapshot>(std::move(*snapshot)), saved,
+                     std::chrono::steady_clock::now(), call_});
     return static_cast<const BaseSnapshot*>(kept_.back().snapshot.get());
 }
 
 std::chrono::seconds SnapshotCache::age(const OpenBase& base) const {
     const Kept* kept = find(base);
-    if (kept == nullptr) return std::chrono::seconds(0);
+    if (kept == nullptr || kept->usedIn == call_) return std::chrono::seconds(0);
     return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - kept->taken);
 }
 

@@ -19,8 +19,10 @@ public:
     // `saved`: serial number of the saved status on top, 0 for none. `unit`: the session's writes to the
     // base, or null.
     Result<const BaseSnapshot*> get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved);
-    // Age of the base's kept snapshot; zero when there is none.
+    // Age of the base's kept snapshot; zero when there is none, and when the present call has it in hand.
     std::chrono::seconds age(const OpenBase& base) const;
+    // What was handed out is in nobody's hand any more.
+    void callEnded() { ++call_; }
 
     void drop(const OpenBase& base);
     void dropAll() { kept_.clear(); }
@@ -38,9 +40,11 @@ private:
         std::unique_ptr<BaseSnapshot> snapshot;
         uint64_t saved;
         std::chrono::steady_clock::time_point taken;
+        mutable uint64_t usedIn;  // number of the last call that asked for it
     };
     const Kept* find(const OpenBase& base) const;
     std::vector<Kept> kept_;
+    uint64_t call_ = 1;
 };
 
 }  // namespace wdb

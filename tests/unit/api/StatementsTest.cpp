@@ -53,6 +53,25 @@ TEST_F(Statements, AStatusThatDoesNotFitLeavesBothDatesAlone) {
     EXPECT_EQ(WdbBaseStatus("T", one, &length, nullptr, nullptr, nullptr, nullptr), 1) << "the size needed";
 }
 
+TEST_F(Statements, ASnapshotThatIsTooOldIsGivenUp) {
+    for (const char* name : {"b", "a", "c"}) ASSERT_EQ(insert("T", {name}), 1);
+    ASSERT_EQ(UpdateRCS("WDB_SNAPSHOT_MAX", "1"), 1);
+    ASSERT_EQ(WdbSaveStatus(), 1);
+    ASSERT_EQ(find("FIND T.A=$").size(), 3u);
+    std::thread([&] {
+        WdbSession* other = open();
+        ASSERT_EQ(WdbBindSession(other), 1);
+        ASSERT_EQ(insert("T", {"d"}), 1);
+        ASSERT_EQ(WdbCloseSession(&other), 1);
+    }).join();
+    EXPECT_EQ(find("FIND T.A=$").size(), 3u) << "the statement's state";
+    EXPECT_EQ(live().readers, 3);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+    EXPECT_EQ(find("FIND T.A=$").size(), 4u) << "a new one";
+    ASSERT_EQ(WdbLoadStatus(3), 1);
+    EXPECT_EQ(live().readers, 0);
+}
+
 TEST_F(Statements, UpdateWithAndWithoutCondition) {
     for (int i = 1; i <= 5; ++i) ASSERT_EQ(insert("T", {i % 2 ? "odd" : "even"}), 1);
     ASSERT_EQ(ccl("BAS T"), 1);
