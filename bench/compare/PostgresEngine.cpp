@@ -118,6 +118,11 @@ public:
         if (kind == Kind::WordInfix) return false;
         const Texts texts = textsOf(kind);
         run(connection_, "DEALLOCATE ALL");
+        // A plan made for any words guesses how frequent they are and may read the whole table for a rare
+        // one.
+        run(connection_, texts.from.find("@@") == std::string::npos
+                             ? "SET plan_cache_mode = auto"
+                             : "SET plan_cache_mode = force_custom_plan");
         prepareOne("total", "SELECT count(*) " + (texts.counted.empty() ? texts.from : texts.counted));
         prepareOne("rows", "SELECT " + texts.columns + ' ' + texts.from + texts.order + " LIMIT " +
                                std::to_string(kPageRows) + " OFFSET " +

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -83,9 +84,10 @@ class Table {
 public:
     Table(const std::string& folder, bool large) : folder_(folder), large_(large) {
         engines_.push_back(openOwn(folder));
-        engines_.push_back(openSqlite(folder));
-        engines_.push_back(openXapian(folder));
-        engines_.push_back(openPostgres(folder));
+        // Those that were not loaded are left out.
+        if (loaded("sqlite")) engines_.push_back(openSqlite(folder));
+        if (loaded("xapian")) engines_.push_back(openXapian(folder));
+        if (loaded("postgres")) engines_.push_back(openPostgres(folder));
     }
 
     void header() const {
@@ -123,6 +125,10 @@ public:
     }
 
 private:
+    // The script leaves a file when an engine's loading is complete.
+    bool loaded(const char* engine) const {
+        return std::filesystem::exists(folder_ + "/" + engine + ".done");
+    }
     static std::string number(double value, int digits) {
         char text[32];
         std::snprintf(text, sizeof text, "%.*f", digits, value);
