@@ -55,7 +55,7 @@ Slice termOf(Slice key) {
 constexpr size_t kWalkShare = 8;
 
 // Terms that a word of a phrase may stand for before the records are asked instead of the positions.
-constexpr size_t kMaxExpansion = 64;
+constexpr size_t kMaxExpansion = 256;
 
 // A term that a word of a phrase stands for.
 struct PhraseTerm {
