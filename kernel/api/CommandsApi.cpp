@@ -8,26 +8,22 @@ namespace wdb::api {
 namespace {
 
 // Runs a command and tells the profile function of it, behind its steps.
-Status profiled(Session& session, std::string_view text, const char* command) {
+Status profiled(Session& session, std::string_view text) {
     const int32_t newest = session.search.save().counter;
     const auto begin = std::chrono::steady_clock::now();
     const Status status = session.search.execute(text);
     const std::chrono::nanoseconds spent = std::chrono::steady_clock::now() - begin;
-    const WdbStepFn step = session.hooks.step;
-    if (step == nullptr) return status;
     SearchCounts counts;
     const int32_t now = session.search.save().counter;
     const bool made = now > newest && ok(session.search.counts(now, counts));
-    const Hooks::Callback running(session.hooks, Hooks::Calls::Refused);
-    step(session.hooks.stepContext, 0, command == nullptr ? "" : command, made ? counts.rows : 0,
-         spent.count());
+    session.step(0, std::string(text), made ? static_cast<uint64_t>(counts.rows) : 0, spent);
     return status;
 }
 
 Status execute(Session& session, const char* command) {
     const InText text(session, command);
     const Status status =
-        session.hooks.step == nullptr ? session.search.execute(text) : profiled(session, text, command);
+        session.hooks.step == nullptr ? session.search.execute(text) : profiled(session, text);
     session.searched();
     if (ok(status)) return status;
     const CommandError& error = session.search.error();

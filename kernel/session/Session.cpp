@@ -283,6 +283,12 @@ void Session::endCall(Status status) {
     lastError.fresh = false;
 }
 
+void Session::step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time) {
+    const std::string text = charset.fromUtf8(what);
+    const Hooks::Callback running(hooks, Hooks::Calls::Refused);
+    hooks.step(hooks.stepContext, depth, text.c_str(), static_cast<int64_t>(count), time.count());
+}
+
 void Session::publishCounts() {
     const auto publish = [](std::atomic<int32_t>& count, size_t value) {
         count.store(static_cast<int32_t>(value), std::memory_order_relaxed);
@@ -297,6 +303,13 @@ void Session::publishCounts() {
 
 void Session::searched() {
     counts_.sets.store(search.liveSets(), std::memory_order_relaxed);
+}
+
+void Session::step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time) {
+    const WdbStepFn told = hooks.step;
+    if (told == nullptr) return;
+    const Hooks::Callback running(hooks, Hooks::Calls::Refused);
+    told(hooks.stepContext, depth, what.c_str(), static_cast<int64_t>(count), time.count());
 }
 
 }  // namespace wdb

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -132,6 +134,8 @@ public:
     bool mayRead(const BaseDefinition& base, FieldNumber) override { return owns(base); }
     // Given up and taken anew when it is older than the setting WDB_SNAPSHOT_MAX.
     Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) override;
+    bool watched() const override { return hooks.step != nullptr; }
+    void step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time) override;
     bool snapshotsStay() const override { return !statuses.empty(); }
     const ccl::CommandWords& commandWords() const override { return symbols.words(); }
     DateForm dateForm() const override { return dates; }
@@ -139,6 +143,8 @@ public:
     bool objectsInline() const override { return settings.find("SQL_SELECTBLOB", 7) == "1"; }
     DayNumber today() const override { return clock.today(); }
     Analyzer& analyzer() override { return analyzer_; }
+    bool watched() const { return hooks.step != nullptr; }
+    void step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time);
 
 private:
     void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
