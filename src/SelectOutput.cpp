@@ -41,17 +41,20 @@ std::int32_t rowType(const ConstantValue& value) {
 }  // namespace
 
 SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select, Values values)
-    : values_(values),
-      selectText_(filter.selectText()),
-      selectBlob_(filter.selectBlob()),
-      isStatic_(select.tables->Count() == 0 && values != Values::kUnion) {
+    : values_(values), isStatic_(select.tables->Count() == 0 && values != Values::kUnion) {
     columns_.reserve(static_cast<std::size_t>(select.itemCount()));
     for (std::int32_t i = 0; i < select.itemCount(); ++i) addItem(filter, elementAt(select.items(), i));
-    if (select.itemCount() > 0) return;
-    for (std::int32_t i = 0; i < select.tables->Count(); ++i) {
+    for (std::int32_t i = 0; i < select.tables->Count() && select.itemCount() == 0; ++i) {
         const WSQLTableRef& table = elementAt(*select.tables, i);
         for (std::int32_t n = 0; table.fields && n < table.fields->Count(); ++n)
             addField(*table.fields->Get(n));
+    }
+    // The settings are of no interest where no value comes by reference.
+    const bool references = std::any_of(columns_.begin(), columns_.end(),
+                                        [](const OutputColumn& column) { return column.field != nullptr; });
+    if (references || isUnion()) {
+        selectText_ = filter.selectText();
+        selectBlob_ = filter.selectBlob();
     }
 }
 

@@ -54,8 +54,6 @@ public:
     const std::vector<OutputColumn>& columns() const { return columns_; }
     /// Whether TEXT or binary values stand in the rows themselves; otherwise rows hold keys to fetch them by.
     bool isInline(std::int32_t type) const;
-    bool selectText() const { return selectText_; }
-    bool selectBlob() const { return selectBlob_; }
     bool isUnion() const { return values_ == Values::kUnion; }
     bool isRaw() const { return values_ == Values::kRaw; }
     /// For a union, whose rows may come from another table than the column's: the field that a reference
@@ -74,8 +72,8 @@ private:
     std::vector<OutputColumn> columns_;
     std::vector<std::unique_ptr<WSQLTableRef>> unionTables_;
     Values values_;
-    bool selectText_;
-    bool selectBlob_;
+    bool selectText_ = false;
+    bool selectBlob_ = false;
     bool isStatic_;
 };
 

@@ -90,7 +90,9 @@ bool SelectResult::writeRows(CStringBuffer& document, WSQLResultSetMetaData& met
                         form_.isUnion ? SelectOutput::Values::kUnion : SelectOutput::Values::kDocument);
     WSQLRowCursor cursor(filter_, output);
     std::int64_t counter = row->firstRow;
-    auto ahead = std::make_unique<WSQLRowData>(*row);
+    auto ahead = std::make_unique<WSQLRowData>(row->setNumber, row->hitCount, row->tableCount);
+    ahead->firstRow = row->firstRow;
+    ahead->lastRow = row->lastRow;
     RowOutcome outcome = cursor.next(row);
     if (outcome == RowOutcome::kRow) metaData.setHasRows();
     while (outcome == RowOutcome::kRow) {

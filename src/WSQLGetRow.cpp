@@ -194,16 +194,22 @@ private:
 
 /// Fetches the first row from the row's index on whose record is still there.
 RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffers) {
+    const bool trace = filter.logs(kLogDebug);
     for (;; ++row.index) {
         const auto index = static_cast<std::int32_t>(row.index);
-        filter.debug(kContext, "data->recno=%d\n", index);
-        filter.debug(kContext, "nRecCount=%d\n", row.hitCount);
+        if (trace) {
+            const auto place = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&buffers));
+            filter.debug(kContext, "data->recno=%d\n", index);
+            filter.debug(kContext, "nRecCount=%d\n", row.hitCount);
+            if (row.index < row.hitCount) {
+                filter.debug(kContext, "WdbGetRows(%d,%d,1,%08x,%08x);\n", row.setNumber, index, place,
+                             place);
+            }
+        }
         if (row.index >= row.hitCount) {
             filter.debug(kContext, "End of search set reached\n");
             return RowOutcome::kNone;
         }
-        const auto place = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&buffers));
-        filter.debug(kContext, "WdbGetRows(%d,%d,1,%08x,%08x);\n", row.setNumber, index, place, place);
         const std::int32_t status = buffers.fetch(row.setNumber, index);
         if (WDB_SUCCESS(status) && !buffers.holdsDeleted()) return RowOutcome::kRow;
         if (WDB_SUCCESS(status) || isDeleted(status)) {
@@ -236,10 +242,11 @@ RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectO
     WSQLRowBuffers buffers;
     const RowOutcome outcome = fetchLive(*this, *row, buffers);
     if (outcome != RowOutcome::kRow) return outcome;
-    const auto index = static_cast<std::int32_t>(row->index);
     if (buffers.count() == 0) debug(kContext, "WdbGetRows: WdbGetRows returned %d\n", WDB_OK);
-    debug(kContext, "WdbGetRows: There are %d items to process for row %d\n",
-          static_cast<std::int32_t>(buffers.count()), index);
+    if (logs(kLogDebug)) {
+        debug(kContext, "WdbGetRows: There are %d items to process for row %d\n",
+              static_cast<std::int32_t>(buffers.count()), static_cast<std::int32_t>(row->index));
+    }
     row->recordNumber = buffers.recordNumber();
     row->partNumber = buffers.partNumber();
     RowAssembler(*this, output, buffers, *row).assemble();
