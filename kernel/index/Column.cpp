@@ -83,6 +83,34 @@ std::optional<int64_t> ColumnView::at(uint32_t place) const {
     return static_cast<int64_t>(static_cast<uint64_t>(base_) + entry - 1);
 }
 
+namespace {
+
+template <typename Entry>
+void decodeEntries(const char* data, int64_t base, int64_t* values, char* present) {
+    for (uint32_t i = 0; i < kColumnRecords; ++i) {
+        Entry entry;
+        std::memcpy(&entry, data + size_t{i} * sizeof entry, sizeof entry);
+        const uint64_t value = static_cast<uint64_t>(base) + entry - 1;
+        values[i] = entry == 0 ? 0 : static_cast<int64_t>(value);
+        present[i] = entry != 0;
+    }
+}
+
+}  // namespace
+
+void ColumnView::decode(int64_t* values, char* present) const {
+    switch (width_) {
+        case 1:
+            return decodeEntries<uint8_t>(data_, base_, values, present);
+        case 2:
+            return decodeEntries<uint16_t>(data_, base_, values, present);
+        case 4:
+            return decodeEntries<uint32_t>(data_, base_, values, present);
+        default:
+            return decodeEntries<uint64_t>(data_, base_, values, present);
+    }
+}
+
 void ColumnView::scan(uint32_t block, int64_t low, int64_t high, RecordSetBuilder& out) const {
     if (high < base_) return;
     const uint64_t largest = width_ == 8 ? UINT64_MAX : (uint64_t{1} << (8 * width_)) - 1;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -88,6 +89,9 @@ public:
     Result<RecordSet> equal(FieldNumber field, Slice canonical);
     Result<RecordSet> range(FieldNumber field, const std::optional<Bound>& low,
                             const std::optional<Bound>& high);
+    // Item types but PHRASE: records with an item that passes a test, asked once for each value of the field
+    // that lies in the index.
+    Result<RecordSet> where(FieldNumber field, const std::function<bool(Slice canonical)>& test);
     // PHRASE: records with an item that the pattern matches (made by phrasePattern).
     Result<RecordSet> match(FieldNumber field, const Pattern& pattern);
 
@@ -103,6 +107,21 @@ public:
     // The same for records in any order, repeated ones included: out[i] is the place of the i-th. 0 stands
     // for no record and has the place 0.
     Status places(FieldNumber field, std::span<const RecordNumber> records, std::vector<uint64_t>& out);
+
+    // The place of a value that the file has, by its rank; the rank of such a place, or 0 for a value between two.
+    static uint64_t placeOf(uint32_t rank);
+    static uint32_t rankOfPlace(uint64_t place);
+    // The records whose place these ranks do not tell: changed since the merge, with several items, with cut
+    // keys.
+    Result<RecordSet> unranked(FieldNumber field, const Ranks& ranks);
+    // From the order of a field to that of a field with the same type in another view; from the cache or by
+    // one walk through both. otherBase: what tells the other view's base from others.
+    Result<std::shared_ptr<const RankMap>> rankMap(FieldNumber field, IndexView& other,
+                                                   FieldNumber otherField, uint64_t otherBase);
+    // INTEGER: the values of records in any order (0 stands for no record) and whether there is one.
+    // WDB_FAIL when the columns cannot tell: some record has several items.
+    Status integers(FieldNumber field, std::span<const RecordNumber> records, std::vector<int64_t>& values,
+                    std::vector<char>& present);
 
     // Numbers of the entries a walk through the field would at most have to see: for choosing between ways to
     // sort.

@@ -165,6 +165,15 @@ Result<std::shared_ptr<const Ranks>> IndexView::Impl::ranks(const FieldDefinitio
     return made;
 }
 
+uint64_t IndexView::placeOf(uint32_t rank) {
+    return uint64_t{rank} * 2 << kGapBits;
+}
+
+uint32_t IndexView::rankOfPlace(uint64_t place) {
+    const bool between = (place >> kGapBits) % 2 != 0 || place % (uint64_t{1} << kGapBits) != 0;
+    return between ? 0 : static_cast<uint32_t>(place >> (kGapBits + 1));
+}
+
 Result<std::shared_ptr<const Ranks>> IndexView::ranks(FieldNumber field) {
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();

@@ -65,6 +65,19 @@ void RankCache::store(std::shared_ptr<const Vocabulary> vocabulary) {
     });
 }
 
+std::shared_ptr<const RankMap> RankCache::map(const RankMap::Key& key) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = std::find_if(maps_.begin(), maps_.end(), [&](const auto& map) { return map->key == key; });
+    return found == maps_.end() ? nullptr : *found;
+}
+
+void RankCache::store(std::shared_ptr<const RankMap> map) {
+    const std::lock_guard lock(mutex_);
+    std::erase_if(maps_, [&](const auto& kept) { return kept->key == map->key; });
+    if (maps_.size() == kMaxMaps) maps_.erase(maps_.begin());
+    maps_.push_back(std::move(map));
+}
+
 bool RankCache::walked(FieldNumber field, Position position, uint64_t entries, uint64_t all) {
     const std::lock_guard lock(mutex_);
     auto at = std::find_if(walked_.begin(), walked_.end(), [&](const Walked& w) { return w.field == field; });
@@ -78,6 +91,7 @@ void RankCache::clear() {
     const std::lock_guard lock(mutex_);
     kept_.clear();
     walked_.clear();
+    maps_.clear();
 }
 
 }  // namespace wdb

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kernel/common/Ids.h"
+#include "kernel/index/RankMap.h"
 #include "kernel/index/Vocabulary.h"
 
 namespace wdb {
@@ -47,6 +48,11 @@ public:
     void store(std::shared_ptr<const Ranks> ranks);
     void store(std::shared_ptr<const Vocabulary> vocabulary);
 
+    // The latest kMaxMaps maps between orders, which joins made; null when there is none.
+    static constexpr size_t kMaxMaps = 8;
+    std::shared_ptr<const RankMap> map(const RankMap::Key& key) const;
+    void store(std::shared_ptr<const RankMap> map);
+
     // Notes that a search walked through so many entries for want of the field's ranks. True once the walks
     // have cost as much as making the ranks does, which is a walk through `all` entries.
     bool walked(FieldNumber field, Position position, uint64_t entries, uint64_t all);
@@ -75,6 +81,7 @@ private:
     mutable uint64_t clock_ = 0;
     std::vector<Kept> kept_;
     std::vector<Walked> walked_;  // one per field
+    std::vector<std::shared_ptr<const RankMap>> maps_;  // the latest last
 };
 
 }  // namespace wdb

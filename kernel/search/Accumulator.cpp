@@ -35,7 +35,7 @@ void Accumulator::add(Slice canonical) {
 }
 
 void Accumulator::addNumber(Slice canonical) {
-    if (type_ == FieldType::Integer) return addInteger(decodeInteger(canonical));
+    if (type_ == FieldType::Integer) return addIntegers(decodeInteger(canonical), 1);
     const std::optional<DecimalNumber> number = DecimalNumber::parse(canonical);
     if (!number) return;
     ++count_;

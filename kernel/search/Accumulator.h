@@ -18,10 +18,10 @@ public:
 
     // An item that is not empty.
     void add(Slice canonical);
-    // An INTEGER item as a number, in place of add(); not with DISTINCT, MIN and MAX.
-    void addInteger(int64_t value) {
-        ++count_;
-        whole_ += value;
+    // INTEGER items by their sum, in place of add(); not with DISTINCT, MIN and MAX.
+    void addIntegers(__int128 sum, uint64_t count) {
+        count_ += count;
+        whole_ += sum;
     }
     // Of the results: sums of whole numbers are whole numbers.
     FieldType type() const;

@@ -1,5 +1,8 @@
 #include "kernel/search/ExpressionEvaluator.h"
 
+#include "kernel/ccl/Printer.h"
+#include "kernel/search/StepTimer.h"
+
 namespace wdb {
 
 namespace {
@@ -13,7 +16,7 @@ public:
         : expression_(expression), conditions_(conditions), state_(state), loose_(reading == Reading::Loose) {}
 
     Result<RecordSet> run(uint32_t root) {
-        visits_.push_back({root, Stage::Enter});
+        visits_.push_back({root, Stage::Enter, StepTimer(state_.context, 1), 1});
         while (!visits_.empty()) {
             const Visit visit = visits_.back();
             visits_.pop_back();
@@ -28,20 +31,36 @@ private:
     struct Visit {
         uint32_t node;
         Stage stage;
+        StepTimer timer;  // since the node was entered
+        int32_t depth;
     };
 
     Status step(const Visit& visit, const ExpressionNode& node) {
-        if (visit.stage == Stage::RightDone) return combine(node.kind);
-        if (visit.stage == Stage::LeftDone) return leftDone(visit.node, node);
+        if (visit.stage == Stage::RightDone) return tell(visit, combine(node.kind));
+        if (visit.stage == Stage::LeftDone) return leftDone(visit, node);
         if (node.kind == Connective::Criterion) {
             const Condition& condition = conditions_[node.left];
             Result<RecordSet> set = loose_ ? recordsMaybe(condition, state_) : recordsWhere(condition, state_);
             if (!set) return set.status();
             results_.push_back(std::move(*set));
-            return WDB_OK;
+            return tell(visit, WDB_OK);
         }
-        visits_.push_back({visit.node, Stage::LeftDone});
-        visits_.push_back({firstOf(node), Stage::Enter});
+        visits_.push_back({visit.node, Stage::LeftDone, visit.timer, visit.depth});
+        enter(firstOf(node), visit.depth + 1);
+        return WDB_OK;
+    }
+
+    void enter(uint32_t node, int32_t depth) { visits_.push_back({node, Stage::Enter, StepTimer(state_.context, depth), depth}); }
+
+    // Those who watch are told that a node is done; its set is the last result.
+    Status tell(const Visit& visit, Status status) {
+        if (status != WDB_OK || !visit.timer.watched()) return status;
+        const ExpressionNode& node = expression_.nodes[visit.node];
+        const std::string what = node.kind == Connective::Criterion ? ccl::printCriterion(expression_.criteria[node.left])
+                                 : node.kind == Connective::And     ? "AND"
+                                 : node.kind == Connective::Or      ? "ORX"
+                                                                    : "NOT";
+        visit.timer.done(what, results_.back().cardinality());
         return WDB_OK;
     }
 
@@ -59,18 +78,20 @@ private:
         return condition.test == Condition::Test::Equal && !condition.negated ? 0 : 1;
     }
 
-    Status leftDone(uint32_t at, const ExpressionNode& node) {
+    Status leftDone(const Visit& visit, const ExpressionNode& node) {
         RecordSet& left = results_.back();
         if (node.kind != Connective::Or) {
-            if (left.empty() || (loose_ && node.kind == Connective::Not)) return WDB_OK;
+            if (left.empty() || (loose_ && node.kind == Connective::Not)) return tell(visit, WDB_OK);
             const ExpressionNode& second = expression_.nodes[secondOf(node)];
             if (second.kind == Connective::Criterion && !loose_) {
                 const Condition& condition = conditions_[second.left];
-                if (cheaperByRecords(condition, left.cardinality(), state_)) return narrow(node.kind, condition);
+                if (cheaperByRecords(condition, left.cardinality(), state_)) {
+                    return tell(visit, narrow(node.kind, condition));
+                }
             }
         }
-        visits_.push_back({at, Stage::RightDone});
-        visits_.push_back({secondOf(node), Stage::Enter});
+        visits_.push_back({visit.node, Stage::RightDone, visit.timer, visit.depth});
+        enter(secondOf(node), visit.depth + 1);
         return WDB_OK;
     }
 

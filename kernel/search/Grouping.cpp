@@ -38,48 +38,89 @@ void combine(std::vector<uint32_t>& numbers, const std::vector<uint32_t>& others
 }  // namespace
 
 Status groupRows(std::span<const OutputColumn> columns, const SourceRows& source, RowGroups& groups) {
-    uint32_t count = 0;
-    WDB_TRY(groupNumbers(columns.front(), source, groups.groupOf, count));
+    WDB_TRY(groupNumbers(columns.front(), source, groups.numberOf, groups.numbers));
     for (const OutputColumn& column : columns.subspan(1)) {
         std::vector<uint32_t> others;
+        uint32_t count = 0;
         WDB_TRY(groupNumbers(column, source, others, count));
-        combine(groups.groupOf, others);
-        count = static_cast<uint32_t>(groups.groupOf.size());
+        combine(groups.numberOf, others);
+        groups.numbers = static_cast<uint32_t>(groups.numberOf.size());
     }
-    // Numbers in the order of first rows.
-    constexpr uint32_t kNone = UINT32_MAX;
-    std::vector<uint32_t> renumbered(count, kNone);
-    for (uint32_t row = 0; row < groups.groupOf.size(); ++row) {
-        uint32_t& number = renumbered[groups.groupOf[row]];
-        if (number == kNone) {
-            number = static_cast<uint32_t>(groups.firstRow.size());
-            groups.firstRow.push_back(row);
-        }
-        groups.groupOf[row] = number;
+    std::vector<char> seen(groups.numbers, 0);
+    for (uint32_t row = 0; row < groups.numberOf.size(); ++row) {
+        const uint32_t number = groups.numberOf[row];
+        if (seen[number]) continue;
+        seen[number] = 1;
+        groups.groups.push_back(number);
+        groups.firstRow.push_back(row);
     }
     return WDB_OK;
 }
 
-RowGroups oneGroup(size_t rows) { return {std::vector<uint32_t>(rows, 0), {rows == 0 ? Tuples::kNone : 0}}; }
+RowGroups oneGroup(size_t rows) { return {std::vector<uint32_t>(rows, 0), 1, {0}, {rows == 0 ? Tuples::kNone : 0}}; }
+
+namespace {
+
+void countRows(const RowGroups& groups, ComputedColumn& result) {
+    std::vector<int64_t> rows(groups.numbers, 0);
+    for (const uint32_t number : groups.numberOf) ++rows[number];
+    result.type = FieldType::Integer;
+    for (const uint32_t group : groups.groups) result.values.push_back(encodeInteger(rows[group]));
+}
+
+// SUM, AVG and COUNT of whole numbers, from the column that the index keeps. WDB_FAIL when it cannot tell.
+Status aggregateIntegers(const BoundAggregate& aggregate, const SourceRows& source, const RowGroups& groups,
+                         ComputedColumn& result) {
+    using ccl::Function;
+    const BoundColumn& column = *aggregate.column;
+    const bool fits = column.field != nullptr && column.field->type == FieldType::Integer && column.first == 0 &&
+                      !column.ofParts() && !aggregate.distinct && aggregate.function != Function::Min &&
+                      aggregate.function != Function::Max;
+    if (!fits) return WDB_FAIL;
+    std::vector<int64_t> values;
+    std::vector<char> present;
+    IndexView& index = source.tables[column.table].state->index;
+    WDB_TRY(index.integers(column.field->number, source.rows.records(column.table), values, present));
+    struct Sum {
+        __int128 sum = 0;
+        int64_t count = 0;
+    };
+    std::vector<Sum> sums(groups.numbers);
+    for (size_t row = 0; row < values.size(); ++row) {
+        Sum& sum = sums[groups.numberOf[row]];
+        sum.sum += values[row];
+        sum.count += present[row];
+    }
+    for (const uint32_t group : groups.groups) {
+        Accumulator accumulator(aggregate.function, FieldType::Integer, false);
+        accumulator.addIntegers(sums[group].sum, static_cast<uint64_t>(sums[group].count));
+        result.type = accumulator.type();
+        result.values.push_back(accumulator.result());
+    }
+    return WDB_OK;
+}
+
+}  // namespace
 
 Status aggregate(const BoundAggregate& aggregate, const SourceRows& source, const RowGroups& groups, ComputedColumn& result) {
-    const size_t count = groups.firstRow.size();
     if (!aggregate.column) {
-        std::vector<int64_t> rows(count, 0);
-        for (const uint32_t group : groups.groupOf) ++rows[group];
-        result.type = FieldType::Integer;
-        for (const int64_t number : rows) result.values.push_back(encodeInteger(number));
+        countRows(groups, result);
         return WDB_OK;
     }
+    const Status fast = aggregateIntegers(aggregate, source, groups, result);
+    if (fast != WDB_FAIL) return fast;
     const OutputColumn column = asOutput(*aggregate.column);
     const DateForm form = source.tables.context().dateForm();
-    std::vector<Accumulator> accumulators(count, Accumulator(aggregate.function, column.type, aggregate.distinct));
+    std::vector<uint32_t> placeOf(groups.numbers, 0);
+    for (uint32_t group = 0; group < groups.groups.size(); ++group) placeOf[groups.groups[group]] = group;
+    std::vector<Accumulator> accumulators(groups.groups.size(),
+                                          Accumulator(aggregate.function, column.type, aggregate.distinct));
     WDB_TRY(forEachRow(source, [&](size_t row, const RowView& view) {
-        Accumulator& accumulator = accumulators[groups.groupOf[row]];
+        Accumulator& accumulator = accumulators[placeOf[groups.numberOf[row]]];
         columnValues(column, view, form, [&](Slice value) { accumulator.add(value); });
     }));
-    result.type = accumulators.empty() ? FieldType::Integer : accumulators.front().type();
-    for (Accumulator& accumulator : accumulators) result.values.push_back(accumulator.result());
+    result.type = Accumulator(aggregate.function, column.type, false).type();
+    for (const Accumulator& accumulator : accumulators) result.values.push_back(accumulator.result());
     return WDB_OK;
 }
 

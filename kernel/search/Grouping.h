@@ -4,9 +4,11 @@
 
 namespace wdb {
 
-// Which group each row belongs to; groups are numbered in the order of their first rows.
+// Which group each row belongs to.
 struct RowGroups {
-    std::vector<uint32_t> groupOf;   // by row
+    std::vector<uint32_t> numberOf;  // by row: a number of its group, below `numbers`
+    uint32_t numbers = 0;            // some may belong to no group
+    std::vector<uint32_t> groups;    // these numbers, in the order of the groups' first rows
     std::vector<uint32_t> firstRow;  // by group
 };
 

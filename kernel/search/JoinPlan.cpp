@@ -64,15 +64,35 @@ Status JoinPlan::order() {
     return WDB_OK;
 }
 
-Status JoinPlan::run(WherePlan& where, Tuples& rows) {
-    rows = Tuples(tables_.size());
+// Begins with the smaller side of a first inner join that narrows much.
+Status JoinPlan::begin(WherePlan& where, Tuples& rows, std::vector<char>& present) {
+    constexpr uint64_t kMuchSmaller = 8;
     TableRows first;
     WDB_TRY(where.tableRows(start_, !mayBeEmpty_[start_], first));
-    first.moveTo(rows, start_);
-    std::vector<char> present(tables_.size(), 0);
     present[start_] = 1;
-    for (const JoinClause& clause : clauses_) {
-        if (present[clause.left()] && present[clause.right()]) {
+    if (clauses_.empty() || clauses_.front().left() == clauses_.front().right()) {
+        first.moveTo(rows, start_);
+        return WDB_OK;
+    }
+    const JoinClause& clause = clauses_.front();
+    const uint32_t joined = clause.left() == start_ ? clause.right() : clause.left();
+    TableRows added;
+    WDB_TRY(where.tableRows(joined, !mayBeEmpty_[joined], added));
+    present[joined] = 1;
+    const bool turned = clause.kind == ccl::Join::Kind::Inner && added.size() < first.size() / kMuchSmaller;
+    (turned ? added : first).moveTo(rows, turned ? joined : start_);
+    return joinTable(clause, turned ? start_ : joined, turned ? first : added, tables_, rows);
+}
+
+Status JoinPlan::run(WherePlan& where, Tuples& rows) {
+    rows = Tuples(tables_.size());
+    std::vector<char> present(tables_.size(), 0);
+    WDB_TRY(begin(where, rows, present));
+    for (size_t i = 0; i < clauses_.size(); ++i) {
+        const JoinClause& clause = clauses_[i];
+        const bool filters = present[clause.left()] && present[clause.right()];
+        if (i == 0 && clause.left() != clause.right()) continue;  // begun with
+        if (filters) {
             WDB_TRY(filter(clause, rows));
             continue;
         }
@@ -82,7 +102,7 @@ Status JoinPlan::run(WherePlan& where, Tuples& rows) {
         WDB_TRY(joinTable(clause, joined, added, tables_, rows));
         present[joined] = 1;
     }
-    rows.sort();
+    if (tables_.size() > 1) rows.sort();
     return WDB_OK;
 }
 

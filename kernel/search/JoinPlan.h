@@ -34,6 +34,7 @@ public:
 private:
     Result<BoundColumn> column(const ccl::Column& source);
     Status order();
+    Status begin(WherePlan& where, Tuples& rows, std::vector<char>& present);
     Status filter(const JoinClause& clause, Tuples& rows);
 
     const std::vector<ccl::Join>& joins_;

@@ -40,6 +40,7 @@ Result<RecordNumber> Ordering::at(uint64_t place, const RecordSet& records, Base
 }
 
 RecordNumber Ordering::known(uint64_t place) {
+    if (ranked_) return ranked_->at(place);
     if (place < first_.size()) return first_[place];
     const size_t at = place - first_.size();
     sortAround(at);
@@ -47,7 +48,23 @@ RecordNumber Ordering::known(uint64_t place) {
 }
 
 Status Ordering::fix(const RecordSet& records, BaseState& state) {
-    return placed_ ? WDB_OK : placeAll(records, state);
+    if (placed_ || ranked_) return WDB_OK;
+    const bool few = records.cardinality() <= kFewRecords;
+    if (keys_.size() != 1 || !fieldOrder(keys_[0]) || (few && !ranksCached(keys_[0], state))) return placeAll(records, state);
+    Result<std::unique_ptr<RankOrder>> made = RankOrder::make(keys_[0].field, keys_[0].descending, records, state);
+    if (!made && made.status() != WDB_FAIL) return made.status();
+    if (!made) return placeAll(records, state);
+    // After a write in between the rows told before stay where they are, and none comes twice.
+    if (!first_.empty() && !agrees(**made)) return placeAll(records, state);
+    ranked_ = std::move(*made);
+    return WDB_OK;
+}
+
+bool Ordering::agrees(RankOrder& order) const {
+    for (uint64_t place = 0; place < first_.size(); ++place) {
+        if (order.at(place) != first_[place]) return false;
+    }
+    return true;
 }
 
 // How many keys a walk passes is guessed from the share of the field's entries that are hits.

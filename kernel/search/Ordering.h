@@ -5,6 +5,7 @@
 
 #include "kernel/record/Schema.h"
 #include "kernel/search/BaseState.h"
+#include "kernel/search/RankOrder.h"
 
 namespace wdb {
 
@@ -31,15 +32,16 @@ public:
     // WDB_E_CHANGED when that can not be known any more.
     Result<RecordNumber> at(uint64_t place, const RecordSet& records, BaseState& state);
     // Is the row known without a look at the base?
-    bool has(uint64_t place) const { return place < first_.size() || placed_; }
+    bool has(uint64_t place) const { return place < first_.size() || placed_ || ranked_; }
     // The row when has() says so.
     RecordNumber known(uint64_t place);
     // What is missing can be worked out without the snapshot from now on.
     Status fix(const RecordSet& records, BaseState& state);
     // Nobody has the state of the search any more.
-    void giveUp() { lost_ = !placed_; }
+    void giveUp() { lost_ = !placed_ && !ranked_; }
 
 private:
+    bool agrees(RankOrder& order) const;
     Status walk(uint64_t count, const RecordSet& records, BaseState& state);
     Status placeAll(const RecordSet& records, BaseState& state);
     Status placesOf(const SortKey& key, const RecordSet& records, BaseState& state, size_t column);
@@ -55,6 +57,7 @@ private:
 
     std::vector<SortKey> keys_;
     std::vector<RecordNumber> first_;    // the first rows, from a walk
+    std::unique_ptr<RankOrder> ranked_;  // all rows, from the order of the base; or else
     bool placed_ = false;
     bool lost_ = false;
     std::vector<RecordNumber> records_;  // all of the set, ascending

@@ -34,6 +34,45 @@ Status readKeys(const OutputColumn& column, const SourceRows& source, std::vecto
     });
 }
 
+// Equal values have equal ranks; NULL is 0. Records that the order does not know get theirs, or numbers behind all ranks.
+// WDB_FAIL where first items are not all there is to a value, or for few rows.
+Status numbersByRank(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers, uint32_t& count) {
+    constexpr size_t kFewRows = 64;
+    if (!indexOrders(column) || column.first > 1 || source.rows.size() <= kFewRows) return WDB_FAIL;
+    IndexView& index = source.tables[column.table].state->index;
+    if (column.first == 0 || column.first != column.last) {
+        const Result<RecordSet> multi = index.multi(column.field);
+        if (!multi) return multi.status();
+        if (!multi->empty()) return WDB_FAIL;
+    }
+    const auto ranks = index.ranks(column.field);
+    if (!ranks) return ranks.status();
+    const Result<RecordSet> loose = index.unranked(column.field, **ranks);
+    if (!loose) return loose.status();
+    const std::vector<RecordNumber>& records = source.rows.records(column.table);
+    numbers.resize(records.size());
+    count = (*ranks)->count + 1;
+    for (size_t row = 0; row < records.size(); ++row) numbers[row] = (*ranks)->of(records[row]);
+    if (loose->empty()) return WDB_OK;
+    std::vector<uint32_t> rows;
+    std::vector<RecordNumber> unknown;
+    for (uint32_t row = 0; row < records.size(); ++row) {
+        if (!loose->contains(records[row])) continue;
+        rows.push_back(row);
+        unknown.push_back(records[row]);
+    }
+    std::vector<uint64_t> places;
+    WDB_TRY(index.places(column.field, unknown, places));
+    std::unordered_map<uint64_t, uint32_t> added;
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const uint32_t rank = IndexView::rankOfPlace(places[i]);
+        const bool known = rank != 0 || places[i] == 0;
+        numbers[rows[i]] = known ? rank : added.try_emplace(places[i], count + static_cast<uint32_t>(added.size())).first->second;
+    }
+    count += static_cast<uint32_t>(added.size());
+    return WDB_OK;
+}
+
 }  // namespace
 
 Status forEachRow(const SourceRows& source, const std::function<void(size_t, const RowView&)>& visit) {
@@ -74,7 +113,9 @@ Status sortPlaces(const OutputColumn& column, const SourceRows& source, std::vec
 }
 
 Status groupNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers, uint32_t& count) {
-    numbers.resize(source.rows.size());
+    const Status ranked = numbersByRank(column, source, numbers, count);
+    if (ranked != WDB_FAIL) return ranked;
+    numbers.assign(source.rows.size(), 0);
     std::unordered_map<std::string, uint32_t> known;
     const DateForm form = source.tables.context().dateForm();
     std::string all;

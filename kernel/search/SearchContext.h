@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <string>
 
 #include "kernel/catalog/BaseSnapshot.h"
 #include "kernel/catalog/OpenBase.h"
@@ -25,6 +27,11 @@ public:
     virtual Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) = 0;
     // Will the next call see the same snapshots (a status is saved)? Without that a set orders all its rows when it is made.
     virtual bool snapshotsStay() const = 0;
+
+    // Does somebody watch how commands are run? They are told of every step when it is over: depth in the command (1 for the
+    // outermost), what it was, how many records or rows came out of it.
+    virtual bool watched() const { return false; }
+    virtual void step(int32_t, const std::string&, uint64_t, std::chrono::nanoseconds) {}
 
     virtual const ccl::CommandWords& commandWords() const = 0;
     virtual DateForm dateForm() const = 0;

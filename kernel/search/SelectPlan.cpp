@@ -8,6 +8,7 @@
 #include "kernel/search/Distinct.h"
 #include "kernel/search/ExpressionEvaluator.h"
 #include "kernel/search/Grouping.h"
+#include "kernel/search/StepTimer.h"
 
 namespace wdb {
 
@@ -171,10 +172,18 @@ Status SelectPlan::makeBlock(SearchSet& set) {
     WDB_TRY(bindSort(command_.sort, set, tables_, sort_, error_));
     markParts(set, where);
     set.block = std::make_unique<RowBlock>();
+    const StepTimer joined(context_, 1);
     WDB_TRY(joins.run(where, set.block->rows));
+    joined.done("rows", set.block->rows.size());
+    const StepTimer filtered(context_, 1);
     WDB_TRY(where.filter(set.block->rows));
+    filtered.done("WHR", set.block->rows.size());
+    const StepTimer grouped(context_, 1);
     if (!group_.empty() || !aggregates_.empty()) WDB_TRY(group(*set.block));
+    grouped.done("GROUP", set.block->rows.size());
+    const StepTimer arranged(context_, 1);
     WDB_TRY(arrange(set, *set.block));
+    arranged.done("SORT", set.block->size());
     addBases(set);
     return WDB_OK;
 }

@@ -6,6 +6,7 @@
 #include "kernel/record/Value.h"
 #include "kernel/search/ConditionSets.h"
 #include "kernel/search/JoinPlan.h"
+#include "kernel/search/RankJoin.h"
 #include "kernel/search/TextJoin.h"
 
 namespace wdb {
@@ -76,7 +77,7 @@ public:
     void matches(uint32_t present, std::vector<uint32_t>& out) {
         out.clear();
         if (sides_.empty()) {
-            for (uint32_t i = 0; i < added_.size(); ++i) out.push_back(i);
+            texts_.front().matches(!turned_.front(), present, out);
         } else {
             lead(present, out);
         }
@@ -186,6 +187,8 @@ private:
 }  // namespace
 
 Status joinTable(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables, Tuples& rows) {
+    const Status ranked = joinByRanks(clause, joined, added, tables, rows);
+    if (ranked != WDB_FAIL) return ranked;
     const uint32_t other = joined == clause.left() ? clause.right() : clause.left();
     const std::vector<PartRow> list = listOf(added);
     const DistinctRows present(rows, other);

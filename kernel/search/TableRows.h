@@ -10,6 +10,7 @@ namespace wdb {
 // Rows of one table: records, or parts of records.
 struct TableRows {
     bool byPart = false;
+    bool whole = false;          // all records of the table
     RecordSet records;           // not byPart; may borrow from the table's snapshot
     std::vector<PartRow> parts;  // byPart; ascending
 

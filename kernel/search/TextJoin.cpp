@@ -76,4 +76,31 @@ bool TextJoin::fits(uint32_t left, uint32_t right) const {
     return std::any_of(values.begin(), values.end(), [&](uint32_t value) { return found_[value].contains(record); });
 }
 
+void TextJoin::matches(bool left, uint32_t row, std::vector<uint32_t>& out) {
+    out.clear();
+    if (left != turned_) {  // a row of the text's side
+        if (!inverted_) invert();
+        const auto rows = rowsOf_.find(texts_[row].record);
+        if (rows != rowsOf_.end()) out = rows->second;
+    } else {
+        for (const uint32_t value : valuesOf_[row]) {
+            found_[value].forEach([&](RecordNumber record) {
+                auto at = std::lower_bound(texts_.begin(), texts_.end(), PartRow{record, 0});
+                for (; at != texts_.end() && at->record == record; ++at) out.push_back(static_cast<uint32_t>(at - texts_.begin()));
+            });
+        }
+    }
+    std::sort(out.begin(), out.end());
+    out.erase(std::unique(out.begin(), out.end()), out.end());
+}
+
+void TextJoin::invert() {
+    inverted_ = true;
+    for (uint32_t row = 0; row < valuesOf_.size(); ++row) {
+        for (const uint32_t value : valuesOf_[row]) {
+            found_[value].forEach([&](RecordNumber record) { rowsOf_[record].push_back(row); });
+        }
+    }
+}
+
 }  // namespace wdb

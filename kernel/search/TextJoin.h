@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <unordered_map>
 
 #include "kernel/search/Condition.h"
 #include "kernel/search/JoinComparison.h"
@@ -15,13 +16,16 @@ class TextJoin {
 public:
     TextJoin(const JoinComparison& comparison, SourceTables& tables);
 
-    // The rows of the two sides, as written in the comparison.
+    // The rows of the two sides, as written in the comparison, ascending.
     Status prepare(std::span<const PartRow> left, std::span<const PartRow> right);
     // By places in these rows.
     bool fits(uint32_t left, uint32_t right) const;
+    // The rows of the other side that fit a row of one side, ascending. `left`: that row is one of the left side.
+    void matches(bool left, uint32_t row, std::vector<uint32_t>& out);
 
 private:
     Status readValues(std::span<const PartRow> rows);
+    void invert();
     Status lookUp(const std::string& value, RecordSet& records);
 
     JoinComparison comparison_;  // the text on its left side
@@ -31,6 +35,8 @@ private:
     std::vector<std::vector<uint32_t>> valuesOf_;  // by row of the other side: places in found_
     std::vector<RecordSet> found_;                 // per different value
     std::map<std::string, uint32_t> places_;       // value to place in found_
+    bool inverted_ = false;
+    std::unordered_map<RecordNumber, std::vector<uint32_t>> rowsOf_;  // inverted: rows of the other side by record of the text
 };
 
 }  // namespace wdb

@@ -121,6 +121,7 @@ Status WherePlan::subset(uint32_t table, std::optional<uint32_t> root, TableRows
     Result<RecordSet> records = root ? evaluateExpression(*expression_, *root, conditions_, state) : state.index.live();
     if (!records) return records.status();
     rows.records = std::move(*records);
+    rows.whole = !root;
     return WDB_OK;
 }
 

@@ -284,6 +284,7 @@ void Session::endCall(Status status) {
 }
 
 void Session::step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time) {
+    if (hooks.step == nullptr) return;  // the function before took itself away
     const std::string text = charset.fromUtf8(what);
     const Hooks::Callback running(hooks, Hooks::Calls::Refused);
     hooks.step(hooks.stepContext, depth, text.c_str(), static_cast<int64_t>(count), time.count());
@@ -303,13 +304,6 @@ void Session::publishCounts() {
 
 void Session::searched() {
     counts_.sets.store(search.liveSets(), std::memory_order_relaxed);
-}
-
-void Session::step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time) {
-    const WdbStepFn told = hooks.step;
-    if (told == nullptr) return;
-    const Hooks::Callback running(hooks, Hooks::Calls::Refused);
-    told(hooks.stepContext, depth, what.c_str(), static_cast<int64_t>(count), time.count());
 }
 
 }  // namespace wdb

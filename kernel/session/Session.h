@@ -143,8 +143,6 @@ public:
     bool objectsInline() const override { return settings.find("SQL_SELECTBLOB", 7) == "1"; }
     DayNumber today() const override { return clock.today(); }
     Analyzer& analyzer() override { return analyzer_; }
-    bool watched() const { return hooks.step != nullptr; }
-    void step(int32_t depth, const std::string& what, uint64_t count, std::chrono::nanoseconds time);
 
 private:
     void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,

@@ -11,6 +11,7 @@
 
 #include "kernel/catalog/SessionUnit.h"
 #include "kernel/catalog/SystemDirectory.h"
+#include "kernel/jobs/IndexJob.h"
 #include "kernel/record/Value.h"
 #include "kernel/search/Search.h"
 #include "kernel/search/SearchContext.h"
@@ -85,6 +86,15 @@ protected:
     }
     void replace(const std::string& name, RecordNumber number, const Record& record) {
         withUnit(name, [&](UnitBase& base) { ASSERT_EQ(base.put(number, image(base, record)), WDB_OK); });
+    }
+    // Moves all changes into the index files.
+    void merge(const std::string& name) {
+        snapshots_.clear();
+        auto hold = directory_->acquireWriter(std::chrono::seconds(5));
+        ASSERT_TRUE(hold);
+        auto base = directory_->find(name);
+        ASSERT_TRUE(base);
+        ASSERT_EQ(mergeQueue(*directory_, *base, *hold), WDB_OK);
     }
     void remove(const std::string& name, RecordNumber number) {
         withUnit(name, [&](UnitBase& base) { ASSERT_EQ(base.remove(number), WDB_OK); });
