@@ -269,3 +269,72 @@ TEST(MultiTable, DocumentOfAUnion) {
               std::string::npos)
         << document;
 }
+
+TEST(MultiTable, OddStatementsAreAnswered) {
+    const char* statements[] = {
+        "SELECT * FROM T JOIN WDBS.TABLES ON T.NAME = TABLES.NAME",
+        "SELECT * FROM T NATURAL JOIN WDBS.TABLES",
+        "SELECT A FROM T UNION SELECT * FROM WDBS.COLUMNS NATURAL JOIN U",
+        "SELECT COUNT(*), NAME FROM WDBS.TABLES GROUP BY NAME",
+        "SELECT x + 1 FROM WDBS.TABLES",
+        "SELECT (SELECT NAME FROM WDBS.TABLES) FROM T",
+        "SELECT (SELECT A FROM NOPE) FROM T",
+        "SELECT (SELECT (SELECT A FROM T) FROM U) FROM V",
+        "SELECT A FROM T WHERE A IN (SELECT NAME FROM WDBS.TABLES)",
+        "SELECT A FROM T WHERE A IN (SELECT * FROM U)",
+        "SELECT A FROM T WHERE A = (SELECT U.* FROM U)",
+        "SELECT a.A FROM T a JOIN T a ON a.A = a.P",
+        "SELECT A FROM T JOIN T ON A = P",
+        "SELECT A FROM T x, T x WHERE x.A = x.P",
+        "SELECT A FROM T JOIN U ON T.A = T.P",
+        "SELECT A FROM T JOIN U ON U.ID = U.TID",
+        "SELECT A FROM T JOIN U ON T.A = U.ID AND T.A = V.ID",
+        "SELECT A FROM T JOIN U USING (A)",
+        "SELECT A FROM T, U, V WHERE T.A = U.ID OR U.ID = V.ID",
+        "SELECT A FROM T, U WHERE NOT (T.A = U.ID AND T.P = 1)",
+        "SELECT A FROM T, U WHERE T.A = U.ID AND T.A = U.ID AND U.ID = T.A",
+        "SELECT 1 WHERE 1 = (SELECT 1) UNION SELECT 2 ORDER BY 1",
+        "SELECT SUM(A + P) FROM T",
+        "SELECT VALUELIST(NOTE, ';') FROM T UNION SELECT NOTE FROM U",
+        "SELECT R, COUNT(*) FROM T JOIN U ON R = R GROUP BY R ORDER BY R",
+        "SELECT DISTINCT * FROM T LEFT JOIN U ON A = ID RIGHT JOIN V ON A = W WHERE W IN (SELECT R FROM "
+        "PARTS)",
+    };
+    for (const char* sql : statements) {
+        loadArticles();
+        fakeKernel().searches = true;
+        Request request(sql);
+        const std::int32_t status = runSql(request);
+        const bool isFault = request.document().find("<Fault ") != std::string::npos;
+        EXPECT_EQ(isFault, (status & 1) == 0) << sql << "\n" << request.document();
+        EXPECT_EQ(fakeKernel().saves, fakeKernel().loads) << sql;
+    }
+}
+
+TEST(MultiTable, SubQueriesMayNestDeeply) {
+    constexpr int kLevels = 300;
+    for (const char* open : {" WHERE ID IN (SELECT TID FROM U", " WHERE ID = (SELECT ID FROM U"}) {
+        std::string sql = "SELECT ID FROM U";
+        for (int i = 0; i < kLevels; ++i) sql += open;
+        sql += std::string(kLevels, ')');
+        loadArticles();
+        fakeKernel().searches = true;
+        Request request(sql);
+        EXPECT_EQ(runSql(request), 1) << request.document().substr(0, 300);
+        EXPECT_EQ(fakeKernel().commands.size(), 2U + kLevels * 2 + 1) << "each level is searched once";
+    }
+}
+
+TEST(MultiTable, LongChainsOfJoins) {
+    std::string sql = "SELECT T.A FROM T, U WHERE T.A = U.ID";
+    constexpr int kTerms = 5000;
+    for (int i = 1; i < kTerms; ++i) sql += i % 2 == 0 ? " AND T.A = U.TID" : " AND T.P > 1";
+    loadArticles();
+    fakeKernel().searches = true;
+    Request request(sql);
+    EXPECT_EQ(runSql(request), 1) << request.document().substr(0, 300);
+    const std::string& command = fakeKernel().commands.back();
+    std::size_t joins = 0;
+    for (std::size_t at = 0; (at = command.find(" INNER(", at)) != std::string::npos; ++at) ++joins;
+    EXPECT_EQ(joins, kTerms / 2U);
+}
