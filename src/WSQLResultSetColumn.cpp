@@ -72,6 +72,11 @@ std::int32_t arithmeticType(const WSQLScalar& scalar) {
                              arithmeticType(*operation->right()) == WDB_T_INTEGER;
         return integer ? WDB_T_INTEGER : WDB_T_NUMBER;
     }
+    if (const WSQLFunctionRef* function = scalar.asFunctionRef()) {
+        if (equalNames(function->name, "COUNT")) return WDB_T_INTEGER;
+        return function->argument && !equalNames(function->name, "AVG") ? arithmeticType(*function->argument)
+                                                                        : WDB_T_NUMBER;
+    }
     const WSQLColumnRef* column = scalar.asColumnRef();
     const bool integer = column != nullptr ? column->fieldType == WDB_T_INTEGER
                                            : scalar.constantValue().kind == ConstantValue::Kind::kInteger;

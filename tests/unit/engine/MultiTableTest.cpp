@@ -338,3 +338,38 @@ TEST(MultiTable, LongChainsOfJoins) {
     for (std::size_t at = 0; (at = command.find(" INNER(", at)) != std::string::npos; ++at) ++joins;
     EXPECT_EQ(joins, kTerms / 2U);
 }
+
+TEST(MultiTable, TypesOfComputedColumns) {
+    const struct {
+        const char* item;
+        const char* description;
+    } rows[] = {
+        {"A * 2 + R",
+         "tableName=\"\" columnName=\"A*2+R\" columnType=\"INTEGER\" maxLength=\"4\" isNullable=\"true\""},
+        {"A / 2", "tableName=\"\" columnName=\"A/2\" columnType=\"NUMERIC\""},
+        {"A + P", "tableName=\"\" columnName=\"A+P\" columnType=\"NUMERIC\""},
+        {"A * 1.5", "columnType=\"NUMERIC\""},
+        {"MAX(A) - COUNT(NAME) * 2", "columnName=\"MAX(A)-COUNT(NAME)*2\" columnType=\"INTEGER\""},
+        {"AVG(A) * 2", "columnType=\"NUMERIC\""},
+        {"SUM(P) * 2", "columnType=\"NUMERIC\""},
+        {"AVG(A)", "tableName=\"T\" columnName=\"AVG(A)\" columnType=\"NUMERIC\""},
+        {"COUNT(*)",
+         "tableName=\"\" columnName=\"COUNT(*)\" columnType=\"INTEGER\" maxLength=\"4\" "
+         "isNullable=\"false\""},
+        {"MAX(D) AS latest", "columnName=\"MAX(D)\" columnLabel=\"latest\" columnType=\"DATE\""},
+        {"COUNT(NAME)", "columnName=\"COUNT(NAME)\" columnType=\"VARCHAR\""},
+        {"(SELECT MAX(W) FROM V) AS m",
+         "tableName=\"V\" columnName=\"MAX(W)\" columnLabel=\"m\" columnType=\"INTEGER\""},
+        {"(SELECT ID FROM U)",
+         "columnType=\"INTEGER\" maxLength=\"4\" isNullable=\"true\" isSerial=\"false\" "
+         "isPrimaryKey=\"false\""},
+    };
+    for (const auto& row : rows) {
+        loadArticles();
+        fakeKernel().searches = true;
+        Request request(std::string("SELECT ") + row.item + " FROM T");
+        EXPECT_EQ(runSql(request), 1) << row.item;
+        EXPECT_NE(request.document().find(row.description), std::string::npos) << row.item << "\n"
+                                                                               << request.document();
+    }
+}
