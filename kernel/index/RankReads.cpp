@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 
 #include "kernel/index/Column.h"
 #include "kernel/index/IndexView.h"
@@ -53,24 +54,43 @@ std::vector<uint32_t> beginsOf(const Ranks& ranks) {
     return begins;
 }
 
-// One block of a field's column; a missing one has no values. WDB_FAIL when it keeps none of its values.
-Status readColumnBlock(const Txn& values, FieldNumber field, uint32_t block, std::vector<int64_t>& numbers,
-                       std::vector<char>& present) {
-    std::string key = indexKey(field, {});
-    appendBig(key, block);
-    Slice stored;
-    const Status status = values.get(value_table::kColumns, key, stored);
-    if (status == WDB_FAIL) {
-        numbers.assign(kColumnRecords, 0);
-        present.assign(kColumnRecords, 0);
+// The blocks of a field's column, each opened once.
+class ColumnBlocks {
+public:
+    ColumnBlocks(const Txn& values, FieldNumber field) : values_(values), prefix_(indexKey(field, {})) {}
+
+    // Null for a missing block, which has no values. WDB_FAIL when a block keeps none of its values.
+    Status open(uint32_t block, const ColumnView*& view) {
+        if (block >= blocks_.size()) blocks_.resize(block + size_t{1});
+        Block& entry = blocks_[block];
+        if (!entry.looked) WDB_TRY(look(block, entry));
+        view = entry.view ? &*entry.view : nullptr;
         return WDB_OK;
     }
-    WDB_TRY(status);
-    const Result<ColumnView> view = ColumnView::open(stored);
-    if (!view) return view.status();
-    view->decode(numbers.data(), present.data());
-    return WDB_OK;
-}
+
+private:
+    struct Block {
+        bool looked = false;
+        std::optional<ColumnView> view;
+    };
+    Status look(uint32_t block, Block& entry) {
+        std::string key = prefix_;
+        appendBig(key, block);
+        Slice stored;
+        const Status status = values_.get(value_table::kColumns, key, stored);
+        if (!ok(status) && status != WDB_FAIL) return status;
+        entry.looked = true;
+        if (status == WDB_FAIL) return WDB_OK;
+        const Result<ColumnView> view = ColumnView::open(stored);
+        if (!view) return view.status();
+        entry.view = *view;
+        return WDB_OK;
+    }
+
+    const Txn& values_;
+    const std::string prefix_;
+    std::vector<Block> blocks_;
+};
 
 }  // namespace
 
@@ -137,26 +157,38 @@ Status IndexView::integers(FieldNumber field, std::span<const RecordNumber> reco
     });
     values.assign(records.size(), 0);
     present.assign(records.size(), 0);
+    constexpr size_t kLongRun = 512;  // records of one block for which it is decoded as a whole
     std::vector<int64_t> blockValues(kColumnRecords);
     std::vector<char> blockPresent(kColumnRecords);
-    uint32_t block = UINT32_MAX;
-    for (size_t i = 0; i < records.size(); ++i) {
-        const RecordNumber record = records[i];
-        if (record == 0) continue;
-        if (!touched.empty() && touched.contains(record)) {
-            const Result<RecordView> view = impl_->sources.records->record(record);
-            if (!view) return view.status();
-            const Slice item = view->items(field).first();
-            present[i] = !item.empty();
-            if (item.size() == sizeof(int64_t)) values[i] = decodeInteger(item);
-            continue;
+    ColumnBlocks blocks(*impl_->sources.values, field);
+    for (size_t i = 0; i < records.size();) {
+        const uint32_t block = columnBlock(records[i]);
+        const RecordNumber first = block * kColumnRecords;
+        size_t end = i + 1;
+        while (end < records.size() && records[end] - first < kColumnRecords) ++end;
+        const ColumnView* view = nullptr;
+        WDB_TRY(blocks.open(block, view));
+        const bool whole = end - i >= kLongRun;
+        if (view != nullptr && whole) view->decode(blockValues.data(), blockPresent.data());
+        for (; view != nullptr && i < end; ++i) {
+            const uint32_t place = records[i] - first;
+            if (whole) {
+                values[i] = blockValues[place];
+                present[i] = blockPresent[place];
+            } else if (const std::optional<int64_t> value = view->at(place)) {
+                values[i] = *value;
+                present[i] = 1;
+            }
         }
-        if (columnBlock(record) != block) {
-            block = columnBlock(record);
-            WDB_TRY(readColumnBlock(*impl_->sources.values, field, block, blockValues, blockPresent));
-        }
-        values[i] = blockValues[record % kColumnRecords];
-        present[i] = blockPresent[record % kColumnRecords];
+        i = end;
+    }
+    for (size_t i = 0; !touched.empty() && i < records.size(); ++i) {
+        if (!touched.contains(records[i])) continue;
+        const Result<RecordView> view = impl_->sources.records->record(records[i]);
+        if (!view) return view.status();
+        const Slice item = view->items(field).first();
+        present[i] = !item.empty();
+        values[i] = item.size() == sizeof(int64_t) ? decodeInteger(item) : 0;
     }
     return WDB_OK;
 }

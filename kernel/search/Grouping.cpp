@@ -82,18 +82,24 @@ Status aggregateIntegers(const BoundAggregate& aggregate, const SourceRows& sour
     IndexView& index = source.tables[column.table].state->index;
     WDB_TRY(index.integers(column.field->number, source.rows.records(column.table), values, present));
     struct Sum {
-        __int128 sum = 0;
+        int64_t sum = 0;
         int64_t count = 0;
+        __int128 carried = 0;  // what did not fit the sum
     };
     std::vector<Sum> sums(groups.numbers);
     for (size_t row = 0; row < values.size(); ++row) {
         Sum& sum = sums[groups.numberOf[row]];
-        sum.sum += values[row];
         sum.count += present[row];
+        int64_t total = 0;
+        if (__builtin_add_overflow(sum.sum, values[row], &total)) {
+            sum.carried += sum.sum;
+            total = values[row];
+        }
+        sum.sum = total;
     }
     for (const uint32_t group : groups.groups) {
         Accumulator accumulator(aggregate.function, FieldType::Integer, false);
-        accumulator.addIntegers(sums[group].sum, static_cast<uint64_t>(sums[group].count));
+        accumulator.addIntegers(sums[group].carried + sums[group].sum, static_cast<uint64_t>(sums[group].count));
         result.type = accumulator.type();
         result.values.push_back(accumulator.result());
     }
