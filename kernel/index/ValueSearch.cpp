@@ -19,6 +19,9 @@ constexpr size_t kFewRecords = 2048;
 constexpr uint64_t kFewMulti = 64;
 // Keys that a search may walk through before the ranks of the field are the better way.
 constexpr size_t kShortWalk = 64;
+// The ranks are made when walks have read this part of the file's entries: making them reads those of one
+// field.
+constexpr uint64_t kRankShare = 4;
 // Records to a step of a scan of the ranks.
 constexpr uint32_t kScanWords = 64;
 // A vocabulary's matches are looked up one by one while they are so small a part of its keys; more of them
@@ -187,7 +190,7 @@ private:
         RankCache* const cache = impl_.sources.ranks;
         if (cache == nullptr) return scanIndex(from, prefix, fit, goesOn, {}, hits);
         const Position position = impl_.sources.valuePosition;
-        const uint64_t all = impl_.sources.values->entries(value_table::kValues);
+        const uint64_t all = impl_.sources.values->entries(value_table::kValues) / kRankShare;
         std::shared_ptr<const Ranks> ranks = cache->find(field_.number, position);
         if (!ranks && cache->walked(field_.number, position, 0, all)) {
             const Result<std::shared_ptr<const Ranks>> made = impl_.ranks(field_);
