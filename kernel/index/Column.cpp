@@ -86,28 +86,30 @@ std::optional<int64_t> ColumnView::at(uint32_t place) const {
 namespace {
 
 template <typename Entry>
-void decodeEntries(const char* data, int64_t base, int64_t* values, char* present) {
-    for (uint32_t i = 0; i < kColumnRecords; ++i) {
+void gatherEntries(const char* data, int64_t base, std::span<const RecordNumber> records, RecordNumber first,
+                   int64_t* values, char* present) {
+    const uint64_t before = static_cast<uint64_t>(base) - 1;
+    for (size_t i = 0; i < records.size(); ++i) {
         Entry entry;
-        std::memcpy(&entry, data + size_t{i} * sizeof entry, sizeof entry);
-        const uint64_t value = static_cast<uint64_t>(base) + entry - 1;
-        values[i] = entry == 0 ? 0 : static_cast<int64_t>(value);
+        std::memcpy(&entry, data + size_t{records[i] - first} * sizeof entry, sizeof entry);
+        values[i] = entry == 0 ? 0 : static_cast<int64_t>(before + entry);
         present[i] = entry != 0;
     }
 }
 
 }  // namespace
 
-void ColumnView::decode(int64_t* values, char* present) const {
+void ColumnView::gather(std::span<const RecordNumber> records, RecordNumber first, int64_t* values,
+                        char* present) const {
     switch (width_) {
         case 1:
-            return decodeEntries<uint8_t>(data_, base_, values, present);
+            return gatherEntries<uint8_t>(data_, base_, records, first, values, present);
         case 2:
-            return decodeEntries<uint16_t>(data_, base_, values, present);
+            return gatherEntries<uint16_t>(data_, base_, records, first, values, present);
         case 4:
-            return decodeEntries<uint32_t>(data_, base_, values, present);
+            return gatherEntries<uint32_t>(data_, base_, records, first, values, present);
         default:
-            return decodeEntries<uint64_t>(data_, base_, values, present);
+            return gatherEntries<uint64_t>(data_, base_, records, first, values, present);
     }
 }
 

@@ -157,9 +157,6 @@ Status IndexView::integers(FieldNumber field, std::span<const RecordNumber> reco
     });
     values.assign(records.size(), 0);
     present.assign(records.size(), 0);
-    constexpr size_t kLongRun = 512;  // records of one block for which it is decoded as a whole
-    std::vector<int64_t> blockValues(kColumnRecords);
-    std::vector<char> blockPresent(kColumnRecords);
     ColumnBlocks blocks(*impl_->sources.values, field);
     for (size_t i = 0; i < records.size();) {
         const uint32_t block = columnBlock(records[i]);
@@ -168,18 +165,8 @@ Status IndexView::integers(FieldNumber field, std::span<const RecordNumber> reco
         while (end < records.size() && records[end] - first < kColumnRecords) ++end;
         const ColumnView* view = nullptr;
         WDB_TRY(blocks.open(block, view));
-        const bool whole = end - i >= kLongRun;
-        if (view != nullptr && whole) view->decode(blockValues.data(), blockPresent.data());
-        for (; view != nullptr && i < end; ++i) {
-            const uint32_t place = records[i] - first;
-            if (whole) {
-                values[i] = blockValues[place];
-                present[i] = blockPresent[place];
-            } else if (const std::optional<int64_t> value = view->at(place)) {
-                values[i] = *value;
-                present[i] = 1;
-            }
-        }
+        if (view != nullptr)
+            view->gather(records.subspan(i, end - i), first, values.data() + i, present.data() + i);
         i = end;
     }
     for (size_t i = 0; !touched.empty() && i < records.size(); ++i) {
