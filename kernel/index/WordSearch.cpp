@@ -102,27 +102,41 @@ private:
     std::vector<uint32_t> more_;
 };
 
-// Whether some position of the second word is the one behind a position of the first.
-Status standsBehind(Slice first, Slice second, bool& found) {
-    const char* a = first.data();
-    const char* const aEnd = a + first.size();
-    const char* b = second.data();
-    const char* const bEnd = b + second.size();
-    uint32_t distance;
-    if (!readVarint(a, aEnd, distance)) return WDB_E_CORRUPT;
-    uint64_t wanted = uint64_t{distance} + 1;
+// A walk through the stored positions of one word in one record.
+struct PositionWalk {
+    const char* at;
+    const char* end;
     uint64_t here = 0;
-    found = false;
-    while (b < bEnd) {
-        if (!readVarint(b, bEnd, distance)) return WDB_E_CORRUPT;
-        here += distance;
-        while (wanted < here) {
-            if (a == aEnd) return WDB_OK;
-            if (!readVarint(a, aEnd, distance)) return WDB_E_CORRUPT;
-            wanted += distance;
+
+    // To the first position not below `wanted`: WDB_FAIL when there is none.
+    Status reach(uint64_t wanted) {
+        while (here < wanted) {
+            if (at == end) return WDB_FAIL;
+            uint32_t distance;
+            if (!readVarint(at, end, distance)) return WDB_E_CORRUPT;
+            here += distance;
         }
-        found = wanted == here;
-        if (found) return WDB_OK;
+        return WDB_OK;
+    }
+    Status begin() {
+        uint32_t first;
+        if (!readVarint(at, end, first)) return WDB_E_CORRUPT;
+        here = first;
+        return WDB_OK;
+    }
+};
+
+// WDB_OK when the words have positions one behind the other, WDB_FAIL when not.
+Status standInOrder(std::vector<PositionWalk>& words) {
+    for (PositionWalk& word : words) WDB_TRY(word.begin());
+    for (size_t i = 1; i < words.size();) {
+        WDB_TRY(words[i].reach(words[0].here + i));
+        if (words[i].here == words[0].here + i) {
+            ++i;
+            continue;
+        }
+        WDB_TRY(words[0].reach(words[i].here - i));
+        i = 1;
     }
     return WDB_OK;
 }
@@ -357,23 +371,29 @@ Status WordSearch::filterByPositions(RecordSet& candidates, const std::vector<Ph
     std::vector<WordPositions> readers;
     readers.reserve(words.size());
     for (const PhraseWord& word : words) readers.emplace_back(*impl_.sources.words, word);
-    const bool pair = readers[0].single() && readers[1].single();
+    const bool plain =
+        std::all_of(readers.begin(), readers.end(), [](const WordPositions& word) { return word.single(); });
     RecordSetBuilder builder;
+    std::vector<PositionWalk> walks;
     std::vector<uint32_t> begins;
     std::vector<uint32_t> here;
     Status status = WDB_OK;
     candidates.forEach([&](RecordNumber record) {
         if (!ok(status)) return;
         bool found = true;
-        if (pair) {
-            Slice first;
-            Slice second;
-            status = readers[0].stored(record, first);
-            if (ok(status)) status = readers[1].stored(record, second);
-            if (ok(status)) status = standsBehind(first, second, found);
-        }
-        if (ok(status) && found && !(pair && readers.size() == 2))
+        if (plain) {
+            walks.clear();
+            for (size_t i = 0; ok(status) && i < readers.size(); ++i) {
+                Slice stored;
+                status = readers[i].stored(record, stored);
+                walks.push_back({stored.data(), stored.data() + stored.size()});
+            }
+            if (ok(status)) status = standInOrder(walks);
+            found = status != WDB_FAIL;
+            if (!found) status = WDB_OK;
+        } else {
             status = standTogether(readers, record, begins, here, found);
+        }
         if (ok(status) && found) builder.add(record);
     });
     candidates = builder.finish();
