@@ -108,7 +108,8 @@ public:
     // for no record and has the place 0.
     Status places(FieldNumber field, std::span<const RecordNumber> records, std::vector<uint64_t>& out);
 
-    // The place of a value that the file has, by its rank; the rank of such a place, or 0 for a value between two.
+    // The place of a value that the file has, by its rank; the rank of such a place, or 0 for a value between
+    // two.
     static uint64_t placeOf(uint32_t rank);
     static uint32_t rankOfPlace(uint64_t place);
     // The records whose place these ranks do not tell: changed since the merge, with several items, with cut

@@ -67,7 +67,8 @@ void RankCache::store(std::shared_ptr<const Vocabulary> vocabulary) {
 
 std::shared_ptr<const RankMap> RankCache::map(const RankMap::Key& key) const {
     const std::lock_guard lock(mutex_);
-    const auto found = std::find_if(maps_.begin(), maps_.end(), [&](const auto& map) { return map->key == key; });
+    const auto found =
+        std::find_if(maps_.begin(), maps_.end(), [&](const auto& map) { return map->key == key; });
     return found == maps_.end() ? nullptr : *found;
 }
 

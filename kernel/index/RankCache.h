@@ -80,7 +80,7 @@ private:
     mutable std::mutex mutex_;
     mutable uint64_t clock_ = 0;
     std::vector<Kept> kept_;
-    std::vector<Walked> walked_;  // one per field
+    std::vector<Walked> walked_;                        // one per field
     std::vector<std::shared_ptr<const RankMap>> maps_;  // the latest last
 };
 

@@ -8,8 +8,8 @@
 
 namespace wdb {
 
-// Where the values of one field stand in the order of another one, of any base: what joins by equal values read. Valid for
-// one position of each value file.
+// Where the values of one field stand in the order of another one, of any base: what joins by equal values
+// read. Valid for one position of each value file.
 struct RankMap {
     // Which two orders it connects.
     struct Key {

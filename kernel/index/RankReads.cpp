@@ -110,9 +110,10 @@ Result<RecordSet> IndexView::unranked(FieldNumber field, const Ranks& ranks) {
     return loose;
 }
 
-Result<std::shared_ptr<const RankMap>> IndexView::rankMap(FieldNumber field, IndexView& other, FieldNumber otherField,
-                                                          uint64_t otherBase) {
-    const RankMap::Key key{field, impl_->sources.valuePosition, otherBase, otherField, other.impl_->sources.valuePosition};
+Result<std::shared_ptr<const RankMap>> IndexView::rankMap(FieldNumber field, IndexView& other,
+                                                          FieldNumber otherField, uint64_t otherBase) {
+    const RankMap::Key key{field, impl_->sources.valuePosition, otherBase, otherField,
+                           other.impl_->sources.valuePosition};
     RankCache* const cache = impl_->sources.ranks;
     if (cache != nullptr) {
         if (auto cached = cache->map(key)) return cached;
@@ -143,8 +144,8 @@ Result<std::shared_ptr<const RankMap>> IndexView::rankMap(FieldNumber field, Ind
     return std::shared_ptr<const RankMap>(std::move(map));
 }
 
-Status IndexView::integers(FieldNumber field, std::span<const RecordNumber> records, std::vector<int64_t>& values,
-                           std::vector<char>& present) {
+Status IndexView::integers(FieldNumber field, std::span<const RecordNumber> records,
+                           std::vector<int64_t>& values, std::vector<char>& present) {
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();
     if ((*definition)->type != FieldType::Integer) return WDB_E_TYPE;

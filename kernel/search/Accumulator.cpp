@@ -39,16 +39,21 @@ void Accumulator::addNumber(Slice canonical) {
     const std::optional<DecimalNumber> number = DecimalNumber::parse(canonical);
     if (!number) return;
     ++count_;
-    if (exact_ == nullptr) exact_ = std::make_shared<DecimalNumber>(*number);
-    else exact_->add(*number);
+    if (exact_ == nullptr)
+        exact_ = std::make_shared<DecimalNumber>(*number);
+    else
+        exact_->add(*number);
 }
 
 FieldType Accumulator::type() const {
     switch (function_) {
-    case Function::Count: return FieldType::Integer;
-    case Function::Avg:
-    case Function::Sum: return FieldType::Number;
-    default: return type_;
+        case Function::Count:
+            return FieldType::Integer;
+        case Function::Avg:
+        case Function::Sum:
+            return FieldType::Number;
+        default:
+            return type_;
     }
 }
 

@@ -14,7 +14,8 @@ namespace wdb {
 // What an aggregate has seen of one group.
 class Accumulator {
 public:
-    Accumulator(ccl::Function function, FieldType type, bool distinct) : function_(function), type_(type), distinct_(distinct) {}
+    Accumulator(ccl::Function function, FieldType type, bool distinct)
+        : function_(function), type_(type), distinct_(distinct) {}
 
     // An item that is not empty.
     void add(Slice canonical);
@@ -36,10 +37,10 @@ private:
     FieldType type_;
     bool distinct_;
     uint64_t count_ = 0;
-    __int128 whole_ = 0;                                           // sum of INTEGER items
-    std::shared_ptr<DecimalNumber> exact_;                         // sum of NUMBER items
-    std::string best_;                                             // MIN, MAX: the item
-    std::shared_ptr<std::unordered_set<std::string>> seen_;        // DISTINCT: keys
+    __int128 whole_ = 0;                                     // sum of INTEGER items
+    std::shared_ptr<DecimalNumber> exact_;                   // sum of NUMBER items
+    std::string best_;                                       // MIN, MAX: the item
+    std::shared_ptr<std::unordered_set<std::string>> seen_;  // DISTINCT: keys
 };
 
 }  // namespace wdb

@@ -25,11 +25,16 @@ struct NumberRange {
 
 NumberRange rangeOf(Comparison comparison, int64_t n) {
     switch (comparison) {
-    case Comparison::Less: return {1, n == std::numeric_limits<int64_t>::min() ? 0 : n - 1};
-    case Comparison::LessOrEqual: return {1, n};
-    case Comparison::Greater: return {n == std::numeric_limits<int64_t>::max() ? n : n + 1, kLastRecord};
-    case Comparison::GreaterOrEqual: return {n, kLastRecord};
-    default: return {n, n};
+        case Comparison::Less:
+            return {1, n == std::numeric_limits<int64_t>::min() ? 0 : n - 1};
+        case Comparison::LessOrEqual:
+            return {1, n};
+        case Comparison::Greater:
+            return {n == std::numeric_limits<int64_t>::max() ? n : n + 1, kLastRecord};
+        case Comparison::GreaterOrEqual:
+            return {n, kLastRecord};
+        default:
+            return {n, n};
     }
 }
 
@@ -39,7 +44,9 @@ void setRange(NumberRange range, Condition& condition) {
     condition.lastRecord = static_cast<RecordNumber>(std::min(range.high, kLastRecord));
 }
 
-bool isOrder(Comparison comparison) { return comparison != Comparison::Equal && comparison != Comparison::NotEqual; }
+bool isOrder(Comparison comparison) {
+    return comparison != Comparison::Equal && comparison != Comparison::NotEqual;
+}
 
 }  // namespace
 
@@ -56,7 +63,8 @@ Status ConditionBinder::bindOne(const Criterion& criterion, Condition& condition
 
 Status ConditionBinder::bindInSet(const Criterion& criterion, Condition& condition) {
     SearchSet* set = search_.find(static_cast<int32_t>(criterion.number));
-    if (set == nullptr) return fault(error_, WDB_E_CCL_SET, criterion.position, std::to_string(criterion.number));
+    if (set == nullptr)
+        return fault(error_, WDB_E_CCL_SET, criterion.position, std::to_string(criterion.number));
     condition.test = Test::Records;
     condition.records = set->recordsOf(state_.snapshot.base());
     return WDB_OK;
@@ -67,16 +75,21 @@ Status ConditionBinder::bindRecords(const Criterion& criterion, Condition& condi
     condition.test = Test::Numbered;
     condition.negated = criterion.comparison == Comparison::NotEqual;
     switch (criterion.form) {
-    case Form::Any:
-        if (!isOrder(criterion.comparison)) setRange({}, condition);
-        return WDB_OK;
-    case Form::Empty: return WDB_OK;  // no record is without a number
-    case Form::Set: return bindSetRecords(criterion, condition);
-    case Form::NumberRange:
-        if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
-        setRange({criterion.number, criterion.numberHigh}, condition);
-        return WDB_OK;
-    default: setRange(rangeOf(criterion.comparison, criterion.number), condition); return WDB_OK;
+        case Form::Any:
+            if (!isOrder(criterion.comparison)) setRange({}, condition);
+            return WDB_OK;
+        case Form::Empty:
+            return WDB_OK;  // no record is without a number
+        case Form::Set:
+            return bindSetRecords(criterion, condition);
+        case Form::NumberRange:
+            if (isOrder(criterion.comparison))
+                return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
+            setRange({criterion.number, criterion.numberHigh}, condition);
+            return WDB_OK;
+        default:
+            setRange(rangeOf(criterion.comparison, criterion.number), condition);
+            return WDB_OK;
     }
 }
 
@@ -90,23 +103,29 @@ Status ConditionBinder::bindField(const Criterion& criterion, Condition& conditi
     condition.last = static_cast<uint32_t>(criterion.column.last);
     condition.negated = criterion.comparison == Comparison::NotEqual;
     switch (criterion.form) {
-    case Form::Any:
-        if (!isOrder(criterion.comparison)) condition.test = Test::Present;
-        else if (condition.field->type == FieldType::Phrase) return bindOrder(criterion, condition);
-        return WDB_OK;
-    case Form::Empty:
-        condition.negated = false;
-        if (criterion.comparison == Comparison::Equal) condition.test = Test::Absent;
-        if (criterion.comparison == Comparison::NotEqual) condition.test = Test::Present;
-        return WDB_OK;
-    case Form::Set: return bindSetValues(criterion, condition);
-    case Form::TextRange: return bindTextRange(criterion, condition);
-    default: return bindText(criterion, condition);
+        case Form::Any:
+            if (!isOrder(criterion.comparison))
+                condition.test = Test::Present;
+            else if (condition.field->type == FieldType::Phrase)
+                return bindOrder(criterion, condition);
+            return WDB_OK;
+        case Form::Empty:
+            condition.negated = false;
+            if (criterion.comparison == Comparison::Equal) condition.test = Test::Absent;
+            if (criterion.comparison == Comparison::NotEqual) condition.test = Test::Present;
+            return WDB_OK;
+        case Form::Set:
+            return bindSetValues(criterion, condition);
+        case Form::TextRange:
+            return bindTextRange(criterion, condition);
+        default:
+            return bindText(criterion, condition);
     }
 }
 
 Status ConditionBinder::readOperand(const FieldDefinition& field, const ccl::Value& value, Operand& operand) {
-    Result<Operand> read = operandOf(field.type, value.prefix(), state_.context.dateForm(), state_.context.today());
+    Result<Operand> read =
+        operandOf(field.type, value.prefix(), state_.context.dateForm(), state_.context.today());
     if (!read) return fault(error_, read.status(), value.position, std::string(value.prefix()));
     operand = std::move(*read);
     return WDB_OK;
@@ -152,7 +171,8 @@ Status ConditionBinder::bindEqual(const Criterion& criterion, Condition& conditi
     return WDB_OK;
 }
 
-// What is left of a value before its first wildcard may be nothing: every text stands above that, no number to it.
+// What is left of a value before its first wildcard may be nothing: every text stands above that, no number
+// to it.
 Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& condition) {
     const Comparison comparison = criterion.comparison;
     const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
@@ -172,8 +192,10 @@ Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& conditi
     WDB_TRY(readOperand(*condition.field, criterion.low, operand));
     if (operand.empty()) return WDB_OK;
     bool none = false;
-    if (above) condition.low = lowBound(operand, inclusive, none);
-    else condition.high = highBound(operand, inclusive, none);
+    if (above)
+        condition.low = lowBound(operand, inclusive, none);
+    else
+        condition.high = highBound(operand, inclusive, none);
     if (none) return WDB_OK;
     condition.test = condition.low || condition.high ? Test::Within : Test::Present;
     return WDB_OK;
@@ -181,7 +203,8 @@ Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& conditi
 
 Status ConditionBinder::bindTextRange(const Criterion& criterion, Condition& condition) {
     const FieldType type = condition.field->type;
-    if (type == FieldType::String) return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
+    if (type == FieldType::String)
+        return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
     if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
     if (criterion.low.pieces.empty() || criterion.high.prefix().empty()) return WDB_OK;
     const bool fromLowest = criterion.low.prefix().empty();
@@ -212,7 +235,8 @@ Status ConditionBinder::bindSetValues(const Criterion& criterion, Condition& con
     const FieldDefinition& field = *condition.field;
     if (field.type == FieldType::String) return fault(error_, WDB_E_TYPE, criterion.position, field.name);
     if (field.type == FieldType::Text) {
-        if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position, field.name);
+        if (isOrder(criterion.comparison))
+            return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position, field.name);
         condition.test = Test::Words;
         for (const std::string& text : values.texts()) {
             condition.phrases.push_back(state_.context.analyzer().wordPatterns(Pattern(text)));
@@ -227,11 +251,14 @@ Status ConditionBinder::bindSetValues(const Criterion& criterion, Condition& con
     }
     if (canonical.empty()) return WDB_OK;
     condition.test = Test::Within;
-    const bool above = criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
+    const bool above =
+        criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
     const bool inclusive =
         criterion.comparison == Comparison::GreaterOrEqual || criterion.comparison == Comparison::LessOrEqual;
-    if (above) condition.low = Bound{std::move(canonical.front()), inclusive};
-    else condition.high = Bound{std::move(canonical.back()), inclusive};
+    if (above)
+        condition.low = Bound{std::move(canonical.front()), inclusive};
+    else
+        condition.high = Bound{std::move(canonical.back()), inclusive};
     return WDB_OK;
 }
 
@@ -251,7 +278,8 @@ Status ConditionBinder::bindSetRecords(const Criterion& criterion, Condition& co
         return WDB_OK;
     }
     if (numbers.empty()) return WDB_OK;
-    const bool above = criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
+    const bool above =
+        criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
     const int64_t limit = decodeInteger(above ? numbers.front() : numbers.back());
     setRange(rangeOf(criterion.comparison, limit), condition);
     return WDB_OK;

@@ -7,14 +7,15 @@
 
 namespace wdb {
 
-// Turns criteria into conditions on the fields of one base: names into fields, constants into values of their types, the
-// columns of earlier sets into lists of values. The conditions point into the base's definition.
+// Turns criteria into conditions on the fields of one base: names into fields, constants into values of their
+// types, the columns of earlier sets into lists of values. The conditions point into the base's definition.
 class ConditionBinder {
 public:
     ConditionBinder(BaseState& state, Search& search, CommandError& error)
         : state_(state), search_(search), error_(error) {}
 
-    // In the order of the criteria. WDB_E_CCL_FIELD, WDB_E_CCL_SET, WDB_E_VALUE, WDB_E_TYPE, WDB_E_CCL_UNSUPPORTED.
+    // In the order of the criteria. WDB_E_CCL_FIELD, WDB_E_CCL_SET, WDB_E_VALUE, WDB_E_TYPE,
+    // WDB_E_CCL_UNSUPPORTED.
     Status bind(const std::vector<ccl::Criterion>& criteria, std::vector<Condition>& conditions);
     Status bindOne(const ccl::Criterion& criterion, Condition& condition);
 

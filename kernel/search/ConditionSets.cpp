@@ -11,7 +11,8 @@ namespace {
 using Test = Condition::Test;
 
 Result<RecordSet> phrasesOf(const Condition& condition, BaseState& state) {
-    if (condition.phrases.size() == 1) return state.index.phrase(condition.field->number, condition.phrases.front());
+    if (condition.phrases.size() == 1)
+        return state.index.phrase(condition.field->number, condition.phrases.front());
     RecordSetBuilder builder;
     for (const std::vector<Pattern>& phrase : condition.phrases) {
         Result<RecordSet> hits = state.index.phrase(condition.field->number, phrase);
@@ -22,7 +23,8 @@ Result<RecordSet> phrasesOf(const Condition& condition, BaseState& state) {
 }
 
 Result<RecordSet> equalsOf(const Condition& condition, BaseState& state) {
-    if (condition.values.size() == 1) return state.index.equal(condition.field->number, condition.values.front());
+    if (condition.values.size() == 1)
+        return state.index.equal(condition.field->number, condition.values.front());
     RecordSetBuilder builder;
     for (const std::string& value : condition.values) {
         Result<RecordSet> hits = state.index.equal(condition.field->number, value);
@@ -32,19 +34,27 @@ Result<RecordSet> equalsOf(const Condition& condition, BaseState& state) {
     return builder.finish();
 }
 
-// The records with some item that passes the test, subfields aside. (Exact but for Delivered, which no index knows.)
+// The records with some item that passes the test, subfields aside. (Exact but for Delivered, which no index
+// knows.)
 Result<RecordSet> passing(const Condition& condition, BaseState& state) {
     const FieldNumber field = condition.field->number;
     switch (condition.test) {
-    case Test::Present:
-    case Test::Absent:
-    case Test::Delivered: return state.index.present(field);
-    case Test::Equal: return equalsOf(condition, state);
-    case Test::Matching: return state.index.match(field, condition.pattern);
-    case Test::Words: return phrasesOf(condition, state);
-    case Test::Within: return state.index.range(field, condition.low, condition.high);
-    case Test::WordWithin: return state.index.wordRange(field, condition.low, condition.high);
-    default: return RecordSet();
+        case Test::Present:
+        case Test::Absent:
+        case Test::Delivered:
+            return state.index.present(field);
+        case Test::Equal:
+            return equalsOf(condition, state);
+        case Test::Matching:
+            return state.index.match(field, condition.pattern);
+        case Test::Words:
+            return phrasesOf(condition, state);
+        case Test::Within:
+            return state.index.range(field, condition.low, condition.high);
+        case Test::WordWithin:
+            return state.index.wordRange(field, condition.low, condition.high);
+        default:
+            return RecordSet();
     }
 }
 
@@ -58,8 +68,10 @@ Result<RecordSet> recordIfLive(RecordNumber number, BaseState& state) {
 Result<RecordSet> recordsAmong(const Condition& condition, BaseState& state) {
     Result<RecordSet> live = state.index.live();
     if (!live) return live;
-    if (condition.negated) live->subtract(condition.records);
-    else live->intersect(condition.records);
+    if (condition.negated)
+        live->subtract(condition.records);
+    else
+        live->intersect(condition.records);
     return live;
 }
 
@@ -71,8 +83,10 @@ Result<RecordSet> recordsNumbered(const Condition& condition, BaseState& state) 
     if (!live || live->empty()) return live;
     const RecordNumber last = std::min(condition.lastRecord, live->last());
     if (!condition.negated && first == 1 && last == live->last()) return live;
-    if (condition.negated) live->subtract(RecordSet::range(first, last));
-    else live->intersect(RecordSet::range(first, last));
+    if (condition.negated)
+        live->subtract(RecordSet::range(first, last));
+    else
+        live->intersect(RecordSet::range(first, last));
     return live;
 }
 
@@ -92,8 +106,10 @@ Result<RecordSet> filterByRecords(const RecordSet& candidates, const Condition& 
     candidates.forEach([&](RecordNumber number) {
         if (status != WDB_OK) return;
         const Result<RecordView> record = state.snapshot.record(number);
-        if (!record) status = record.status();
-        else if (test.holds(*record)) builder.add(number);
+        if (!record)
+            status = record.status();
+        else if (test.holds(*record))
+            builder.add(number);
     });
     if (status != WDB_OK) return status;
     return builder.finish();
@@ -104,14 +120,15 @@ Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state) {
     if (condition.test == Test::Numbered) return recordsNumbered(condition, state);
     const bool byRecords = condition.first > 0 || condition.test == Test::Delivered;
     if (!byRecords) {
-        if (condition.test == Test::Absent) return subtractedFrom(state.index.live(), passing(condition, state));
+        if (condition.test == Test::Absent)
+            return subtractedFrom(state.index.live(), passing(condition, state));
         if (!condition.negated) return passing(condition, state);
         return subtractedFrom(state.index.present(condition.field->number), passing(condition, state));
     }
     // The field as a whole narrows down the records that are looked at.
     Result<RecordSet> candidates = condition.test == Test::Absent ? state.index.live()
-                                   : condition.negated            ? state.index.present(condition.field->number)
-                                                                  : passing(condition, state);
+                                   : condition.negated ? state.index.present(condition.field->number)
+                                                       : passing(condition, state);
     if (!candidates) return candidates;
     return filterByRecords(*candidates, condition, state);
 }
@@ -123,7 +140,8 @@ Result<RecordSet> recordsMaybe(const Condition& condition, BaseState& state) {
     return recordsWhere(condition, state);
 }
 
-// A pattern without a beginning walks through all keys of its field; looking at a record costs about eight keys.
+// A pattern without a beginning walks through all keys of its field; looking at a record costs about eight
+// keys.
 bool cheaperByRecords(const Condition& condition, uint64_t candidates, BaseState& state) {
     if (condition.test == Test::Delivered) return true;
     if (condition.test != Test::Matching) return condition.first > 0 && candidates <= 2000;

@@ -5,7 +5,8 @@
 
 namespace wdb {
 
-// The records for which a condition holds; live ones only. The set may borrow from the state's snapshot and from the condition.
+// The records for which a condition holds; live ones only. The set may borrow from the state's snapshot and
+// from the condition.
 Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state);
 
 // All records that have a part for which the condition may hold, and maybe others.

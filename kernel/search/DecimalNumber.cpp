@@ -35,7 +35,9 @@ DecimalNumber::DecimalNumber(int64_t value) {
     static_assert(sizeof(long) == sizeof(int64_t));
     mpz_init_set_si(digits_, value);
 }
-DecimalNumber::DecimalNumber(const DecimalNumber& other) : scale_(other.scale_) { mpz_init_set(digits_, other.digits_); }
+DecimalNumber::DecimalNumber(const DecimalNumber& other) : scale_(other.scale_) {
+    mpz_init_set(digits_, other.digits_);
+}
 DecimalNumber& DecimalNumber::operator=(const DecimalNumber& other) {
     mpz_set(digits_, other.digits_);
     scale_ = other.scale_;
@@ -112,13 +114,16 @@ bool DecimalNumber::divide(const DecimalNumber& other) {
     mpz_mul_2exp(divisor.digits_, divisor.digits_, 1);
     mpz_fdiv_q(digits_, digits_, divisor.digits_);
     if (negative) mpz_neg(digits_, digits_);
-    for (scale_ = kQuotientDecimals; scale_ > kLeastDecimals && mpz_divisible_ui_p(digits_, 10) != 0; --scale_) {
+    for (scale_ = kQuotientDecimals; scale_ > kLeastDecimals && mpz_divisible_ui_p(digits_, 10) != 0;
+         --scale_) {
         mpz_divexact_ui(digits_, digits_, 10);
     }
     return true;
 }
 
-bool DecimalNumber::tooLong() const { return std::max<size_t>(mpz_sizeinbase(digits_, 10), scale_) > kMaxNumberText; }
+bool DecimalNumber::tooLong() const {
+    return std::max<size_t>(mpz_sizeinbase(digits_, 10), scale_) > kMaxNumberText;
+}
 
 std::optional<std::string> DecimalNumber::text() const {
     if (tooLong()) return std::nullopt;

@@ -25,8 +25,8 @@ public:
     void add(const DecimalNumber& other);
     void subtract(const DecimalNumber& other);
     void multiply(const DecimalNumber& other);
-    // The quotient rounded half away from zero to 6 decimals, zeros at the end dropped down to two. False for a division by
-    // zero: nothing is changed then.
+    // The quotient rounded half away from zero to 6 decimals, zeros at the end dropped down to two. False for
+    // a division by zero: nothing is changed then.
     bool divide(const DecimalNumber& other);
 
     // Nothing for a number that is longer than a NUMBER may be.

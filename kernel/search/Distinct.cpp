@@ -27,7 +27,8 @@ void RowKeyMaker::append(const RowView& row, std::string& key) {
                 appendValue(text_, key);
             });
         } else {
-            const FieldType type = column.kind == Kind::Computed ? row.computed[column.computed].type : column.type;
+            const FieldType type =
+                column.kind == Kind::Computed ? row.computed[column.computed].type : column.type;
             columnValues(column, row, form_, [&](Slice value) {
                 text_.clear();
                 renderValue(type, value, form_, text_);
@@ -41,8 +42,10 @@ void RowKeyMaker::append(const RowView& row, std::string& key) {
 // NULL has the length 0, which no value has.
 void RowKeyMaker::appendValue(Slice text, std::string& key) {
     appendBig(key, static_cast<uint32_t>(text.size()));
-    if (text.size() <= kNormalizedLength) normalizeTo(text, kNormalizeValue, key);
-    else key += text;
+    if (text.size() <= kNormalizedLength)
+        normalizeTo(text, kNormalizeValue, key);
+    else
+        key += text;
     key += '\0';
 }
 

@@ -4,14 +4,15 @@
 
 namespace wdb {
 
-// Whether DISTINCT compares texts and objects by their contents, since rows deliver them so, or by their references.
+// Whether DISTINCT compares texts and objects by their contents, since rows deliver them so, or by their
+// references.
 struct InlineValues {
     bool texts = false;
     bool objects = false;
 };
 
-// Appends what a row is compared by: rows are equal when these bytes are. Values of different lengths differ; up to 256 bytes
-// they are compared normalised, longer ones as they are.
+// Appends what a row is compared by: rows are equal when these bytes are. Values of different lengths differ;
+// up to 256 bytes they are compared normalised, longer ones as they are.
 //
 // reader: of the table's base, for the contents of objects.
 class RowKeyMaker {

@@ -12,8 +12,12 @@ using ccl::ExpressionNode;
 
 class Evaluation {
 public:
-    Evaluation(const ccl::Expression& expression, std::span<const Condition> conditions, BaseState& state, Reading reading)
-        : expression_(expression), conditions_(conditions), state_(state), loose_(reading == Reading::Loose) {}
+    Evaluation(const ccl::Expression& expression, std::span<const Condition> conditions, BaseState& state,
+               Reading reading)
+        : expression_(expression),
+          conditions_(conditions),
+          state_(state),
+          loose_(reading == Reading::Loose) {}
 
     Result<RecordSet> run(uint32_t root) {
         visits_.push_back({root, Stage::Enter, StepTimer(state_.context, 1), 1});
@@ -40,7 +44,8 @@ private:
         if (visit.stage == Stage::LeftDone) return leftDone(visit, node);
         if (node.kind == Connective::Criterion) {
             const Condition& condition = conditions_[node.left];
-            Result<RecordSet> set = loose_ ? recordsMaybe(condition, state_) : recordsWhere(condition, state_);
+            Result<RecordSet> set =
+                loose_ ? recordsMaybe(condition, state_) : recordsWhere(condition, state_);
             if (!set) return set.status();
             results_.push_back(std::move(*set));
             return tell(visit, WDB_OK);
@@ -50,16 +55,19 @@ private:
         return WDB_OK;
     }
 
-    void enter(uint32_t node, int32_t depth) { visits_.push_back({node, Stage::Enter, StepTimer(state_.context, depth), depth}); }
+    void enter(uint32_t node, int32_t depth) {
+        visits_.push_back({node, Stage::Enter, StepTimer(state_.context, depth), depth});
+    }
 
     // Those who watch are told that a node is done; its set is the last result.
     Status tell(const Visit& visit, Status status) {
         if (status != WDB_OK || !visit.timer.watched()) return status;
         const ExpressionNode& node = expression_.nodes[visit.node];
-        const std::string what = node.kind == Connective::Criterion ? ccl::printCriterion(expression_.criteria[node.left])
-                                 : node.kind == Connective::And     ? "AND"
-                                 : node.kind == Connective::Or      ? "ORX"
-                                                                    : "NOT";
+        const std::string what = node.kind == Connective::Criterion
+                                     ? ccl::printCriterion(expression_.criteria[node.left])
+                                 : node.kind == Connective::And ? "AND"
+                                 : node.kind == Connective::Or  ? "ORX"
+                                                                : "NOT";
         visit.timer.done(what, results_.back().cardinality());
         return WDB_OK;
     }
@@ -99,8 +107,10 @@ private:
         RecordSet& left = results_.back();
         Result<RecordSet> kept = filterByRecords(left, condition, state_);
         if (!kept) return kept.status();
-        if (kind == Connective::And) left = std::move(*kept);
-        else left.subtract(*kept);
+        if (kind == Connective::And)
+            left = std::move(*kept);
+        else
+            left.subtract(*kept);
         return WDB_OK;
     }
 
@@ -108,9 +118,12 @@ private:
         RecordSet right = std::move(results_.back());
         results_.pop_back();
         RecordSet& left = results_.back();
-        if (kind == Connective::And) left.intersect(right);
-        else if (kind == Connective::Or) left.unite(std::move(right));
-        else left.subtract(right);
+        if (kind == Connective::And)
+            left.intersect(right);
+        else if (kind == Connective::Or)
+            left.unite(std::move(right));
+        else
+            left.subtract(right);
         return WDB_OK;
     }
 
@@ -124,14 +137,16 @@ private:
 
 }  // namespace
 
-Result<RecordSet> evaluateExpression(const ccl::Expression& expression, uint32_t root, std::span<const Condition> conditions,
-                                     BaseState& state, Reading reading) {
+Result<RecordSet> evaluateExpression(const ccl::Expression& expression, uint32_t root,
+                                     std::span<const Condition> conditions, BaseState& state,
+                                     Reading reading) {
     return Evaluation(expression, conditions, state, reading).run(root);
 }
 
 Result<RecordSet> evaluateExpression(const ccl::Expression& expression, std::span<const Condition> conditions,
                                      BaseState& state) {
-    return evaluateExpression(expression, static_cast<uint32_t>(expression.nodes.size() - 1), conditions, state);
+    return evaluateExpression(expression, static_cast<uint32_t>(expression.nodes.size() - 1), conditions,
+                              state);
 }
 
 }  // namespace wdb

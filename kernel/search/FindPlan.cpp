@@ -17,7 +17,8 @@ Result<std::shared_ptr<OpenBase>> FindPlan::meaning(const ccl::Column& column) {
     Result<std::shared_ptr<OpenBase>> other = context_.findBase(column.qualifier);
     if (other || other.status() != WDB_E_BASE) return other;
     if (search_.bases().size() == 1) return search_.bases().front();
-    return fault(error_, search_.bases().empty() ? WDB_E_CCL_NO_BASE : WDB_E_CCL_FIELD, column.position, column.qualifier);
+    return fault(error_, search_.bases().empty() ? WDB_E_CCL_NO_BASE : WDB_E_CCL_FIELD, column.position,
+                 column.qualifier);
 }
 
 Status FindPlan::findBases(std::vector<std::shared_ptr<OpenBase>>& bases) {
@@ -34,17 +35,21 @@ Status FindPlan::findBases(std::vector<std::shared_ptr<OpenBase>>& bases) {
         }
         named = std::move(*base);
     }
-    if (named != nullptr) bases = {named};
-    else bases = search_.bases();
+    if (named != nullptr)
+        bases = {named};
+    else
+        bases = search_.bases();
     return bases.empty() ? fault(error_, WDB_E_CCL_NO_BASE, 0) : WDB_OK;
 }
 
-// A base whose records have parts: a record is found when one of its rows is. Only a search over one base keeps the rows.
+// A base whose records have parts: a record is found when one of its rows is. Only a search over one base
+// keeps the rows.
 Status FindPlan::searchParted(BaseState& state, SetBase& result, SearchSet& set) {
     std::vector<Condition> conditions;
     WDB_TRY(ConditionBinder(state, search_, error_).bind(expression_.criteria, conditions));
     PartHits hits;
-    WDB_TRY(searchParts(&expression_, static_cast<uint32_t>(expression_.nodes.size() - 1), conditions, state, hits));
+    WDB_TRY(searchParts(&expression_, static_cast<uint32_t>(expression_.nodes.size() - 1), conditions, state,
+                        hits));
     RecordSetBuilder records;
     for (const PartRow& row : hits.rows) records.add(row.record);
     fillBase(state, records.finish(), result);
@@ -64,12 +69,16 @@ Result<std::unique_ptr<SearchSet>> FindPlan::makeSet() {
         BaseState state(context_, **snapshot);
         SetBase part;
         const auto& fields = state.snapshot.schema().fields();
-        const bool parts = std::any_of(fields.begin(), fields.end(), [](const FieldDefinition& field) { return field.part; });
-        const Status status = parts ? searchParted(state, part, *set) : searchBase(&expression_, state, search_, part, error_);
+        const bool parts = std::any_of(fields.begin(), fields.end(),
+                                       [](const FieldDefinition& field) { return field.part; });
+        const Status status =
+            parts ? searchParted(state, part, *set) : searchBase(&expression_, state, search_, part, error_);
         const bool unknownField = status == WDB_E_CCL_FIELD && bases.size() > 1;
         if (status != WDB_OK && !unknownField) return status;
-        if (unknownField) last = status;
-        else set->bases.push_back(std::move(part));
+        if (unknownField)
+            last = status;
+        else
+            set->bases.push_back(std::move(part));
     }
     if (set->bases.empty()) return last;
     if (set->bases.size() > 1) set->hits.clear();

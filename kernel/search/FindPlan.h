@@ -11,9 +11,9 @@ namespace wdb {
 
 // Makes the record set of a FIN command.
 //
-// A qualifier means, in this order, a search base, another base (the search then runs over that one), or, with one search
-// base, that base by a correlation name. All qualifiers must mean one base. Without any, every search base is searched by
-// itself, and one that lacks a field of the condition contributes nothing.
+// A qualifier means, in this order, a search base, another base (the search then runs over that one), or,
+// with one search base, that base by a correlation name. All qualifiers must mean one base. Without any,
+// every search base is searched by itself, and one that lacks a field of the condition contributes nothing.
 class FindPlan {
 public:
     FindPlan(const ccl::Expression& expression, SearchContext& context, Search& search, CommandError& error)

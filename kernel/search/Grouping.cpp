@@ -57,7 +57,9 @@ Status groupRows(std::span<const OutputColumn> columns, const SourceRows& source
     return WDB_OK;
 }
 
-RowGroups oneGroup(size_t rows) { return {std::vector<uint32_t>(rows, 0), 1, {0}, {rows == 0 ? Tuples::kNone : 0}}; }
+RowGroups oneGroup(size_t rows) {
+    return {std::vector<uint32_t>(rows, 0), 1, {0}, {rows == 0 ? Tuples::kNone : 0}};
+}
 
 namespace {
 
@@ -73,9 +75,9 @@ Status aggregateIntegers(const BoundAggregate& aggregate, const SourceRows& sour
                          ComputedColumn& result) {
     using ccl::Function;
     const BoundColumn& column = *aggregate.column;
-    const bool fits = column.field != nullptr && column.field->type == FieldType::Integer && column.first == 0 &&
-                      !column.ofParts() && !aggregate.distinct && aggregate.function != Function::Min &&
-                      aggregate.function != Function::Max;
+    const bool fits = column.field != nullptr && column.field->type == FieldType::Integer &&
+                      column.first == 0 && !column.ofParts() && !aggregate.distinct &&
+                      aggregate.function != Function::Min && aggregate.function != Function::Max;
     if (!fits) return WDB_FAIL;
     std::vector<int64_t> values;
     std::vector<char> present;
@@ -99,7 +101,8 @@ Status aggregateIntegers(const BoundAggregate& aggregate, const SourceRows& sour
     }
     for (const uint32_t group : groups.groups) {
         Accumulator accumulator(aggregate.function, FieldType::Integer, false);
-        accumulator.addIntegers(sums[group].carried + sums[group].sum, static_cast<uint64_t>(sums[group].count));
+        accumulator.addIntegers(sums[group].carried + sums[group].sum,
+                                static_cast<uint64_t>(sums[group].count));
         result.type = accumulator.type();
         result.values.push_back(accumulator.result());
     }
@@ -108,7 +111,8 @@ Status aggregateIntegers(const BoundAggregate& aggregate, const SourceRows& sour
 
 }  // namespace
 
-Status aggregate(const BoundAggregate& aggregate, const SourceRows& source, const RowGroups& groups, ComputedColumn& result) {
+Status aggregate(const BoundAggregate& aggregate, const SourceRows& source, const RowGroups& groups,
+                 ComputedColumn& result) {
     if (!aggregate.column) {
         countRows(groups, result);
         return WDB_OK;

@@ -17,8 +17,9 @@ Status groupRows(std::span<const OutputColumn> columns, const SourceRows& source
 // One group of all rows, also of none.
 RowGroups oneGroup(size_t rows);
 
-// The value of an aggregate for each group. COUNT: rows, or items that are not empty; SUM exact; AVG rounded half up to 6
-// decimals; NULL without any item. DISTINCT takes equal items once.
-Status aggregate(const BoundAggregate& aggregate, const SourceRows& source, const RowGroups& groups, ComputedColumn& result);
+// The value of an aggregate for each group. COUNT: rows, or items that are not empty; SUM exact; AVG rounded
+// half up to 6 decimals; NULL without any item. DISTINCT takes equal items once.
+Status aggregate(const BoundAggregate& aggregate, const SourceRows& source, const RowGroups& groups,
+                 ComputedColumn& result);
 
 }  // namespace wdb

@@ -9,9 +9,11 @@
 
 namespace wdb {
 
-ItemTest::ItemTest(const Condition& condition, SearchContext& context) : condition_(condition), context_(context) {
+ItemTest::ItemTest(const Condition& condition, SearchContext& context)
+    : condition_(condition), context_(context) {
     if (condition.test != Condition::Test::Equal) return;
-    for (const std::string& value : condition.values) keys_.push_back(wholeValueKey(condition.field->type, value));
+    for (const std::string& value : condition.values)
+        keys_.push_back(wholeValueKey(condition.field->type, value));
     std::sort(keys_.begin(), keys_.end());
 }
 
@@ -37,7 +39,8 @@ bool ItemTest::anyItem(const RecordView& record, Parts parts, bool (ItemTest::*t
             const Slice text = items.first();
             for (uint32_t i = first; i <= std::min(last, paragraphCount(text)); ++i) {
                 const LineRange lines = paragraphLines(text, i);
-                if (!lines.none && (this->*test)(text.substr(lines.begin, lines.end - lines.begin))) return true;
+                if (!lines.none && (this->*test)(text.substr(lines.begin, lines.end - lines.begin)))
+                    return true;
             }
             continue;
         }
@@ -54,17 +57,24 @@ bool ItemTest::anyItem(const RecordView& record, Parts parts, bool (ItemTest::*t
 bool ItemTest::passes(Slice item) {
     using Test = Condition::Test;
     switch (condition_.test) {
-    case Test::Present: return !item.empty();
-    case Test::Equal: return equalsSome(item);
-    case Test::Matching:
-        buffer_.clear();
-        normalizeTo(item, kNormalizeValue, buffer_);
-        return condition_.pattern.match(buffer_);
-    case Test::Words: return hasPhrase(item);
-    case Test::Within: return within(item);
-    case Test::WordWithin: return hasWordWithin(item);
-    case Test::Delivered: return delivered(item);
-    default: return false;
+        case Test::Present:
+            return !item.empty();
+        case Test::Equal:
+            return equalsSome(item);
+        case Test::Matching:
+            buffer_.clear();
+            normalizeTo(item, kNormalizeValue, buffer_);
+            return condition_.pattern.match(buffer_);
+        case Test::Words:
+            return hasPhrase(item);
+        case Test::Within:
+            return within(item);
+        case Test::WordWithin:
+            return hasWordWithin(item);
+        case Test::Delivered:
+            return delivered(item);
+        default:
+            return false;
     }
 }
 
@@ -95,10 +105,12 @@ bool ItemTest::hasWordWithin(Slice text) {
     return found;
 }
 
-// Every phrase has, per place in it, the words of the text that fit there; a phrase stands where its first word does.
+// Every phrase has, per place in it, the words of the text that fit there; a phrase stands where its first
+// word does.
 bool ItemTest::hasPhrase(Slice text) {
     std::vector<std::pair<std::string, uint32_t>> words;
-    context_.analyzer().words(text, [&](const Word& word) { words.emplace_back(std::string(word.term), word.position); });
+    context_.analyzer().words(
+        text, [&](const Word& word) { words.emplace_back(std::string(word.term), word.position); });
     for (const std::vector<Pattern>& phrase : condition_.phrases) {
         if (phrase.empty()) continue;
         for (size_t start = 0; start + phrase.size() <= words.size(); ++start) {

@@ -6,7 +6,8 @@
 
 namespace wdb {
 
-// Decides a condition by looking at a record: what subfields need, and the reference for what the indexes answer.
+// Decides a condition by looking at a record: what subfields need, and the reference for what the indexes
+// answer.
 class ItemTest {
 public:
     // Both outlive the test. Not for Test::Records and Test::Numbered.

@@ -12,16 +12,24 @@ using ccl::Comparison;
 
 namespace {
 
-bool isNumeric(FieldType type) { return type == FieldType::Integer || type == FieldType::Number; }
+bool isNumeric(FieldType type) {
+    return type == FieldType::Integer || type == FieldType::Number;
+}
 
 bool stands(int order, Comparison comparison) {
     switch (comparison) {
-    case Comparison::Equal: return order == 0;
-    case Comparison::NotEqual: return order != 0;
-    case Comparison::Less: return order < 0;
-    case Comparison::LessOrEqual: return order <= 0;
-    case Comparison::Greater: return order > 0;
-    case Comparison::GreaterOrEqual: return order >= 0;
+        case Comparison::Equal:
+            return order == 0;
+        case Comparison::NotEqual:
+            return order != 0;
+        case Comparison::Less:
+            return order < 0;
+        case Comparison::LessOrEqual:
+            return order <= 0;
+        case Comparison::Greater:
+            return order > 0;
+        case Comparison::GreaterOrEqual:
+            return order >= 0;
     }
     return false;
 }
@@ -58,16 +66,21 @@ FieldType JoinComparison::common() const {
 
 Comparison JoinComparison::mirrored() const {
     switch (comparison) {
-    case Comparison::Less: return Comparison::Greater;
-    case Comparison::Greater: return Comparison::Less;
-    case Comparison::LessOrEqual: return Comparison::GreaterOrEqual;
-    case Comparison::GreaterOrEqual: return Comparison::LessOrEqual;
-    default: return comparison;
+        case Comparison::Less:
+            return Comparison::Greater;
+        case Comparison::Greater:
+            return Comparison::Less;
+        case Comparison::LessOrEqual:
+            return Comparison::GreaterOrEqual;
+        case Comparison::GreaterOrEqual:
+            return Comparison::LessOrEqual;
+        default:
+            return comparison;
     }
 }
 
-Status readJoinKeys(const BoundColumn& column, FieldType common, std::span<const PartRow> rows, SourceTables& tables,
-                    JoinKeys& keys) {
+Status readJoinKeys(const BoundColumn& column, FieldType common, std::span<const PartRow> rows,
+                    SourceTables& tables, JoinKeys& keys) {
     SourceTable& table = tables[column.table];
     KeyMaker maker(column.type(), common, tables.context());
     const auto keep = [&](Slice item) {
@@ -88,7 +101,8 @@ Status readJoinKeys(const BoundColumn& column, FieldType common, std::span<const
     return WDB_OK;
 }
 
-bool anyPair(const JoinKeys& left, size_t leftRow, Comparison comparison, const JoinKeys& right, size_t rightRow) {
+bool anyPair(const JoinKeys& left, size_t leftRow, Comparison comparison, const JoinKeys& right,
+             size_t rightRow) {
     for (uint32_t a = left.begin[leftRow]; a < left.begin[leftRow + 1]; ++a) {
         for (uint32_t b = right.begin[rightRow]; b < right.begin[rightRow + 1]; ++b) {
             if (stands(left.keys[a].compare(right.keys[b]), comparison)) return true;

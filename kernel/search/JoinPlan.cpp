@@ -12,7 +12,8 @@ Result<BoundColumn> JoinPlan::column(const ccl::Column& source) {
         WDB_TRY(tables_.add({source.qualifier, {}, source.position}));
     }
     Result<BoundColumn> bound = tables_.bind(source);
-    if (bound && bound->type() == FieldType::String) return fault(error_, WDB_E_TYPE, source.position, source.field);
+    if (bound && bound->type() == FieldType::String)
+        return fault(error_, WDB_E_TYPE, source.position, source.field);
     return bound;
 }
 
@@ -24,8 +25,9 @@ Status JoinPlan::bind() {
         if (!right) return right.status();
         const bool goesOn = !clauses_.empty() && clauses_.back().kind == join.kind &&
                             clauses_.back().left() == left->table && clauses_.back().right() == right->table;
-        const bool crossed = !clauses_.empty() && clauses_.back().kind == join.kind && join.kind == ccl::Join::Kind::Inner &&
-                             clauses_.back().left() == right->table && clauses_.back().right() == left->table;
+        const bool crossed = !clauses_.empty() && clauses_.back().kind == join.kind &&
+                             join.kind == ccl::Join::Kind::Inner && clauses_.back().left() == right->table &&
+                             clauses_.back().right() == left->table;
         JoinComparison comparison{*left, join.comparison, *right};
         if (crossed) comparison = {*right, comparison.mirrored(), *left};
         if (!goesOn && !crossed) clauses_.push_back({join.kind, {}});
@@ -59,7 +61,9 @@ Status JoinPlan::order() {
         waiting.erase(next);
     }
     for (uint32_t table = 0; table < present.size(); ++table) {
-        if (!present[table]) return fault(error_, WDB_E_CCL_UNSUPPORTED, tables_[table].name.position, tables_[table].name.base);
+        if (!present[table])
+            return fault(error_, WDB_E_CCL_UNSUPPORTED, tables_[table].name.position,
+                         tables_[table].name.base);
     }
     return WDB_OK;
 }

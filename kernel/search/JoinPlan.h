@@ -6,7 +6,8 @@
 
 namespace wdb {
 
-// Neighbouring clauses of one kind over the same two tables: one join with all their comparisons, its sides as written.
+// Neighbouring clauses of one kind over the same two tables: one join with all their comparisons, its sides
+// as written.
 struct JoinClause {
     ccl::Join::Kind kind = ccl::Join::Kind::Inner;
     std::vector<JoinComparison> comparisons;
@@ -15,12 +16,14 @@ struct JoinClause {
     uint32_t right() const { return comparisons.front().right.table; }
     // Does a row of the table stay when the other side has nothing that fits?
     bool keeps(uint32_t table) const {
-        return (kind == ccl::Join::Kind::Left && table == left()) || (kind == ccl::Join::Kind::Right && table == right());
+        return (kind == ccl::Join::Kind::Left && table == left()) ||
+               (kind == ccl::Join::Kind::Right && table == right());
     }
 };
 
-// Brings the tables of a selection together, join by join in the order written; one that does not touch the tables joined
-// so far waits until it does. A table that no join reaches is WDB_E_CCL_UNSUPPORTED: there are no cross products.
+// Brings the tables of a selection together, join by join in the order written; one that does not touch the
+// tables joined so far waits until it does. A table that no join reaches is WDB_E_CCL_UNSUPPORTED: there are
+// no cross products.
 class JoinPlan {
 public:
     JoinPlan(const std::vector<ccl::Join>& joins, SourceTables& tables, CommandError& error)

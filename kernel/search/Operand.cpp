@@ -14,7 +14,8 @@ Operand integerOperand(std::string_view number) {
     Operand operand;
     const size_t point = number.find('.');
     const std::string_view whole = number.substr(0, point);
-    const bool fraction = point != std::string_view::npos && number.find_first_not_of('0', point + 1) != std::string_view::npos;
+    const bool fraction =
+        point != std::string_view::npos && number.find_first_not_of('0', point + 1) != std::string_view::npos;
     const bool negative = number.front() == '-';
     int64_t value = 0;
     const auto [end, error] = std::from_chars(whole.data(), whole.data() + whole.size(), value);
@@ -47,9 +48,15 @@ Pattern patternOf(const ccl::Value& value) {
     Pattern pattern;
     for (const ccl::ValuePiece& piece : value.pieces) {
         switch (piece.kind) {
-        case ccl::ValuePiece::Kind::Literal: pattern.addLiteral(piece.text); break;
-        case ccl::ValuePiece::Kind::AnyRun: pattern.addAnyRun(); break;
-        case ccl::ValuePiece::Kind::AnyCharacter: pattern.addAnyCharacter(); break;
+            case ccl::ValuePiece::Kind::Literal:
+                pattern.addLiteral(piece.text);
+                break;
+            case ccl::ValuePiece::Kind::AnyRun:
+                pattern.addAnyRun();
+                break;
+            case ccl::ValuePiece::Kind::AnyCharacter:
+                pattern.addAnyCharacter();
+                break;
         }
     }
     return pattern;

@@ -11,8 +11,8 @@
 
 namespace wdb {
 
-// The value of a criterion as a field's type reads it. A decimal compared with INTEGER items is kept as the whole number
-// below it and the word that there is more.
+// The value of a criterion as a field's type reads it. A decimal compared with INTEGER items is kept as the
+// whole number below it and the word that there is more.
 struct Operand {
     std::string canonical;  // empty: the empty value
     bool exact = true;      // false: the value lies above `canonical`, and below the next one
@@ -26,8 +26,8 @@ Result<Operand> operandOf(FieldType type, std::string_view text, const DateForm&
 
 Pattern patternOf(const ccl::Value& value);
 
-// The bound of "at least" and "more than", of "at most" and "less than": nothing when every item is inside; `none` is set
-// when no item can be.
+// The bound of "at least" and "more than", of "at most" and "less than": nothing when every item is inside;
+// `none` is set when no item can be.
 std::optional<Bound> lowBound(const Operand& operand, bool inclusive, bool& none);
 std::optional<Bound> highBound(const Operand& operand, bool inclusive, bool& none);
 

@@ -11,7 +11,8 @@ constexpr uint64_t kManyMulti = 256;
 
 class Walk {
 public:
-    Walk(const SortKey& key, uint64_t count, const RecordSet& records, BaseState& state, std::vector<RecordNumber>& rows)
+    Walk(const SortKey& key, uint64_t count, const RecordSet& records, BaseState& state,
+         std::vector<RecordNumber>& rows)
         : key_(key), records_(records), state_(state), rows_(rows), all_(records.cardinality()) {
         wanted_ = std::min(count, all_);
     }
@@ -89,8 +90,8 @@ private:
 
 }  // namespace
 
-Result<bool> walkInOrder(const SortKey& key, uint64_t count, uint64_t budget, const RecordSet& records, BaseState& state,
-                         std::vector<RecordNumber>& rows) {
+Result<bool> walkInOrder(const SortKey& key, uint64_t count, uint64_t budget, const RecordSet& records,
+                         BaseState& state, std::vector<RecordNumber>& rows) {
     return Walk(key, count, records, state, rows).run(budget);
 }
 

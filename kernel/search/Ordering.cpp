@@ -13,12 +13,14 @@ namespace wdb {
 
 namespace {
 
-constexpr uint64_t kBlock = 64;           // rows that are ordered beyond those asked for
-constexpr uint64_t kShortWalk = 256;      // keys: always worth a walk
-constexpr uint64_t kLongWalk = 20000;     // keys: a walk that still beats giving every record its place
-constexpr uint64_t kFewRecords = 512;     // sorted by their values rather than by making ranks
+constexpr uint64_t kBlock = 64;        // rows that are ordered beyond those asked for
+constexpr uint64_t kShortWalk = 256;   // keys: always worth a walk
+constexpr uint64_t kLongWalk = 20000;  // keys: a walk that still beats giving every record its place
+constexpr uint64_t kFewRecords = 512;  // sorted by their values rather than by making ranks
 
-bool fieldOrder(const SortKey& key) { return key.field != 0 && holdsItems(key.type) && key.item == 1; }
+bool fieldOrder(const SortKey& key) {
+    return key.field != 0 && holdsItems(key.type) && key.item == 1;
+}
 
 bool ranksCached(const SortKey& key, const BaseState& state) {
     return state.snapshot.sharedBase()->ranks().find(key.field, state.snapshot.valuePosition()) != nullptr;
@@ -50,8 +52,10 @@ RecordNumber Ordering::known(uint64_t place) {
 Status Ordering::fix(const RecordSet& records, BaseState& state) {
     if (placed_ || ranked_) return WDB_OK;
     const bool few = records.cardinality() <= kFewRecords;
-    if (keys_.size() != 1 || !fieldOrder(keys_[0]) || (few && !ranksCached(keys_[0], state))) return placeAll(records, state);
-    Result<std::unique_ptr<RankOrder>> made = RankOrder::make(keys_[0].field, keys_[0].descending, records, state);
+    if (keys_.size() != 1 || !fieldOrder(keys_[0]) || (few && !ranksCached(keys_[0], state)))
+        return placeAll(records, state);
+    Result<std::unique_ptr<RankOrder>> made =
+        RankOrder::make(keys_[0].field, keys_[0].descending, records, state);
     if (!made && made.status() != WDB_FAIL) return made.status();
     if (!made) return placeAll(records, state);
     // After a write in between the rows told before stay where they are, and none comes twice.
@@ -75,7 +79,8 @@ Status Ordering::walk(uint64_t count, const RecordSet& records, BaseState& state
     const uint64_t wanted = std::min(count + kBlock, all);
     Result<uint64_t> entries = state.index.orderCost(keys_[0].field);
     if (!entries) return entries.status();
-    const double keys = static_cast<double>(wanted) * static_cast<double>(*entries) / static_cast<double>(all);
+    const double keys =
+        static_cast<double>(wanted) * static_cast<double>(*entries) / static_cast<double>(all);
     const bool sortInstead = keys > kShortWalk && (all <= kFewRecords || ranksCached(keys_[0], state));
     if (sortInstead || keys > kLongWalk) return WDB_OK;
     const Result<bool> reached =
@@ -94,8 +99,10 @@ Status Ordering::placeAll(const RecordSet& records, BaseState& state) {
     pending_.reserve(records_.size() - walked.size());
     auto skip = walked.begin();
     for (uint32_t i = 0; i < records_.size(); ++i) {
-        if (skip != walked.end() && *skip == records_[i]) ++skip;
-        else pending_.push_back(i);
+        if (skip != walked.end() && *skip == records_[i])
+            ++skip;
+        else
+            pending_.push_back(i);
     }
     stretches_.push_back({0, false});
     placed_ = true;

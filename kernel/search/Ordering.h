@@ -17,19 +17,19 @@ struct SortKey {
     bool descending = false;
 };
 
-// The order of a record set's rows, worked out only as far as it is asked for. Empty values come first, descending last;
-// equal rows come by ascending record number.
+// The order of a record set's rows, worked out only as far as it is asked for. Empty values come first,
+// descending last; equal rows come by ascending record number.
 //
-// The first rows come from a walk through the index while that is cheap. Beyond them every record gets its place in the
-// order of each key once (an array of ranks does most of it), and only the rows around those that are asked for are
-// sorted: quickselect cuts the records into stretches that stand in order among each other, and a stretch is sorted when
-// one of its rows is wanted. Stretches double as rows are read on.
+// The first rows come from a walk through the index while that is cheap. Beyond them every record gets its
+// place in the order of each key once (an array of ranks does most of it), and only the rows around those
+// that are asked for are sorted: quickselect cuts the records into stretches that stand in order among each
+// other, and a stretch is sorted when one of its rows is wanted. Stretches double as rows are read on.
 class Ordering {
 public:
     explicit Ordering(std::vector<SortKey> keys) : keys_(std::move(keys)) {}
 
-    // The record in row `place` from 0, below the number of records. `records`: the set, the same at every call.
-    // WDB_E_CHANGED when that can not be known any more.
+    // The record in row `place` from 0, below the number of records. `records`: the set, the same at every
+    // call. WDB_E_CHANGED when that can not be known any more.
     Result<RecordNumber> at(uint64_t place, const RecordSet& records, BaseState& state);
     // Is the row known without a look at the base?
     bool has(uint64_t place) const { return place < first_.size() || placed_ || ranked_; }

@@ -58,8 +58,10 @@ private:
         if (term.kind == TermKind::Aggregate) return bindAggregate(term.aggregate, column);
         const Result<BoundColumn> bound = tables_.bind(term.column);
         if (!bound) return bound.status();
-        if (bound->field != nullptr) column = fieldColumn(*bound->field, bound->table);
-        else column.kind = ColumnKind::Record;
+        if (bound->field != nullptr)
+            column = fieldColumn(*bound->field, bound->table);
+        else
+            column.kind = ColumnKind::Record;
         column.table = bound->table;
         column.type = bound->type();
         column.first = bound->first;
@@ -81,8 +83,10 @@ private:
             if (!fits(aggregate.function, source->type())) {
                 return fault(error_, WDB_E_TYPE, aggregate.column->position, aggregate.column->field);
             }
-            const bool sum = aggregate.function == ccl::Function::Sum || aggregate.function == ccl::Function::Avg;
-            if (aggregate.function != ccl::Function::Count) column.type = sum ? FieldType::Number : source->type();
+            const bool sum =
+                aggregate.function == ccl::Function::Sum || aggregate.function == ccl::Function::Avg;
+            if (aggregate.function != ccl::Function::Count)
+                column.type = sum ? FieldType::Number : source->type();
         }
         aggregates_.push_back(bound);
         return WDB_OK;
@@ -103,7 +107,8 @@ private:
 
 }  // namespace
 
-std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition, uint32_t table) {
+std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition,
+                                     uint32_t table) {
     std::vector<OutputColumn> columns;
     for (const FieldDefinition& field : definition.schema->fields()) {
         if (context.mayRead(definition, field.number)) columns.push_back(fieldColumn(field, table));
@@ -111,12 +116,14 @@ std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinitio
     return columns;
 }
 
-Status bindColumns(SourceTables& tables, const std::vector<ccl::FieldItem>& items, std::vector<OutputColumn>& columns,
-                   std::vector<BoundAggregate>& aggregates, CommandError& error) {
+Status bindColumns(SourceTables& tables, const std::vector<ccl::FieldItem>& items,
+                   std::vector<OutputColumn>& columns, std::vector<BoundAggregate>& aggregates,
+                   CommandError& error) {
     if (items.empty()) {
         for (uint32_t table = 0; table < tables.size(); ++table) {
             const BaseDefinition& definition = tables[table].state->snapshot.definition();
-            for (OutputColumn& column : allColumns(tables.context(), definition, table)) columns.push_back(std::move(column));
+            for (OutputColumn& column : allColumns(tables.context(), definition, table))
+                columns.push_back(std::move(column));
         }
     }
     ColumnBinder binder(tables, aggregates, error);

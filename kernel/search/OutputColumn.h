@@ -23,7 +23,8 @@ struct ArithmeticColumn {
     std::vector<ArithmeticStep> steps;
 };
 
-// An entry of a row: a field's items, a record number, a value computed when the set was made, arithmetic, or a constant.
+// An entry of a row: a field's items, a record number, a value computed when the set was made, arithmetic, or
+// a constant.
 struct OutputColumn {
     enum class Kind : uint8_t { Field, Record, Computed, Arithmetic, Constant, Null };
     Kind kind = Kind::Null;
@@ -31,7 +32,7 @@ struct OutputColumn {
     bool ofParts = false;
     uint32_t table = 0;  // of a field or record number
     FieldNumber field = 0;
-    uint32_t first = 0;     // subfields: 0 all items; first == last that item alone; else the items 1 to last
+    uint32_t first = 0;  // subfields: 0 all items; first == last that item alone; else the items 1 to last
     uint32_t last = 0;
     uint32_t computed = 0;  // place among the computed columns of the set
     std::string name;       // the field's spelling
@@ -46,12 +47,14 @@ struct BoundAggregate {
     std::optional<BoundColumn> column;
 };
 
-// Binds a FIELD list; an empty one stands for all fields of all tables that may be read. Aggregates are numbered in
-// `aggregates`; a computed column stands for each. WDB_E_CCL_FIELD, WDB_E_TYPE.
-Status bindColumns(SourceTables& tables, const std::vector<ccl::FieldItem>& items, std::vector<OutputColumn>& columns,
-                   std::vector<BoundAggregate>& aggregates, CommandError& error);
+// Binds a FIELD list; an empty one stands for all fields of all tables that may be read. Aggregates are
+// numbered in `aggregates`; a computed column stands for each. WDB_E_CCL_FIELD, WDB_E_TYPE.
+Status bindColumns(SourceTables& tables, const std::vector<ccl::FieldItem>& items,
+                   std::vector<OutputColumn>& columns, std::vector<BoundAggregate>& aggregates,
+                   CommandError& error);
 
 // All fields of the base that may be read, by number.
-std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition, uint32_t table = 0);
+std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition,
+                                     uint32_t table = 0);
 
 }  // namespace wdb

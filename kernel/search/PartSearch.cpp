@@ -13,7 +13,8 @@ using Test = Condition::Test;
 
 class RowTest {
 public:
-    RowTest(const ccl::Expression& expression, uint32_t root, std::span<const Condition> conditions, SearchContext& context)
+    RowTest(const ccl::Expression& expression, uint32_t root, std::span<const Condition> conditions,
+            SearchContext& context)
         : expression_(expression), conditions_(conditions) {
         // The nodes of the subtree, operands first: they stand before their operator.
         std::vector<uint32_t> pending{root};
@@ -69,9 +70,9 @@ bool headHoldsPartField(const RecordView& record, const Schema& schema) {
 
 Status searchParts(const ccl::Expression* expression, uint32_t root, std::span<const Condition> conditions,
                    BaseState& state, PartHits& hits) {
-    Result<RecordSet> candidates = expression == nullptr
-                                       ? state.index.live()
-                                       : evaluateExpression(*expression, root, conditions, state, Reading::Loose);
+    Result<RecordSet> candidates =
+        expression == nullptr ? state.index.live()
+                              : evaluateExpression(*expression, root, conditions, state, Reading::Loose);
     if (!candidates) return candidates.status();
     std::optional<RowTest> test;
     if (expression != nullptr) test.emplace(*expression, root, conditions, state.context);
@@ -86,7 +87,8 @@ Status searchParts(const ccl::Expression* expression, uint32_t root, std::span<c
         const bool headHit = !test || test->holds(*record, {number, 0});
         const uint32_t parts = record->partCount();
         if (headHit) hits.heads.add(number);
-        if (headHit && (parts == 0 || headHoldsPartField(*record, state.snapshot.schema()))) hits.rows.push_back({number, 0});
+        if (headHit && (parts == 0 || headHoldsPartField(*record, state.snapshot.schema())))
+            hits.rows.push_back({number, 0});
         for (PartNumber part = 1; part <= parts; ++part) {
             if (!test || test->holds(*record, {number, part})) hits.rows.push_back({number, part});
         }

@@ -6,14 +6,18 @@
 
 namespace wdb {
 
-// Rows put in order by their places, only as far as somebody asks: quickselect cuts the rows into stretches that stand in
-// order among each other, and a stretch is sorted when one of its rows is wanted. Stretches double as rows are read on.
+// Rows put in order by their places, only as far as somebody asks: quickselect cuts the rows into stretches
+// that stand in order among each other, and a stretch is sorted when one of its rows is wanted. Stretches
+// double as rows are read on.
 class PlacedRows {
 public:
-    // descending: per key. places: per row one for each key. rows: those that are to be ordered. Rows that are equal come by
-    // ascending number.
+    // descending: per key. places: per row one for each key. rows: those that are to be ordered. Rows that
+    // are equal come by ascending number.
     PlacedRows(std::vector<char> descending, std::vector<uint64_t> places, std::vector<uint32_t> rows)
-        : descending_(std::move(descending)), places_(std::move(places)), rows_(std::move(rows)), stretches_{{0, false}} {}
+        : descending_(std::move(descending)),
+          places_(std::move(places)),
+          rows_(std::move(rows)),
+          stretches_{{0, false}} {}
 
     size_t size() const { return rows_.size(); }
     // The row at a place in the order.

@@ -11,9 +11,9 @@ namespace wdb {
 
 namespace {
 
-constexpr size_t kFewRows = 64;         // worth looking up whatever the orders would cost
-constexpr uint64_t kManyLoose = 8192;   // records to look up one by one
-constexpr uint64_t kLookUpSteps = 16;   // a look-up costs as much as so many entries of a walk
+constexpr size_t kFewRows = 64;        // worth looking up whatever the orders would cost
+constexpr uint64_t kManyLoose = 8192;  // records to look up one by one
+constexpr uint64_t kLookUpSteps = 16;  // a look-up costs as much as so many entries of a walk
 
 bool wholeField(const BoundColumn& column) {
     return column.field != nullptr && column.first == 0 && holdsItems(column.type()) && !column.ofParts();
@@ -25,7 +25,9 @@ public:
     explicit RecordBits(const RecordSet& records) : bits_(records.empty() ? 0 : records.last() / 64 + 1) {
         records.forEach([this](RecordNumber record) { bits_[record / 64] |= uint64_t{1} << (record % 64); });
     }
-    bool has(RecordNumber record) const { return record / 64 < bits_.size() && (bits_[record / 64] >> (record % 64) & 1) != 0; }
+    bool has(RecordNumber record) const {
+        return record / 64 < bits_.size() && (bits_[record / 64] >> (record % 64) & 1) != 0;
+    }
 
 private:
     std::vector<uint64_t> bits_;
@@ -33,14 +35,20 @@ private:
 
 class RankJoin {
 public:
-    RankJoin(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables, Tuples& rows)
-        : clause_(clause), joined_(joined), added_(added), tables_(tables), rows_(rows),
+    RankJoin(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables,
+             Tuples& rows)
+        : clause_(clause),
+          joined_(joined),
+          added_(added),
+          tables_(tables),
+          rows_(rows),
           present_(joined == clause.left() ? clause.right() : clause.left()) {}
 
     Status run() {
         const JoinComparison& comparison = clause_.comparisons.front();
-        const bool fits = clause_.comparisons.size() == 1 && comparison.isEqual() && wholeField(comparison.left) &&
-                          wholeField(comparison.right) && comparison.left.type() == comparison.right.type() && !added_.byPart;
+        const bool fits = clause_.comparisons.size() == 1 && comparison.isEqual() &&
+                          wholeField(comparison.left) && wholeField(comparison.right) &&
+                          comparison.left.type() == comparison.right.type() && !added_.byPart;
         if (!fits) return WDB_FAIL;
         mine_ = comparison.left.table == present_ ? comparison.left : comparison.right;
         theirs_ = comparison.left.table == present_ ? comparison.right : comparison.left;
@@ -99,8 +107,8 @@ private:
     }
 
     // The records of the other field that share a value with a record's field.
-    Status lookUp(uint32_t table, const BoundColumn& column, RecordNumber number, IndexView& other, const BoundColumn& field,
-                  std::vector<RecordNumber>& found) {
+    Status lookUp(uint32_t table, const BoundColumn& column, RecordNumber number, IndexView& other,
+                  const BoundColumn& field, std::vector<RecordNumber>& found) {
         const Result<RecordView> record = tables_[table].state->snapshot.record(number);
         if (!record) return record.status();
         RecordSetBuilder all;
@@ -137,14 +145,17 @@ private:
 
     Status matches(uint32_t row, RecordNumber record) {
         if (record == 0) return WDB_OK;
-        if (!map_ || (!mineLoose_.empty() && mineLoose_.contains(record))) return matchesByLookUp(row, record);
+        if (!map_ || (!mineLoose_.empty() && mineLoose_.contains(record)))
+            return matchesByLookUp(row, record);
         const uint32_t rank = ranks_->of(record);
         const size_t before = records_.size();
         if (rank < map_->stretches.size()) {
             const RankMap::Stretch stretch = map_->stretches[rank];
             for (uint32_t at = stretch.begin; at < stretch.end; ++at) {
                 const RecordNumber other = order_->inOrder[at];
-                if ((!members_ || members_->has(other)) && (theirLoose_.empty() || !theirLoose_.contains(other))) push(row, other);
+                if ((!members_ || members_->has(other)) &&
+                    (theirLoose_.empty() || !theirLoose_.contains(other)))
+                    push(row, other);
             }
         }
         if (extra_.empty()) return WDB_OK;
@@ -182,7 +193,7 @@ private:
     std::shared_ptr<const Ranks> order_;  // of theirs
     RecordSet mineLoose_;
     RecordSet theirLoose_;
-    std::unordered_map<RecordNumber, std::vector<RecordNumber>> extra_;     // mine to theirs that are loose
+    std::unordered_map<RecordNumber, std::vector<RecordNumber>> extra_;  // mine to theirs that are loose
     std::unordered_map<RecordNumber, std::vector<RecordNumber>> lookedUp_;
     std::optional<RecordBits> members_;  // of the added rows, unless these are the whole table
     std::vector<char> used_;
@@ -192,7 +203,8 @@ private:
 
 }  // namespace
 
-Status joinByRanks(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables, Tuples& rows) {
+Status joinByRanks(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables,
+                   Tuples& rows) {
     return RankJoin(clause, joined, added, tables, rows).run();
 }
 

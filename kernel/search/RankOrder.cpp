@@ -13,8 +13,8 @@ constexpr size_t kWindow = 256;         // rows that a walk makes at once
 
 }  // namespace
 
-Result<std::unique_ptr<RankOrder>> RankOrder::make(FieldNumber field, bool descending, const RecordSet& records,
-                                                   BaseState& state) {
+Result<std::unique_ptr<RankOrder>> RankOrder::make(FieldNumber field, bool descending,
+                                                   const RecordSet& records, BaseState& state) {
     const auto ranks = state.index.ranks(field);
     if (!ranks) return ranks.status();
     std::unique_ptr<RankOrder> order(new RankOrder(*ranks, descending));
@@ -29,8 +29,10 @@ Result<std::unique_ptr<RankOrder>> RankOrder::make(FieldNumber field, bool desce
     if (!present) return present.status();
     order->empties_ = RecordSet::difference(known, *present);
     for (const OrderedRecord& one : placed) {
-        if (one.place == 0) order->empties_.add(one.record);
-        else order->loose_.push_back({one.place, one.record});
+        if (one.place == 0)
+            order->empties_.add(one.record);
+        else
+            order->loose_.push_back({one.place, one.record});
     }
     std::sort(order->loose_.begin(), order->loose_.end(), [&](const Placed& a, const Placed& b) {
         if (a.place != b.place) return descending ? a.place > b.place : a.place < b.place;
@@ -42,8 +44,10 @@ Result<std::unique_ptr<RankOrder>> RankOrder::make(FieldNumber field, bool desce
     known.subtract(order->empties_);
     order->full_ = order->loose_.empty() && known.cardinality() == (*ranks)->inOrder.size();
     if (!order->full_) {
-        order->bits_.resize(std::max<size_t>((*ranks)->rankOf.size(), known.empty() ? 0 : known.last() + size_t{1}) / 64 + 1);
-        known.forEach([&](RecordNumber record) { order->bits_[record / 64] |= uint64_t{1} << (record % 64); });
+        order->bits_.resize(
+            std::max<size_t>((*ranks)->rankOf.size(), known.empty() ? 0 : known.last() + size_t{1}) / 64 + 1);
+        known.forEach(
+            [&](RecordNumber record) { order->bits_[record / 64] |= uint64_t{1} << (record % 64); });
         order->restart();
     }
     return order;
@@ -60,14 +64,18 @@ RecordNumber RankOrder::at(uint64_t place) {
 uint32_t RankOrder::stretchBegin(uint32_t at) const {
     const auto& order = ranks_->inOrder;
     const uint32_t rank = ranks_->of(order[at]);
-    return static_cast<uint32_t>(std::partition_point(order.begin(), order.begin() + at,
-                                                      [&](RecordNumber record) { return ranks_->of(record) < rank; }) - order.begin());
+    return static_cast<uint32_t>(
+        std::partition_point(order.begin(), order.begin() + at,
+                             [&](RecordNumber record) { return ranks_->of(record) < rank; }) -
+        order.begin());
 }
 uint32_t RankOrder::stretchEnd(uint32_t at) const {
     const auto& order = ranks_->inOrder;
     const uint32_t rank = ranks_->of(order[at]);
-    return static_cast<uint32_t>(std::partition_point(order.begin() + at, order.end(),
-                                                      [&](RecordNumber record) { return ranks_->of(record) <= rank; }) - order.begin());
+    return static_cast<uint32_t>(
+        std::partition_point(order.begin() + at, order.end(),
+                             [&](RecordNumber record) { return ranks_->of(record) <= rank; }) -
+        order.begin());
 }
 
 RecordNumber RankOrder::direct(uint64_t place) const {

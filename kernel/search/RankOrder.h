@@ -9,13 +9,15 @@
 
 namespace wdb {
 
-// The records of a set in the order of one field's first items, any page of them, from the order of the whole base: when all
-// its records are in the set a row is found by its place, else the order is walked and its records are looked for in
-// the set. Records that the order does not know are sorted by themselves and merged in. Once made it needs no snapshot.
+// The records of a set in the order of one field's first items, any page of them, from the order of the whole
+// base: when all its records are in the set a row is found by its place, else the order is walked and its
+// records are looked for in the set. Records that the order does not know are sorted by themselves and merged
+// in. Once made it needs no snapshot.
 class RankOrder {
 public:
     // records: the set; it outlives this. WDB_FAIL when too many of them are unknown to the order.
-    static Result<std::unique_ptr<RankOrder>> make(FieldNumber field, bool descending, const RecordSet& records, BaseState& state);
+    static Result<std::unique_ptr<RankOrder>> make(FieldNumber field, bool descending,
+                                                   const RecordSet& records, BaseState& state);
 
     // The record in row `place`, which is below the number of records.
     RecordNumber at(uint64_t place);
@@ -25,7 +27,8 @@ private:
         uint64_t place;
         RecordNumber record;
     };
-    RankOrder(std::shared_ptr<const Ranks> ranks, bool descending) : ranks_(std::move(ranks)), descending_(descending) {}
+    RankOrder(std::shared_ptr<const Ranks> ranks, bool descending)
+        : ranks_(std::move(ranks)), descending_(descending) {}
 
     void restart();
     void goOn();
@@ -37,22 +40,22 @@ private:
 
     std::shared_ptr<const Ranks> ranks_;
     const bool descending_;
-    bool full_ = false;               // every record of the order is in the set
-    RecordSet empties_;               // whose first item is empty
+    bool full_ = false;  // every record of the order is in the set
+    RecordSet empties_;  // whose first item is empty
     uint64_t emptyCount_ = 0;
     uint64_t count_ = 0;
-    std::vector<Placed> loose_;       // in the direction of the walk
-    std::vector<uint64_t> bits_;      // the set's records that the order knows
+    std::vector<Placed> loose_;   // in the direction of the walk
+    std::vector<uint64_t> bits_;  // the set's records that the order knows
 
     // The walk: rows from windowBegin_ on; what comes next.
     std::vector<RecordNumber> window_;
     uint64_t windowBegin_ = 0;
     uint64_t emptyAt_ = 0;
     size_t looseAt_ = 0;
-    uint32_t at_ = 0;                 // place in the order; descending: within the stretch [begin_, end_)
+    uint32_t at_ = 0;  // place in the order; descending: within the stretch [begin_, end_)
     uint32_t begin_ = 0;
     uint32_t end_ = 0;
-    RecordNumber ranked_ = 0;         // the next one of the order, 0: none left
+    RecordNumber ranked_ = 0;  // the next one of the order, 0: none left
 };
 
 }  // namespace wdb

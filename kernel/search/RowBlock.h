@@ -12,10 +12,10 @@ struct SearchSet;
 
 // The rows of a set that the records of one base cannot stand for: joined rows, rows of parts, groups.
 struct RowBlock {
-    Tuples rows;                             // per table of the set's bases, in their order
+    Tuples rows;  // per table of the set's bases, in their order
     std::vector<ComputedColumn> computed;
-    bool plain = true;                       // rows are those of records; else computed ones, without record numbers
-    std::unique_ptr<PlacedRows> order;       // null: as they stand
+    bool plain = true;  // rows are those of records; else computed ones, without record numbers
+    std::unique_ptr<PlacedRows> order;  // null: as they stand
 
     uint64_t size() const { return order ? order->size() : rows.size(); }
     size_t rowAt(uint64_t place) { return order ? order->at(place) : place; }
@@ -29,7 +29,7 @@ struct UnionRows {
         uint64_t begin = 0;                 // its first row among all rows
     };
     std::vector<Member> members;
-    uint64_t all = 0;             // rows of all members
+    uint64_t all = 0;  // rows of all members
     bool picked = false;
     std::vector<uint32_t> picks;  // the rows that are left, in their order; when picked
 

@@ -34,9 +34,10 @@ Status readKeys(const OutputColumn& column, const SourceRows& source, std::vecto
     });
 }
 
-// Equal values have equal ranks; NULL is 0. Records that the order does not know get theirs, or numbers behind all ranks.
-// WDB_FAIL where first items are not all there is to a value, or for few rows.
-Status numbersByRank(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers, uint32_t& count) {
+// Equal values have equal ranks; NULL is 0. Records that the order does not know get theirs, or numbers
+// behind all ranks. WDB_FAIL where first items are not all there is to a value, or for few rows.
+Status numbersByRank(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers,
+                     uint32_t& count) {
     constexpr size_t kFewRows = 64;
     if (!indexOrders(column) || column.first > 1 || source.rows.size() <= kFewRows) return WDB_FAIL;
     IndexView& index = source.tables[column.table].state->index;
@@ -67,7 +68,9 @@ Status numbersByRank(const OutputColumn& column, const SourceRows& source, std::
     for (size_t i = 0; i < rows.size(); ++i) {
         const uint32_t rank = IndexView::rankOfPlace(places[i]);
         const bool known = rank != 0 || places[i] == 0;
-        numbers[rows[i]] = known ? rank : added.try_emplace(places[i], count + static_cast<uint32_t>(added.size())).first->second;
+        numbers[rows[i]] =
+            known ? rank
+                  : added.try_emplace(places[i], count + static_cast<uint32_t>(added.size())).first->second;
     }
     count += static_cast<uint32_t>(added.size());
     return WDB_OK;
@@ -77,7 +80,8 @@ Status numbersByRank(const OutputColumn& column, const SourceRows& source, std::
 
 Status forEachRow(const SourceRows& source, const std::function<void(size_t, const RowView&)>& visit) {
     std::vector<const BaseSnapshot*> snapshots;
-    for (uint32_t table = 0; table < source.tables.size(); ++table) snapshots.push_back(&source.tables[table].state->snapshot);
+    for (uint32_t table = 0; table < source.tables.size(); ++table)
+        snapshots.push_back(&source.tables[table].state->snapshot);
     TupleReader reader(std::move(snapshots), source.rows);
     for (size_t row = 0; row < source.rows.size(); ++row) {
         WDB_TRY(reader.read(row));
@@ -94,7 +98,8 @@ Status sortPlaces(const OutputColumn& column, const SourceRows& source, std::vec
         return WDB_OK;
     }
     if (indexOrders(column)) {
-        return source.tables[column.table].state->index.places(column.field, source.rows.records(column.table), places);
+        return source.tables[column.table].state->index.places(column.field,
+                                                               source.rows.records(column.table), places);
     }
     std::vector<std::string> keys;
     WDB_TRY(readKeys(column, source, keys));
@@ -112,7 +117,8 @@ Status sortPlaces(const OutputColumn& column, const SourceRows& source, std::vec
     return WDB_OK;
 }
 
-Status groupNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers, uint32_t& count) {
+Status groupNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers,
+                    uint32_t& count) {
     const Status ranked = numbersByRank(column, source, numbers, count);
     if (ranked != WDB_FAIL) return ranked;
     numbers.assign(source.rows.size(), 0);

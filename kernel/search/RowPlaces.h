@@ -16,12 +16,13 @@ struct SourceRows {
 // Calls visit(row, RowView) for every row, its records read.
 Status forEachRow(const SourceRows& source, const std::function<void(size_t, const RowView&)>& visit);
 
-// For each row the place of a column's first item in their order: 0 for an empty one, equal for equal values. WDB_E_TYPE for
-// a binary column.
+// For each row the place of a column's first item in their order: 0 for an empty one, equal for equal values.
+// WDB_E_TYPE for a binary column.
 Status sortPlaces(const OutputColumn& column, const SourceRows& source, std::vector<uint64_t>& places);
 
-// For each row a number that is the same for rows with equal values in the column (all items; NULLs are equal), from 0 to
-// below `count`.
-Status groupNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers, uint32_t& count);
+// For each row a number that is the same for rows with equal values in the column (all items; NULLs are
+// equal), from 0 to below `count`.
+Status groupNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers,
+                    uint32_t& count);
 
 }  // namespace wdb

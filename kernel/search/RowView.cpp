@@ -12,30 +12,39 @@ using TermKind = ccl::ArithmeticTerm::Kind;
 using Operand = std::optional<DecimalNumber>;
 
 Operand operandOf(const OutputColumn& column, const RowView& row, const DateForm& form) {
-    if (column.type != FieldType::Integer && column.type != FieldType::Number && column.type != FieldType::Phrase) {
+    if (column.type != FieldType::Integer && column.type != FieldType::Number &&
+        column.type != FieldType::Phrase) {
         return std::nullopt;
     }
     const std::string value = firstValue(column, row, form);
     if (value.empty()) return std::nullopt;
-    if (column.type == FieldType::Integer && value.size() == sizeof(int64_t)) return DecimalNumber(decodeInteger(value));
+    if (column.type == FieldType::Integer && value.size() == sizeof(int64_t))
+        return DecimalNumber(decodeInteger(value));
     return DecimalNumber::parse(value);
 }
 
 Operand calculate(TermKind kind, Operand left, const Operand& right) {
     if (!left || !right) return std::nullopt;
     switch (kind) {
-    case TermKind::Add: left->add(*right); break;
-    case TermKind::Subtract: left->subtract(*right); break;
-    case TermKind::Multiply: left->multiply(*right); break;
-    default:
-        if (!left->divide(*right)) return std::nullopt;
+        case TermKind::Add:
+            left->add(*right);
+            break;
+        case TermKind::Subtract:
+            left->subtract(*right);
+            break;
+        case TermKind::Multiply:
+            left->multiply(*right);
+            break;
+        default:
+            if (!left->divide(*right)) return std::nullopt;
     }
     return left;
 }
 
 }  // namespace
 
-std::optional<std::string> arithmeticValue(const ArithmeticColumn& column, const RowView& row, const DateForm& form) {
+std::optional<std::string> arithmeticValue(const ArithmeticColumn& column, const RowView& row,
+                                           const DateForm& form) {
     std::vector<Operand> stack;
     for (const ArithmeticStep& step : column.steps) {
         if (step.kind == TermKind::Number) {
@@ -57,16 +66,20 @@ void columnValues(const OutputColumn& column, const RowView& row, const DateForm
         if (!value.empty()) visit(value);
     };
     switch (column.kind) {
-    case Kind::Field: return visitItems(column, row.tables[column.table], keep);
-    case Kind::Record:
-        if (row.tables[column.table].number != 0) visit(encodeInteger(row.tables[column.table].number));
-        return;
-    case Kind::Computed: return keep(row.computed[column.computed].values[row.row]);
-    case Kind::Arithmetic:
-        if (const auto value = arithmeticValue(*column.arithmetic, row, form)) visit(*value);
-        return;
-    case Kind::Constant: return visit(column.text);
-    case Kind::Null: return;
+        case Kind::Field:
+            return visitItems(column, row.tables[column.table], keep);
+        case Kind::Record:
+            if (row.tables[column.table].number != 0) visit(encodeInteger(row.tables[column.table].number));
+            return;
+        case Kind::Computed:
+            return keep(row.computed[column.computed].values[row.row]);
+        case Kind::Arithmetic:
+            if (const auto value = arithmeticValue(*column.arithmetic, row, form)) visit(*value);
+            return;
+        case Kind::Constant:
+            return visit(column.text);
+        case Kind::Null:
+            return;
     }
 }
 

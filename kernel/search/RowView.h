@@ -27,9 +27,9 @@ struct ComputedColumn {
 
 // What a row consists of while it is written or compared.
 struct RowView {
-    std::span<const RowRecord> tables;             // as many as the columns speak of
+    std::span<const RowRecord> tables;  // as many as the columns speak of
     std::span<const ComputedColumn> computed;
-    size_t row = 0;                                // in the computed columns
+    size_t row = 0;  // in the computed columns
 };
 
 // The items of a field that a column delivers, empty ones in gaps; for TEXT and STRING the one value.
@@ -49,7 +49,8 @@ void visitItems(const OutputColumn& column, const RowRecord& record, Visit&& vis
 }
 
 // The value of an arithmetic column as the text of a number; nothing is NULL.
-std::optional<std::string> arithmeticValue(const ArithmeticColumn& column, const RowView& row, const DateForm& form);
+std::optional<std::string> arithmeticValue(const ArithmeticColumn& column, const RowView& row,
+                                           const DateForm& form);
 
 // The values of a column of any kind, canonical in column.type, empty ones left out (constants: PHRASE).
 void columnValues(const OutputColumn& column, const RowView& row, const DateForm& form,

@@ -41,24 +41,27 @@ void RowWriter::write(std::span<const OutputColumn> columns, const RowView& row,
 void RowWriter::column(const OutputColumn& column, const RowView& row) {
     using Kind = OutputColumn::Kind;
     switch (column.kind) {
-    case Kind::Field: return field(column, row.tables[column.table]);
-    case Kind::Record: {
-        const RowRecord& record = row.tables[column.table];
-        if (record.number == 0) return null(kFirst);
-        const size_t start = row_.data.size();
-        appendNumber(row_.data, record.number);
-        return item(start, kText | kFirst | (record.deleted ? kDeleted : 0));
-    }
-    case Kind::Computed: {
-        const ComputedColumn& computed = row.computed[column.computed];
-        return value(computed.type, computed.values[row.row], true);
-    }
-    case Kind::Arithmetic: {
-        const std::optional<std::string> number = arithmeticValue(*column.arithmetic, row, form_);
-        return number ? text(*number) : null(kFirst);
-    }
-    case Kind::Constant: return text(column.text);
-    case Kind::Null: return null(kFirst);
+        case Kind::Field:
+            return field(column, row.tables[column.table]);
+        case Kind::Record: {
+            const RowRecord& record = row.tables[column.table];
+            if (record.number == 0) return null(kFirst);
+            const size_t start = row_.data.size();
+            appendNumber(row_.data, record.number);
+            return item(start, kText | kFirst | (record.deleted ? kDeleted : 0));
+        }
+        case Kind::Computed: {
+            const ComputedColumn& computed = row.computed[column.computed];
+            return value(computed.type, computed.values[row.row], true);
+        }
+        case Kind::Arithmetic: {
+            const std::optional<std::string> number = arithmeticValue(*column.arithmetic, row, form_);
+            return number ? text(*number) : null(kFirst);
+        }
+        case Kind::Constant:
+            return text(column.text);
+        case Kind::Null:
+            return null(kFirst);
     }
 }
 
@@ -78,7 +81,8 @@ void RowWriter::field(const OutputColumn& column, const RowRecord& record) {
 }
 
 void RowWriter::items(const OutputColumn& column, const ItemList& items) {
-    if (column.first > 0 && column.first == column.last) return value(column.type, items.at(column.first), true);
+    if (column.first > 0 && column.first == column.last)
+        return value(column.type, items.at(column.first), true);
     uint32_t position = 0;
     for (const Slice one : items) {
         if (column.last > 0 && position == column.last) break;

@@ -118,7 +118,8 @@ std::shared_ptr<SearchSet> Search::share(int32_t number) {
     if (wanted < 1 || static_cast<size_t>(wanted) > sets_.size()) return nullptr;
     const std::shared_ptr<SearchSet>& set = sets_[static_cast<size_t>(wanted) - 1];
     if (set == nullptr) return nullptr;
-    const bool gone = std::any_of(set->bases.begin(), set->bases.end(), [](const SetBase& base) { return base.base->gone(); });
+    const bool gone = std::any_of(set->bases.begin(), set->bases.end(),
+                                  [](const SetBase& base) { return base.base->gone(); });
     return gone ? nullptr : set;
 }
 
@@ -144,9 +145,11 @@ Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
     SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     if (index < 0 || static_cast<uint64_t>(index) >= set->rows()) return WDB_FAIL;
-    if (!set->block && !set->joined && !set->bases.empty()) return fetchRecordRow(*set, static_cast<uint64_t>(index), row);
+    if (!set->block && !set->joined && !set->bases.empty())
+        return fetchRecordRow(*set, static_cast<uint64_t>(index), row);
     SetRowReader reader(*set, context_);
-    if (const Status status = reader.read(static_cast<uint64_t>(index)); status != WDB_OK) return fail(status, 0);
+    if (const Status status = reader.read(static_cast<uint64_t>(index)); status != WDB_OK)
+        return fail(status, 0);
     RowWriter(row, context_.dateForm()).write(reader.columns(), reader.view(), reader.plain());
     return WDB_OK;
 }
@@ -187,8 +190,8 @@ Status Search::recordAt(int32_t number, int32_t ordinal, FoundRecord& found) {
     return WDB_FAIL;
 }
 
-Status Search::hitParts(int32_t number, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts,
-                        bool& headHit) {
+Status Search::hitParts(int32_t number, const OpenBase& base, RecordNumber record,
+                        std::vector<PartNumber>& parts, bool& headHit) {
     const SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     parts.clear();
@@ -211,7 +214,9 @@ Status Search::drop(int32_t number) {
     return WDB_OK;
 }
 
-SearchState Search::save() const { return {bases_, static_cast<int32_t>(sets_.size()), current_}; }
+SearchState Search::save() const {
+    return {bases_, static_cast<int32_t>(sets_.size()), current_};
+}
 
 void Search::restore(const SearchState& state) {
     bases_ = state.bases;
@@ -222,7 +227,8 @@ void Search::restore(const SearchState& state) {
 }
 
 int32_t Search::liveSets() const {
-    return static_cast<int32_t>(std::count_if(sets_.begin(), sets_.end(), [](const auto& set) { return set != nullptr; }));
+    return static_cast<int32_t>(
+        std::count_if(sets_.begin(), sets_.end(), [](const auto& set) { return set != nullptr; }));
 }
 
 void Search::snapshotGivenUp(const OpenBase& base) {

@@ -34,11 +34,12 @@ struct SearchCounts {
 struct FoundRecord {
     std::shared_ptr<OpenBase> base;
     RecordNumber record = 0;
-    uint64_t commit = 0;  // number of the last commit that the search saw: a record with a higher one was changed since
+    uint64_t commit =
+        0;  // number of the last commit that the search saw: a record with a higher one was changed since
 };
 
-// One row in the form of WdbGetRows: the words of the descriptor (host byte order) and the data with its last zero byte.
-// Kept by the caller from row to row.
+// One row in the form of WdbGetRows: the words of the descriptor (host byte order) and the data with its last
+// zero byte. Kept by the caller from row to row.
 struct RowItems {
     std::vector<uint32_t> words;
     std::string data;
@@ -57,7 +58,8 @@ struct SearchState {
     CurrentResult current;
 };
 
-// The searches of one session: search bases, numbered sets, current result, find minimum. One thread at a time.
+// The searches of one session: search bases, numbered sets, current result, find minimum. One thread at a
+// time.
 class Search {
 public:
     explicit Search(SearchContext& context);
@@ -65,19 +67,21 @@ public:
 
     // Reads and runs one command line. A command that fails changes nothing; error() then explains it.
     Status execute(Slice command);
-    // Reads a command without running it: its canonical form. WDB_E_CCL_SYNTAX, WDB_E_CCL_LENGTH with error() set.
+    // Reads a command without running it: its canonical form. WDB_E_CCL_SYNTAX, WDB_E_CCL_LENGTH with error()
+    // set.
     Result<std::string> check(Slice command);
     const CommandError& error() const { return error_; }
 
-    // The current result. After a BAS without a search the set of all records of the search bases is made. WDB_FAIL without one.
+    // The current result. After a BAS without a search the set of all records of the search bases is made.
+    // WDB_FAIL without one.
     Status currentResult(SearchCounts& counts);
     // A set by its number, 0 the current result. WDB_E_CCL_SET.
     Status counts(int32_t set, SearchCounts& counts);
-    // Row `index` from 0. WDB_FAIL behind the last row, WDB_E_DELETED for a record deleted since, WDB_E_CCL_SET,
-    // WDB_E_CHANGED when the order cannot be completed any more.
+    // Row `index` from 0. WDB_FAIL behind the last row, WDB_E_DELETED for a record deleted since,
+    // WDB_E_CCL_SET, WDB_E_CHANGED when the order cannot be completed any more.
     Status fetchRow(int32_t set, int32_t index, RowItems& row);
-    // Record `ordinal` from 1 of the set's first base. WDB_FAIL outside, WDB_E_CCL_SET, WDB_E_BASE when the base is gone.
-    // Whether the record still exists is for the caller to see.
+    // Record `ordinal` from 1 of the set's first base. WDB_FAIL outside, WDB_E_CCL_SET, WDB_E_BASE when the
+    // base is gone. Whether the record still exists is for the caller to see.
     Status recordAt(int32_t set, int32_t ordinal, FoundRecord& found);
     // Frees a set's contents; the number stays taken. WDB_E_CCL_SET.
     Status drop(int32_t set);
@@ -94,12 +98,13 @@ public:
     // Null for numbers that no set has; 0 is the current result.
     SearchSet* find(int32_t set) { return share(set).get(); }
     std::shared_ptr<SearchSet> share(int32_t set);
-    // The hit parts of a record of a record set, ascending, and whether its head satisfied the search by itself. WDB_FAIL for
-    // a set without hit parts, WDB_E_CCL_SET.
-    Status hitParts(int32_t set, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts, bool& headHit);
+    // The hit parts of a record of a record set, ascending, and whether its head satisfied the search by
+    // itself. WDB_FAIL for a set without hit parts, WDB_E_CCL_SET.
+    Status hitParts(int32_t set, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts,
+                    bool& headHit);
 
-    // A kept snapshot of the base became too old and is given up: sets over it whose order is not complete can only answer
-    // WDB_E_CHANGED for the rows that are missing.
+    // A kept snapshot of the base became too old and is given up: sets over it whose order is not complete
+    // can only answer WDB_E_CHANGED for the rows that are missing.
     void snapshotGivenUp(const OpenBase& base);
 
 private:
@@ -115,7 +120,8 @@ private:
 
     SearchContext& context_;
     std::vector<std::shared_ptr<OpenBase>> bases_;
-    std::vector<std::shared_ptr<SearchSet>> sets_;  // by number - 1; null: dropped; unions share their members
+    std::vector<std::shared_ptr<SearchSet>>
+        sets_;  // by number - 1; null: dropped; unions share their members
     CurrentResult current_;
     int32_t minimum_ = 1;
     CommandError error_;

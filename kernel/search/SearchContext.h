@@ -22,14 +22,15 @@ public:
     virtual Result<std::shared_ptr<OpenBase>> findBase(Slice name) = 0;
     // May the user read this field? (A field that may not be read is to a search as one that does not exist.)
     virtual bool mayRead(const BaseDefinition& base, FieldNumber field) = 0;
-    // The state of a base that the present call sees, the session's own unit included. Valid until the call ends; the same
-    // one for the same base within a call.
+    // The state of a base that the present call sees, the session's own unit included. Valid until the call
+    // ends; the same one for the same base within a call.
     virtual Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) = 0;
-    // Will the next call see the same snapshots (a status is saved)? Without that a set orders all its rows when it is made.
+    // Will the next call see the same snapshots (a status is saved)? Without that a set orders all its rows
+    // when it is made.
     virtual bool snapshotsStay() const = 0;
 
-    // Does somebody watch how commands are run? They are told of every step when it is over: depth in the command (1 for the
-    // outermost), what it was, how many records or rows came out of it.
+    // Does somebody watch how commands are run? They are told of every step when it is over: depth in the
+    // command (1 for the outermost), what it was, how many records or rows came out of it.
     virtual bool watched() const { return false; }
     virtual void step(int32_t, const std::string&, uint64_t, std::chrono::nanoseconds) {}
 

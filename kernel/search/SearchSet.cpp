@@ -20,7 +20,8 @@ uint64_t SearchSet::rows() const {
 }
 
 bool SearchSet::has(const OpenBase& base) const {
-    return std::any_of(bases.begin(), bases.end(), [&](const SetBase& one) { return one.base->id() == base.id(); });
+    return std::any_of(bases.begin(), bases.end(),
+                       [&](const SetBase& one) { return one.base->id() == base.id(); });
 }
 
 uint64_t SearchSet::firstRecords() {

@@ -18,10 +18,10 @@ enum class SetKind : int32_t { Records = 0, Rows = 1, Values = 2, Union = 3 };
 struct SetBase {
     std::shared_ptr<OpenBase> base;
     std::shared_ptr<const BaseDefinition> definition;
-    RecordSet records;      // borrows nothing
-    uint64_t count = 0;     // of records
-    uint64_t commit = 0;    // number of the last commit that the search saw
-    bool collected = false; // of a block's rows: records and count are made
+    RecordSet records;       // borrows nothing
+    uint64_t count = 0;      // of records
+    uint64_t commit = 0;     // number of the last commit that the search saw
+    bool collected = false;  // of a block's rows: records and count are made
 };
 
 // A numbered set. Its records never change; their values are read when a row is fetched.
@@ -32,7 +32,8 @@ struct SearchSet {
     std::vector<SetBase> bases;         // none: one row of constants
     std::vector<OutputColumn> columns;  // of a record set: made per base when the first row is fetched
     std::unique_ptr<Ordering> order;    // null: by record number
-    std::unique_ptr<RowBlock> block;    // rows that are more than the records of the one base; `order` is not used then
+    std::unique_ptr<RowBlock>
+        block;  // rows that are more than the records of the one base; `order` is not used then
     std::unique_ptr<UnionRows> joined;  // of a union, whose `bases` are those of its members
     std::vector<PartRow> hits;          // of a record set over a base with part fields: hit rows, ascending
     RecordSet headHits;                 // and the records whose head satisfied the search by itself
@@ -48,7 +49,8 @@ struct SearchSet {
     // Record at a place from 0 by number, 0 behind the end.
     RecordNumber byNumber(SetBase& base, uint64_t place);
     // The record of a row of one base's records. WDB_E_CHANGED when the order cannot be completed any more.
-    Result<RecordNumber> recordInRow(SetBase& base, uint64_t place, const BaseSnapshot& snapshot, SearchContext& context);
+    Result<RecordNumber> recordInRow(SetBase& base, uint64_t place, const BaseSnapshot& snapshot,
+                                     SearchContext& context);
 
 private:
     // Makes the records of a base from the rows of a block.

@@ -20,8 +20,8 @@ Status searchBase(const ccl::Expression* expression, BaseState& state, Search& s
     if (expression != nullptr) {
         WDB_TRY(ConditionBinder(state, search, error).bind(expression->criteria, conditions));
     }
-    Result<RecordSet> records = expression == nullptr ? state.index.live()
-                                                      : evaluateExpression(*expression, conditions, state);
+    Result<RecordSet> records =
+        expression == nullptr ? state.index.live() : evaluateExpression(*expression, conditions, state);
     if (!records) return records.status();
     fillBase(state, std::move(*records), result);
     return WDB_OK;
@@ -51,7 +51,8 @@ Status SelectPlan::bind(SearchSet& set) {
     WDB_TRY(bindColumns(tables_, command_.fields, set.columns, aggregates_, error_));
     if (!command_.tables.empty()) return WDB_OK;
     // A row of constants: nothing else has a meaning beside it.
-    const bool more = !aggregates_.empty() || command_.where || !command_.joins.empty() || !command_.group.empty();
+    const bool more =
+        !aggregates_.empty() || command_.where || !command_.joins.empty() || !command_.group.empty();
     return more ? fault(error_, WDB_E_CCL_UNSUPPORTED, 0) : WDB_OK;
 }
 
@@ -96,12 +97,14 @@ Status bindSort(const std::vector<ccl::SortItem>& items, const SearchSet& set, S
 
 // Are the rows the records of the one base?
 bool SelectPlan::isSimple() const {
-    const bool one = tables_.size() == 1 && command_.joins.empty() && command_.group.empty() && aggregates_.empty();
+    const bool one =
+        tables_.size() == 1 && command_.joins.empty() && command_.group.empty() && aggregates_.empty();
     if (!one || command_.distinct || tables_.hasPartFields(0)) return false;
     return std::none_of(command_.sort.begin(), command_.sort.end(), [&](const ccl::SortItem& item) {
         const size_t place = static_cast<size_t>(item.item) - 1;
         return item.item > 0 && static_cast<size_t>(item.item) <= command_.fields.size() &&
-               command_.fields[place].kind == ccl::FieldItem::Kind::Arithmetic && command_.fields[place].terms.size() > 1;
+               command_.fields[place].kind == ccl::FieldItem::Kind::Arithmetic &&
+               command_.fields[place].terms.size() > 1;
     });
 }
 
@@ -120,7 +123,8 @@ Status SelectPlan::selectRecords(SearchSet& set) {
     BaseState& state = *tables_[0].state;
     WDB_TRY(bindSort(command_.sort, set, tables_, sort_, error_));
     WDB_TRY(checkQualifiers());
-    WDB_TRY(searchBase(command_.where ? &*command_.where : nullptr, state, search_, set.bases.emplace_back(), error_));
+    WDB_TRY(searchBase(command_.where ? &*command_.where : nullptr, state, search_, set.bases.emplace_back(),
+                       error_));
     std::vector<SortKey> keys;
     for (size_t i = 0; i < sort_.size(); ++i) {
         const OutputColumn& column = sort_[i];
@@ -193,7 +197,8 @@ Status SelectPlan::group(RowBlock& block) {
     RowGroups groups = group_.empty() ? oneGroup(block.rows.size()) : RowGroups();
     if (!group_.empty()) WDB_TRY(groupRows(group_, source, groups));
     std::vector<ComputedColumn> computed(aggregates_.size());
-    for (size_t i = 0; i < aggregates_.size(); ++i) WDB_TRY(aggregate(aggregates_[i], source, groups, computed[i]));
+    for (size_t i = 0; i < aggregates_.size(); ++i)
+        WDB_TRY(aggregate(aggregates_[i], source, groups, computed[i]));
     block.rows.gather(groups.firstRow);
     block.computed = std::move(computed);
     block.plain = false;

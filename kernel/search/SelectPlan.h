@@ -11,9 +11,10 @@ namespace wdb {
 
 // Makes the set of a SEL command.
 //
-// A selection over one base whose rows are its records keeps the set of records and an order that is worked out as rows are
-// asked for; it fixes that order at once when it cannot rely on its snapshot to be there at the next call. Everything else
-// (joins, rows of parts, groups, DISTINCT) becomes a block of rows: joins, WHERE, GROUP and aggregates, DISTINCT, SORT.
+// A selection over one base whose rows are its records keeps the set of records and an order that is worked
+// out as rows are asked for; it fixes that order at once when it cannot rely on its snapshot to be there at
+// the next call. Everything else (joins, rows of parts, groups, DISTINCT) becomes a block of rows: joins,
+// WHERE, GROUP and aggregates, DISTINCT, SORT.
 class SelectPlan {
 public:
     SelectPlan(const ccl::SelectCommand& command, SearchContext& context, Search& search, CommandError& error)

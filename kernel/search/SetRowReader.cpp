@@ -4,13 +4,16 @@
 
 namespace wdb {
 
-Status SetRowReader::read(uint64_t row) { return set_.joined ? readUnion(row) : readFrom(set_, row); }
+Status SetRowReader::read(uint64_t row) {
+    return set_.joined ? readUnion(row) : readFrom(set_, row);
+}
 
 Status SetRowReader::readUnion(uint64_t row) {
     UnionRows& joined = *set_.joined;
     const uint64_t place = joined.picked ? joined.picks[row] : row;
-    const auto next = std::upper_bound(joined.members.begin(), joined.members.end(), place,
-                                       [](uint64_t wanted, const UnionRows::Member& member) { return wanted < member.begin; });
+    const auto next = std::upper_bound(
+        joined.members.begin(), joined.members.end(), place,
+        [](uint64_t wanted, const UnionRows::Member& member) { return wanted < member.begin; });
     UnionRows::Member& member = *std::prev(next);
     const Status status = readFrom(*member.set, place - member.begin);
     columns_ = member.columns;

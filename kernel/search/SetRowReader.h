@@ -13,7 +13,8 @@ public:
     // Both outlive the reader.
     SetRowReader(SearchSet& set, SearchContext& context) : set_(set), context_(context) {}
 
-    // WDB_E_DELETED when the records of the row are all gone (view() is then empty), WDB_E_CHANGED, WDB_E_CORRUPT.
+    // WDB_E_DELETED when the records of the row are all gone (view() is then empty), WDB_E_CHANGED,
+    // WDB_E_CORRUPT.
     Status read(uint64_t row);
     const RowView& view() const { return view_; }
     // The columns that the row has.
@@ -29,7 +30,7 @@ private:
 
     SearchSet& set_;
     SearchContext& context_;
-    SearchSet* opened_ = nullptr;        // whose rows reader_ reads
+    SearchSet* opened_ = nullptr;  // whose rows reader_ reads
     std::optional<TupleReader> reader_;
     RecordView record_;
     RowRecord only_;

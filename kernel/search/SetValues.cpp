@@ -20,7 +20,8 @@ const OutputColumn* columnOf(const ccl::SetValue& value, const std::vector<Outpu
     for (const OutputColumn& column : columns) {
         if (wanted == nullptr) break;
         const bool meant = wanted->record ? column.kind == OutputColumn::Kind::Record
-                                          : column.kind == OutputColumn::Kind::Field && equalsIgnoreCase(column.name, wanted->field);
+                                          : column.kind == OutputColumn::Kind::Field &&
+                                                equalsIgnoreCase(column.name, wanted->field);
         if (meant) return &column;
     }
     return columns.empty() ? nullptr : &columns.front();
@@ -128,10 +129,15 @@ std::vector<std::string> SetValues::as(FieldType type) const {
         std::string text;
         renderValue(type_, value, context_.dateForm(), text);
         Result<Operand> operand = operandOf(type, text, context_.dateForm(), context_.today());
-        if (operand && !operand->empty() && operand->exact && operand->beyond == 0) result.push_back(std::move(operand->canonical));
+        if (operand && !operand->empty() && operand->exact && operand->beyond == 0)
+            result.push_back(std::move(operand->canonical));
     }
-    const auto less = [type](const std::string& a, const std::string& b) { return compareValues(type, a, b) < 0; };
-    const auto same = [type](const std::string& a, const std::string& b) { return compareValues(type, a, b) == 0; };
+    const auto less = [type](const std::string& a, const std::string& b) {
+        return compareValues(type, a, b) < 0;
+    };
+    const auto same = [type](const std::string& a, const std::string& b) {
+        return compareValues(type, a, b) == 0;
+    };
     std::sort(result.begin(), result.end(), less);
     result.erase(std::unique(result.begin(), result.end(), same), result.end());
     return result;

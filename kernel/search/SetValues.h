@@ -11,8 +11,8 @@ namespace wdb {
 
 struct OutputColumn;
 
-// The values of one column of a set: all rows, all items, empty ones left out. A column is meant by its name, or, when none
-// has it, is the set's first one.
+// The values of one column of a set: all rows, all items, empty ones left out. A column is meant by its name,
+// or, when none has it, is the set's first one.
 class SetValues {
 public:
     SetValues(SearchContext& context, Search& search, CommandError& error)
@@ -23,7 +23,8 @@ public:
 
     // The texts as they are delivered.
     std::vector<std::string> texts() const;
-    // As canonical values of an item type, ascending, without repetitions; those that the type cannot read left out.
+    // As canonical values of an item type, ascending, without repetitions; those that the type cannot read
+    // left out.
     std::vector<std::string> as(FieldType type) const;
 
 private:

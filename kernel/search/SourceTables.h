@@ -20,9 +20,10 @@ struct SourceTable {
 
 // A column of a selection: some items of a field, or the record number.
 struct BoundColumn {
-    uint32_t table = 0;                      // place among the tables
-    const FieldDefinition* field = nullptr;  // null: the record number; lives as long as the base's definition
-    uint32_t first = 0;                      // subfields, 0: all
+    uint32_t table = 0;  // place among the tables
+    const FieldDefinition* field =
+        nullptr;         // null: the record number; lives as long as the base's definition
+    uint32_t first = 0;  // subfields, 0: all
     uint32_t last = 0;
 
     // Of its values; record numbers are whole numbers.

@@ -12,7 +12,8 @@ class StepTimer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    StepTimer(SearchContext& context, int32_t depth) : context_(context), depth_(depth), watched_(context.watched()) {
+    StepTimer(SearchContext& context, int32_t depth)
+        : context_(context), depth_(depth), watched_(context.watched()) {
         if (watched_) begin_ = Clock::now();
     }
     bool watched() const { return watched_; }

@@ -67,7 +67,8 @@ public:
             WDB_TRY(readJoinKeys(sides.comparison.right, common, added_, tables_, sides.added));
         }
         // An equality leads, since it leaves the least to look at.
-        const auto leader = std::find_if(sides_.begin(), sides_.end(), [](const Sides& s) { return s.comparison.isEqual(); });
+        const auto leader =
+            std::find_if(sides_.begin(), sides_.end(), [](const Sides& s) { return s.comparison.isEqual(); });
         if (leader != sides_.end()) std::iter_swap(sides_.begin(), leader);
         if (!sides_.empty()) sortLeader();
         return WDB_OK;
@@ -88,7 +89,8 @@ private:
     void sortLeader() {
         const JoinKeys& keys = sides_.front().added;
         for (uint32_t row = 0; row < keys.size(); ++row) {
-            for (uint32_t i = keys.begin[row]; i < keys.begin[row + 1]; ++i) sorted_.emplace_back(keys.keys[i], row);
+            for (uint32_t i = keys.begin[row]; i < keys.begin[row + 1]; ++i)
+                sorted_.emplace_back(keys.keys[i], row);
         }
         std::sort(sorted_.begin(), sorted_.end());
     }
@@ -99,14 +101,17 @@ private:
         const uint32_t begin = keys.begin[present], end = keys.begin[present + 1];
         for (uint32_t i = begin; i < end; ++i) {
             const Slice key = keys.keys[i];
-            const auto first = std::lower_bound(sorted_.begin(), sorted_.end(), key,
-                                                [](const auto& entry, Slice wanted) { return entry.first < wanted; });
-            const auto last = std::upper_bound(first, sorted_.end(), key,
-                                               [](Slice wanted, const auto& entry) { return wanted < entry.first; });
+            const auto first =
+                std::lower_bound(sorted_.begin(), sorted_.end(), key,
+                                 [](const auto& entry, Slice wanted) { return entry.first < wanted; });
+            const auto last =
+                std::upper_bound(first, sorted_.end(), key,
+                                 [](Slice wanted, const auto& entry) { return wanted < entry.first; });
             const bool below = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
             const bool above = comparison == Comparison::Less || comparison == Comparison::LessOrEqual;
             const bool unequal = comparison == Comparison::NotEqual;
-            const bool strict = comparison == Comparison::Less || comparison == Comparison::Greater || unequal;
+            const bool strict =
+                comparison == Comparison::Less || comparison == Comparison::Greater || unequal;
             if (below || unequal) take(sorted_.begin(), first, out);
             if (!strict) take(first, last, out);
             if (above || unequal) take(last, sorted_.end(), out);
@@ -122,7 +127,8 @@ private:
 
     bool fitsRest(uint32_t present, uint32_t added) {
         for (size_t i = 1; i < sides_.size(); ++i) {
-            if (!anyPair(sides_[i].present, present, sides_[i].comparison.comparison, sides_[i].added, added)) return false;
+            if (!anyPair(sides_[i].present, present, sides_[i].comparison.comparison, sides_[i].added, added))
+                return false;
         }
         for (size_t i = 0; i < texts_.size(); ++i) {
             if (!(turned_[i] ? texts_[i].fits(added, present) : texts_[i].fits(present, added))) return false;
@@ -136,7 +142,8 @@ private:
     std::vector<Sides> sides_;
     std::vector<TextJoin> texts_;
     std::vector<char> turned_;
-    std::vector<std::pair<Slice, uint32_t>> sorted_;  // keys of the first comparison's added side, with their rows
+    std::vector<std::pair<Slice, uint32_t>>
+        sorted_;  // keys of the first comparison's added side, with their rows
 };
 
 // Puts the joined rows together.
@@ -145,7 +152,10 @@ public:
     Assembler(const JoinClause& clause, uint32_t joined, std::span<const PartRow> added, Tuples& rows)
         : keepAdded_(clause.keeps(joined)),
           keepPresent_(clause.keeps(joined == clause.left() ? clause.right() : clause.left())),
-          joined_(joined), added_(added), rows_(rows), used_(added.size(), 0) {}
+          joined_(joined),
+          added_(added),
+          rows_(rows),
+          used_(added.size(), 0) {}
 
     // WDB_E_MEMORY when there would be too many rows.
     Status row(uint32_t present, std::span<const uint32_t> matches) {
@@ -186,7 +196,8 @@ private:
 
 }  // namespace
 
-Status joinTable(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables, Tuples& rows) {
+Status joinTable(const JoinClause& clause, uint32_t joined, const TableRows& added, SourceTables& tables,
+                 Tuples& rows) {
     const Status ranked = joinByRanks(clause, joined, added, tables, rows);
     if (ranked != WDB_FAIL) return ranked;
     const uint32_t other = joined == clause.left() ? clause.right() : clause.left();
@@ -207,20 +218,23 @@ Status joinTable(const JoinClause& clause, uint32_t joined, const TableRows& add
     return WDB_OK;
 }
 
-Status compareRows(const JoinComparison& comparison, const Tuples& rows, SourceTables& tables, std::vector<char>& holds) {
+Status compareRows(const JoinComparison& comparison, const Tuples& rows, SourceTables& tables,
+                   std::vector<char>& holds) {
     const DistinctRows left(rows, comparison.left.table), right(rows, comparison.right.table);
     holds.resize(rows.size());
     if (comparison.isText()) {
         TextJoin text(comparison, tables);
         WDB_TRY(text.prepare(left.different, right.different));
-        for (size_t row = 0; row < rows.size(); ++row) holds[row] = text.fits(left.placeOf[row], right.placeOf[row]);
+        for (size_t row = 0; row < rows.size(); ++row)
+            holds[row] = text.fits(left.placeOf[row], right.placeOf[row]);
         return WDB_OK;
     }
     JoinKeys leftKeys, rightKeys;
     WDB_TRY(readJoinKeys(comparison.left, comparison.common(), left.different, tables, leftKeys));
     WDB_TRY(readJoinKeys(comparison.right, comparison.common(), right.different, tables, rightKeys));
     for (size_t row = 0; row < rows.size(); ++row) {
-        holds[row] = anyPair(leftKeys, left.placeOf[row], comparison.comparison, rightKeys, right.placeOf[row]);
+        holds[row] =
+            anyPair(leftKeys, left.placeOf[row], comparison.comparison, rightKeys, right.placeOf[row]);
     }
     return WDB_OK;
 }

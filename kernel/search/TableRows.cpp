@@ -25,7 +25,8 @@ void TableRows::intersect(TableRows&& other) {
     whole = whole && other.whole;
     if (!byPart) return records.intersect(other.records);
     std::vector<PartRow> both;
-    std::set_intersection(parts.begin(), parts.end(), other.parts.begin(), other.parts.end(), std::back_inserter(both));
+    std::set_intersection(parts.begin(), parts.end(), other.parts.begin(), other.parts.end(),
+                          std::back_inserter(both));
     parts = std::move(both);
 }
 

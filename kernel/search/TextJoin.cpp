@@ -29,7 +29,8 @@ Status TextJoin::readValues(std::span<const PartRow> rows) {
         const auto keep = [&](Slice item) {
             std::string text;
             renderValue(column.type(), item, form, text);
-            const auto [at, added] = places_.try_emplace(std::move(text), static_cast<uint32_t>(found_.size()));
+            const auto [at, added] =
+                places_.try_emplace(std::move(text), static_cast<uint32_t>(found_.size()));
             if (added) found_.emplace_back();
             values.push_back(at->second);
         };
@@ -60,7 +61,8 @@ Status TextJoin::lookUp(const std::string& value, RecordSet& records) {
     } else {
         condition.test = Test::WordWithin;
         const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
-        const bool inclusive = comparison == Comparison::GreaterOrEqual || comparison == Comparison::LessOrEqual;
+        const bool inclusive =
+            comparison == Comparison::GreaterOrEqual || comparison == Comparison::LessOrEqual;
         (above ? condition.low : condition.high) = Bound{state.context.analyzer().fold(value), inclusive};
     }
     Result<RecordSet> found = recordsWhere(condition, state);
@@ -73,7 +75,8 @@ Status TextJoin::lookUp(const std::string& value, RecordSet& records) {
 bool TextJoin::fits(uint32_t left, uint32_t right) const {
     const RecordNumber record = texts_[turned_ ? right : left].record;
     const std::vector<uint32_t>& values = valuesOf_[turned_ ? left : right];
-    return std::any_of(values.begin(), values.end(), [&](uint32_t value) { return found_[value].contains(record); });
+    return std::any_of(values.begin(), values.end(),
+                       [&](uint32_t value) { return found_[value].contains(record); });
 }
 
 void TextJoin::matches(bool left, uint32_t row, std::vector<uint32_t>& out) {
@@ -86,7 +89,8 @@ void TextJoin::matches(bool left, uint32_t row, std::vector<uint32_t>& out) {
         for (const uint32_t value : valuesOf_[row]) {
             found_[value].forEach([&](RecordNumber record) {
                 auto at = std::lower_bound(texts_.begin(), texts_.end(), PartRow{record, 0});
-                for (; at != texts_.end() && at->record == record; ++at) out.push_back(static_cast<uint32_t>(at - texts_.begin()));
+                for (; at != texts_.end() && at->record == record; ++at)
+                    out.push_back(static_cast<uint32_t>(at - texts_.begin()));
             });
         }
     }

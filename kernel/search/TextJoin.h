@@ -10,8 +10,8 @@
 
 namespace wdb {
 
-// A join comparison with a TEXT column: each different value of the other side is looked for in the text as a criterion does
-// it. With texts on both sides the right one's whole text is the value.
+// A join comparison with a TEXT column: each different value of the other side is looked for in the text as a
+// criterion does it. With texts on both sides the right one's whole text is the value.
 class TextJoin {
 public:
     TextJoin(const JoinComparison& comparison, SourceTables& tables);
@@ -20,7 +20,8 @@ public:
     Status prepare(std::span<const PartRow> left, std::span<const PartRow> right);
     // By places in these rows.
     bool fits(uint32_t left, uint32_t right) const;
-    // The rows of the other side that fit a row of one side, ascending. `left`: that row is one of the left side.
+    // The rows of the other side that fit a row of one side, ascending. `left`: that row is one of the left
+    // side.
     void matches(bool left, uint32_t row, std::vector<uint32_t>& out);
 
 private:
@@ -36,7 +37,8 @@ private:
     std::vector<RecordSet> found_;                 // per different value
     std::map<std::string, uint32_t> places_;       // value to place in found_
     bool inverted_ = false;
-    std::unordered_map<RecordNumber, std::vector<uint32_t>> rowsOf_;  // inverted: rows of the other side by record of the text
+    std::unordered_map<RecordNumber, std::vector<uint32_t>>
+        rowsOf_;  // inverted: rows of the other side by record of the text
 };
 
 }  // namespace wdb

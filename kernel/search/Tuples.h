@@ -14,8 +14,8 @@ struct PartRow {
     auto operator<=>(const PartRow&) const = default;
 };
 
-// The rows of a selection over one or more tables: per table a record (0: none, an outer join's empty side) and, where
-// the table's rows are parts, its part.
+// The rows of a selection over one or more tables: per table a record (0: none, an outer join's empty side)
+// and, where the table's rows are parts, its part.
 class Tuples {
 public:
     struct Table {

@@ -20,7 +20,9 @@ FieldType typeOf(const OutputColumn& column) {
     return column.kind == Kind::Constant || column.kind == Kind::Null ? FieldType::Phrase : column.type;
 }
 
-bool isNumeric(FieldType type) { return type == FieldType::Integer || type == FieldType::Number; }
+bool isNumeric(FieldType type) {
+    return type == FieldType::Integer || type == FieldType::Number;
+}
 
 // What a column is ordered as: its members' type, numbers of both kinds as numbers, anything else as texts.
 FieldType orderType(const UnionRows& joined, size_t column) {
@@ -68,11 +70,14 @@ Result<std::unique_ptr<SearchSet>> UnionPlan::makeSet() {
 // A union's members are taken over one by one.
 Status UnionPlan::addSide(int32_t number, SearchSet& set) {
     const std::shared_ptr<SearchSet> side = search_.share(number);
-    const bool usable = side != nullptr && (side->kind == SetKind::Rows || side->kind == SetKind::Union || side->kind == SetKind::Values);
+    const bool usable = side != nullptr && (side->kind == SetKind::Rows || side->kind == SetKind::Union ||
+                                            side->kind == SetKind::Values);
     if (!usable) return fault(error_, WDB_E_CCL_SET, 0, std::to_string(number));
     UnionRows& joined = *set.joined;
-    if (joined.members.empty()) set.columns = side->columns;
-    else if (side->columns.size() != set.columns.size()) return fault(error_, WDB_E_CCL_SET, 0, std::to_string(number));
+    if (joined.members.empty())
+        set.columns = side->columns;
+    else if (side->columns.size() != set.columns.size())
+        return fault(error_, WDB_E_CCL_SET, 0, std::to_string(number));
     const uint64_t begin = joined.all;
     if (side->rows() > UINT32_MAX - begin) return WDB_E_MEMORY;
     for (const SetBase& base : side->bases) {
@@ -100,10 +105,12 @@ Status UnionPlan::addSide(int32_t number, SearchSet& set) {
     }
     UnionRows::Member member{side, side->columns, begin};
     for (OutputColumn& column : member.columns) {
-        if (column.kind == OutputColumn::Kind::Field) column.name = side->bases[column.table].definition->name + "." + column.name;
+        if (column.kind == OutputColumn::Kind::Field)
+            column.name = side->bases[column.table].definition->name + "." + column.name;
     }
     joined.members.push_back(std::move(member));
-    for (uint64_t row = 0; joined.picked && row < side->rows(); ++row) joined.picks.push_back(static_cast<uint32_t>(begin + row));
+    for (uint64_t row = 0; joined.picked && row < side->rows(); ++row)
+        joined.picks.push_back(static_cast<uint32_t>(begin + row));
     joined.all += side->rows();
     return WDB_OK;
 }
@@ -111,7 +118,8 @@ Status UnionPlan::addSide(int32_t number, SearchSet& set) {
 Status UnionPlan::makeKeys(SearchSet& set, Keys& keys) {
     const DateForm form = context_.dateForm();
     std::vector<FieldType> types;
-    for (size_t column = 0; column < set.columns.size(); ++column) types.push_back(orderType(*set.joined, column));
+    for (size_t column = 0; column < set.columns.size(); ++column)
+        types.push_back(orderType(*set.joined, column));
     const InlineValues inlined{context_.textsInline(), context_.objectsInline()};
     SetRowReader reader(set, context_);
     for (uint64_t row = 0; row < set.joined->size(); ++row) {
@@ -122,7 +130,8 @@ Status UnionPlan::makeKeys(SearchSet& set, Keys& keys) {
         if (status == WDB_E_DELETED) continue;
         for (size_t column = 0; column < types.size(); ++column) {
             const OutputColumn& source = reader.columns()[column];
-            columns[column] = orderKey(typeOf(source), types[column], firstValue(source, reader.view(), form), form);
+            columns[column] =
+                orderKey(typeOf(source), types[column], firstValue(source, reader.view(), form), form);
         }
         RowKeyMaker(reader.columns(), form, inlined).append(reader.view(), whole);
     }

@@ -7,9 +7,9 @@
 
 namespace wdb {
 
-// Makes the set of a UNION: the rows of two row sets (or unions) with equally many columns, the left ones first. DISTINCT
-// leaves the first of equal rows and puts the rows in an order in which equal ones would be neighbours. The columns'
-// names and types are the left set's; SORT takes their positions only.
+// Makes the set of a UNION: the rows of two row sets (or unions) with equally many columns, the left ones
+// first. DISTINCT leaves the first of equal rows and puts the rows in an order in which equal ones would be
+// neighbours. The columns' names and types are the left set's; SORT takes their positions only.
 class UnionPlan {
 public:
     UnionPlan(const ccl::UnionCommand& command, SearchContext& context, Search& search, CommandError& error)

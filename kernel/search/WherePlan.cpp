@@ -40,8 +40,10 @@ Status WherePlan::bind() {
         emptyTruth_.push_back(noNumber || conditions_.back().test == Condition::Test::Absent);
     }
     for (const ccl::ExpressionNode& node : expression_->nodes) {
-        if (node.kind == Connective::Criterion) owners_.push_back(criterionOwner[node.left]);
-        else owners_.push_back(owners_[node.left] == owners_[node.right] ? owners_[node.left] : kMixed);
+        if (node.kind == Connective::Criterion)
+            owners_.push_back(criterionOwner[node.left]);
+        else
+            owners_.push_back(owners_[node.left] == owners_[node.right] ? owners_[node.left] : kMixed);
     }
     splitConjuncts();
     return WDB_OK;
@@ -55,7 +57,8 @@ uint32_t WherePlan::ownerOf(const Criterion& criterion, Status& status) {
         }
         return 0;
     }
-    if (criterion.column.record && criterion.column.qualifier.empty()) return tables_.size() > 1 ? kAnyTable : 0;
+    if (criterion.column.record && criterion.column.qualifier.empty())
+        return tables_.size() > 1 ? kAnyTable : 0;
     const Result<BoundColumn> column = tables_.bind(criterion.column);
     if (!column) status = column.status();
     return column ? column->table : 0;
@@ -101,8 +104,10 @@ Status WherePlan::tableRows(uint32_t table, bool narrow, TableRows& rows) {
         TableRows found;
         found.byPart = rows.byPart;
         WDB_TRY(subset(table, conjuncts_[i], found));
-        if (first) rows = std::move(found);
-        else rows.intersect(std::move(found));
+        if (first)
+            rows = std::move(found);
+        else
+            rows.intersect(std::move(found));
         first = false;
         conjuncts_.erase(conjuncts_.begin() + static_cast<ptrdiff_t>(i));
     }
@@ -118,7 +123,8 @@ Status WherePlan::subset(uint32_t table, std::optional<uint32_t> root, TableRows
         rows.parts = std::move(hits.rows);
         return WDB_OK;
     }
-    Result<RecordSet> records = root ? evaluateExpression(*expression_, *root, conditions_, state) : state.index.live();
+    Result<RecordSet> records =
+        root ? evaluateExpression(*expression_, *root, conditions_, state) : state.index.live();
     if (!records) return records.status();
     rows.records = std::move(*records);
     rows.whole = !root;
@@ -164,7 +170,8 @@ Status WherePlan::truths(uint32_t root, const Tuples& rows, std::vector<char>& r
         const Visit visit = visits.back();
         visits.pop_back();
         const ccl::ExpressionNode& node = expression_->nodes[visit.node];
-        if (owners_[visit.node] != kMixed && (owners_[visit.node] != kAnyTable || node.kind == Connective::Criterion)) {
+        if (owners_[visit.node] != kMixed &&
+            (owners_[visit.node] != kAnyTable || node.kind == Connective::Criterion)) {
             WDB_TRY(leafTruths(visit.node, rows, results[visit.node]));
         } else if (!visit.operandsDone) {
             visits.push_back({visit.node, true});

@@ -11,10 +11,11 @@ namespace wdb {
 
 // The WHERE condition of a selection over several tables, or over parts.
 //
-// It is cut into the operands of its outermost ANDs. One that speaks of a single table narrows that table before the joins
-// (unless an outer join may leave the table empty in a row); the others are decided row by row from the sets of the
-// single-table stretches inside them. In a row without a record of its table a criterion holds only when it asks for the
-// empty value. An unqualified record number, among several tables, is that of the first table with a record in the row.
+// It is cut into the operands of its outermost ANDs. One that speaks of a single table narrows that table
+// before the joins (unless an outer join may leave the table empty in a row); the others are decided row by
+// row from the sets of the single-table stretches inside them. In a row without a record of its table a
+// criterion holds only when it asks for the empty value. An unqualified record number, among several tables,
+// is that of the first table with a record in the row.
 class WherePlan {
 public:
     WherePlan(const ccl::Expression* expression, SourceTables& tables, Search& search, CommandError& error)
@@ -24,13 +25,14 @@ public:
     Status bind();
     // Does the condition speak of a part field of the table?
     bool usesParts(uint32_t table) const;
-    // The rows of a table that can stand in the result; `narrow`: the operands that speak of it alone are used up.
+    // The rows of a table that can stand in the result; `narrow`: the operands that speak of it alone are
+    // used up.
     Status tableRows(uint32_t table, bool narrow, TableRows& rows);
     // Takes out the rows for which the rest of the condition does not hold.
     Status filter(Tuples& rows);
 
 private:
-    static constexpr uint32_t kMixed = UINT32_MAX;      // several tables
+    static constexpr uint32_t kMixed = UINT32_MAX;         // several tables
     static constexpr uint32_t kAnyTable = UINT32_MAX - 1;  // the first record of the row
 
     Status bindCriterion(const ccl::Criterion& criterion);

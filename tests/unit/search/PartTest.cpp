@@ -9,18 +9,20 @@ struct Row {
     const char* reason;
 };
 
-// Records 1 with two parts, 2 with one, 3 without parts but a value of a part field in its head, 4 without any, 5 with
-// a part and such a value.
+// Records 1 with two parts, 2 with one, 3 without parts but a value of a part field in its head, 4 without
+// any, 5 with a part and such a value.
 class PartTest : public SearchFixture {
 protected:
     void SetUp() override {
         SearchFixture::SetUp();
         create("B", {{"NAME", FieldType::Phrase}, {"PARTN", FieldType::Integer}, {"PARTT", FieldType::Text}});
-        putParts("B", {{{{"NAME", {"a"}}}, {{{"PARTN", {"1"}}, {"PARTT", {"red fox"}}}, {{"PARTN", {"2", "3"}}, {"PARTT", {"fox"}}}}},
-                       {{{"NAME", {"b"}}}, {{{"PARTN", {"3"}}}}},
-                       {{{"NAME", {"a"}}, {"PARTN", {"1"}}}, {}},
-                       {{{"NAME", {"c"}}}, {}},
-                       {{{"NAME", {"a"}}, {"PARTT", {"red"}}}, {{{"PARTN", {"1"}}}}}});
+        putParts("B",
+                 {{{{"NAME", {"a"}}},
+                   {{{"PARTN", {"1"}}, {"PARTT", {"red fox"}}}, {{"PARTN", {"2", "3"}}, {"PARTT", {"fox"}}}}},
+                  {{{"NAME", {"b"}}}, {{{"PARTN", {"3"}}}}},
+                  {{{"NAME", {"a"}}, {"PARTN", {"1"}}}, {}},
+                  {{{"NAME", {"c"}}}, {}},
+                  {{{"NAME", {"a"}}, {"PARTT", {"red"}}}, {{{"PARTN", {"1"}}}}}});
         ASSERT_EQ(search.execute("DEF FIN MIN=0"), WDB_OK);
         ASSERT_EQ(search.execute("BAS B"), WDB_OK);
     }
@@ -75,16 +77,21 @@ TEST_F(PartTest, RowsOfParts) {
     put("H", {{{"REF", {"1"}}, {"WHAT", {"x"}}}, {{"REF", {"3"}}, {"WHAT", {"y"}}}});
     const Row rows[] = {
         {"SEL FRL(B) FIELD(B.R,B.NAME)", "1|a 2|b 3|a 4|c 5|a", "head fields only: a row for each record"},
-        {"SEL FRL(B) FIELD(B.R,B.PARTN)", "1|1 1|2;3 2|3 3|1 4|- 5|- 5|1", "a row for each part, one with part 0 without parts or with a value there"},
-        {"SEL FRL(B) FIELD(B.R,B.PARTT) WHERE(B.PARTT=fox)", "1|PARTT,1,1 1|PARTT,1,2", "references name the part"},
+        {"SEL FRL(B) FIELD(B.R,B.PARTN)", "1|1 1|2;3 2|3 3|1 4|- 5|- 5|1",
+         "a row for each part, one with part 0 without parts or with a value there"},
+        {"SEL FRL(B) FIELD(B.R,B.PARTT) WHERE(B.PARTT=fox)", "1|PARTT,1,1 1|PARTT,1,2",
+         "references name the part"},
         {"SEL FRL(B) FIELD(B.R) WHERE(B.PARTN=1)", "1 3 5", "the condition alone makes rows of parts"},
         {"SEL FRL(B) FIELD(B.R) WHERE(B.PARTT=fox)", "1 1", "as many as there are"},
-        {"SEL FRL(B) FIELD(B.R,B.PARTN) SORT(B.PARTN DESC)", "2|3 1|2;3 1|1 3|1 5|1 4|- 5|-", "sorted by the part's first item"},
+        {"SEL FRL(B) FIELD(B.R,B.PARTN) SORT(B.PARTN DESC)", "2|3 1|2;3 1|1 3|1 5|1 4|- 5|-",
+         "sorted by the part's first item"},
         {"SEL FRL(B) FIELD(B.PARTN.1,COUNT(*)) SORT(1) GROUP(B.PARTN.1)", "-|2 1|3 2|1 3|1", "grouped"},
         {"SEL FRL(B) FIELD(COUNT(B.PARTN),SUM(B.PARTN))", "6|11", "every part's items"},
         {"SEL DISTINCT FRL(B) FIELD(B.PARTN)", "- 1 2;3 3", "different ones"},
-        {"SEL FRL(B,H) FIELD(B.R,B.PARTN,H.WHAT) INNER(B.PARTN=H.REF)", "1|1|x 1|2;3|y 2|3|y 3|1|x 5|1|x", "joined by the part's items"},
-        {"SEL FRL(B,H) FIELD(B.R,H.R) INNER(B.PARTN=H.REF)", "1|1 1|2 2|2 3|1 5|1", "a join alone makes no rows of parts"},
+        {"SEL FRL(B,H) FIELD(B.R,B.PARTN,H.WHAT) INNER(B.PARTN=H.REF)", "1|1|x 1|2;3|y 2|3|y 3|1|x 5|1|x",
+         "joined by the part's items"},
+        {"SEL FRL(B,H) FIELD(B.R,H.R) INNER(B.PARTN=H.REF)", "1|1 1|2 2|2 3|1 5|1",
+         "a join alone makes no rows of parts"},
     };
     for (const Row& row : rows) EXPECT_EQ(select(row.command), row.rows) << row.command << ": " << row.reason;
     RowItems row;

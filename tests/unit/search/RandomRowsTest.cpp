@@ -8,8 +8,8 @@
 namespace wdb {
 namespace {
 
-// Joins, groups and pages over tables of which some records are in the index files and some were changed since, beside a
-// plain reckoning over the same values.
+// Joins, groups and pages over tables of which some records are in the index files and some were changed
+// since, beside a plain reckoning over the same values.
 class RandomRowsTest : public SearchFixture {
 protected:
     static constexpr RecordNumber kLeft = 300;
@@ -22,13 +22,15 @@ protected:
 
     void SetUp() override {
         SearchFixture::SetUp();
-        for (const char* name : {"L", "M"}) create(name, {{"K", FieldType::Phrase}, {"N", FieldType::Integer}});
+        for (const char* name : {"L", "M"})
+            create(name, {{"K", FieldType::Phrase}, {"N", FieldType::Integer}});
         ASSERT_EQ(search.execute("DEF FIN MIN=0"), WDB_OK);
     }
     Values draw(bool several) {
         Values values;
         if (random_() % 20 != 0) values.keys.push_back("k" + std::to_string(random_() % 120));
-        if (several && random_() % 8 == 0 && !values.keys.empty()) values.keys.push_back("k" + std::to_string(random_() % 120));
+        if (several && random_() % 8 == 0 && !values.keys.empty())
+            values.keys.push_back("k" + std::to_string(random_() % 120));
         if (random_() % 9 != 0) values.number = static_cast<int64_t>(random_() % 1000) - 500;
         return values;
     }
@@ -76,9 +78,11 @@ protected:
     void expectJoins(const Table& left, const Table& right) {
         EXPECT_EQ(select("SEL FRL(L,M) FIELD(L.R,M.R) INNER(L.K=M.K)"), joined(left, right, 1000, false));
         EXPECT_EQ(select("SEL FRL(L,M) FIELD(L.R,M.R) LEFT(L.K=M.K)"), joined(left, right, 1000, true));
-        EXPECT_EQ(select("SEL FRL(L,M) FIELD(L.R,M.R) INNER(L.K=M.K) WHERE(M.N<-470)"), joined(left, right, -470, false))
+        EXPECT_EQ(select("SEL FRL(L,M) FIELD(L.R,M.R) INNER(L.K=M.K) WHERE(M.N<-470)"),
+                  joined(left, right, -470, false))
             << "the narrow side leads";
-        EXPECT_EQ(select("SEL FRL(L,M) FIELD(L.R,M.R) INNER(L.K=M.K) WHERE(M.N<300)"), joined(left, right, 300, false));
+        EXPECT_EQ(select("SEL FRL(L,M) FIELD(L.R,M.R) INNER(L.K=M.K) WHERE(M.N<300)"),
+                  joined(left, right, 300, false));
     }
     void expectGroups(const Table& table) {
         std::map<std::string, std::array<int64_t, 3>> groups;  // rows, numbers, sum
@@ -90,10 +94,12 @@ protected:
         }
         std::string expected;
         for (const auto& [key, group] : groups) {
-            expected += (expected.empty() ? "" : " ") + (key.empty() ? "-" : key) + "|" + std::to_string(group[0]) + "|" +
-                        std::to_string(group[1]) + "|" + (group[1] == 0 ? "-" : std::to_string(group[2]));
+            expected += (expected.empty() ? "" : " ") + (key.empty() ? "-" : key) + "|" +
+                        std::to_string(group[0]) + "|" + std::to_string(group[1]) + "|" +
+                        (group[1] == 0 ? "-" : std::to_string(group[2]));
         }
-        EXPECT_EQ(select("SEL FRL(M) FIELD(M.K.1,COUNT(*),COUNT(M.N),SUM(M.N)) SORT(1) GROUP(M.K.1)"), expected);
+        EXPECT_EQ(select("SEL FRL(M) FIELD(M.K.1,COUNT(*),COUNT(M.N),SUM(M.N)) SORT(1) GROUP(M.K.1)"),
+                  expected);
     }
     void expectPages(const Table& table) {
         for (const bool down : {false, true}) {
@@ -108,11 +114,14 @@ protected:
                     return a.second < b.second;
                 });
                 for (const size_t from : {size_t{0}, order.size() / 2, order.size() - 3, size_t{40}}) {
-                    ASSERT_EQ(search.execute(std::string("SEL FRL(M) FIELD(M.R)") + where + " SORT(M.K" + (down ? " DES)" : ")")), WDB_OK);
+                    ASSERT_EQ(search.execute(std::string("SEL FRL(M) FIELD(M.R)") + where + " SORT(M.K" +
+                                             (down ? " DES)" : ")")),
+                              WDB_OK);
                     for (size_t i = from; i < std::min(from + 30, order.size()); ++i) {
                         RowItems row;
                         ASSERT_EQ(search.fetchRow(0, static_cast<int32_t>(i), row), WDB_OK);
-                        ASSERT_EQ(row.words[row.words.size() - 2], order[i].second) << where << " row " << i << (down ? " down" : "");
+                        ASSERT_EQ(row.words[row.words.size() - 2], order[i].second)
+                            << where << " row " << i << (down ? " down" : "");
                     }
                 }
             }
@@ -127,9 +136,14 @@ TEST_F(RandomRowsTest, TheOrdersOfTheIndexAgreeWithTheValues) {
         SCOPED_TRACE(several);
         Table left, right;
         if (several) {
-            for (const char* name : {"L", "M"}) ASSERT_EQ(find(std::string(name) + ".R=FROM 1").empty(), false);
-            withUnit("L", [](UnitBase& base) { for (RecordNumber r = 1; r <= kLeft; ++r) static_cast<void>(base.remove(r)); });
-            withUnit("M", [](UnitBase& base) { for (RecordNumber r = 1; r <= kRight; ++r) static_cast<void>(base.remove(r)); });
+            for (const char* name : {"L", "M"})
+                ASSERT_EQ(find(std::string(name) + ".R=FROM 1").empty(), false);
+            withUnit("L", [](UnitBase& base) {
+                for (RecordNumber r = 1; r <= kLeft; ++r) static_cast<void>(base.remove(r));
+            });
+            withUnit("M", [](UnitBase& base) {
+                for (RecordNumber r = 1; r <= kRight; ++r) static_cast<void>(base.remove(r));
+            });
         }
         const RecordNumber skip = several ? 1 : 0;
         Table filledLeft, filledRight;

@@ -5,7 +5,8 @@
 #include "kernel/search/ItemTest.h"
 #include "tests/unit/search/SearchFixture.h"
 
-// What the indexes answer against what looking at every record says, for conditions and records made at random.
+// What the indexes answer against what looking at every record says, for conditions and records made at
+// random.
 namespace wdb {
 namespace {
 
@@ -19,21 +20,28 @@ protected:
     }
     std::string text(FieldType type) {
         switch (type) {
-        case FieldType::Integer: return std::to_string(static_cast<int>(below(12)) - 4);
-        case FieldType::Number: return std::to_string(below(5)) + (below(2) == 0 ? ".50" : ".5");
-        case FieldType::Date: return "2024-01-0" + std::to_string(1 + below(9));
-        case FieldType::Phrase: return below(3) == 0 ? word() : word() + " " + word();
-        default: {
-            std::string result = word();
-            for (size_t i = below(6); i > 0; --i) result += (below(6) == 0 ? "\n\n" : " ") + word();
-            return result;
-        }
+            case FieldType::Integer:
+                return std::to_string(static_cast<int>(below(12)) - 4);
+            case FieldType::Number:
+                return std::to_string(below(5)) + (below(2) == 0 ? ".50" : ".5");
+            case FieldType::Date:
+                return "2024-01-0" + std::to_string(1 + below(9));
+            case FieldType::Phrase:
+                return below(3) == 0 ? word() : word() + " " + word();
+            default: {
+                std::string result = word();
+                for (size_t i = below(6); i > 0; --i) result += (below(6) == 0 ? "\n\n" : " ") + word();
+                return result;
+            }
         }
     }
     Record record() {
         Record result;
         for (const auto& [name, type] : kFields) {
-            const size_t items = type == FieldType::Text ? below(2) : below(4) == 0 ? 2 + below(2) : below(3) == 0 ? 0 : 1;
+            const size_t items = type == FieldType::Text ? below(2)
+                                 : below(4) == 0         ? 2 + below(2)
+                                 : below(3) == 0         ? 0
+                                                         : 1;
             for (size_t i = 0; i < items; ++i) {
                 const bool gap = items > 1 && i + 1 < items && below(5) == 0;
                 result[name].push_back(gap ? "" : text(type));
@@ -46,20 +54,26 @@ protected:
         static const char* const kSigns[] = {"=", "<>", "<", ">", "<=", ">="};
         const std::string column = name + (below(5) == 0 ? "." + std::to_string(1 + below(2)) : "");
         switch (below(8)) {
-        case 0: return column + "=$";
-        case 1: return column + "=\"\"";
-        case 2: return column + "=" + text(type) + " TO " + text(type);
-        case 3: {
-            std::string value = text(type).substr(0, 1 + below(6));
-            for (char& c : value) if (c == '\n') c = ' ';
-            if (type == FieldType::Phrase || type == FieldType::Text) return column + (below(2) == 0 ? "=" : "<>") + value + "$";
-            return column + "=" + "$" + value.substr(0, 1);
-        }
-        default: {
-            std::string value = text(type);
-            for (char& c : value) if (c == '\n') c = ' ';
-            return column + kSigns[below(6)] + value;
-        }
+            case 0:
+                return column + "=$";
+            case 1:
+                return column + "=\"\"";
+            case 2:
+                return column + "=" + text(type) + " TO " + text(type);
+            case 3: {
+                std::string value = text(type).substr(0, 1 + below(6));
+                for (char& c : value)
+                    if (c == '\n') c = ' ';
+                if (type == FieldType::Phrase || type == FieldType::Text)
+                    return column + (below(2) == 0 ? "=" : "<>") + value + "$";
+                return column + "=" + "$" + value.substr(0, 1);
+            }
+            default: {
+                std::string value = text(type);
+                for (char& c : value)
+                    if (c == '\n') c = ' ';
+                return column + kSigns[below(6)] + value;
+            }
         }
     }
 
@@ -77,16 +91,22 @@ protected:
         EXPECT_EQ(status, WDB_OK) << condition;
         ItemTest test(conditions[0], *this);
         std::string result;
-        EXPECT_EQ(state.snapshot.reader().forEachRecord(1, [&](RecordNumber number, Slice image) {
-            if (test.holds(*RecordView::validate(image))) result += (result.empty() ? "" : " ") + std::to_string(number);
-            return Status{WDB_OK};
-        }), WDB_OK);
+        EXPECT_EQ(state.snapshot.reader().forEachRecord(1,
+                                                        [&](RecordNumber number, Slice image) {
+                                                            if (test.holds(*RecordView::validate(image)))
+                                                                result += (result.empty() ? "" : " ") +
+                                                                          std::to_string(number);
+                                                            return Status{WDB_OK};
+                                                        }),
+                  WDB_OK);
         return result;
     }
 
     std::mt19937 random_{20240601};
-    const std::vector<std::pair<std::string, FieldType>> kFields = {{"P", FieldType::Phrase}, {"N", FieldType::Integer},
-                                                                    {"D", FieldType::Number}, {"DAY", FieldType::Date},
+    const std::vector<std::pair<std::string, FieldType>> kFields = {{"P", FieldType::Phrase},
+                                                                    {"N", FieldType::Integer},
+                                                                    {"D", FieldType::Number},
+                                                                    {"DAY", FieldType::Date},
                                                                     {"T", FieldType::Text}};
 };
 

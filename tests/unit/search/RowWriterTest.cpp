@@ -7,7 +7,8 @@
 namespace wdb {
 namespace {
 
-OutputColumn column(FieldNumber field, FieldType type, std::string name, uint32_t first = 0, uint32_t last = 0) {
+OutputColumn column(FieldNumber field, FieldType type, std::string name, uint32_t first = 0,
+                    uint32_t last = 0) {
     OutputColumn result;
     result.kind = OutputColumn::Kind::Field;
     result.field = field;
@@ -41,7 +42,8 @@ RowView rowOf(Fixture& fixture, RecordNumber number) {
 
 TEST(RowWriterTest, ItemsFlagsLengthsAndTrailer) {
     Fixture f;
-    const std::vector<OutputColumn> columns = {column(1, FieldType::Phrase, "NAME"), column(2, FieldType::Integer, "QTY"),
+    const std::vector<OutputColumn> columns = {column(1, FieldType::Phrase, "NAME"),
+                                               column(2, FieldType::Integer, "QTY"),
                                                column(3, FieldType::Text, "NOTE")};
     RowWriter(f.row, {}).write(columns, rowOf(f, 12), true);
     const std::vector<uint32_t> words = {4, 12, 1, 137, 1, 129, 0, 10, 9, 141, 12, 0};
@@ -55,10 +57,15 @@ TEST(RowWriterTest, SubfieldsGapsAndConstants) {
     record.kind = OutputColumn::Kind::Record;
     constant.kind = OutputColumn::Kind::Constant;
     constant.text = "c";
-    const std::vector<OutputColumn> columns = {column(4, FieldType::Integer, "N"),       column(4, FieldType::Integer, "N", 3, 3),
-                                               column(4, FieldType::Integer, "N", 2, 2), column(4, FieldType::Integer, "N", 2, 3),
-                                               column(1, FieldType::Phrase, "P", 1, 1),  column(1, FieldType::Phrase, "P", 9, 9),
-                                               record, constant, none};
+    const std::vector<OutputColumn> columns = {column(4, FieldType::Integer, "N"),
+                                               column(4, FieldType::Integer, "N", 3, 3),
+                                               column(4, FieldType::Integer, "N", 2, 2),
+                                               column(4, FieldType::Integer, "N", 2, 3),
+                                               column(1, FieldType::Phrase, "P", 1, 1),
+                                               column(1, FieldType::Phrase, "P", 9, 9),
+                                               record,
+                                               constant,
+                                               none};
     RowWriter(f.row, {}).write(columns, rowOf(f, 3), true);
     std::string printed;
     size_t start = 0;

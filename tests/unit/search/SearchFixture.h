@@ -64,7 +64,8 @@ protected:
         ASSERT_EQ(directory_->createBase(definition, ++now_, *hold), WDB_OK);
     }
 
-    // (Fields whose names begin with PART lie in parts.) Stores records in one unit; they get the next numbers.
+    // (Fields whose names begin with PART lie in parts.) Stores records in one unit; they get the next
+    // numbers.
     void put(const std::string& name, const std::vector<Record>& records) {
         withUnit(name, [&](UnitBase& base) {
             for (const Record& record : records) {
@@ -75,7 +76,8 @@ protected:
         });
     }
     // Stores records with parts.
-    void putParts(const std::string& name, const std::vector<std::pair<Record, std::vector<Record>>>& records) {
+    void putParts(const std::string& name,
+                  const std::vector<std::pair<Record, std::vector<Record>>>& records) {
         withUnit(name, [&](UnitBase& base) {
             for (const auto& [head, parts] : records) {
                 auto number = base.writer->newRecord();
@@ -100,7 +102,8 @@ protected:
         withUnit(name, [&](UnitBase& base) { ASSERT_EQ(base.remove(number), WDB_OK); });
     }
 
-    // The rows of the current result: items of a column separated by ";", columns by "|", rows by " ". NULL is "-".
+    // The rows of the current result: items of a column separated by ";", columns by "|", rows by " ". NULL
+    // is "-".
     std::string rows(int32_t set = 0) {
         std::string result;
         RowItems row;

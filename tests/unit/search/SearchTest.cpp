@@ -15,9 +15,16 @@ protected:
                        {"NOTE", FieldType::Text},
                        {"DATA", FieldType::String},
                        {"SECRET", FieldType::Phrase}});
-        put("ART", {{{"NAME", {"Alpha Beta"}}, {"QTY", {"10"}}, {"PRICE", {"1.50"}}, {"DAY", {"2024-01-05"}}, {"AT", {"9:30"}},
+        put("ART", {{{"NAME", {"Alpha Beta"}},
+                     {"QTY", {"10"}},
+                     {"PRICE", {"1.50"}},
+                     {"DAY", {"2024-01-05"}},
+                     {"AT", {"9:30"}},
                      {"NOTE", {"War and peace\n\nsecond paragraph"}}},
-                    {{"NAME", {"alpha  gamma", "delta"}}, {"QTY", {"-3", "20"}}, {"PRICE", {"1.5"}}, {"DAY", {"2023-12-31"}}},
+                    {{"NAME", {"alpha  gamma", "delta"}},
+                     {"QTY", {"-3", "20"}},
+                     {"PRICE", {"1.5"}},
+                     {"DAY", {"2023-12-31"}}},
                     {{"NAME", {"Beta"}}, {"NOTE", {"peace and war"}}},
                     {{"QTY", {"", "7"}}, {"NAME", {"50$"}}},
                     {{"SECRET", {"x"}}}});
@@ -119,7 +126,8 @@ TEST_F(SearchTest, ConditionsFindTheirRecords) {
         {"X.QTY=10", "1", "a correlation name"},
         {"ART.QTY=10", "1", "the base's name"},
     };
-    for (const Row& row : rows) EXPECT_EQ(find(row.condition), row.records) << row.condition << ": " << row.reason;
+    for (const Row& row : rows)
+        EXPECT_EQ(find(row.condition), row.records) << row.condition << ": " << row.reason;
 }
 
 TEST_F(SearchTest, ConditionsThatAreRefused) {
@@ -134,7 +142,8 @@ TEST_F(SearchTest, ConditionsThatAreRefused) {
         {"QTY=99.X", "#17058", "no such set"},
         {"QTY<1 TO 5", "#17154", "a range stands so to nothing"},
     };
-    for (const Row& row : rows) EXPECT_EQ(find(row.condition), row.records) << row.condition << ": " << row.reason;
+    for (const Row& row : rows)
+        EXPECT_EQ(find(row.condition), row.records) << row.condition << ": " << row.reason;
     EXPECT_EQ(search.execute("FIN NAME=x AND NOPE=1"), WDB_E_CCL_FIELD);
     EXPECT_EQ(search.error().position, 15);
     EXPECT_EQ(search.error().subject, "NOPE");
@@ -166,13 +175,16 @@ TEST_F(SearchTest, SetsAndTheirValues) {
 
 TEST_F(SearchTest, SelectionsGiveRows) {
     const Row rows[] = {
-        {"SEL FRL(ART A) FIELD(A.NAME,A.QTY)", "Alpha Beta|10 alpha  gamma;delta|-3;20 Beta|- 50$|-;7 -|-", "all records"},
-        {"SEL FRL(ART) FIELD(ART.R,ART.NOTE) WHERE(ART.NOTE=$)", "1|NOTE,1,0 3|NOTE,3,0", "texts by reference"},
+        {"SEL FRL(ART A) FIELD(A.NAME,A.QTY)", "Alpha Beta|10 alpha  gamma;delta|-3;20 Beta|- 50$|-;7 -|-",
+         "all records"},
+        {"SEL FRL(ART) FIELD(ART.R,ART.NOTE) WHERE(ART.NOTE=$)", "1|NOTE,1,0 3|NOTE,3,0",
+         "texts by reference"},
         {"SEL FRL(ART) FIELD(5,\"a\"\"b\",NULL,-1.25) WHERE(R=1)", "5|a\"b|-|-1.25", "constants are echoed"},
         {"SEL FRL(ART) FIELD(ART.QTY.2,ART.QTY.1-3) WHERE(R<=2)", "-|10 20|-3;20", "subfields"},
         {"SEL FRL(ART) FIELD(ART.PRICE,ART.DAY,ART.AT) WHERE(R=1)", "1.50|2024-01-05|09:30:00", "rendered"},
         {"SEL FRL() FIELD(1,\"x\",NULL)", "1|x|-", "a row of constants"},
-        {"SEL FRL(ART) FIELD() WHERE(R=1)", "Alpha Beta|10|1.50|2024-01-05|09:30:00|NOTE,1,0|-", "all readable fields"},
+        {"SEL FRL(ART) FIELD() WHERE(R=1)", "Alpha Beta|10|1.50|2024-01-05|09:30:00|NOTE,1,0|-",
+         "all readable fields"},
         {"SEL FRL(ART) FIELD(ART.R) WHERE((R=TO 1) NOT (R=TO 1))", "", "no row"},
         {"SEL FRL(NOPE) FIELD(NOPE.A)", "#610", "no such base"},
         {"SEL FRL(ART) FIELD(ART.NOPE)", "#16994", "no such field"},
@@ -182,7 +194,8 @@ TEST_F(SearchTest, SelectionsGiveRows) {
         {"SEL FRL(ART) FIELD(ART.R) SORT(2)", "#16994", "no such position"},
         {"SEL FRL(ART) FIELD(ART.R) SORT(ART.DATA)", "#16418", "objects have no order"},
     };
-    for (const Row& row : rows) EXPECT_EQ(select(row.condition), row.records) << row.condition << ": " << row.reason;
+    for (const Row& row : rows)
+        EXPECT_EQ(select(row.condition), row.records) << row.condition << ": " << row.reason;
 }
 
 TEST_F(SearchTest, AFailingCommandChangesNothing) {

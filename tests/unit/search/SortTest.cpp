@@ -29,21 +29,24 @@ TEST_F(SortTest, OrdersOfFewRows) {
               {{"NAME", {"b"}}, {"N", {"10"}}}});
     const Row rows[] = {
         {"SEL FRL(T) FIELD(T.R) SORT(T.NAME)", "3 2 1 5 4", "empty values first, equal ones by number"},
-        {"SEL FRL(T) FIELD(T.R) SORT(T.NAME DESC)", "4 1 5 2 3", "empty values last, equal ones by number all the same"},
+        {"SEL FRL(T) FIELD(T.R) SORT(T.NAME DESC)", "4 1 5 2 3",
+         "empty values last, equal ones by number all the same"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.N)", "3 4 1 2 5", "by the first item, a gap is empty"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.N.2)", "1 2 5 3 4", "by the second item"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.N,T.NAME)", "3 4 2 1 5", "equal rows by the second key"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.N DESC,T.NAME DESC)", "5 1 2 4 3", "each key its own direction"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.R DESC)", "5 4 3 2 1", "by record number"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.R,T.NAME)", "1 2 3 4 5", "nothing is equal in the number"},
-        {"SEL FRL(T) FIELD(T.R,T.NAME,1) SORT(3,2 DESC)", "4|C;0|1 1|b|1 5|b|1 2|a|1 3|-|1", "positions; a constant sorts nothing"},
+        {"SEL FRL(T) FIELD(T.R,T.NAME,1) SORT(3,2 DESC)", "4|C;0|1 1|b|1 5|b|1 2|a|1 3|-|1",
+         "positions; a constant sorts nothing"},
         {"SEL FRL(T) FIELD(T.R) SORT(T.NOTE)", "2 3 5 4 1", "texts as a whole"},
         {"SEL FRL(T) FIELD(T.R) WHERE(T.N=3) SORT(T.NAME)", "2 1", "hits only"},
         {"SEL FRL(T) FIELD(T.R) WHERE(R=77) SORT(T.NAME)", "", "no hits"},
     };
     for (const bool stay : {true, false}) {
         stay_ = stay;
-        for (const Row& row : rows) EXPECT_EQ(select(row.command), row.rows) << row.command << ": " << row.reason;
+        for (const Row& row : rows)
+            EXPECT_EQ(select(row.command), row.rows) << row.command << ": " << row.reason;
     }
 }
 
@@ -69,8 +72,8 @@ TEST_F(SortTest, PagesOfManyRowsAgreeWithASortOfAll) {
             });
             for (const size_t page : {size_t{0}, size_t{10}, size_t{1500}, expected.size() - 5}) {
                 if (page + 5 > expected.size()) continue;
-                const std::string command = "SEL FRL(T) FIELD(T.R) WHERE(R=FROM " + std::to_string(from) + ") SORT(T.N" +
-                                            (descending ? " DESC)" : ")");
+                const std::string command = "SEL FRL(T) FIELD(T.R) WHERE(R=FROM " + std::to_string(from) +
+                                            ") SORT(T.N" + (descending ? " DESC)" : ")");
                 ASSERT_EQ(search.execute(command), WDB_OK);
                 RowItems row;
                 for (size_t i = page; i < page + 5; ++i) {
