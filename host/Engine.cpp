@@ -16,7 +16,8 @@ constexpr std::size_t kTypeLineRoom = 16;      // the engine may write "TEXT\nUT
 // Listens to the kernel's steps while it lives.
 class Listener {
 public:
-    explicit Listener(StepTree* steps) : listening_(steps != nullptr && WDB_SUCCESS(WdbSetProfile(add, steps))) {}
+    explicit Listener(StepTree* steps)
+        : listening_(steps != nullptr && WDB_SUCCESS(WdbSetProfile(add, steps))) {}
     ~Listener() {
         if (listening_) WdbSetProfile(nullptr, nullptr);
     }

@@ -17,7 +17,7 @@ struct Settings {
     bool bail = false;                             // the first fault ends everything
     bool verbose = false;                          // faults with their source and context
     bool timer = false;
-    bool explain = false;                          // each statement is followed by its steps
+    bool explain = false;  // each statement is followed by its steps
 };
 
 struct Options {

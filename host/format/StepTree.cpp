@@ -10,8 +10,8 @@ namespace host {
 
 namespace {
 
-constexpr int kGap = 2;        // blanks between columns
-constexpr int kMinText = 20;   // columns that the text keeps on the narrowest terminal
+constexpr int kGap = 2;       // blanks between columns
+constexpr int kMinText = 20;  // columns that the text keeps on the narrowest terminal
 constexpr const char* kCut = "…";
 
 std::string microseconds(std::int64_t nanoseconds) {

@@ -7,8 +7,8 @@
 
 namespace host {
 
-// The steps of a statement's commands, as the kernel tells them when each is done, drawn as trees. Steps deeper
-// than kDeepest are drawn at that level.
+// The steps of a statement's commands, as the kernel tells them when each is done, drawn as trees. Steps
+// deeper than kDeepest are drawn at that level.
 class StepTree {
 public:
     static constexpr std::int32_t kDeepest = 64;
