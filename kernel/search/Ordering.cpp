@@ -44,9 +44,7 @@ Result<RecordNumber> Ordering::at(uint64_t place, const RecordSet& records, Base
 RecordNumber Ordering::known(uint64_t place) {
     if (ranked_) return ranked_->at(place);
     if (place < first_.size()) return first_[place];
-    const size_t at = place - first_.size();
-    sortAround(at);
-    return records_[pending_[at]];
+    return records_[placed_->at(place - first_.size())];
 }
 
 Status Ordering::fix(const RecordSet& records, BaseState& state) {
@@ -96,16 +94,18 @@ Status Ordering::placeAll(const RecordSet& records, BaseState& state) {
     }
     std::vector<RecordNumber> walked = first_;
     std::sort(walked.begin(), walked.end());
-    pending_.reserve(records_.size() - walked.size());
+    std::vector<uint32_t> pending;
+    pending.reserve(records_.size() - walked.size());
     auto skip = walked.begin();
     for (uint32_t i = 0; i < records_.size(); ++i) {
         if (skip != walked.end() && *skip == records_[i])
             ++skip;
         else
-            pending_.push_back(i);
+            pending.push_back(i);
     }
-    stretches_.push_back({0, false});
-    placed_ = true;
+    std::vector<char> descending;
+    for (const SortKey& key : keys_) descending.push_back(key.descending);
+    placed_.emplace(std::move(descending), std::move(places_), std::move(pending));
     return WDB_OK;
 }
 
@@ -144,40 +144,6 @@ Status Ordering::placesByValue(const SortKey& key, BaseState& state, size_t colu
         places_[order[i] * keys_.size() + column] = place;
     }
     return WDB_OK;
-}
-
-bool Ordering::before(uint32_t a, uint32_t b) const {
-    const size_t width = keys_.size();
-    for (size_t column = 0; column < width; ++column) {
-        const uint64_t left = places_[a * width + column], right = places_[b * width + column];
-        if (left != right) return keys_[column].descending ? left > right : left < right;
-    }
-    return a < b;
-}
-
-void Ordering::sortAround(size_t at) {
-    const auto less = [this](uint32_t a, uint32_t b) { return before(a, b); };
-    auto next = std::upper_bound(stretches_.begin(), stretches_.end(), at,
-                                 [](size_t place, const Stretch& stretch) { return place < stretch.begin; });
-    const size_t place = static_cast<size_t>(next - stretches_.begin()) - 1;
-    if (stretches_[place].sorted) return;
-    const size_t begin = stretches_[place].begin;
-    const size_t end = next == stretches_.end() ? pending_.size() : next->begin;
-    // Reading on doubles the stretch before; a jump begins anew.
-    const bool onwards = at == begin && place > 0 && stretches_[place - 1].sorted;
-    const size_t block = onwards ? std::max<size_t>(kBlock, begin - stretches_[place - 1].begin) * 2 : kBlock;
-    const size_t from = at - begin <= block ? begin : at;
-    const size_t to = end - at <= 2 * block ? end : at + block;
-    const auto item = [this](size_t i) { return pending_.begin() + static_cast<ptrdiff_t>(i); };
-    if (from > begin) std::nth_element(item(begin), item(from), item(end), less);
-    if (to < end) std::nth_element(item(from), item(to), item(end), less);
-    std::sort(item(from), item(to), less);
-    std::vector<Stretch> parts;
-    if (from > begin) parts.push_back({begin, false});
-    parts.push_back({from, true});
-    if (to < end) parts.push_back({to, false});
-    stretches_.erase(stretches_.begin() + static_cast<ptrdiff_t>(place));
-    stretches_.insert(stretches_.begin() + static_cast<ptrdiff_t>(place), parts.begin(), parts.end());
 }
 
 }  // namespace wdb

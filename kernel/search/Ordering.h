@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "kernel/record/Schema.h"
 #include "kernel/search/BaseState.h"
+#include "kernel/search/PlacedRows.h"
 #include "kernel/search/RankOrder.h"
 
 namespace wdb {
@@ -22,8 +25,7 @@ struct SortKey {
 //
 // The first rows come from a walk through the index while that is cheap. Beyond them every record gets its
 // place in the order of each key once (an array of ranks does most of it), and only the rows around those
-// that are asked for are sorted: quickselect cuts the records into stretches that stand in order among each
-// other, and a stretch is sorted when one of its rows is wanted. Stretches double as rows are read on.
+// that are asked for are sorted (PlacedRows).
 class Ordering {
 public:
     explicit Ordering(std::vector<SortKey> keys) : keys_(std::move(keys)) {}
@@ -46,24 +48,13 @@ private:
     Status placeAll(const RecordSet& records, BaseState& state);
     Status placesOf(const SortKey& key, const RecordSet& records, BaseState& state, size_t column);
     Status placesByValue(const SortKey& key, BaseState& state, size_t column);
-    bool before(uint32_t a, uint32_t b) const;
-    void sortAround(size_t at);
-
-    // Records of pending_ from `begin` to the next stretch: all behind those of the stretches before.
-    struct Stretch {
-        size_t begin;
-        bool sorted;
-    };
-
     std::vector<SortKey> keys_;
     std::vector<RecordNumber> first_;    // the first rows, from a walk
     std::unique_ptr<RankOrder> ranked_;  // all rows, from the order of the base; or else
-    bool placed_ = false;
+    std::optional<PlacedRows> placed_;   // indexes of the records that are not in first_
     bool lost_ = false;
     std::vector<RecordNumber> records_;  // all of the set, ascending
-    std::vector<uint64_t> places_;       // per record one place for each key
-    std::vector<uint32_t> pending_;      // indexes of the records that are not in first_
-    std::vector<Stretch> stretches_;     // ascending
+    std::vector<uint64_t> places_;       // per record one place for each key, until placed_ takes them
 };
 
 }  // namespace wdb
