@@ -1,5 +1,5 @@
-/* A host: opens a data directory, runs statements, shows what came back. docs/embedding.md tells how it is compiled and what
- * it prints.
+/* A host: opens a data directory, runs statements, shows what came back. docs/embedding.md tells how it is
+ * compiled and what it prints.
  *
  *   host DIRECTORY [STATEMENT...]
  */
@@ -11,11 +11,10 @@
 #include "wdb.h"
 
 /* One request, one record, one call. Returns whether it succeeded. */
-static int run(const char *statement)
-{
+static int run(const char* statement) {
     FilterData data;
     size_t length = strlen(statement);
-    char *text = malloc(length + 1); /* writable: the engine may put the content-type line there */
+    char* text = malloc(length + 1); /* writable: the engine may put the content-type line there */
     int success;
 
     if (text == NULL) return 0;
@@ -40,16 +39,15 @@ static int run(const char *statement)
     return success;
 }
 
-int main(int argc, char **argv)
-{
-    static const char *const demo[] = {
+int main(int argc, char** argv) {
+    static const char* const demo[] = {
         "CREATE TABLE BOOKS (TITLE VARCHAR PRIMARY KEY, PAGES INTEGER, ABSTRACT LONG VARCHAR)",
         "INSERT INTO BOOKS (TITLE, PAGES, ABSTRACT) VALUES ('Moby-Dick', 635, 'A captain and a white whale')",
         "SELECT TITLE, PAGES FROM BOOKS WHERE ABSTRACT = 'whale'",
         "SELECT AUTHOR FROM BOOKS",
         "DROP THE BOOKS",
     };
-    WdbSession *session = NULL;
+    WdbSession* session = NULL;
     int32_t status;
     int i;
 

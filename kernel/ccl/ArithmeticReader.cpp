@@ -10,11 +10,14 @@ using Kind = ArithmeticTerm::Kind;
 
 int precedenceOf(Kind operation) {
     switch (operation) {
-    case Kind::Add:
-    case Kind::Subtract: return 1;
-    case Kind::Multiply:
-    case Kind::Divide: return 2;
-    default: return 0;
+        case Kind::Add:
+        case Kind::Subtract:
+            return 1;
+        case Kind::Multiply:
+        case Kind::Divide:
+            return 2;
+        default:
+            return 0;
     }
 }
 
@@ -57,7 +60,8 @@ bool ArithmeticReader::tryConstant() {
 
 bool ArithmeticReader::readOperand() {
     while (state_.acceptSymbol("(")) {
-        if (pending_.empty() || pending_.back().operation != Kind::Number) pending_.push_back({Kind::Number, 0});
+        if (pending_.empty() || pending_.back().operation != Kind::Number)
+            pending_.push_back({Kind::Number, 0});
         ++pending_.back().count;
     }
     const Token token = state_.scanner.peek();
@@ -74,8 +78,10 @@ bool ArithmeticReader::readOperand() {
 bool ArithmeticReader::readNumber() {
     ArithmeticTerm& term = item_.terms.emplace_back();
     term.kind = Kind::Number;
-    if (state_.acceptSymbol("-")) term.number = "-";
-    else state_.acceptSymbol("+");
+    if (state_.acceptSymbol("-"))
+        term.number = "-";
+    else
+        state_.acceptSymbol("+");
     const Token whole = state_.scanner.next();
     if (whole.kind != TokenKind::Integer) return state_.fail(whole.position);
     term.number += whole.text;
@@ -88,11 +94,16 @@ bool ArithmeticReader::readNumber() {
 }
 
 bool ArithmeticReader::acceptOperator(Kind& operation) {
-    if (state_.acceptSymbol("+")) operation = Kind::Add;
-    else if (state_.acceptSymbol("-")) operation = Kind::Subtract;
-    else if (state_.acceptSymbol("*")) operation = Kind::Multiply;
-    else if (state_.acceptSymbol("/")) operation = Kind::Divide;
-    else return false;
+    if (state_.acceptSymbol("+"))
+        operation = Kind::Add;
+    else if (state_.acceptSymbol("-"))
+        operation = Kind::Subtract;
+    else if (state_.acceptSymbol("*"))
+        operation = Kind::Multiply;
+    else if (state_.acceptSymbol("/"))
+        operation = Kind::Divide;
+    else
+        return false;
     return true;
 }
 

@@ -4,8 +4,8 @@
 
 namespace wdb::ccl {
 
-// Reads one entry of a FIELD list: arithmetic over columns, aggregates and numbers, a quoted text, or NULL. The terms come
-// in postfix order; parentheses may nest as deep as the text allows.
+// Reads one entry of a FIELD list: arithmetic over columns, aggregates and numbers, a quoted text, or NULL.
+// The terms come in postfix order; parentheses may nest as deep as the text allows.
 class ArithmeticReader {
 public:
     ArithmeticReader(ReaderState& state, FieldItem& item) : state_(state), item_(item) {}
@@ -15,8 +15,8 @@ public:
 private:
     using Kind = ArithmeticTerm::Kind;
     struct Pending {
-        Kind operation;   // of parentheses: Kind::Number
-        uint32_t count;   // of parentheses that stand together
+        Kind operation;  // of parentheses: Kind::Number
+        uint32_t count;  // of parentheses that stand together
     };
 
     bool tryConstant();

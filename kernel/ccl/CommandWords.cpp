@@ -30,9 +30,13 @@ constexpr std::array<Spelling, kWordCount> kSpellings = {{
 
 }  // namespace
 
-std::string_view canonicalWord(Word word) { return kSpellings[static_cast<size_t>(word)].canonical; }
+std::string_view canonicalWord(Word word) {
+    return kSpellings[static_cast<size_t>(word)].canonical;
+}
 
-std::string_view englishWord(Word word) { return kSpellings[static_cast<size_t>(word)].english; }
+std::string_view englishWord(Word word) {
+    return kSpellings[static_cast<size_t>(word)].english;
+}
 
 std::optional<Word> wordByCanonicalName(std::string_view name) {
     for (size_t i = 0; i < kWordCount; ++i) {
@@ -41,13 +45,15 @@ std::optional<Word> wordByCanonicalName(std::string_view name) {
     return std::nullopt;
 }
 
-void CommandWords::define(Word word, std::string_view spelling) { own_[static_cast<size_t>(word)] = spelling; }
+void CommandWords::define(Word word, std::string_view spelling) {
+    own_[static_cast<size_t>(word)] = spelling;
+}
 
 bool CommandWords::is(Word word, std::string_view text) const {
     if (text.empty()) return false;
     const size_t index = static_cast<size_t>(word);
-    return equalsIgnoreCase(text, kSpellings[index].canonical) || equalsIgnoreCase(text, kSpellings[index].english) ||
-           equalsIgnoreCase(text, own_[index]);
+    return equalsIgnoreCase(text, kSpellings[index].canonical) ||
+           equalsIgnoreCase(text, kSpellings[index].english) || equalsIgnoreCase(text, own_[index]);
 }
 
 bool CommandWords::isAny(std::string_view text) const {

@@ -19,7 +19,8 @@ std::string_view englishWord(Word word);
 // The word with this canonical spelling, in any letter case.
 std::optional<Word> wordByCanonicalName(std::string_view name);
 
-// The spellings that one session accepts: canonical and English ones always, and those that it defined itself. A value.
+// The spellings that one session accepts: canonical and English ones always, and those that it defined
+// itself. A value.
 class CommandWords {
 public:
     // Adds an own spelling in place of an earlier own one; an empty text takes it away.

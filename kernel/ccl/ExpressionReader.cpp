@@ -34,7 +34,8 @@ bool ExpressionReader::readCriterion() {
     Criterion& criterion = expression_.criteria.emplace_back();
     const Token start = state_.scanner.peek();
     criterion.position = static_cast<uint32_t>(start.position);
-    expression_.nodes.push_back({Connective::Criterion, static_cast<uint32_t>(expression_.criteria.size() - 1), 0});
+    expression_.nodes.push_back(
+        {Connective::Criterion, static_cast<uint32_t>(expression_.criteria.size() - 1), 0});
     operands_.push_back(static_cast<uint32_t>(expression_.nodes.size() - 1));
     if (start.kind == TokenKind::Name && equalsIgnoreCase(start.text, "S")) {
         Scanner ahead = state_.scanner;
@@ -54,10 +55,14 @@ bool ExpressionReader::readCriterion() {
 }
 
 bool ExpressionReader::acceptConnective(Connective& operation) {
-    if (state_.accept(Word::And)) operation = Connective::And;
-    else if (state_.accept(Word::Not)) operation = Connective::Not;
-    else if (state_.accept(Word::Orx)) operation = Connective::Or;
-    else return false;
+    if (state_.accept(Word::And))
+        operation = Connective::And;
+    else if (state_.accept(Word::Not))
+        operation = Connective::Not;
+    else if (state_.accept(Word::Orx))
+        operation = Connective::Or;
+    else
+        return false;
     return true;
 }
 
@@ -66,7 +71,8 @@ void ExpressionReader::push(Connective operation) {
     pending_.push_back({operation, 0});
 }
 
-// Makes nodes of the connectives on top of the stack, down to an open parenthesis; keepBeforeOr: down to an OR as well.
+// Makes nodes of the connectives on top of the stack, down to an open parenthesis; keepBeforeOr: down to an
+// OR as well.
 void ExpressionReader::reduce(bool keepBeforeOr) {
     while (!pending_.empty() && pending_.back().operation != Connective::Criterion) {
         if (keepBeforeOr && pending_.back().operation == Connective::Or) return;

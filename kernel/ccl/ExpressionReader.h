@@ -4,9 +4,9 @@
 
 namespace wdb::ccl {
 
-// Reads the condition of a search up to the first token that does not belong to it. AND and NOT bind equally and before
-// ORX, all from left to right. Operator precedence by two explicit stacks (the shunting-yard method), so that no depth
-// of parentheses needs the thread's stack.
+// Reads the condition of a search up to the first token that does not belong to it. AND and NOT bind equally
+// and before ORX, all from left to right. Operator precedence by two explicit stacks (the shunting-yard
+// method), so that no depth of parentheses needs the thread's stack.
 class ExpressionReader {
 public:
     ExpressionReader(ReaderState& state, Expression& expression) : state_(state), expression_(expression) {}

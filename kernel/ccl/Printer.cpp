@@ -60,19 +60,27 @@ struct Step {
 
 std::string_view connectiveWord(Connective connective) {
     switch (connective) {
-    case Connective::And: return canonicalWord(Word::And);
-    case Connective::Or: return canonicalWord(Word::Orx);
-    default: return canonicalWord(Word::Not);
+        case Connective::And:
+            return canonicalWord(Word::And);
+        case Connective::Or:
+            return canonicalWord(Word::Orx);
+        default:
+            return canonicalWord(Word::Not);
     }
 }
 
 std::string_view operatorSign(ArithmeticTerm::Kind kind) {
     switch (kind) {
-    case ArithmeticTerm::Kind::Add: return "+";
-    case ArithmeticTerm::Kind::Subtract: return "-";
-    case ArithmeticTerm::Kind::Multiply: return "*";
-    case ArithmeticTerm::Kind::Divide: return "/";
-    default: return {};
+        case ArithmeticTerm::Kind::Add:
+            return "+";
+        case ArithmeticTerm::Kind::Subtract:
+            return "-";
+        case ArithmeticTerm::Kind::Multiply:
+            return "*";
+        case ArithmeticTerm::Kind::Divide:
+            return "/";
+        default:
+            return {};
     }
 }
 
@@ -107,12 +115,18 @@ void Printer::criterion(const Criterion& criterion) {
     token(printColumn(criterion.column));
     token(comparisonSign(criterion.comparison));
     switch (criterion.form) {
-    case Form::Any: return token("$");
-    case Form::Empty: return token("\"\"");
-    case Form::Set: return setValue(criterion.setValue[0]);
-    case Form::Number: return number(criterion.number);
-    case Form::NumberRange: return recordRange(criterion);
-    default: break;
+        case Form::Any:
+            return token("$");
+        case Form::Empty:
+            return token("\"\"");
+        case Form::Set:
+            return setValue(criterion.setValue[0]);
+        case Form::Number:
+            return number(criterion.number);
+        case Form::NumberRange:
+            return recordRange(criterion);
+        default:
+            break;
     }
     token(spellValue(criterion.low));
     if (criterion.form != Form::TextRange) return;
@@ -132,7 +146,8 @@ void Printer::recordRange(const Criterion& criterion) {
 
 void Printer::setValue(const SetValue& value) {
     const std::string prefix = std::to_string(value.set) + '.';
-    if (const Column* column = std::get_if<Column>(&value.column)) return token(prefix + printColumn(*column));
+    if (const Column* column = std::get_if<Column>(&value.column))
+        return token(prefix + printColumn(*column));
     aggregate(std::get<Aggregate>(value.column), prefix);
 }
 
@@ -144,8 +159,8 @@ void Printer::aggregate(const Aggregate& aggregate, std::string_view before) {
     token(")");
 }
 
-// A subfield before a minus sign would be read as a range, a quoted name alone as a text: these columns stand in
-// parentheses.
+// A subfield before a minus sign would be read as a range, a quoted name alone as a text: these columns stand
+// in parentheses.
 void Printer::operand(const ArithmeticTerm& term, bool alone) {
     if (term.kind == ArithmeticTerm::Kind::Number) return token(term.number);
     if (term.kind == ArithmeticTerm::Kind::Aggregate) return aggregate(term.aggregate);
@@ -171,7 +186,8 @@ void Printer::arithmetic(const std::vector<ArithmeticTerm>& terms) {
     while (!steps.empty()) {
         const Step step = steps.back();
         steps.pop_back();
-        const std::string_view sign = step.token.empty() ? operatorSign(terms[step.node].kind) : std::string_view();
+        const std::string_view sign =
+            step.token.empty() ? operatorSign(terms[step.node].kind) : std::string_view();
         if (!step.token.empty()) {
             token(step.token);
         } else if (sign.empty()) {
@@ -237,7 +253,9 @@ void Printer::print(const SelectCommand& command) {
     token("FIELD");
     list(command.fields, [&](const FieldItem& item) { fieldItem(item); });
     for (const Join& join : command.joins) {
-        token(join.kind == Join::Kind::Inner ? "INNER (" : join.kind == Join::Kind::Left ? "LEFT (" : "RIGHT (");
+        token(join.kind == Join::Kind::Inner  ? "INNER ("
+              : join.kind == Join::Kind::Left ? "LEFT ("
+                                              : "RIGHT (");
         token(printColumn(join.left));
         token(comparisonSign(join.comparison));
         token(printColumn(join.right));

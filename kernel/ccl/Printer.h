@@ -6,8 +6,9 @@
 
 namespace wdb::ccl {
 
-// A command in its one canonical spelling: canonical command words, one blank between tokens (a column with its qualifier
-// and subfield is one token), parentheses around every connective and operator. Reading the result gives the same tree.
+// A command in its one canonical spelling: canonical command words, one blank between tokens (a column with
+// its qualifier and subfield is one token), parentheses around every connective and operator. Reading the
+// result gives the same tree.
 std::string printCommand(const Command& command);
 
 // The same for parts of a command.

@@ -13,11 +13,16 @@ public:
 
     bool read(Command& command) {
         bool done = false;
-        if (state_.accept(Word::Bas)) done = readBase(command.emplace<BaseCommand>());
-        else if (state_.accept(Word::Fin)) done = readExpression(command.emplace<FindCommand>().expression);
-        else if (state_.accept(Word::Def)) done = readDefine(command.emplace<DefineCommand>());
-        else if (state_.accept(Word::Sel)) done = readSelection(command);
-        else return state_.failHere();
+        if (state_.accept(Word::Bas))
+            done = readBase(command.emplace<BaseCommand>());
+        else if (state_.accept(Word::Fin))
+            done = readExpression(command.emplace<FindCommand>().expression);
+        else if (state_.accept(Word::Def))
+            done = readDefine(command.emplace<DefineCommand>());
+        else if (state_.accept(Word::Sel))
+            done = readSelection(command);
+        else
+            return state_.failHere();
         return done && (state_.scanner.peek().kind == TokenKind::End || state_.failHere());
     }
 
@@ -81,7 +86,8 @@ bool CommandReader::readSelection(Command& command) {
     ahead.next();
     const Token second = ahead.peek();
     ReaderState look{ahead, state_.words};
-    if (second.kind != TokenKind::Name || !look.acceptText("UNION")) return readSelect(command.emplace<SelectCommand>());
+    if (second.kind != TokenKind::Name || !look.acceptText("UNION"))
+        return readSelect(command.emplace<SelectCommand>());
     return readUnion(command.emplace<UnionCommand>());
 }
 
@@ -91,10 +97,12 @@ bool CommandReader::readSelect(SelectCommand& command) {
     if (!state_.expect(Word::Frl)) return false;
     if (!readList(true, [&] { return readTable(command.tables.emplace_back()); })) return false;
     if (!state_.expectText("FIELD")) return false;
-    if (!readList(true, [&] { return ArithmeticReader(state_, command.fields.emplace_back()).read(); })) return false;
+    if (!readList(true, [&] { return ArithmeticReader(state_, command.fields.emplace_back()).read(); }))
+        return false;
     if (!readJoins(command)) return false;
     if (state_.accept(Word::Whr)) {
-        const bool read = state_.expectSymbol("(") && readExpression(command.where.emplace()) && state_.expectSymbol(")");
+        const bool read =
+            state_.expectSymbol("(") && readExpression(command.where.emplace()) && state_.expectSymbol(")");
         if (!read) return false;
     }
     if (!readSort(command.sort, false)) return false;
@@ -119,10 +127,14 @@ bool CommandReader::readTable(TableRef& table) {
 bool CommandReader::readJoins(SelectCommand& command) {
     for (;;) {
         Join join;
-        if (state_.acceptText("INNER")) join.kind = Join::Kind::Inner;
-        else if (state_.acceptText("LEFT")) join.kind = Join::Kind::Left;
-        else if (state_.acceptText("RIGHT")) join.kind = Join::Kind::Right;
-        else return true;
+        if (state_.acceptText("INNER"))
+            join.kind = Join::Kind::Inner;
+        else if (state_.acceptText("LEFT"))
+            join.kind = Join::Kind::Left;
+        else if (state_.acceptText("RIGHT"))
+            join.kind = Join::Kind::Right;
+        else
+            return true;
         const bool read = state_.expectSymbol("(") && state_.readColumn(join.left) &&
                           state_.readComparison(join.comparison) && state_.readColumn(join.right) &&
                           state_.expectSymbol(")");

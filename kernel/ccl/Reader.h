@@ -6,9 +6,10 @@
 
 namespace wdb::ccl {
 
-// Reads one command line. WDB_E_CCL_LENGTH for a text longer than WDB_COMMAND_MAX; WDB_E_CCL_SYNTAX with the byte offset (from 0)
-// of the first token that does not fit in *errorPosition. Reads names and values as texts: it knows no base and no field.
-// Time and memory grow with the length of the text only, the use of the thread's stack not at all.
+// Reads one command line. WDB_E_CCL_LENGTH for a text longer than WDB_COMMAND_MAX; WDB_E_CCL_SYNTAX with the
+// byte offset (from 0) of the first token that does not fit in *errorPosition. Reads names and values as
+// texts: it knows no base and no field. Time and memory grow with the length of the text only, the use of the
+// thread's stack not at all.
 //
 // Grammar (upper-case words in any accepted spelling):
 //

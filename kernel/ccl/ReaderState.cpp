@@ -17,7 +17,9 @@ std::optional<Function> functionOf(const Token& token) {
     return std::nullopt;
 }
 
-bool isName(const Token& token) { return token.kind == TokenKind::Name || token.kind == TokenKind::Quoted; }
+bool isName(const Token& token) {
+    return token.kind == TokenKind::Name || token.kind == TokenKind::Quoted;
+}
 
 std::string nameOf(const Token& token) {
     return token.kind == TokenKind::Quoted ? unquote(token.text) : std::string(token.text);
@@ -25,9 +27,13 @@ std::string nameOf(const Token& token) {
 
 }  // namespace
 
-std::string_view functionName(Function function) { return kFunctions[static_cast<size_t>(function)]; }
+std::string_view functionName(Function function) {
+    return kFunctions[static_cast<size_t>(function)];
+}
 
-std::string_view comparisonSign(Comparison comparison) { return kComparisons[static_cast<size_t>(comparison)]; }
+std::string_view comparisonSign(Comparison comparison) {
+    return kComparisons[static_cast<size_t>(comparison)];
+}
 
 bool ReaderState::accept(Word word) {
     const Token& token = scanner.peek();

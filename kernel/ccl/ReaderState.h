@@ -6,8 +6,9 @@
 
 namespace wdb::ccl {
 
-// What the readers of one command line share: the place in the text, the session's words, and the first error. Every
-// reading function answers false when it failed; the error's place is then noted and reading ends.
+// What the readers of one command line share: the place in the text, the session's words, and the first
+// error. Every reading function answers false when it failed; the error's place is then noted and reading
+// ends.
 struct ReaderState {
     Scanner scanner;
     const CommandWords& words;

@@ -29,7 +29,9 @@ ValuePart Scanner::peekPart() const {
     return scanPart(position);
 }
 
-ValuePart Scanner::nextPart() { return scanPart(position_); }
+ValuePart Scanner::nextPart() {
+    return scanPart(position_);
+}
 
 size_t Scanner::behindQuote(size_t position) const {
     for (size_t i = position + 1; i < text_.size(); ++i) {
@@ -69,7 +71,8 @@ Token Scanner::scan(size_t& position) const {
 ValuePart Scanner::scanPart(size_t& position) const {
     const size_t start = skipBlanks(position);
     position = start;
-    if (start >= text_.size() || text_[start] == '(' || text_[start] == ')') return {ValuePart::Kind::None, {}, start};
+    if (start >= text_.size() || text_[start] == '(' || text_[start] == ')')
+        return {ValuePart::Kind::None, {}, start};
     if (text_[start] == '"') {
         const size_t end = behindQuote(start);
         if (end == std::string_view::npos) return {ValuePart::Kind::Open, {}, start};

@@ -10,11 +10,11 @@ namespace wdb::ccl {
 
 enum class TokenKind : uint8_t {
     End,
-    Name,        // text: as it stands
-    Quoted,      // text: between the quotes, doubled ones still doubled
-    Integer,     // text: digits
-    Symbol,      // text: one of ( ) , . = < > <= >= <> + - * /
-    Bad          // a byte that begins no token, or an open quote
+    Name,     // text: as it stands
+    Quoted,   // text: between the quotes, doubled ones still doubled
+    Integer,  // text: digits
+    Symbol,   // text: one of ( ) , . = < > <= >= <> + - * /
+    Bad       // a byte that begins no token, or an open quote
 };
 
 struct Token {
@@ -33,8 +33,8 @@ struct ValuePart {
     size_t position = 0;
 };
 
-// Cuts a command line into tokens, or, behind a comparison, into the parts of a value: the caller says which. Looks at
-// nothing before it is asked, so that the two ways of reading never mix. Observes the text.
+// Cuts a command line into tokens, or, behind a comparison, into the parts of a value: the caller says which.
+// Looks at nothing before it is asked, so that the two ways of reading never mix. Observes the text.
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : text_(text) {}
@@ -76,20 +76,31 @@ constexpr std::array<uint8_t, 256> table() {
     for (size_t i = 0; i < 26; ++i) classes['A' + i] = classes['a' + i] = kNameStart;
     classes['_'] = kNameStart;
     for (size_t i = '0'; i <= '9'; ++i) classes[i] = kDigit;
-    for (const char c : std::string_view(" \t\n\r")) classes[static_cast<unsigned char>(c)] = kBlank | kEndsPart;
+    for (const char c : std::string_view(" \t\n\r"))
+        classes[static_cast<unsigned char>(c)] = kBlank | kEndsPart;
     for (const char c : std::string_view("(),.=<>+-*/")) classes[static_cast<unsigned char>(c)] = kSymbol;
     for (const char c : std::string_view("()\"")) classes[static_cast<unsigned char>(c)] |= kEndsPart;
     return classes;
 }
 inline constexpr std::array<uint8_t, 256> kTable = table();
-constexpr bool is(char c, uint8_t classes) { return (kTable[static_cast<unsigned char>(c)] & classes) != 0; }
+constexpr bool is(char c, uint8_t classes) {
+    return (kTable[static_cast<unsigned char>(c)] & classes) != 0;
+}
 }  // namespace byte_class
 
-constexpr bool isBlank(char c) { return byte_class::is(c, byte_class::kBlank); }
-constexpr bool isDigit(char c) { return byte_class::is(c, byte_class::kDigit); }
+constexpr bool isBlank(char c) {
+    return byte_class::is(c, byte_class::kBlank);
+}
+constexpr bool isDigit(char c) {
+    return byte_class::is(c, byte_class::kDigit);
+}
 // Letters: ASCII ones, the underscore, and all bytes from 128 up.
-constexpr bool isNameStart(char c) { return byte_class::is(c, byte_class::kNameStart); }
-constexpr bool isNameByte(char c) { return byte_class::is(c, byte_class::kNameStart | byte_class::kDigit); }
+constexpr bool isNameStart(char c) {
+    return byte_class::is(c, byte_class::kNameStart);
+}
+constexpr bool isNameByte(char c) {
+    return byte_class::is(c, byte_class::kNameStart | byte_class::kDigit);
+}
 
 // The text of a quoted token: doubled quotes become single ones.
 std::string unquote(std::string_view text);

@@ -11,8 +11,9 @@ namespace wdb::ccl {
 namespace {
 
 // Words that mean something in some places where a name may stand.
-constexpr std::string_view kReserved[] = {"S",    "NULL",  "DISTINCT", "ALL",   "UNION", "FIELD", "INNER", "LEFT", "RIGHT",
-                                          "SORT", "GROUP", "COUNT",    "AVG",   "MIN",   "MAX",   "SUM"};
+constexpr std::string_view kReserved[] = {"S",     "NULL", "DISTINCT", "ALL",  "UNION", "FIELD",
+                                          "INNER", "LEFT", "RIGHT",    "SORT", "GROUP", "COUNT",
+                                          "AVG",   "MIN",  "MAX",      "SUM"};
 
 bool isReserved(std::string_view text) {
     return CommandWords().isAny(text) ||
@@ -27,7 +28,9 @@ bool looksLikeSetValue(std::string_view text) {
            isNameStart(text[point + 1]);
 }
 
-bool isPlainByte(char c) { return isNameByte(c) || std::string_view("$!-+'.:\\").find(c) != std::string_view::npos; }
+bool isPlainByte(char c) {
+    return isNameByte(c) || std::string_view("$!-+'.:\\").find(c) != std::string_view::npos;
+}
 
 std::string escape(const Value& value) {
     std::string result;
@@ -55,7 +58,8 @@ std::string spellQuoted(std::string_view text) {
 }
 
 std::string spellName(std::string_view name) {
-    const bool bare = !name.empty() && isNameStart(name[0]) && std::all_of(name.begin(), name.end(), isNameByte);
+    const bool bare =
+        !name.empty() && isNameStart(name[0]) && std::all_of(name.begin(), name.end(), isNameByte);
     return bare && !isReserved(name) ? std::string(name) : spellQuoted(name);
 }
 

@@ -6,9 +6,9 @@
 #include <variant>
 #include <vector>
 
-// What a command line says, and nothing about what its names and values mean: no field types, no bases. Trees are flat
-// (children are indexes, operands stand before their operator), so that a line nested millions deep is read, walked
-// and freed without recursion.
+// What a command line says, and nothing about what its names and values mean: no field types, no bases. Trees
+// are flat (children are indexes, operands stand before their operator), so that a line nested millions deep
+// is read, walked and freed without recursion.
 namespace wdb::ccl {
 
 enum class Comparison : uint8_t { Equal, NotEqual, Less, Greater, LessOrEqual, GreaterOrEqual };
@@ -38,7 +38,8 @@ struct ValuePiece {
     std::string text;  // of a literal
 };
 
-// A constant: its pieces, escapes and quotes taken away, its parts joined by one blank. No pieces: the empty value.
+// A constant: its pieces, escapes and quotes taken away, its parts joined by one blank. No pieces: the empty
+// value.
 struct Value {
     std::vector<ValuePiece> pieces;
     uint32_t position = 0;
@@ -46,8 +47,9 @@ struct Value {
     bool isLiteral() const { return pieces.size() == 1 && pieces[0].kind == ValuePiece::Kind::Literal; }
     // The text before the first wildcard.
     std::string_view prefix() const {
-        return !pieces.empty() && pieces[0].kind == ValuePiece::Kind::Literal ? std::string_view(pieces[0].text)
-                                                                             : std::string_view();
+        return !pieces.empty() && pieces[0].kind == ValuePiece::Kind::Literal
+                   ? std::string_view(pieces[0].text)
+                   : std::string_view();
     }
 };
 
@@ -59,18 +61,18 @@ struct SetValue {
 
 struct Criterion {
     enum class Form : uint8_t {
-        InSet,         // S=number
-        Text,          // low
-        TextRange,     // low TO high
-        Any,           // "$": any value
-        Empty,         // "" or nothing: no value
-        Set,           // setValue
-        Number,        // record column: number
-        NumberRange    // record column: number to numberHigh, both included
+        InSet,       // S=number
+        Text,        // low
+        TextRange,   // low TO high
+        Any,         // "$": any value
+        Empty,       // "" or nothing: no value
+        Set,         // setValue
+        Number,      // record column: number
+        NumberRange  // record column: number to numberHigh, both included
     };
     Form form = Form::Text;
     Comparison comparison = Comparison::Equal;
-    Column column;          // not for InSet
+    Column column;  // not for InSet
     Value low;
     Value high;
     int64_t number = 0;

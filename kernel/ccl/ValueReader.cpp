@@ -8,12 +8,14 @@ namespace wdb::ccl {
 namespace {
 
 void appendLiteral(Value& value, char c) {
-    if (value.pieces.empty() || value.pieces.back().kind != ValuePiece::Kind::Literal) value.pieces.emplace_back();
+    if (value.pieces.empty() || value.pieces.back().kind != ValuePiece::Kind::Literal)
+        value.pieces.emplace_back();
     value.pieces.back().text += c;
 }
 
 void appendWildcard(Value& value, ValuePiece::Kind kind) {
-    const bool repeated = kind == ValuePiece::Kind::AnyRun && !value.pieces.empty() && value.pieces.back().kind == kind;
+    const bool repeated =
+        kind == ValuePiece::Kind::AnyRun && !value.pieces.empty() && value.pieces.back().kind == kind;
     if (!repeated) value.pieces.push_back({kind, {}});
 }
 
@@ -110,7 +112,8 @@ bool ValueReader::readText(Value& value) {
     }
 }
 
-// A range may begin or end with the empty value or with a wildcard: constants that the text of a range was made of.
+// A range may begin or end with the empty value or with a wildcard: constants that the text of a range was
+// made of.
 bool ValueReader::readFieldValue(Criterion& criterion) {
     criterion.low.position = static_cast<uint32_t>(state_.scanner.peekPart().position);
     const bool alone = readEmptyOrAny(criterion);

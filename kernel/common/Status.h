@@ -13,7 +13,9 @@ namespace wdb {
 // What kernel code returns: WDB_OK, WDB_FAIL (no error: nothing there) or a WDB_E_ code of errors.def.
 using Status = int32_t;
 
-inline bool ok(Status status) { return WDB_SUCCESS(status); }
+inline bool ok(Status status) {
+    return WDB_SUCCESS(status);
+}
 
 // The message of a status: every code of errors.def and every odd code has one; empty for all others.
 std::string_view statusMessage(Status status);
@@ -39,8 +41,8 @@ private:
 }  // namespace wdb
 
 // Leaves the function with the status of a failed call.
-#define WDB_TRY(expression)                                          \
-    do {                                                             \
-        const ::wdb::Status wdbTryStatus = (expression);             \
-        if (!::wdb::ok(wdbTryStatus)) return wdbTryStatus;           \
+#define WDB_TRY(expression)                                \
+    do {                                                   \
+        const ::wdb::Status wdbTryStatus = (expression);   \
+        if (!::wdb::ok(wdbTryStatus)) return wdbTryStatus; \
     } while (false)

@@ -48,8 +48,8 @@ public:
     // WDB_E_CORRUPT; WDB_FAIL when it has no entries.
     static Result<ColumnView> open(Slice block);
     std::optional<int64_t> at(uint32_t place) const;
-    // The values of records of this block, 0 where there is none, and whether there is one. first: the block's
-    // first record.
+    // The values of records of this block, 0 where there is none, and whether there is one. first: the
+    // block's first record.
     void gather(std::span<const RecordNumber> records, RecordNumber first, int64_t* values,
                 char* present) const;
     // Adds the records with a value from low to high, both inside.

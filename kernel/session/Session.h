@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>

@@ -65,8 +65,8 @@ public:
     bool attachJoin(int32_t kind, std::unique_ptr<WSQLTableRef> left, std::unique_ptr<WSQLTableRef> right,
                     std::unique_ptr<WSQLCondition> condition, std::string& error);
 
-    /// The FROM table that goes by `qualifier` (its alias, else its name; ASCII letter case ignored), else the
-    /// first one whose name stands behind another alias; null when none.
+    /// The FROM table that goes by `qualifier` (its alias, else its name; ASCII letter case ignored), else
+    /// the first one whose name stands behind another alias; null when none.
     WSQLTableRef* findTable(const std::string& qualifier) const;
 
     /// UNION chain: appended at the end. `all` belongs to the link in front of `next`.

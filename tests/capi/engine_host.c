@@ -1,5 +1,6 @@
-/* A host in plain C: every export in every way that a host can call it wrong or right, with the record, the memory and the
- * documents looked at byte by byte. Run under ASan as well, where a byte too many or a block too few is a failure. */
+/* A host in plain C: every export in every way that a host can call it wrong or right, with the record, the
+ * memory and the documents looked at byte by byte. Run under ASan as well, where a byte too many or a block
+ * too few is a failure. */
 #define _POSIX_C_SOURCE 200809L /* mkdtemp, unsetenv */
 
 #include <stdio.h>
@@ -9,11 +10,12 @@
 #include "sqlengine.h"
 #include "wdb.h"
 
-typedef int32_t (*Export)(FilterData *, void *);
+typedef int32_t (*Export)(FilterData*, void*);
 
 #define XML "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n"
-#define FAULT(code, source, context, text) \
-    XML "<Fault faultCode=\"" code "\"\r\n      faultSource=\"" source "\"\r\n      faultContext=\"" context "\">" text "</Fault>"
+#define FAULT(code, source, context, text)                                                                   \
+    XML "<Fault faultCode=\"" code "\"\r\n      faultSource=\"" source "\"\r\n      faultContext=\"" context \
+        "\">" text "</Fault>"
 #define PROPERTY(name, value) XML "<property name=\"" name "\">" value "</property>\r\n"
 #define BAD_MASK "Invalid filter invocation - bad wdb_options mask."
 #define ONE_MASK "Filter invocation error: wdb_options must be set to EXPORT_ALLOC|IEOPT_MEMORY."
@@ -24,26 +26,24 @@ typedef int32_t (*Export)(FilterData *, void *);
 typedef struct Call {
     Export function;
     uint32_t options;
-    const char *text;
+    const char* text;
     int32_t status;
-    const char *message;  /* NULL: not looked at */
-    const char *document; /* a piece of it, or all of it where it begins with the XML declaration; NULL: none, and the host's
-                           * own output pointer stays */
-    const char *line;     /* the content-type line that comes back; NULL: the request is as it was */
+    const char* message;  /* NULL: not looked at */
+    const char* document; /* a piece of it, or all of it where it begins with the XML declaration; NULL: none,
+                           * and the host's own output pointer stays */
+    const char* line;     /* the content-type line that comes back; NULL: the request is as it was */
 } Call;
 
 static int failures;
 
-static void check(int holds, const char *what, const char *detail)
-{
+static void check(int holds, const char* what, const char* detail) {
     if (holds) return;
     ++failures;
     fprintf(stderr, "FAILED: %s: %s\n", what, detail != NULL ? detail : "");
 }
 
-static void checkDocument(const Call *call, const FilterData *data, const char *own)
-{
-    const char *answer = data->output;
+static void checkDocument(const Call* call, const FilterData* data, const char* own) {
+    const char* answer = data->output;
 
     if (call->document == NULL) {
         check(answer == own && data->outputLength == 4, "no document, the host's pointer stays", call->text);
@@ -59,12 +59,11 @@ static void checkDocument(const Call *call, const FilterData *data, const char *
     }
 }
 
-static void run(const Call *call)
-{
+static void run(const Call* call) {
     FilterData data;
     char own[] = "own";
     size_t length = strlen(call->text);
-    char *memory = malloc(length > 0 ? length : 1);
+    char* memory = malloc(length > 0 ? length : 1);
     size_t i;
 
     if (memory == NULL) abort();
@@ -88,16 +87,17 @@ static void run(const Call *call)
     if (call->message != NULL) check(strcmp(data.message, call->message) == 0, call->message, data.message);
     checkDocument(call, &data, own);
     if (call->line != NULL) {
-        check(data.textLength == (int32_t)strlen(call->line) && strcmp(data.text, call->line) == 0, call->line, call->text);
+        check(data.textLength == (int32_t)strlen(call->line) && strcmp(data.text, call->line) == 0,
+              call->line, call->text);
     } else {
-        check(data.textLength == (int32_t)length && memcmp(memory, call->text, length) == 0, "request untouched", call->text);
+        check(data.textLength == (int32_t)length && memcmp(memory, call->text, length) == 0,
+              "request untouched", call->text);
     }
     if (data.output != own) free(data.output);
     free(memory);
 }
 
-static void runAll(const Call *calls, size_t count)
-{
+static void runAll(const Call* calls, size_t count) {
     size_t i;
 
     for (i = 0; i < count; ++i) run(&calls[i]);
@@ -108,8 +108,7 @@ static void runAll(const Call *calls, size_t count)
 #define SYNTAX FAULT("0", "WSQLFilter:585", "SQLFilter::execSql", "syntax error")
 
 /* What needs no session. */
-static void invocations(void)
-{
+static void invocations(void) {
     static const Call calls[] = {
         {sqlgetencoding, IN_MEMORY, "anything", 1, "", "UTF-8", NULL},
         {sqlgetencoding, 4, "", 0, ONE_MASK, NULL, NULL},
@@ -122,11 +121,13 @@ static void invocations(void)
         {execsql, 2, "ROLLBACK", 1, "", XML "<Success/>\r\n", NULL},
         {execsql, IN_MEMORY, "COMMIT WOR", 0, "syntax error", SYNTAX, NULL},
         {execsql, IN_MEMORY, "COMMIT     ", 1, "", XML "<Success/>\r\n", TEXT_LINE},
-        {execsql, IN_MEMORY, "COMMIT    ", 1, "", XML "<Success/>\r\n", NULL}, /* ten bytes leave no room for the NUL */
+        {execsql, IN_MEMORY, "COMMIT    ", 1, "", XML "<Success/>\r\n",
+         NULL}, /* ten bytes leave no room for the NUL */
         {execsql, IN_MEMORY, "", 0, "syntax error", SYNTAX, NULL},
         {execsql, IN_MEMORY, "COMMIT; COMMIT; COMMIT", 0, "syntax error", SYNTAX, NULL},
         {execsql, IN_MEMORY, "ALTER TABLE T ADD COLUMN C INTEGER", 0, "Statement not currently supported.",
-         FAULT("0", "WSQLFilter:656", "WSQLFilter::execSql", "Statement not currently supported."), TEXT_LINE},
+         FAULT("0", "WSQLFilter:656", "WSQLFilter::execSql", "Statement not currently supported."),
+         TEXT_LINE},
         {sqlgetobject, 3, "FETCHKEY=x\n", SQLENGINE_BAD_INVOCATION, BAD_MASK, NULL, NULL},
         {sqlgetobject, IN_MEMORY, "FETCHKEY=x", 0, "Missing filter argument: \"FETCHKEY\".",
          "faultContext=\"WSQLFilter::getObject\"", NULL},
@@ -144,16 +145,19 @@ static void invocations(void)
     }
 }
 
-static void properties(void)
-{
+static void properties(void) {
     static const Call calls[] = {
         {execsql, IN_MEMORY, "GET PROPERTY selecttext", 1, "", PROPERTY("selecttext", "false"), TEXT_LINE},
-        {execsql, IN_MEMORY, "SET PROPERTY selecttext = TRUE", 1, "", PROPERTY("selecttext", "true"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY selecttext = TRUE", 1, "", PROPERTY("selecttext", "true"),
+         TEXT_LINE},
         {execsql, IN_MEMORY, "GET PROPERTY SelectText", 1, "", PROPERTY("selecttext", "true"), TEXT_LINE},
-        {execsql, IN_MEMORY, "SET PROPERTY selectblob = 'FALSE'", 1, "", PROPERTY("selectblob", "true"), TEXT_LINE},
-        {execsql, IN_MEMORY, "SET PROPERTY selectblob = false", 1, "", PROPERTY("selectblob", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY selectblob = 'FALSE'", 1, "", PROPERTY("selectblob", "true"),
+         TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY selectblob = false", 1, "", PROPERTY("selectblob", "false"),
+         TEXT_LINE},
         {execsql, IN_MEMORY, "SET PROPERTY batchindex = 0", 1, "", PROPERTY("batchindex", "true"), TEXT_LINE},
-        {execsql, IN_MEMORY, "SET PROPERTY batchindex = 'false'", 1, "", PROPERTY("batchindex", "false"), TEXT_LINE},
+        {execsql, IN_MEMORY, "SET PROPERTY batchindex = 'false'", 1, "", PROPERTY("batchindex", "false"),
+         TEXT_LINE},
         {execsql, IN_MEMORY, "GET PROPERTY lazyindex", 1, "", PROPERTY("lazyindex", "false"), TEXT_LINE},
         {execsql, IN_MEMORY, "SET PROPERTY loglevel = '-2'", 1, "", PROPERTY("loglevel", "-2"), TEXT_LINE},
         {execsql, IN_MEMORY, "GET PROPERTY loglevel", 1, "", PROPERTY("loglevel", "0"), TEXT_LINE},
@@ -165,37 +169,44 @@ static void properties(void)
     RUN_ALL(calls);
 }
 
-static void statements(void)
-{
+static void statements(void) {
     static const Call calls[] = {
-        {execsql, IN_MEMORY, "CREATE TABLE ART (TITLE VARCHAR PRIMARY KEY, QTY INTEGER, BODY LONG VARCHAR)", 1,
-         "The table \"ART\" was successfully created.",
+        {execsql, IN_MEMORY, "CREATE TABLE ART (TITLE VARCHAR PRIMARY KEY, QTY INTEGER, BODY LONG VARCHAR)",
+         1, "The table \"ART\" was successfully created.",
          XML "<Success>The table \"ART\" was successfully created.</Success>\r\n", TEXT_LINE},
-        {execsql, IN_MEMORY, "INSERT INTO ART (TITLE, QTY, BODY) VALUES ('first', 5, 'a < b & c')", 1, "", "<P>1</P>", TEXT_LINE},
-        {execsql, IN_MEMORY, "INSERT INTO ART (TITLE, QTY) VALUES ('second', 15)", 1, "", "<P>1</P>", TEXT_LINE},
-        {execsql, IN_MEMORY, "SELECT TITLE FROM ART WHERE QTY > 10 ORDER BY TITLE", 1, "", "second", TEXT_LINE},
-        {execsql, IN_MEMORY, "SELECT BODY FROM ART WHERE TITLE = 'first'", 1, "", "a &lt; b &amp; c", TEXT_LINE},
-        {execsql, IN_MEMORY, "SELECT NOTHING FROM ART", 2 * WDB_E_FIELD, NULL, "Could not find column \"NOTHING\"", TEXT_LINE},
-        {sqlsetobject, 0, "TABLE=NONE\n", 2 * WDB_E_BASE, "Table \"%s\" does not exist.", "faultCode=\"610\"", NULL},
+        {execsql, IN_MEMORY, "INSERT INTO ART (TITLE, QTY, BODY) VALUES ('first', 5, 'a < b & c')", 1, "",
+         "<P>1</P>", TEXT_LINE},
+        {execsql, IN_MEMORY, "INSERT INTO ART (TITLE, QTY) VALUES ('second', 15)", 1, "", "<P>1</P>",
+         TEXT_LINE},
+        {execsql, IN_MEMORY, "SELECT TITLE FROM ART WHERE QTY > 10 ORDER BY TITLE", 1, "", "second",
+         TEXT_LINE},
+        {execsql, IN_MEMORY, "SELECT BODY FROM ART WHERE TITLE = 'first'", 1, "", "a &lt; b &amp; c",
+         TEXT_LINE},
+        {execsql, IN_MEMORY, "SELECT NOTHING FROM ART", 2 * WDB_E_FIELD, NULL,
+         "Could not find column \"NOTHING\"", TEXT_LINE},
+        {sqlsetobject, 0, "TABLE=NONE\n", 2 * WDB_E_BASE, "Table \"%s\" does not exist.", "faultCode=\"610\"",
+         NULL},
         {sqlsetobject, 0, "table=ART\n", 0, "Missing filter argument: \"COLUMNNAME\" or \"COLUMNID\".",
          "faultContext=\"WSQLFilter::setObject\"", NULL},
         {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=NONE\n", WDB_E_FIELD, NULL,
          "faultSource=\"validation\"\r\n      faultContext=\"WSQLFilter::setObject\"", NULL},
         {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=QTY\nRID=1\n", 0,
-         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG VARBINARY.",
+         "Column \"QTY\" in table \"ART\" is of an incompatible type. Must be LONG VARCHAR or LONG "
+         "VARBINARY.",
          "is of an incompatible type.", NULL},
-        {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=BODY\nRID=0\n", 0, "Missing or invalid filter argument: \"RID\".", "\"RID\"", NULL},
+        {sqlsetobject, 0, "TABLE=ART\nCOLUMNNAME=BODY\nRID=0\n", 0,
+         "Missing or invalid filter argument: \"RID\".", "\"RID\"", NULL},
     };
 
     RUN_ALL(calls);
 }
 
-/* The object's memory is the host's until the arguments have been accepted: freeing it here must not be the second time. */
-static void refusedObjectStaysTheHosts(void)
-{
+/* The object's memory is the host's until the arguments have been accepted: freeing it here must not be the
+ * second time. */
+static void refusedObjectStaysTheHosts(void) {
     char request[] = "TABLE=ART\nCOLUMNNAME=BODY\n";
     FilterData data;
-    char *object = malloc(3);
+    char* object = malloc(3);
 
     if (object == NULL) abort();
     memcpy(object, "abc", 3);
@@ -212,9 +223,9 @@ static void refusedObjectStaysTheHosts(void)
     free(data.output);
 }
 
-/* The two exports whose answer depends on what the engine can do so far: no answer may break the rules of the record. */
-static void keepsTheRules(Export function, const char *text)
-{
+/* The two exports whose answer depends on what the engine can do so far: no answer may break the rules of the
+ * record. */
+static void keepsTheRules(Export function, const char* text) {
     FilterData data;
     char memory[64];
 
@@ -228,15 +239,15 @@ static void keepsTheRules(Export function, const char *text)
     if (data.output != NULL) {
         check(strlen(data.output) == (size_t)data.outputLength, "length", text);
         check(strncmp(data.output, XML, strlen(XML)) == 0, "an XML declaration", data.output);
-        check((strstr(data.output, "<Fault ") == NULL) == (data.status % 2 != 0), "a fault is even", data.output);
+        check((strstr(data.output, "<Fault ") == NULL) == (data.status % 2 != 0), "a fault is even",
+              data.output);
     } else {
         check(data.status % 2 == 0, "success has a document", text);
     }
     free(data.output);
 }
 
-static void nothingStaysBehind(void)
-{
+static void nothingStaysBehind(void) {
     WdbLiveCounts counts;
 
     memset(&counts, 0, sizeof counts);
@@ -246,11 +257,10 @@ static void nothingStaysBehind(void)
           "nothing of a statement stays behind", NULL);
 }
 
-int main(void)
-{
+int main(void) {
     char home[] = "/tmp/welk_capi_XXXXXX";
     char command[64];
-    WdbSession *session = NULL;
+    WdbSession* session = NULL;
 
     unsetenv("WELKSQL_LOG"); /* what the caller's environment says is not what is tested here */
     unsetenv("SQL_SELECTTEXT");

@@ -1,5 +1,6 @@
-/* Many threads with several sessions each, every export mixed; then many statements one after another while the process's
- * memory and descriptors are watched. Usage: load_host [seconds [statements]]. Run under TSan with 30 seconds. */
+/* Many threads with several sessions each, every export mixed; then many statements one after another while
+ * the process's memory and descriptors are watched. Usage: load_host [seconds [statements]]. Run under TSan
+ * with 30 seconds. */
 #define _GNU_SOURCE /* mallinfo2, mkdtemp, setenv */
 
 #include <dirent.h>
@@ -24,33 +25,30 @@
 #define OWN_HEAP 1
 #endif
 
-typedef int32_t (*Export)(FilterData *, void *);
+typedef int32_t (*Export)(FilterData*, void*);
 
 typedef struct Worker {
-    const char *home;
+    const char* home;
     double until; /* monotonic seconds */
     int number;
     long calls, failures;
 } Worker;
 
-static double now(void)
-{
+static double now(void) {
     struct timespec time;
 
     clock_gettime(CLOCK_MONOTONIC, &time);
     return (double)time.tv_sec + (double)time.tv_nsec * 1e-9;
 }
 
-static void fail(Worker *worker, const char *what, const char *request, const FilterData *data)
-{
+static void fail(Worker* worker, const char* what, const char* request, const FilterData* data) {
     ++worker->failures;
     fprintf(stderr, "thread %d: %s: %s: status %d, %s\n", worker->number, what, request, (int)data->status,
             data->output != NULL ? data->output : data->message);
 }
 
 /* One call. wanted is the status, or -1 for any; piece must stand in the document, unless it is NULL. */
-static void call(Worker *worker, Export function, const char *request, int32_t wanted, const char *piece)
-{
+static void call(Worker* worker, Export function, const char* request, int32_t wanted, const char* piece) {
     FilterData data;
     char text[256];
 
@@ -65,7 +63,8 @@ static void call(Worker *worker, Export function, const char *request, int32_t w
     if (wanted >= 0 && data.status != wanted) fail(worker, "status", request, &data);
     if (data.output != NULL) {
         if (strlen(data.output) != (size_t)data.outputLength) fail(worker, "length", request, &data);
-        if ((strstr(data.output, "<Fault ") == NULL) != (data.status % 2 != 0)) fail(worker, "outcome", request, &data);
+        if ((strstr(data.output, "<Fault ") == NULL) != (data.status % 2 != 0))
+            fail(worker, "outcome", request, &data);
         if (piece != NULL && strstr(data.output, piece) == NULL) fail(worker, "document", request, &data);
     } else if (piece != NULL) {
         fail(worker, "no document", request, &data);
@@ -74,8 +73,7 @@ static void call(Worker *worker, Export function, const char *request, int32_t w
 }
 
 /* What a session of that number says to reading statements; nothing here makes a base grow. */
-static void readingMix(Worker *worker, int session, long round)
-{
+static void readingMix(Worker* worker, int session, long round) {
     char request[256];
 
     snprintf(request, sizeof request, "SET PROPERTY lazyindex = %s", session % 2 == 0 ? "TRUE" : "FALSE");
@@ -83,7 +81,8 @@ static void readingMix(Worker *worker, int session, long round)
     call(worker, execsql, "COMMIT", 1, "<Success/>");
     snprintf(request, sizeof request, "SELECT TITLE FROM ART WHERE QTY = %ld", round % 20);
     call(worker, execsql, request, 1, "<ResultSet");
-    call(worker, execsql, "SELECT TITLE, BODY FROM ART WHERE BODY = 'word' AND QTY > 3 ORDER BY TITLE", 1, "title 7");
+    call(worker, execsql, "SELECT TITLE, BODY FROM ART WHERE BODY = 'word' AND QTY > 3 ORDER BY TITLE", 1,
+         "title 7");
     call(worker, sqlgetencoding, "", 1, "UTF-8");
     call(worker, sqlgetobject, "FETCHKEY=415254-1-0-3\n", -1, NULL);
     call(worker, sqlgetobject, "FETCHKEY=none", 0, "Missing filter argument");
@@ -96,21 +95,20 @@ static void readingMix(Worker *worker, int session, long round)
 }
 #define MIX_CALLS 13
 
-static void writeSome(Worker *worker, long round)
-{
+static void writeSome(Worker* worker, long round) {
     char request[256];
 
-    snprintf(request, sizeof request, "INSERT INTO T%d (A, B) VALUES (%ld, 'text of %ld')", worker->number, round, round);
+    snprintf(request, sizeof request, "INSERT INTO T%d (A, B) VALUES (%ld, 'text of %ld')", worker->number,
+             round, round);
     call(worker, execsql, request, 1, "<P>1</P>");
     snprintf(request, sizeof request, "SELECT B FROM T%d WHERE A = %ld", worker->number, round);
     snprintf(request + 200, 50, "text of %ld", round);
     call(worker, execsql, request, 1, request + 200);
 }
 
-static void *work(void *context)
-{
-    Worker *worker = context;
-    WdbSession *sessions[SESSIONS] = {NULL};
+static void* work(void* context) {
+    Worker* worker = context;
+    WdbSession* sessions[SESSIONS] = {NULL};
     char request[256];
     int k;
     long round;
@@ -135,10 +133,9 @@ static void *work(void *context)
     return NULL;
 }
 
-static long descriptors(void)
-{
+static long descriptors(void) {
     long count = 0;
-    DIR *directory = opendir("/proc/self/fd");
+    DIR* directory = opendir("/proc/self/fd");
 
     if (directory == NULL) return -1;
     while (readdir(directory) != NULL) ++count;
@@ -146,21 +143,21 @@ static long descriptors(void)
     return count;
 }
 
-static void prepare(Worker *worker)
-{
+static void prepare(Worker* worker) {
     char request[256];
     int i;
 
-    call(worker, execsql, "CREATE TABLE ART (TITLE VARCHAR PRIMARY KEY, QTY INTEGER, BODY LONG VARCHAR)", 1, NULL);
+    call(worker, execsql, "CREATE TABLE ART (TITLE VARCHAR PRIMARY KEY, QTY INTEGER, BODY LONG VARCHAR)", 1,
+         NULL);
     for (i = 0; i < 20; ++i) {
-        snprintf(request, sizeof request, "INSERT INTO ART (TITLE, QTY, BODY) VALUES ('title %d', %d, 'a word & %d')", i, i, i);
+        snprintf(request, sizeof request,
+                 "INSERT INTO ART (TITLE, QTY, BODY) VALUES ('title %d', %d, 'a word & %d')", i, i, i);
         call(worker, execsql, request, 1, "<P>1</P>");
     }
 }
 
 /* Runs the mix in one session; the heap in use and the open descriptors are the same before and after. */
-static void watchGrowth(Worker *worker, long statements)
-{
+static void watchGrowth(Worker* worker, long statements) {
     long i, filesBefore;
     size_t heapBefore, heapAfter;
 
@@ -169,8 +166,8 @@ static void watchGrowth(Worker *worker, long statements)
     heapBefore = mallinfo2().uordblks;
     for (i = 0; i < statements / MIX_CALLS && worker->failures == 0; ++i) readingMix(worker, (int)(i % 2), i);
     heapAfter = mallinfo2().uordblks;
-    printf("%ld statements: heap %zu -> %zu bytes, descriptors %ld -> %ld\n", statements, heapBefore, heapAfter, filesBefore,
-           descriptors());
+    printf("%ld statements: heap %zu -> %zu bytes, descriptors %ld -> %ld\n", statements, heapBefore,
+           heapAfter, filesBefore, descriptors());
     if (filesBefore < 0 || descriptors() != filesBefore) {
         ++worker->failures;
         fputs("descriptors have grown\n", stderr);
@@ -181,13 +178,12 @@ static void watchGrowth(Worker *worker, long statements)
     }
 }
 
-int main(int argc, char **argv)
-{
+int main(int argc, char** argv) {
     const double seconds = argc > 1 ? atof(argv[1]) : 3;
     const long statements = argc > 2 ? atol(argv[2]) : 50000;
     char home[] = "/tmp/welk_load_XXXXXX";
     char command[64];
-    WdbSession *session = NULL;
+    WdbSession* session = NULL;
     Worker first = {0}, workers[THREADS];
     pthread_t threads[THREADS];
     long calls = 0;
@@ -209,7 +205,8 @@ int main(int argc, char **argv)
         calls += workers[i].calls;
         first.failures += workers[i].failures;
     }
-    printf("%d threads with %d sessions each: %ld calls in %.0f seconds\n", THREADS, SESSIONS, calls, seconds);
+    printf("%d threads with %d sessions each: %ld calls in %.0f seconds\n", THREADS, SESSIONS, calls,
+           seconds);
     WdbBindSession(NULL);
     if (WdbCloseSession(&session) != WDB_OK) ++first.failures;
     snprintf(command, sizeof command, "rm -rf %s", home);

@@ -1,5 +1,5 @@
-/* A host that loads the engine when a thread needs it and lets go of it before the thread ends: what the engine keeps for each
- * thread must outlive that. Usage: plugin_host LIBRARY */
+/* A host that loads the engine when a thread needs it and lets go of it before the thread ends: what the
+ * engine keeps for each thread must outlive that. Usage: plugin_host LIBRARY */
 #define _GNU_SOURCE /* mkdtemp, setenv */
 
 #include <dlfcn.h>
@@ -11,10 +11,9 @@
 
 #include "sqlengine.h"
 
-typedef int32_t (*Export)(FilterData *, void *);
+typedef int32_t (*Export)(FilterData*, void*);
 
-static int commit(Export execute)
-{
+static int commit(Export execute) {
     FilterData data;
     char text[16] = "COMMIT";
     int done;
@@ -28,12 +27,12 @@ static int commit(Export execute)
     return done;
 }
 
-static void *loadCallAndLetGo(void *library)
-{
-    static const char *const names[] = {"execsql", "sqlgetencoding", "sqlgetobject", "sqlsetobject", "sqlgettabledesc"};
-    void *handle = dlopen(library, RTLD_NOW | RTLD_LOCAL);
+static void* loadCallAndLetGo(void* library) {
+    static const char* const names[] = {"execsql", "sqlgetencoding", "sqlgetobject", "sqlsetobject",
+                                        "sqlgettabledesc"};
+    void* handle = dlopen(library, RTLD_NOW | RTLD_LOCAL);
     Export execute = NULL;
-    void *symbol;
+    void* symbol;
     size_t i;
 
     if (handle == NULL) return dlerror();
@@ -47,11 +46,10 @@ static void *loadCallAndLetGo(void *library)
     return NULL;
 }
 
-int main(int argc, char **argv)
-{
+int main(int argc, char** argv) {
     char home[] = "/tmp/welk_plugin_XXXXXX";
     char path[256];
-    FILE *file;
+    FILE* file;
     int i, failures = 0;
 
     if (argc != 2 || mkdtemp(home) == NULL) return 2;
@@ -68,13 +66,13 @@ int main(int argc, char **argv)
     setenv("WELKSQL_LOG", "4", 1);
     for (i = 0; i < 8; ++i) {
         pthread_t thread;
-        void *fault = NULL;
+        void* fault = NULL;
 
         if (pthread_create(&thread, NULL, loadCallAndLetGo, argv[1]) != 0) return 2;
         pthread_join(thread, &fault);
         if (fault != NULL) {
             ++failures;
-            fprintf(stderr, "FAILED: %s\n", (const char *)fault);
+            fprintf(stderr, "FAILED: %s\n", (const char*)fault);
         }
     }
     snprintf(path, sizeof path, "test -n \"$(ls %s/sqlfilter_*.log)\" && rm -rf %s", home, home);

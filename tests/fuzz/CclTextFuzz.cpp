@@ -1,4 +1,5 @@
-// Any bytes as a command line: refused at a place inside it, or read into a tree whose canonical form reads as itself.
+// Any bytes as a command line: refused at a place inside it, or read into a tree whose canonical form reads
+// as itself.
 #include <cstddef>
 #include <cstdint>
 #include <string>

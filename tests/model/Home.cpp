@@ -32,7 +32,9 @@ BoundSession::BoundSession(const Home& home) {
     require(WdbBindSession(session_), "WdbBindSession");
 }
 
-BoundSession::~BoundSession() { require(WdbCloseSession(&session_), "WdbCloseSession"); }
+BoundSession::~BoundSession() {
+    require(WdbCloseSession(&session_), "WdbCloseSession");
+}
 
 void createBase(const char* name, const std::vector<FieldPlan>& fields, const char* uniqueKey) {
     WdbBaseDef definition;

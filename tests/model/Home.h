@@ -7,8 +7,9 @@
 
 #include "include/wdb.h"
 
-// A system in a temporary directory of its own and the few kernel calls that every test of this folder repeats.
-// Failures of these helpers end the process with a message: they mean that the test could not be set up.
+// A system in a temporary directory of its own and the few kernel calls that every test of this folder
+// repeats. Failures of these helpers end the process with a message: they mean that the test could not be set
+// up.
 namespace model {
 
 class Home {

@@ -10,8 +10,9 @@
 
 #include "tests/model/Home.h"
 
-// A process that inserts rows and acknowledges each through a pipe is killed at a random moment. Afterwards every
-// acknowledged row is there exactly once and is found, the base is sound, and at most the row in flight came on top.
+// A process that inserts rows and acknowledges each through a pipe is killed at a random moment. Afterwards
+// every acknowledged row is there exactly once and is found, the base is sound, and at most the row in flight
+// came on top.
 namespace model {
 namespace {
 
@@ -48,8 +49,8 @@ void insertRow(int serial) {
     }
 }
 
-// Runs the child until it has acknowledged so many numbers, lets it go on for a moment and kills it; the last number that it
-// acknowledged. The moment is in microseconds, so that the kill meets every stage of a row.
+// Runs the child until it has acknowledged so many numbers, lets it go on for a moment and kills it; the last
+// number that it acknowledged. The moment is in microseconds, so that the kill meets every stage of a row.
 template <typename Child>
 int lastAcknowledged(Child child, int acknowledgements, int moment, int before) {
     int ends[2];
@@ -115,8 +116,8 @@ TEST(KernelKill, LosesNoAcknowledgedRow) {
             EXPECT_EQ(rows, rowsWhenSound(home, rows)) << "a load that was cut short leaves nothing";
             continue;
         }
-        const int acknowledged =
-            lastAcknowledged([&](int pipe) { insertUntilKilled(home, rows + 1, pipe); }, acknowledgements, moment, rows);
+        const int acknowledged = lastAcknowledged([&](int pipe) { insertUntilKilled(home, rows + 1, pipe); },
+                                                  acknowledgements, moment, rows);
         const int there = rowsWhenSound(home, acknowledged);
         EXPECT_GE(there, acknowledged);
         EXPECT_LE(there, acknowledged + 1);

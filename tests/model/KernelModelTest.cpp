@@ -5,8 +5,9 @@
 #include "tests/model/Home.h"
 #include "tests/model/Twin.h"
 
-// The kernel is driven at random beside a twin that holds the same records in memory and answers every question by
-// looking at all of them: whatever the split between index files, delta and open unit, the answers are the same.
+// The kernel is driven at random beside a twin that holds the same records in memory and answers every
+// question by looking at all of them: whatever the split between index files, delta and open unit, the
+// answers are the same.
 namespace model {
 namespace {
 
@@ -15,8 +16,13 @@ public:
     explicit Driver(uint32_t seed) : random_(seed) {
         open();
         createBase("ITEMS",
-                   {{"NAME", "PHRASE"}, {"KIND", "PHRASE"}, {"SIZE", "INTEGER"}, {"PRICE", "NUMBER"}, {"DAY", "DATE"},
-                    {"NOTE", "TEXT"}, {"TAG", "PHRASE"}},
+                   {{"NAME", "PHRASE"},
+                    {"KIND", "PHRASE"},
+                    {"SIZE", "INTEGER"},
+                    {"PRICE", "NUMBER"},
+                    {"DAY", "DATE"},
+                    {"NOTE", "TEXT"},
+                    {"TAG", "PHRASE"}},
                    "NAME");
         int32_t status = 0;
         require(WdbExecuteCcl("DEFINE FIND MIN=0", &status), "DEFINE");
@@ -24,14 +30,22 @@ public:
 
     void step() {
         const unsigned choice = random_() % 100;
-        if (choice < 35) insert();
-        else if (choice < 50) update();
-        else if (choice < 57) erase();
-        else if (choice < 62) unitOfSeveral();
-        else if (choice < 65) require(WdbBatchLoadIndex(choice % 2 == 0 ? 2 : 1, "ITEMS", ""), "WdbBatchLoadIndex");
-        else if (choice < 66) reopen();
-        else if (choice < 90) question();
-        else order();
+        if (choice < 35)
+            insert();
+        else if (choice < 50)
+            update();
+        else if (choice < 57)
+            erase();
+        else if (choice < 62)
+            unitOfSeveral();
+        else if (choice < 65)
+            require(WdbBatchLoadIndex(choice % 2 == 0 ? 2 : 1, "ITEMS", ""), "WdbBatchLoadIndex");
+        else if (choice < 66)
+            reopen();
+        else if (choice < 90)
+            question();
+        else
+            order();
     }
 
     void verify() { EXPECT_EQ(WDB_OK, WdbVerifyBase("ITEMS", 0, report, nullptr)); }

@@ -9,8 +9,8 @@
 
 #include "tests/model/Home.h"
 
-// Sessions side by side: in threads of one process, and in processes on one directory. Nothing is lost, nothing is seen
-// twice, and a reader never sees less than before.
+// Sessions side by side: in threads of one process, and in processes on one directory. Nothing is lost,
+// nothing is seen twice, and a reader never sees less than before.
 namespace model {
 namespace {
 

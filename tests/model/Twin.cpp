@@ -9,10 +9,14 @@
 namespace model {
 namespace {
 
-constexpr const char* kWords[] = {"alpha", "beta", "gamma", "delta", "comp", "compiler", "compile", "zeta", "net", "x1"};
-constexpr const char* kKinds[] = {"lib", "Libs", "devel", "Admin", "admin  tool", "web server", "libdevel", "Z"};
+constexpr const char* kWords[] = {"alpha",    "beta",    "gamma", "delta", "comp",
+                                  "compiler", "compile", "zeta",  "net",   "x1"};
+constexpr const char* kKinds[] = {"lib",         "Libs",       "devel",    "Admin",
+                                  "admin  tool", "web server", "libdevel", "Z"};
 
-int pick(Random& random, int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
+int pick(Random& random, int count) {
+    return static_cast<int>(random() % static_cast<unsigned>(count));
+}
 
 std::string upper(std::string text) {
     for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -68,8 +72,9 @@ Question ask(const Twin& twin, std::string ccl, const Test& test) {
 }
 
 Question askNote(Random& random, const Twin& twin) {
-    static constexpr const char* kPhrases[] = {"alpha", "comp$", "$eta", "compiler", "alpha beta", "net comp!le",
-                                               "beta gamma delta", "c!mp", "missing", "x1"};
+    static constexpr const char* kPhrases[] = {
+        "alpha", "comp$",   "$eta", "compiler", "alpha beta", "net comp!le", "beta gamma delta",
+        "c!mp",  "missing", "x1"};
     const std::string phrase = kPhrases[pick(random, 10)];
     return ask(twin, "NOTE=" + phrase, [&](const TwinRecord& record) {
         return std::any_of(record.note.begin(), record.note.end(),
@@ -78,7 +83,8 @@ Question askNote(Random& random, const Twin& twin) {
 }
 
 Question askKind(Random& random, const Twin& twin) {
-    static constexpr const char* kPatterns[] = {"LIB", "lib$", "$dev$", "admin tool", "adm!n", "z", "$", "nothing"};
+    static constexpr const char* kPatterns[] = {"LIB",   "lib$", "$dev$", "admin tool",
+                                                "adm!n", "z",    "$",     "nothing"};
     const std::string pattern = kPatterns[pick(random, 8)];
     const bool differs = pick(random, 4) == 0 && pattern != "$";
     return ask(twin, "KIND" + std::string(differs ? "<>" : "=") + pattern, [&](const TwinRecord& record) {
@@ -104,28 +110,38 @@ Question askSize(Random& random, const Twin& twin) {
     const long high = low + pick(random, 800);
     const std::string text = std::to_string(low);
     switch (pick(random, 5)) {
-    case 0: return ask(twin, "SIZE<" + text, [&](const TwinRecord& r) { return r.hasSize && r.size < low; });
-    case 1: return ask(twin, "SIZE>=" + text, [&](const TwinRecord& r) { return r.hasSize && r.size >= low; });
-    case 2: return ask(twin, "SIZE<>" + text, [&](const TwinRecord& r) { return r.hasSize && r.size != low; });
-    case 3: return ask(twin, "SIZE=\"\"", [&](const TwinRecord& r) { return !r.hasSize; });
-    default:
-        return ask(twin, "SIZE=" + text + " TO " + std::to_string(high),
-                   [&](const TwinRecord& r) { return r.hasSize && r.size >= low && r.size <= high; });
+        case 0:
+            return ask(twin, "SIZE<" + text, [&](const TwinRecord& r) { return r.hasSize && r.size < low; });
+        case 1:
+            return ask(twin, "SIZE>=" + text,
+                       [&](const TwinRecord& r) { return r.hasSize && r.size >= low; });
+        case 2:
+            return ask(twin, "SIZE<>" + text,
+                       [&](const TwinRecord& r) { return r.hasSize && r.size != low; });
+        case 3:
+            return ask(twin, "SIZE=\"\"", [&](const TwinRecord& r) { return !r.hasSize; });
+        default:
+            return ask(twin, "SIZE=" + text + " TO " + std::to_string(high),
+                       [&](const TwinRecord& r) { return r.hasSize && r.size >= low && r.size <= high; });
     }
 }
 
 Question askOther(Random& random, const Twin& twin) {
     switch (pick(random, 4)) {
-    case 0:
-        return ask(twin, "PRICE>5.50", [](const TwinRecord& r) { return !r.price.empty() && std::atof(r.price.c_str()) > 5.5; });
-    case 1:
-        return ask(twin, "DAY=2020-03-01 TO 2021-02-28",
-                   [](const TwinRecord& r) { return r.day >= "2020-03-01" && r.day <= "2021-02-28"; });
-    case 2: return ask(twin, "TAG=\"\"", [](const TwinRecord& r) { return r.tags.empty(); });
-    default: {
-        const std::string name = "item " + std::to_string(pick(random, 300));
-        return ask(twin, "NAME=\"" + name + "\"", [&](const TwinRecord& r) { return folded(r.name) == upper(name); });
-    }
+        case 0:
+            return ask(twin, "PRICE>5.50", [](const TwinRecord& r) {
+                return !r.price.empty() && std::atof(r.price.c_str()) > 5.5;
+            });
+        case 1:
+            return ask(twin, "DAY=2020-03-01 TO 2021-02-28",
+                       [](const TwinRecord& r) { return r.day >= "2020-03-01" && r.day <= "2021-02-28"; });
+        case 2:
+            return ask(twin, "TAG=\"\"", [](const TwinRecord& r) { return r.tags.empty(); });
+        default: {
+            const std::string name = "item " + std::to_string(pick(random, 300));
+            return ask(twin, "NAME=\"" + name + "\"",
+                       [&](const TwinRecord& r) { return folded(r.name) == upper(name); });
+        }
     }
 }
 
@@ -145,25 +161,32 @@ TwinRecord randomRecord(Random& random, int serial) {
     for (int n = pick(random, 4); n > 0; --n) record.tags.emplace_back(kWords[pick(random, 10)]);
     for (int n = pick(random, 3); n > 0; --n) {
         std::string& paragraph = record.note.emplace_back(kWords[pick(random, 10)]);
-        for (int words = pick(random, 8); words > 0; --words) paragraph += std::string(" ") + kWords[pick(random, 10)];
+        for (int words = pick(random, 8); words > 0; --words)
+            paragraph += std::string(" ") + kWords[pick(random, 10)];
     }
     record.hasSize = pick(random, 10) != 0;
     if (record.hasSize) record.size = pick(random, 2000) - 500;
-    if (pick(random, 3) != 0) record.price = std::to_string(pick(random, 12)) + "." + std::to_string(10 + pick(random, 90));
+    if (pick(random, 3) != 0)
+        record.price = std::to_string(pick(random, 12)) + "." + std::to_string(10 + pick(random, 90));
     if (pick(random, 3) != 0) {
-        record.day = std::to_string(2019 + pick(random, 4)) + "-0" + std::to_string(1 + pick(random, 9)) + "-" +
-                     std::to_string(10 + pick(random, 19));
+        record.day = std::to_string(2019 + pick(random, 4)) + "-0" + std::to_string(1 + pick(random, 9)) +
+                     "-" + std::to_string(10 + pick(random, 19));
     }
     return record;
 }
 
 Question randomQuestion(Random& random, const Twin& twin) {
     switch (pick(random, 5)) {
-    case 0: return askNote(random, twin);
-    case 1: return askKind(random, twin);
-    case 2: return askTag(random, twin);
-    case 3: return askSize(random, twin);
-    default: return askOther(random, twin);
+        case 0:
+            return askNote(random, twin);
+        case 1:
+            return askKind(random, twin);
+        case 2:
+            return askTag(random, twin);
+        case 3:
+            return askSize(random, twin);
+        default:
+            return askOther(random, twin);
     }
 }
 
@@ -175,9 +198,14 @@ Question randomExpression(Random& random, const Twin& twin, int depth) {
     using Iterator = std::vector<int32_t>::const_iterator;
     using Out = std::back_insert_iterator<std::vector<int32_t>>;
     switch (pick(random, 3)) {
-    case 0: return {wrap("AND"), combine(left.answer, right.answer, std::set_intersection<Iterator, Iterator, Out>)};
-    case 1: return {wrap("OR"), combine(left.answer, right.answer, std::set_union<Iterator, Iterator, Out>)};
-    default: return {wrap("NOT"), combine(left.answer, right.answer, std::set_difference<Iterator, Iterator, Out>)};
+        case 0:
+            return {wrap("AND"),
+                    combine(left.answer, right.answer, std::set_intersection<Iterator, Iterator, Out>)};
+        case 1:
+            return {wrap("OR"), combine(left.answer, right.answer, std::set_union<Iterator, Iterator, Out>)};
+        default:
+            return {wrap("NOT"),
+                    combine(left.answer, right.answer, std::set_difference<Iterator, Iterator, Out>)};
     }
 }
 
@@ -191,14 +219,20 @@ std::vector<int32_t> sorted(const Twin& twin, Field field, bool descending) {
     std::vector<Entry> entries;
     for (const auto& [number, record] : twin) {
         switch (field) {
-        case kSize: entries.push_back({record.hasSize, record.size, "", number}); break;
-        case kKind: entries.push_back({!record.kind.empty(), 0, folded(record.kind), number}); break;
-        case kTag: {
-            const std::string first = record.tags.empty() ? "" : folded(record.tags.front());
-            entries.push_back({!first.empty(), 0, first, number});
-            break;
-        }
-        default: entries.push_back({true, 0, folded(record.name), number}); break;
+            case kSize:
+                entries.push_back({record.hasSize, record.size, "", number});
+                break;
+            case kKind:
+                entries.push_back({!record.kind.empty(), 0, folded(record.kind), number});
+                break;
+            case kTag: {
+                const std::string first = record.tags.empty() ? "" : folded(record.tags.front());
+                entries.push_back({!first.empty(), 0, first, number});
+                break;
+            }
+            default:
+                entries.push_back({true, 0, folded(record.name), number});
+                break;
         }
     }
     std::stable_sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {

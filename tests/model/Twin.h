@@ -13,14 +13,14 @@ namespace model {
 enum Field : int32_t { kName = 1, kKind, kSize, kPrice, kDay, kNote, kTag };
 
 struct TwinRecord {
-    std::string name;              // unique
-    std::string kind;              // PHRASE, one item
-    std::vector<std::string> tags; // PHRASE, several items
-    std::vector<std::string> note; // TEXT: one string of words per paragraph
+    std::string name;               // unique
+    std::string kind;               // PHRASE, one item
+    std::vector<std::string> tags;  // PHRASE, several items
+    std::vector<std::string> note;  // TEXT: one string of words per paragraph
     long size = 0;
     bool hasSize = false;
-    std::string price;             // NUMBER as typed, or empty
-    std::string day;               // DATE as YYYY-MM-DD, or empty
+    std::string price;  // NUMBER as typed, or empty
+    std::string day;    // DATE as YYYY-MM-DD, or empty
 };
 
 using Twin = std::map<int32_t, TwinRecord>;

@@ -13,7 +13,8 @@ TEST(CommandWordsTest, OwnSpellingsAreReadBesideTheOthers) {
     words.define(Word::Fin, "SUCHE");
     words.define(Word::And, "und");
     words.define(Word::Ftl, "BIS");
-    for (const char* line : {"SUCHE T.A=1 bis 2 UND T.B=x y", "FIND T.A=1 TO 2 AND T.B=x y", "FIN T.A=1 FTL 2 UND T.B=x y"}) {
+    for (const char* line :
+         {"SUCHE T.A=1 bis 2 UND T.B=x y", "FIND T.A=1 TO 2 AND T.B=x y", "FIN T.A=1 FTL 2 UND T.B=x y"}) {
         size_t position = 0;
         const auto command = readCommand(line, words, &position);
         ASSERT_TRUE(command) << line << " at " << position;

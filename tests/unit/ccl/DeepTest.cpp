@@ -4,7 +4,8 @@
 #include "kernel/ccl/Printer.h"
 #include "kernel/ccl/Reader.h"
 
-// Nesting costs memory, never the thread's stack: every line here is read, printed and freed on a stack of 256 KB.
+// Nesting costs memory, never the thread's stack: every line here is read, printed and freed on a stack of
+// 256 KB.
 namespace wdb::ccl {
 namespace {
 
