@@ -14,13 +14,21 @@ function(welk_area name folder)
   target_link_libraries(${name} PUBLIC ${A_DEPS} welk_instrument PRIVATE welk_warnings)
 endfunction()
 
+# Where this tree lies, for tests that read files of it. One object alone knows the path, so that a compiler cache
+# serves the same objects to every working tree.
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/SourceDirectory.cpp CONTENT [[
+#include "tests/tables/SourceDirectory.h"
+const char* sourceDirectory() { return "@PROJECT_SOURCE_DIR@"; }
+]] @ONLY)
+add_library(test_source_directory OBJECT EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/SourceDirectory.cpp)
+target_include_directories(test_source_directory PRIVATE ${PROJECT_SOURCE_DIR})
+
 # welk_test(NAME LABELS label... DEPS target... SOURCES file...)   one GoogleTest program, its cases known to ctest
 function(welk_test name)
   cmake_parse_arguments(T "" "" "LABELS;DEPS;SOURCES" ${ARGN})
   add_executable(${name} ${T_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
-  target_link_libraries(${name} PRIVATE ${T_DEPS} GTest::gmock GTest::gtest_main welk_instrument welk_warnings)
-  target_compile_definitions(${name} PRIVATE WELK_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE ${T_DEPS} test_source_directory GTest::gmock GTest::gtest_main welk_instrument welk_warnings)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT 600)
 endfunction()

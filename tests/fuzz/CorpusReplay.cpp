@@ -5,14 +5,17 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string>
 #include <vector>
+
+#include "tests/tables/SourceDirectory.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace {
 
 TEST(CorpusReplay, SurvivesEveryKeptInput) {
-    const std::filesystem::path folder(WELK_SOURCE_DIR "/tests/fuzz/corpus/" WELK_CORPUS);
+    const std::filesystem::path folder(std::string(sourceDirectory()) + "/tests/fuzz/corpus/" WELK_CORPUS);
     size_t inputs = 0;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         SCOPED_TRACE(entry.path().filename().string());

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/tables/SourceDirectory.h"
+
 namespace tables {
 
 /// One row of a table: "# reason", "> input", "= expected", rows separated by blank lines. <LF>, <CR>, <TAB>
@@ -57,7 +59,7 @@ inline std::string encoded(const std::string& text) {
 }
 
 inline std::string path(const std::string& name) {
-    return std::string(WELK_SOURCE_DIR) + "/tests/tables/" + name;
+    return std::string(sourceDirectory()) + "/tests/tables/" + name;
 }
 
 /// The rows as written, bytes not decoded. Throws when the file is missing, empty or torn.
