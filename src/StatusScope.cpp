@@ -6,7 +6,8 @@
 namespace wsql {
 
 StatusScope::StatusScope(WSQLFilter& filter, const char* method) : filter_(filter), method_(method) {
-    WdbSaveStatus();
+    // Without a status of its own the scope would restore one that the host has saved.
+    open_ = WDB_SUCCESS(WdbSaveStatus());
 }
 
 StatusScope::~StatusScope() {

@@ -25,7 +25,7 @@ public:
 private:
     WSQLFilter& filter_;
     const char* method_;
-    bool open_ = true;
+    bool open_ = false;
 };
 
 }  // namespace wsql

@@ -55,10 +55,8 @@ bool runSubselect(WSQLFilter& filter, const WSQLSubselect& subselect, std::int32
         SearchSet result;
         if (!searchUnion(filter, query, result)) return false;
         set = result.number;
-    } else {
-        CStringBuffer reference(32);
-        if (!filter.ExecuteSelect(&query, 0, &reference, nullptr, true)) return false;
-        set = filter.SearchHitCount();
+    } else if (!filter.ExecuteSelect(&query, 0, nullptr, &set, true)) {
+        return false;
     }
     if (!filter.logs(kLogDebug)) return true;
     CStringBuffer item(64);

@@ -10,6 +10,7 @@
 
 #include "include/sqlengine.h"
 #include "include/wdb.h"
+#include "tests/unit/engine/SessionState.h"
 
 struct Answer {
     std::int32_t status = 0;
@@ -35,7 +36,37 @@ public:
         std::filesystem::remove_all(directory_, ignored);
     }
 
+    /// Runs one statement, which has to leave the session as it found it.
     Answer run(const std::string& sql) {
+        const std::string before = sessionState();
+        Answer answer = runOnly(sql);
+        EXPECT_EQ(sessionState(), before) << sql;
+        return answer;
+    }
+
+    /// The same with one kernel call failing: the one behind `skip` calls of that function.
+    Answer runFailing(const char* function, int skip, std::int32_t status, const std::string& sql) {
+        const std::string before = sessionState();
+        const std::int32_t savedBefore = savedStatuses();
+        EXPECT_EQ(WdbInjectFailure(function, skip, status), WDB_OK);
+        Answer answer = runOnly(sql);
+        WdbInjectFailure(nullptr, 0, 0);
+        // What could not be restored is still there to be restored.
+        if (std::string_view(function) == "WdbLoadStatus") {
+            while (savedStatuses() > savedBefore) EXPECT_EQ(WdbLoadStatus(3), WDB_OK);
+        }
+        EXPECT_EQ(sessionState(), before) << function << " after " << skip << ": " << sql;
+        return answer;
+    }
+
+private:
+    static std::int32_t savedStatuses() {
+        WdbLiveCounts live{};
+        EXPECT_EQ(WdbLiveHandles(&live), WDB_OK);
+        return live.savedStatuses;
+    }
+
+    static Answer runOnly(const std::string& sql) {
         std::string text = sql;
         FilterData data{};
         data.text = text.data();
@@ -49,6 +80,7 @@ public:
         return answer;
     }
 
+public:
     /// Runs statements that have to succeed.
     void prepare(const std::vector<std::string>& statements) {
         for (const std::string& sql : statements) {
