@@ -16,19 +16,20 @@ bool is(const WSQLScalar& value) {
     return dynamic_cast<const Literal*>(&value) != nullptr;
 }
 
-const WELKFieldInfo* findField(const WELKFieldInfoList& fields, const std::string& name) {
-    for (std::int32_t i = 0; i < fields.Count(); ++i) {
-        if (equalNames(fields.Get(i)->name, name)) return fields.Get(i);
-    }
-    return nullptr;
-}
-
 std::string mustBe(std::int32_t position, const std::string& name, const char* kind) {
     return "Value for column #" + std::to_string(position) + " \"" + name + "\" must be " + kind +
            " constant.";
 }
 
 }  // namespace
+
+const WELKFieldInfo* writableField(const WELKFieldInfoList& fields, const std::string& name) {
+    if (equalNames(name, "R")) return nullptr;
+    for (std::int32_t i = 0; i < fields.Count(); ++i) {
+        if (equalNames(fields.Get(i)->name, name)) return fields.Get(i);
+    }
+    return nullptr;
+}
 
 bool targetColumns(const WSQLStmtInsert& insert, std::vector<const WELKFieldInfo*>& columns,
                    std::string& unknown) {
@@ -39,8 +40,7 @@ bool targetColumns(const WSQLStmtInsert& insert, std::vector<const WELKFieldInfo
     }
     for (std::int32_t i = 0; i < insert.columns->Count(); ++i) {
         const std::string& name = elementAt(*insert.columns, i).column;
-        // "R" is the row identifier everywhere, so a field of that name cannot be written.
-        const WELKFieldInfo* field = equalNames(name, "R") ? nullptr : findField(fields, name);
+        const WELKFieldInfo* field = writableField(fields, name);
         if (field == nullptr) {
             unknown = name;
             return false;

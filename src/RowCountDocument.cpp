@@ -32,4 +32,13 @@ void appendRowCountDocument(const WSQLFilter& filter, CStringBuffer& document, c
         "</ResultSet>\r\n");
 }
 
+void answerRowCount(WSQLFilter& filter, const char* statementType, std::string_view tableName,
+                    std::int32_t rowCount) {
+    CStringBuffer document(1024);
+    appendRowCountDocument(filter, document, statementType, tableName, rowCount);
+    filter.setStatus(WDB_OK);
+    filter.setLastStatus(WDB_OK);
+    filter.SetAnswer(document);
+}
+
 }  // namespace wsql

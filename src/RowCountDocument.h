@@ -14,4 +14,8 @@ class WSQLFilter;
 void appendRowCountDocument(const WSQLFilter& filter, CStringBuffer& document, const char* statementType,
                             std::string_view tableName, std::int32_t rowCount);
 
+/// Answers the statement with that document.
+void answerRowCount(WSQLFilter& filter, const char* statementType, std::string_view tableName,
+                    std::int32_t rowCount);
+
 }  // namespace wsql

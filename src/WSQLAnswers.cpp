@@ -62,17 +62,21 @@ void WSQLFilter::ReportFault(std::uint32_t code, const char* text, std::int32_t 
     WriteFaultDocument(code, text, length, source.c_str(), context);
 }
 
-void WSQLFilter::ReportKernelError(std::int32_t code, const char* source, const char* context) {
+std::string kernelMessage(std::int32_t code, const char* source, const char* context) {
     char text[kKernelTextSize] = "";
     std::int32_t size = sizeof text;
     if (WDB_SUCCESS(WdbMessage(code, text, &size))) {
         text[sizeof text - 1] = '\0';
-        WriteFaultDocument(static_cast<std::uint32_t>(code), text, -1, source, context);
-    } else {
-        CStringBuffer unknown(128);
-        unknown.format("Unknown WELK error #%d (source=\"%s\", context=\"%s\").", code, source, context);
-        WriteFaultDocument(static_cast<std::uint32_t>(code), unknown.text(), -1, source, context);
+        return text;
     }
+    CStringBuffer unknown(128);
+    unknown.format("Unknown WELK error #%d (source=\"%s\", context=\"%s\").", code, source, context);
+    return std::string(unknown.view());
+}
+
+void WSQLFilter::ReportKernelError(std::int32_t code, const char* source, const char* context) {
+    const std::string text = kernelMessage(code, source, context);
+    WriteFaultDocument(static_cast<std::uint32_t>(code), text.c_str(), -1, source, context);
     // The host reads odd as success, which no failure may look like.
     setStatus(WDB_SUCCESS(code) ? WDB_FAIL : code);
     setLastStatus(code);

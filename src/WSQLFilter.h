@@ -205,6 +205,9 @@ public:
     // mode is WDB_MODE_READ or WDB_MODE_WRITE. The control is null when false is returned; the caller deletes
     // it otherwise.
     bool CreateControl(WdbRecordControl*& control, const char* databaseName, std::int32_t mode);
+    // Loads the record with that 1-based ordinal of a set. False without a fault, and lastStatus 0 or 2882,
+    // behind the last record and for a record that was deleted after the search; FoundRecords.h tells it
+    // apart.
     bool GetRecordInSearch(WdbRecordControl*& control, std::int32_t searchNumber, std::int32_t recordNumber,
                            std::int32_t mode, std::int32_t* recordId);
     // One CCL command of any length. Reports nothing.
@@ -272,5 +275,9 @@ private:
     mutable CharacterSet conversionSet_{};
     mutable bool conversionSetKnown_ = false;
 };
+
+/// The kernel's text for a status; for one that it has no text for, a line that names status, source and
+/// context.
+std::string kernelMessage(std::int32_t code, const char* source, const char* context);
 
 }  // namespace wsql

@@ -4,24 +4,6 @@
 
 namespace wsql {
 
-bool WSQLFilter::ValidateUpdate(WSQLStmtUpdate* /*update*/) {
-    return true;
-}
-
-bool WSQLFilter::ValidateDelete(WSQLStmtDelete* /*statement*/) {
-    return true;
-}
-
-bool WSQLFilter::ExecuteUpdate(WSQLStmtUpdate* /*update*/) {
-    ReportUnsupported();
-    return false;
-}
-
-bool WSQLFilter::ExecuteDelete(WSQLStmtDelete* /*statement*/) {
-    ReportUnsupported();
-    return false;
-}
-
 bool WSQLFilter::ExecuteDropTable(WSQLStmtDropTable* /*drop*/) {
     ReportUnsupported();
     return false;

@@ -69,7 +69,9 @@ bool WSQLFilter::GetRecordInSearch(WdbRecordControl*& control, std::int32_t sear
     char base[WDB_BASE_NAME_SIZE] = {};
     status = WdbGetRecordInSearchRis(record.get(), searchNumber, recordNumber, &id, base);
     if (!WDB_SUCCESS(status)) {
-        if (status != WDB_FAIL) ReportKernelError(status, kSource, "WdbGetRecordInSearchRis");
+        const bool gone = status == WDB_FAIL || status == WDB_E_DELETED;
+        if (!gone) ReportKernelError(status, kSource, "WdbGetRecordInSearchRis");
+        setLastStatus(status);
         return false;
     }
     debug(kContext, "Record control initalized to RID #%d\n", id);

@@ -1,18 +1,9 @@
 // What INSERT refuses and who says so, and what CREATE TABLE leaves for it: defaults and referential rules.
 #include <gtest/gtest.h>
 
-#include "tests/unit/engine/Database.h"
+#include "tests/unit/engine/Faults.h"
 
 namespace {
-
-/// "code source context text" of a Fault document.
-std::string faultOf(const Answer& answer) {
-    std::size_t at = 0;
-    std::string line = between(answer.document, "faultCode=\"", "\"", at);
-    line += " " + between(answer.document, "faultSource=\"", "\"", at);
-    line += " " + between(answer.document, "faultContext=\"", "\"", at);
-    return line + " " + between(answer.document, ">", "</Fault>", at);
-}
 
 const std::string kChecked = "1 validation SQLFilter::ValidateInsert ";
 const std::string kExecuted = "0 SQLFilter::ExecuteInsert execution ";
