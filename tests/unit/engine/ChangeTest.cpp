@@ -210,3 +210,52 @@ TEST(Change, WhatWasChangedBeforeAFaultStays) {
         EXPECT_EQ(database.run("SELECT K FROM T").rows(), skip == 0 ? "a\nq\nc\nd\ne" : "a\nd\ne");
     }
 }
+
+TEST(Change, TheSearchForAllRecordsMayFail) {
+    Database database;
+    fill(database);
+    for (const bool one : {true, false}) {
+        // Behind the find minimum and the opening of the table.
+        ASSERT_EQ(WdbInjectFailure("WdbExecuteCcl", 2, WDB_E_STORAGE), WDB_OK);
+        const Answer answer = database.run(one ? "DELETE FROM T WHERE N = 3" : "DELETE FROM T");
+        EXPECT_EQ(answer.document, counted("DELETE", "T", one ? 1 : 4)) << "only what comes behind it counts";
+        EXPECT_EQ(database.run("SELECT K FROM T").rows(), one ? "a\nb\nd\ne" : "");
+        database.expectClean("DELETE");
+    }
+    restore(database);
+    ASSERT_EQ(WdbInjectFailure("WdbExecuteCcl", 3, WDB_E_STORAGE), WDB_OK);
+    EXPECT_EQ(faultOf(database.run("DELETE FROM T WHERE N = 3")),
+              std::to_string(WDB_E_STORAGE) + " SQLFilter::TranslateCondition execution " +
+                  kernelText(WDB_E_STORAGE));
+    EXPECT_EQ(database.run("SELECT K FROM T").rows(), "a\nb\nc\nd\ne")
+        << "a condition that failed leaves nothing of the search before it";
+}
+
+TEST(Change, TwoSessions) {
+    Database database;
+    fill(database);
+    WdbSession *mine = WdbBoundSession(), *other = nullptr;
+    ASSERT_EQ(WdbOpenSession(database.directory().c_str(), "tester", nullptr, 0, &other), WDB_OK);
+    const auto bind = [](WdbSession* session) { ASSERT_EQ(WdbBindSession(session), WDB_OK); };
+    const struct {
+        const char* sql;
+        const char* rows;  ///< K and N of T, as both sessions see them
+    } steps[] = {
+        {"UPDATE T SET N = 10 WHERE K = 'a'", "a|10\nb|2\nc|3\nd|4\ne|5"},
+        {"DELETE FROM T WHERE N < 4", "a|10\nd|4\ne|5"},
+        {"UPDATE T SET N = 11 WHERE N = 10", "a|11\nd|4\ne|5"},
+        {"INSERT INTO T (K, N) VALUES ('f', 6)", "a|11\nd|4\ne|5\nf|6"},
+        {"DELETE FROM T WHERE K IN (SELECT NAME FROM U)", "a|11\ne|5\nf|6"},
+    };
+    int turn = 0;
+    for (const auto& step : steps) {
+        bind(turn++ % 2 == 0 ? mine : other);
+        database.prepare({step.sql});
+        for (WdbSession* session : {mine, other}) {
+            bind(session);
+            EXPECT_EQ(database.run("SELECT K, N FROM T ORDER BY K").rows(), step.rows) << step.sql;
+        }
+    }
+    bind(mine);
+    EXPECT_EQ(WdbCloseSession(&other), WDB_OK);
+}
