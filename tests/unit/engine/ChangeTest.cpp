@@ -80,7 +80,6 @@ TEST(Change, ConditionsChooseTheRecords) {
                       counted(update ? "UPDATE" : "DELETE", "T", static_cast<int>(keys.size())))
                 << sql << "\n  " << row.reason;
             EXPECT_EQ(database.run("SELECT K, N FROM T ORDER BY K").rows(), expected) << sql;
-            database.expectClean(sql);
             restore(database);
         }
     }
@@ -139,7 +138,6 @@ TEST(Change, AssignmentsOfEveryKind) {
                       .rows(),
                   row.value)
             << sql << "\n  " << row.reason;
-        database.expectClean(sql);
     }
 }
 
@@ -189,7 +187,6 @@ TEST(Change, FaultsChangeNothing) {
         if (!row.fault.empty()) {
             EXPECT_EQ(faultOf(answer), row.fault) << row.sql << "\n  " << row.reason;
         }
-        database.expectClean(row.sql);
     }
     EXPECT_EQ(database.run("SELECT * FROM T").document, before);
     EXPECT_EQ(database.run("SELECT * FROM U").rows(), "b|20\nd|40");
@@ -202,11 +199,9 @@ TEST(Change, WhatWasChangedBeforeAFaultStays) {
     EXPECT_EQ(database.run("SELECT K FROM T").rows(), "a\nq\nc\nd\ne");
     for (const int skip : {0, 2}) {
         const std::string remove = "DELETE FROM T WHERE K <> 'a'";
-        ASSERT_EQ(WdbInjectFailure("WdbDeleteRecordInBase", skip, WDB_E_STORAGE), WDB_OK);
-        EXPECT_EQ(faultOf(database.run(remove)), std::to_string(WDB_E_STORAGE) +
-                                                     " SQLFilter::ExecuteDelete execution " +
-                                                     kernelText(WDB_E_STORAGE));
-        database.expectClean(remove);
+        EXPECT_EQ(faultOf(database.runFailing("WdbDeleteRecordInBase", skip, WDB_E_STORAGE, remove)),
+                  std::to_string(WDB_E_STORAGE) + " SQLFilter::ExecuteDelete execution " +
+                      kernelText(WDB_E_STORAGE));
         EXPECT_EQ(database.run("SELECT K FROM T").rows(), skip == 0 ? "a\nq\nc\nd\ne" : "a\nd\ne");
     }
 }
@@ -216,15 +211,13 @@ TEST(Change, TheSearchForAllRecordsMayFail) {
     fill(database);
     for (const bool one : {true, false}) {
         // Behind the find minimum and the opening of the table.
-        ASSERT_EQ(WdbInjectFailure("WdbExecuteCcl", 2, WDB_E_STORAGE), WDB_OK);
-        const Answer answer = database.run(one ? "DELETE FROM T WHERE N = 3" : "DELETE FROM T");
+        const Answer answer = database.runFailing("WdbExecuteCcl", 2, WDB_E_STORAGE,
+                                                  one ? "DELETE FROM T WHERE N = 3" : "DELETE FROM T");
         EXPECT_EQ(answer.document, counted("DELETE", "T", one ? 1 : 4)) << "only what comes behind it counts";
         EXPECT_EQ(database.run("SELECT K FROM T").rows(), one ? "a\nb\nd\ne" : "");
-        database.expectClean("DELETE");
     }
     restore(database);
-    ASSERT_EQ(WdbInjectFailure("WdbExecuteCcl", 3, WDB_E_STORAGE), WDB_OK);
-    EXPECT_EQ(faultOf(database.run("DELETE FROM T WHERE N = 3")),
+    EXPECT_EQ(faultOf(database.runFailing("WdbExecuteCcl", 3, WDB_E_STORAGE, "DELETE FROM T WHERE N = 3")),
               std::to_string(WDB_E_STORAGE) + " SQLFilter::TranslateCondition execution " +
                   kernelText(WDB_E_STORAGE));
     EXPECT_EQ(database.run("SELECT K FROM T").rows(), "a\nb\nc\nd\ne")
