@@ -68,6 +68,13 @@ bool ValueReader::readEmptyOrAny(Criterion& criterion) {
     return true;
 }
 
+// Is what comes no number but nothing, "" or $, quoted or not?
+bool ValueReader::atEmptyOrWildcard() const {
+    const ValuePart part = state_.scanner.peekPart();
+    if (part.kind == ValuePart::Kind::None) return state_.scanner.at(part.position) != '(';
+    return part.kind != ValuePart::Kind::Open && (part.text.empty() || part.text == "$");
+}
+
 bool ValueReader::readSetColumn(SetValue& value) {
     if (state_.atAggregate()) return state_.readAggregate(value.column.emplace<Aggregate>());
     Column& column = value.column.emplace<Column>();
@@ -146,8 +153,15 @@ bool ValueReader::readNumber(int64_t& number) {
     return true;
 }
 
+// A range that begins or ends with the empty value or with a wildcard is no range of numbers: it is kept as a
+// field's.
 bool ValueReader::readRecordValue(Criterion& criterion) {
-    if (readEmptyOrAny(criterion)) return true;
+    const Scanner start = state_.scanner;
+    const auto asTexts = [&] {
+        state_.scanner = start;
+        return readFieldValue(criterion);
+    };
+    if (atEmptyOrWildcard()) return asTexts();
     if (trySetValue(criterion)) return true;
     criterion.form = Criterion::Form::NumberRange;
     if (acceptPartWord(Word::Frl)) {
@@ -159,7 +173,9 @@ bool ValueReader::readRecordValue(Criterion& criterion) {
         return readNumber(criterion.numberHigh);
     }
     if (!readNumber(criterion.number)) return false;
-    if (acceptPartWord(Word::Ftl)) return readNumber(criterion.numberHigh);
+    if (acceptPartWord(Word::Ftl)) {
+        return atEmptyOrWildcard() ? asTexts() : readNumber(criterion.numberHigh);
+    }
     criterion.form = Criterion::Form::Number;
     return true;
 }

@@ -18,7 +18,7 @@ public:
 private:
     bool endsAt(size_t position) const;
     bool readEmptyOrAny(Criterion& criterion);
-    bool tryWildValue(Criterion& criterion);
+    bool atEmptyOrWildcard() const;
     bool trySetValue(Criterion& criterion);
     bool readSetColumn(SetValue& value);
     bool readText(Value& value);

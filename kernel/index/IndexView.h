@@ -90,7 +90,7 @@ public:
     Result<RecordSet> range(FieldNumber field, const std::optional<Bound>& low,
                             const std::optional<Bound>& high);
     // Item types but PHRASE: records with an item that passes a test, asked once for each value of the field
-    // that lies in the index.
+    // that lies in the index. (Equal NUMBERs come in one spelling.)
     Result<RecordSet> where(FieldNumber field, const std::function<bool(Slice canonical)>& test);
     // PHRASE: records with an item that the pattern matches (made by phrasePattern).
     Result<RecordSet> match(FieldNumber field, const Pattern& pattern);

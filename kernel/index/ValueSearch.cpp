@@ -131,6 +131,26 @@ public:
                       [&](Slice whole) { return pattern.match(whole.substr(0, whole.size() - 1)); });
     }
 
+    Result<RecordSet> where(const std::function<bool(Slice)>& test) {
+        const auto passes = [&](Slice key) {
+            const Result<std::string> value = valueOfKey(field_.type, key);
+            return value && test(*value);
+        };
+        std::string latest;  // a key comes once for each of its chunks
+        Fit fits = Fit::No;
+        const auto fit = [&](Slice key) {
+            if (key == latest) return fits;
+            latest = key;
+            fits = maybeCutKey(field_.type, key) ? Fit::AskRecord : passes(key) ? Fit::Yes : Fit::No;
+            return fits;
+        };
+        const auto goesOn = [](Slice) { return true; };
+        const std::string prefix = indexKey(field_.number, {});
+        Hits hits;
+        WDB_TRY(scanIndex(prefix, prefix, fit, goesOn, {}, hits));
+        return finish(std::move(hits), prefix, prefix, fit, goesOn, passes);
+    }
+
     Result<RecordSet> range(const std::optional<Bound>& low, const std::optional<Bound>& high);
 
 private:
@@ -403,6 +423,13 @@ Result<RecordSet> IndexView::range(FieldNumber field, const std::optional<Bound>
     const Result<const FieldDefinition*> definition = impl_->itemField(field);
     if (!definition) return definition.status();
     return ValueSearch(*impl_, **definition).range(low, high);
+}
+
+Result<RecordSet> IndexView::where(FieldNumber field, const std::function<bool(Slice)>& test) {
+    const Result<const FieldDefinition*> definition =
+        impl_->field(field, [](FieldType type) { return holdsItems(type) && type != FieldType::Phrase; });
+    if (!definition) return definition.status();
+    return ValueSearch(*impl_, **definition).where(test);
 }
 
 Result<RecordSet> IndexView::match(FieldNumber field, const Pattern& pattern) {

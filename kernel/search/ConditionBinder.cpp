@@ -6,6 +6,7 @@
 #include "kernel/search/CommandFault.h"
 #include "kernel/search/SearchSet.h"
 #include "kernel/search/SetValues.h"
+#include "kernel/text/Normalize.h"
 
 namespace wdb {
 
@@ -48,6 +49,16 @@ bool isOrder(Comparison comparison) {
     return comparison != Comparison::Equal && comparison != Comparison::NotEqual;
 }
 
+// Does nothing, or nothing but blanks, stand before the first wildcard?
+bool opensWithWildcard(const ccl::Value& value) {
+    return !value.pieces.empty() && !value.isLiteral() && normalize(value.prefix(), kFoldBlanks).empty();
+}
+
+// Is it the empty value? Blanks are none.
+bool isEmpty(const ccl::Value& value) {
+    return value.pieces.empty() || (value.isLiteral() && normalize(value.prefix(), kFoldBlanks).empty());
+}
+
 }  // namespace
 
 Status ConditionBinder::bind(const std::vector<Criterion>& criteria, std::vector<Condition>& conditions) {
@@ -70,7 +81,7 @@ Status ConditionBinder::bindInSet(const Criterion& criterion, Condition& conditi
     return WDB_OK;
 }
 
-Status ConditionBinder::bindRecords(const Criterion& criterion, Condition& condition) {
+Status bindNumbers(const Criterion& criterion, Condition& condition, CommandError& error) {
     using Form = Criterion::Form;
     condition.test = Test::Numbered;
     condition.negated = criterion.comparison == Comparison::NotEqual;
@@ -80,17 +91,28 @@ Status ConditionBinder::bindRecords(const Criterion& criterion, Condition& condi
             return WDB_OK;
         case Form::Empty:
             return WDB_OK;  // no record is without a number
-        case Form::Set:
-            return bindSetRecords(criterion, condition);
+        case Form::Text:
+            if (!isOrder(criterion.comparison) && patternOf(criterion.low).matchesAll())
+                setRange({}, condition);
+            return WDB_OK;
         case Form::NumberRange:
-            if (isOrder(criterion.comparison))
-                return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
-            setRange({criterion.number, criterion.numberHigh}, condition);
+        case Form::TextRange:
+            if (isOrder(criterion.comparison)) return fault(error, WDB_E_CCL_UNSUPPORTED, criterion.position);
+            // A range of texts has an end that is no number.
+            if (criterion.form == Form::NumberRange)
+                setRange({criterion.number, criterion.numberHigh}, condition);
             return WDB_OK;
         default:
             setRange(rangeOf(criterion.comparison, criterion.number), condition);
             return WDB_OK;
     }
+}
+
+Status ConditionBinder::bindRecords(const Criterion& criterion, Condition& condition) {
+    condition.test = Test::Numbered;
+    condition.negated = criterion.comparison == Comparison::NotEqual;
+    if (criterion.form == Criterion::Form::Set) return bindSetRecords(criterion, condition);
+    return bindNumbers(criterion, condition, error_);
 }
 
 Status ConditionBinder::bindField(const Criterion& criterion, Condition& condition) {
@@ -106,7 +128,7 @@ Status ConditionBinder::bindField(const Criterion& criterion, Condition& conditi
         case Form::Any:
             if (!isOrder(criterion.comparison))
                 condition.test = Test::Present;
-            else if (condition.field->type == FieldType::Phrase)
+            else if (condition.field->type != FieldType::String)
                 return bindOrder(criterion, condition);
             return WDB_OK;
         case Form::Empty:
@@ -132,7 +154,7 @@ Status ConditionBinder::readOperand(const FieldDefinition& field, const ccl::Val
 }
 
 Bound ConditionBinder::wordBound(const ccl::Value& value, bool inclusive) {
-    return {state_.context.analyzer().fold(value.prefix()), inclusive};
+    return {normalize(state_.context.analyzer().fold(value.prefix()), kFoldBlanks), inclusive};
 }
 
 Status ConditionBinder::bindText(const Criterion& criterion, Condition& condition) {
@@ -178,7 +200,8 @@ Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& conditi
     const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
     const bool inclusive = comparison == Comparison::LessOrEqual || comparison == Comparison::GreaterOrEqual;
     const FieldType type = condition.field->type;
-    if (criterion.low.prefix().empty()) {
+    if (isEmpty(criterion.low) && criterion.form != Criterion::Form::Any) return WDB_OK;
+    if (criterion.form == Criterion::Form::Any || opensWithWildcard(criterion.low)) {
         const bool text = type == FieldType::Phrase || type == FieldType::Text;
         condition.test = text && above ? Test::Present : Test::Nothing;
         return WDB_OK;
@@ -206,8 +229,8 @@ Status ConditionBinder::bindTextRange(const Criterion& criterion, Condition& con
     if (type == FieldType::String)
         return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
     if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
-    if (criterion.low.pieces.empty() || criterion.high.prefix().empty()) return WDB_OK;
-    const bool fromLowest = criterion.low.prefix().empty();
+    if (isEmpty(criterion.low) || isEmpty(criterion.high) || opensWithWildcard(criterion.high)) return WDB_OK;
+    const bool fromLowest = opensWithWildcard(criterion.low);
     if (type == FieldType::Text) {
         condition.test = Test::WordWithin;
         if (!fromLowest) condition.low = wordBound(criterion.low, true);

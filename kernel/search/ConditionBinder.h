@@ -7,6 +7,10 @@
 
 namespace wdb {
 
+// A criterion of the record number, for which no base is needed (any form but set values).
+// WDB_E_CCL_UNSUPPORTED.
+Status bindNumbers(const ccl::Criterion& criterion, Condition& condition, CommandError& error);
+
 // Turns criteria into conditions on the fields of one base: names into fields, constants into values of their
 // types, the columns of earlier sets into lists of values. The conditions point into the base's definition.
 class ConditionBinder {

@@ -34,15 +34,28 @@ Result<RecordSet> equalsOf(const Condition& condition, BaseState& state) {
     return builder.finish();
 }
 
-// The records with some item that passes the test, subfields aside. (Exact but for Delivered, which no index
-// knows.)
+// Equal decimal numbers are delivered as they were typed (1.5, 1.50), which only records tell.
+bool deliveredByValue(FieldType type) {
+    return type != FieldType::Number;
+}
+
+// The texts that values are delivered as stand in no index: each value of the field is rendered once.
+Result<RecordSet> deliveredAs(const Condition& condition, BaseState& state) {
+    ItemTest test(condition, state.context);
+    return state.index.where(condition.field->number, [&](Slice item) { return test.passes(item); });
+}
+
+// The records with some item that passes the test, subfields aside. (Of decimal numbers as they are
+// delivered: all that have one.)
 Result<RecordSet> passing(const Condition& condition, BaseState& state) {
     const FieldNumber field = condition.field->number;
     switch (condition.test) {
         case Test::Present:
         case Test::Absent:
-        case Test::Delivered:
             return state.index.present(field);
+        case Test::Delivered:
+            return deliveredByValue(condition.field->type) ? deliveredAs(condition, state)
+                                                           : state.index.present(field);
         case Test::Equal:
             return equalsOf(condition, state);
         case Test::Matching:
@@ -118,7 +131,8 @@ Result<RecordSet> filterByRecords(const RecordSet& candidates, const Condition& 
 Result<RecordSet> recordsWhere(const Condition& condition, BaseState& state) {
     if (condition.test == Test::Records) return recordsAmong(condition, state);
     if (condition.test == Test::Numbered) return recordsNumbered(condition, state);
-    const bool byRecords = condition.first > 0 || condition.test == Test::Delivered;
+    const bool byRecords = condition.first > 0 ||
+                           (condition.test == Test::Delivered && !deliveredByValue(condition.field->type));
     if (!byRecords) {
         if (condition.test == Test::Absent)
             return subtractedFrom(state.index.live(), passing(condition, state));
@@ -140,12 +154,13 @@ Result<RecordSet> recordsMaybe(const Condition& condition, BaseState& state) {
     return recordsWhere(condition, state);
 }
 
-// A pattern without a beginning walks through all keys of its field; looking at a record costs about eight
-// keys.
+// A pattern without a beginning, and one for delivered texts, goes through all keys of its field; looking at
+// a record costs about eight keys.
 bool cheaperByRecords(const Condition& condition, uint64_t candidates, BaseState& state) {
-    if (condition.test == Test::Delivered) return true;
-    if (condition.test != Test::Matching) return condition.first > 0 && candidates <= 2000;
-    if (!condition.pattern.prefix().empty()) return candidates <= 16;
+    const bool delivered = condition.test == Test::Delivered;
+    if (delivered && !deliveredByValue(condition.field->type)) return true;
+    if (!delivered && condition.test != Test::Matching) return condition.first > 0 && candidates <= 2000;
+    if (!delivered && !condition.pattern.prefix().empty()) return candidates <= 16;
     const Result<uint64_t> keys = state.index.orderCost(condition.field->number);
     return keys && candidates * 8 <= *keys;
 }

@@ -1,6 +1,9 @@
 #include "kernel/search/Distinct.h"
 
+#include <memory>
 #include <unordered_set>
+
+#include <xxhash.h>
 
 #include "kernel/common/ByteOrder.h"
 #include "kernel/record/Value.h"
@@ -14,12 +17,12 @@ constexpr size_t kNormalizedLength = 256;
 
 }  // namespace
 
-void RowKeyMaker::append(const RowView& row, std::string& key) {
+Status RowKeyMaker::append(const RowView& row, std::string& key) {
     using Kind = OutputColumn::Kind;
     for (const OutputColumn& column : columns_) {
         const size_t before = key.size();
         if (column.kind == Kind::Field && !holdsItems(column.type)) {
-            appendReference(column, row.tables[column.table], key);
+            WDB_TRY(appendReference(column, row.tables[column.table], key));
         } else if (column.kind == Kind::Field) {
             visitItems(column, row.tables[column.table], [&](Slice item) {
                 text_.clear();
@@ -37,6 +40,7 @@ void RowKeyMaker::append(const RowView& row, std::string& key) {
         }
         if (key.size() == before) appendValue({}, key);
     }
+    return WDB_OK;
 }
 
 // NULL has the length 0, which no value has.
@@ -49,13 +53,44 @@ void RowKeyMaker::appendValue(Slice text, std::string& key) {
     key += '\0';
 }
 
-void RowKeyMaker::appendReference(const OutputColumn& column, const RowRecord& record, std::string& key) {
-    if (record.view == nullptr) return;
+Status RowKeyMaker::appendReference(const OutputColumn& column, const RowRecord& record, std::string& key) {
+    if (record.view == nullptr) return WDB_OK;
     const PartNumber part = column.ofParts ? record.part : 0;
     const Slice value = record.view->items(part, column.field).first();
-    if (value.empty()) return;
-    if (column.type == FieldType::Text && inlined_.texts) return appendValue(value, key);
-    appendValue(column.name + ',' + std::to_string(record.number) + ',' + std::to_string(part), key);
+    if (value.empty()) return WDB_OK;
+    if (column.type == FieldType::String && inlined_.objects && record.snapshot != nullptr)
+        return appendObject(value, *record.snapshot, key);
+    if (column.type == FieldType::Text && inlined_.texts)
+        appendValue(value, key);
+    else
+        appendValue(column.name + ',' + std::to_string(record.number) + ',' + std::to_string(part), key);
+    return WDB_OK;
+}
+
+// Of an object that is not small its size and a digest stand for the contents.
+Status RowKeyMaker::appendObject(Slice reference, const BaseSnapshot& snapshot, std::string& key) {
+    const Result<ObjectReference> object = ObjectReference::decode(reference);
+    if (!object) return object.status();
+    const BaseReader reader = snapshot.reader();
+    const std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> digest(XXH3_createState(),
+                                                                          &XXH3_freeState);
+    if (digest == nullptr) return WDB_E_MEMORY;
+    XXH3_128bits_reset(digest.get());
+    for (uint32_t chunk = 0; chunk < object->chunks(); ++chunk) {
+        const Result<Slice> bytes = reader.objectChunk(object->id, chunk);
+        if (!bytes) return bytes.status() == WDB_FAIL ? Status{WDB_E_CORRUPT} : bytes.status();
+        if (object->size <= kNormalizedLength) {
+            appendValue(*bytes, key);
+            return WDB_OK;
+        }
+        XXH3_128bits_update(digest.get(), bytes->data(), bytes->size());
+    }
+    const XXH128_hash_t sum = XXH3_128bits_digest(digest.get());
+    appendBig(key, object->size);
+    appendBig(key, sum.high64);
+    appendBig(key, sum.low64);
+    key += '\0';
+    return WDB_OK;
 }
 
 Status distinctRows(std::span<const OutputColumn> columns, const SourceRows& source, InlineValues inlined,
@@ -63,11 +98,14 @@ Status distinctRows(std::span<const OutputColumn> columns, const SourceRows& sou
     RowKeyMaker maker(columns, source.tables.context().dateForm(), inlined);
     std::unordered_set<std::string> seen;
     std::string key;
-    return forEachRow(source, [&](size_t row, const RowView& view) {
+    Status status = WDB_OK;
+    WDB_TRY(forEachRow(source, [&](size_t row, const RowView& view) {
+        if (status != WDB_OK) return;
         key.clear();
-        maker.append(view, key);
-        if (seen.insert(key).second) kept.push_back(static_cast<uint32_t>(row));
-    });
+        status = maker.append(view, key);
+        if (status == WDB_OK && seen.insert(key).second) kept.push_back(static_cast<uint32_t>(row));
+    }));
+    return status;
 }
 
 }  // namespace wdb

@@ -12,19 +12,20 @@ struct InlineValues {
 };
 
 // Appends what a row is compared by: rows are equal when these bytes are. Values of different lengths differ;
-// up to 256 bytes they are compared normalised, longer ones as they are.
-//
-// reader: of the table's base, for the contents of objects.
+// up to 256 bytes they are compared normalised, longer ones as they are (large objects by a digest of 128
+// bits).
 class RowKeyMaker {
 public:
     RowKeyMaker(std::span<const OutputColumn> columns, DateForm form, InlineValues inlined)
         : columns_(columns), form_(form), inlined_(inlined) {}
 
-    void append(const RowView& row, std::string& key);
+    // WDB_E_CORRUPT.
+    Status append(const RowView& row, std::string& key);
 
 private:
     void appendValue(Slice text, std::string& key);
-    void appendReference(const OutputColumn& column, const RowRecord& record, std::string& key);
+    Status appendReference(const OutputColumn& column, const RowRecord& record, std::string& key);
+    Status appendObject(Slice reference, const BaseSnapshot& snapshot, std::string& key);
 
     std::span<const OutputColumn> columns_;
     const DateForm form_;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "kernel/catalog/BaseSnapshot.h"
 #include "kernel/record/DateForm.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/search/OutputColumn.h"
@@ -17,6 +18,7 @@ struct RowRecord {
     RecordNumber number = 0;           // 0: none
     PartNumber part = 0;
     bool deleted = false;
+    const BaseSnapshot* snapshot = nullptr;  // that the view was read from: large objects are read there
 };
 
 // The values of an aggregate, one for each row: canonical, empty ones are NULL.

@@ -5,6 +5,7 @@
 
 #include "kernel/search/CommandFault.h"
 #include "kernel/search/ConditionBinder.h"
+#include "kernel/search/ConstantRow.h"
 #include "kernel/search/Distinct.h"
 #include "kernel/search/ExpressionEvaluator.h"
 #include "kernel/search/Grouping.h"
@@ -40,7 +41,15 @@ Result<std::unique_ptr<SearchSet>> SelectPlan::makeSet() {
     auto set = std::make_unique<SearchSet>();
     set->kind = command_.values ? SetKind::Values : SetKind::Rows;
     if (const Status status = bind(*set); status != WDB_OK) return status;
-    if (command_.tables.empty()) return set;
+    if (command_.tables.empty()) {
+        bool holds = true;
+        if (command_.where) {
+            const Status status = holdsForConstants(*command_.where, holds, error_);
+            if (status != WDB_OK) return status;
+        }
+        if (!holds) set->block = std::make_unique<RowBlock>();
+        return set;
+    }
     const Status status = isSimple() ? selectRecords(*set) : makeBlock(*set);
     if (status != WDB_OK) return status;
     return set;
@@ -50,9 +59,8 @@ Status SelectPlan::bind(SearchSet& set) {
     for (const ccl::TableRef& table : command_.tables) WDB_TRY(tables_.add(table));
     WDB_TRY(bindColumns(tables_, command_.fields, set.columns, aggregates_, error_));
     if (!command_.tables.empty()) return WDB_OK;
-    // A row of constants: nothing else has a meaning beside it.
-    const bool more =
-        !aggregates_.empty() || command_.where || !command_.joins.empty() || !command_.group.empty();
+    // A row of constants: nothing but a condition has a meaning beside it.
+    const bool more = !aggregates_.empty() || !command_.joins.empty() || !command_.group.empty();
     return more ? fault(error_, WDB_E_CCL_UNSUPPORTED, 0) : WDB_OK;
 }
 

@@ -57,7 +57,7 @@ Status SetRowReader::readSimple(SearchSet& set, uint64_t row) {
     const Result<RecordView> record = (*snapshot)->record(*number);
     if (!record) return record.status() == WDB_FAIL ? Status{WDB_E_DELETED} : record.status();
     record_ = *record;
-    only_ = {&record_, *number, 0, false};
+    only_ = {&record_, *number, 0, false, *snapshot};
     view_ = {{&only_, 1}, {}, 0};
     return WDB_OK;
 }

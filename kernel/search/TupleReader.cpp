@@ -11,7 +11,7 @@ Status TupleReader::read(size_t row) {
         const PartRow wanted = rows_.at(table, row);
         record.part = wanted.part;
         if (wanted.record == record.number) continue;  // rows of a join repeat their records
-        record = {nullptr, wanted.record, wanted.part, false};
+        record = {nullptr, wanted.record, wanted.part, false, snapshots_[table]};
         if (wanted.record == 0) continue;
         const Result<RecordView> view = snapshots_[table]->record(wanted.record);
         if (!view && view.status() != WDB_E_DELETED && view.status() != WDB_FAIL) return view.status();

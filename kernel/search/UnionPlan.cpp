@@ -133,7 +133,7 @@ Status UnionPlan::makeKeys(SearchSet& set, Keys& keys) {
             columns[column] =
                 orderKey(typeOf(source), types[column], firstValue(source, reader.view(), form), form);
         }
-        RowKeyMaker(reader.columns(), form, inlined).append(reader.view(), whole);
+        WDB_TRY(RowKeyMaker(reader.columns(), form, inlined).append(reader.view(), whole));
     }
     return WDB_OK;
 }

@@ -25,16 +25,11 @@ struct FeatureSwitch {
 };
 
 constexpr FeatureSwitch kFeatures[] = {
-    {Feature::kOpenTextOrder, false, "finds nothing, where a VARCHAR finds every value above"},
-    {Feature::kOpenRecordRange, false, "is a syntax error, where other columns find nothing"},
-    {Feature::kArithmetic, true, ""},
-    {Feature::kDistinct, true, ""},
-    {Feature::kDistinctText, true, ""},
-    {Feature::kAggregate, true, ""},
-    {Feature::kGroup, true, ""},
-    {Feature::kJoin, true, ""},
-    {Feature::kSubquery, true, ""},
-    {Feature::kUnion, true, ""},
+    {Feature::kOpenTextOrder, true, ""}, {Feature::kOpenRecordRange, true, ""},
+    {Feature::kArithmetic, true, ""},    {Feature::kDistinct, true, ""},
+    {Feature::kDistinctText, true, ""},  {Feature::kAggregate, true, ""},
+    {Feature::kGroup, true, ""},         {Feature::kJoin, true, ""},
+    {Feature::kSubquery, true, ""},      {Feature::kUnion, true, ""},
 };
 
 constexpr bool has(Feature feature) {

@@ -153,6 +153,17 @@ protected:
         }
     }
 
+    void checkTested(IndexView& view) {
+        const auto endsInSeven = [](Slice number) { return number.ends_with('7'); };
+        const Result<RecordSet> hits = view.where(kNumber, endsInSeven);
+        ASSERT_TRUE(hits);
+        EXPECT_EQ(hits->toVector(), seenWhere(base_, [&](const RecordView& record) {
+                      const auto items = itemsOf(record, kNumber);
+                      return std::any_of(items.begin(), items.end(), endsInSeven);
+                  }));
+        EXPECT_EQ(view.where(kName, endsInSeven).status(), WDB_E_TYPE);
+    }
+
     void checkInOrder(IndexView& view, FieldNumber field) {
         const auto ranks = view.ranks(field);
         ASSERT_TRUE(ranks);
@@ -173,6 +184,7 @@ protected:
             checkPatterns(view);
             checkRanges(view, kName, {"", "N1", "N1000-lib", nameOf(7), "N3", "Z"});
             checkRanges(view, kNumber, {"", "-299", "-10", "0", "250.5", "399", "1000"});
+            checkTested(view);
             // The second round has the ranks, if walks did not ask for them already.
             checkInOrder(view, kName);
             checkInOrder(view, kNumber);

@@ -102,6 +102,31 @@ TEST_F(GroupTest, Distinct) {
     EXPECT_EQ(select("SEL DISTINCT FRL(T) FIELD(T.NOTE) WHERE(T.NOTE=$)"), "NOTE,1,0") << "by their contents";
 }
 
+TEST_F(GroupTest, DistinctObjects) {
+    create("O", {{"DATA", FieldType::String}});
+    withUnit("O", [&](UnitBase& base) {
+        const std::string large(kObjectChunk + 10, 'x');
+        // The last byte of all is another one.
+        for (const std::string& bytes : {std::string("ab"), large, std::string("ab"), large.substr(1) + 'y',
+                                         large, std::string("abc")}) {
+            ObjectReference object{base.writer->newObject(), static_cast<uint32_t>(bytes.size()),
+                                   static_cast<uint32_t>(kObjectChunk)};
+            for (uint32_t chunk = 0; chunk < object.chunks(); ++chunk) {
+                ASSERT_EQ(base.writer->putObjectChunk(
+                              object.id, chunk, Slice(bytes).substr(chunk * kObjectChunk, kObjectChunk)),
+                          WDB_OK);
+            }
+            auto number = base.writer->newRecord();
+            ASSERT_TRUE(number);
+            ASSERT_EQ(base.put(*number, image(base, {{"DATA", {object.encode()}}})), WDB_OK);
+        }
+    });
+    const std::string command = "SEL DISTINCT FRL(O) FIELD(O.DATA)";
+    EXPECT_EQ(select(command), "DATA,1,0 DATA,2,0 DATA,3,0 DATA,4,0 DATA,5,0 DATA,6,0") << "by reference";
+    objectsInline_ = true;
+    EXPECT_EQ(select(command), "DATA,1,0 DATA,2,0 DATA,4,0 DATA,6,0") << "by contents";
+}
+
 TEST_F(GroupTest, Unions) {
     create("U", {{"NAME", FieldType::Phrase}, {"QTY", FieldType::Number}, {"NOTE", FieldType::Text}});
     put("U", {{{"NAME", {"Net"}}, {"QTY", {"2.0"}}, {"NOTE", {"n"}}}, {{"NAME", {"web"}}, {"QTY", {"-1"}}}});

@@ -164,6 +164,7 @@ protected:
     }
     bool snapshotsStay() const override { return stay_; }
     bool textsInline() const override { return textsInline_; }
+    bool objectsInline() const override { return objectsInline_; }
     const ccl::CommandWords& commandWords() const override { return words_; }
     DateForm dateForm() const override { return {}; }
     DayNumber today() const override { return dayNumber(2024, 6, 1); }
@@ -219,6 +220,7 @@ protected:
     Analyzer analyzer_;
     bool stay_ = true;
     bool textsInline_ = false;
+    bool objectsInline_ = false;
     int64_t now_ = 1700000000000000;
     Search search{*this};
 };
