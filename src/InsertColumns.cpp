@@ -55,22 +55,50 @@ bool isNullValue(const WSQLScalar& value) {
     return constant.kind != ConstantValue::Kind::kNone && constant.null;
 }
 
-std::string typeMismatch(const WSQLScalar& value, const WELKFieldInfo& column, std::int32_t position,
+LiteralClass classOf(const WSQLScalar& value) {
+    if (is<WSQLChar>(value)) return LiteralClass::kChar;
+    if (is<WSQLInt>(value)) return LiteralClass::kInt;
+    if (is<WSQLFloat>(value)) return LiteralClass::kFloat;
+    if (is<WSQLDate>(value)) return LiteralClass::kDate;
+    return is<WSQLTime>(value) ? LiteralClass::kTime : LiteralClass::kOther;
+}
+
+LiteralClass classOfItem(const WSQLScalar& item, std::int32_t type) {
+    const LiteralClass literal = classOf(item);
+    if (literal != LiteralClass::kOther) return literal;
+    switch (type) {
+        case WDB_T_INTEGER:
+            return LiteralClass::kInt;
+        case WDB_T_NUMBER:
+            return LiteralClass::kFloat;
+        case WDB_T_DATE:
+            return LiteralClass::kDate;
+        case WDB_T_TIME:
+            return LiteralClass::kTime;
+        default:
+            return LiteralClass::kChar;
+    }
+}
+
+std::string typeMismatch(LiteralClass literal, const WELKFieldInfo& column, std::int32_t position,
                          TypeRule rule) {
+    const auto needs = [&](LiteralClass needed, const char* kind) {
+        const bool whole =
+            rule == TypeRule::kValidation && needed == LiteralClass::kFloat && literal == LiteralClass::kInt;
+        return literal == needed || whole ? std::string() : mustBe(position, column.name, kind);
+    };
     switch (column.type) {
         case WDB_T_TEXT:
         case WDB_T_PHRASE:
-            return is<WSQLChar>(value) ? std::string() : mustBe(position, column.name, "a string");
+            return needs(LiteralClass::kChar, "a string");
         case WDB_T_INTEGER:
-            return is<WSQLInt>(value) ? std::string() : mustBe(position, column.name, "an integer");
-        case WDB_T_NUMBER: {
-            const bool fits = rule == TypeRule::kValidation ? is<WSQLNumeric>(value) : is<WSQLFloat>(value);
-            return fits ? std::string() : mustBe(position, column.name, "a numeric");
-        }
+            return needs(LiteralClass::kInt, "an integer");
+        case WDB_T_NUMBER:
+            return needs(LiteralClass::kFloat, "a numeric");
         case WDB_T_DATE:
-            return is<WSQLDate>(value) ? std::string() : mustBe(position, column.name, "a date");
+            return needs(LiteralClass::kDate, "a date");
         case WDB_T_TIME:
-            return is<WSQLTime>(value) ? std::string() : mustBe(position, column.name, "a time");
+            return needs(LiteralClass::kTime, "a time");
         case WDB_T_STRING:
             return "Data type LONG VARBINARY cannot be used with INSERT.";
         default:

@@ -30,8 +30,17 @@ bool isNullValue(const WSQLScalar& value);
 /// Who asks: validation lets an integer pass for a NUMBER column, execution does not.
 enum class TypeRule { kValidation, kExecution };
 
-/// Why the value cannot be stored in the column; empty when it can. position is the column's, 1-based.
-std::string typeMismatch(const WSQLScalar& value, const WELKFieldInfo& column, std::int32_t position,
+/// Classes of constants, as far as columns tell them apart.
+enum class LiteralClass { kChar, kInt, kFloat, kDate, kTime, kOther };
+
+LiteralClass classOf(const WSQLScalar& value);
+
+/// Class of the value of a sub-query with that select item, whose values have that kernel field type.
+LiteralClass classOfItem(const WSQLScalar& item, std::int32_t type);
+
+/// Why a value of that class cannot be stored in the column; empty when it can. position is the column's,
+/// 1-based.
+std::string typeMismatch(LiteralClass literal, const WELKFieldInfo& column, std::int32_t position,
                          TypeRule rule);
 
 /// The literal that a sub-query over constants stands for: NULL, or a literal of the class of its value. Null

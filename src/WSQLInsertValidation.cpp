@@ -5,7 +5,6 @@
 #include "src/ElementAt.h"
 #include "src/InsertColumns.h"
 #include "src/WSQLFilter.h"
-#include "src/WSQLMilestone.h"
 #include "src/tree/Tree.h"
 
 namespace wsql {
@@ -33,7 +32,7 @@ bool checkValue(WSQLFilter& filter, const WSQLScalar* value, const WELKFieldInfo
     if (column.partField) return fault(filter, partColumnText(position, column.name));
     filter.debug(kLog, "Data type verification.\n");
     if (!isNullValue(*value)) {
-        const std::string mismatch = typeMismatch(*value, column, position, TypeRule::kValidation);
+        const std::string mismatch = typeMismatch(classOf(*value), column, position, TypeRule::kValidation);
         if (!mismatch.empty()) return fault(filter, mismatch);
     }
     filter.debug(kLog, "Column type verified.\n");
@@ -65,10 +64,6 @@ bool WSQLFilter::ValidateLiteralSelect(WSQLStmtSelect* select) {
 
 bool WSQLFilter::ValidateInsert(WSQLStmtInsert* insert) {
     if (!insert->table) return fault(*this, "Internal error - table reference was NULL.");
-    if (beyondExecution(*insert)) {
-        ReportUnsupported();
-        return false;
-    }
     const std::string& name = insert->table->table;
     if (!DBTableExists(name.c_str())) return fault(*this, "Table \"" + name + "\" does not exist.");
     LoadFields(insert->table.get());
@@ -77,6 +72,7 @@ bool WSQLFilter::ValidateInsert(WSQLStmtInsert* insert) {
     if (!targetColumns(*insert, columns, unknown)) {
         return fault(*this, "Column \"" + unknown + "\" does not exist or is not writable.");
     }
+    if (insert->select) return ValidateSelect(insert->select.get());
     const std::int32_t values = count(insert->values);
     if (values != static_cast<std::int32_t>(columns.size())) {
         return fault(*this, "Specified number of values (" + std::to_string(values) +

@@ -206,15 +206,3 @@ TEST(ValidationFault, Dictionary) {
     };
     for (const Row& row : rows) check(row);
 }
-
-TEST(ValidationFault, NotYet) {
-    const char* statements[] = {
-        "INSERT INTO T (A) SELECT A FROM T",
-        "INSERT INTO T (A) VALUES ((SELECT A FROM T))",
-    };
-    for (const char* sql : statements) {
-        check({sql, 0, "WSQLFilter:656", "WSQLFilter::execSql", kUnsupported});
-        for (const std::string& command : fakeKernel().commands)
-            EXPECT_EQ(command.find("wSEL"), std::string::npos) << sql;
-    }
-}
