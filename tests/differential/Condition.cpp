@@ -211,6 +211,16 @@ std::string constantForEngine(const Constant& constant) {
     }
 }
 
+namespace {
+
+std::string queryForEngine(const Condition& condition) {
+    return "SELECT " + columnForEngine(condition.inner) + " FROM " + condition.innerTable +
+           (condition.left ? " WHERE " + conditionForEngine(*condition.left) : "") +
+           (condition.right ? " UNION " + queryForEngine(*condition.right) : "");
+}
+
+}  // namespace
+
 std::string conditionForEngine(const Condition& condition) {
     const std::string column = columnForEngine(condition.column);
     const std::string op = std::string(" ") + operatorText(condition.op) + " ";
@@ -230,9 +240,7 @@ std::string conditionForEngine(const Condition& condition) {
         case Condition::Type::kConstants:
             return constantForEngine(condition.low) + op + constantForEngine(condition.high);
         case Condition::Type::kSubquery:
-            return column + (condition.in ? " IN " : op) + "(SELECT " + columnForEngine(condition.inner) +
-                   " FROM " + condition.innerTable +
-                   (condition.left ? " WHERE " + conditionForEngine(*condition.left) : "") + ")";
+            return column + (condition.in ? " IN (" : op + "(") + queryForEngine(condition) + ")";
         case Condition::Type::kNot:
             return "NOT (" + conditionForEngine(*condition.left) + ")";
         default:
@@ -263,7 +271,9 @@ std::string conditionForTwin(const Condition& condition, bool inverted) {
         case Condition::Type::kConstants:
             return constantsHold(condition) != inverted ? "1" : "0";
         case Condition::Type::kSubquery:
-            return subqueryForTwin(condition, op);
+            if (!condition.right) return subqueryForTwin(condition, op);
+            return "(" + subqueryForTwin(condition, op) + (op == Operator::kEqual ? " OR " : " AND ") +
+                   conditionForTwin(*condition.right, inverted) + ")";
         case Condition::Type::kNot:
             return conditionForTwin(*condition.left, !inverted);
         default: {
@@ -277,10 +287,12 @@ std::string conditionForTwin(const Condition& condition, bool inverted) {
 std::vector<ConditionPtr> simplerConditions(const ConditionPtr& condition) {
     std::vector<ConditionPtr> simpler;
     if (condition->type == Condition::Type::kSubquery) {
-        if (!condition->left) return simpler;
-        auto bare = std::make_shared<Condition>(*condition);
-        bare->left = nullptr;
-        simpler.push_back(std::move(bare));
+        for (ConditionPtr Condition::*part : {&Condition::left, &Condition::right}) {
+            if (!((*condition).*part)) continue;
+            auto bare = std::make_shared<Condition>(*condition);
+            (*bare).*part = nullptr;
+            simpler.push_back(std::move(bare));
+        }
     } else {
         if (condition->left) simpler.push_back(condition->left);
         if (condition->right) simpler.push_back(condition->right);

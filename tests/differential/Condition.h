@@ -47,7 +47,8 @@ struct Condition {
     bool reversed = false;  ///< the constant is written first; the operator is not mirrored
     ConditionPtr left, right;
     // kSubquery: column op (SELECT inner FROM innerTable WHERE left); innerTable brings the alias of inner
-    // with it.
+    // with it. With IN, right is the next member of a UNION in the parentheses: a kSubquery of the same
+    // column.
     ColumnUse inner;
     std::string innerTable;
     bool in = false;  ///< written IN

@@ -44,6 +44,7 @@ public:
         return engine_.select(forEngine(query), query.blockSize, query.block);
     }
     Rows fromTwin(const Query& query) {
+        if (!query.fault.empty()) return {query.fault, {}, 0};
         Rows rows = twin_.select(forTwin(query));
         return query.blockSize == 0 ? rows : page(std::move(rows), query.blockSize, query.block);
     }

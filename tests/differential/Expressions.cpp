@@ -68,23 +68,24 @@ Expression Generator::scalarQuery(const std::vector<Table>& tables) {
     const Source source{&random_.pick(tables), "q"};
     const std::vector<Kind> kinds{Kind::kVarchar, Kind::kInteger, Kind::kNumeric, Kind::kDate, Kind::kTime};
     const Expression item = shown(useOf(source, random_.pick(kinds)));
-    const ConditionPtr where = condition({source}, 1);
+    const ConditionPtr where = innerCondition(source, tables);
     const std::string from = " FROM " + source.table->name + " q WHERE ";
     return {"(SELECT " + item.engine + from + conditionForEngine(*where) + ")",
             "(SELECT " + item.twin + from + conditionForTwin(*where) + " ORDER BY q.R LIMIT 1)"};
 }
 
 /// An aggregate over a column that is none of the groups.
-Expression Generator::aggregate(const Source& source, const std::vector<ColumnUse>& groups) {
+SortedExpression Generator::aggregate(const Source& source, const std::vector<ColumnUse>& groups) {
     const std::vector<Kind> numbers{Kind::kInteger, Kind::kNumeric},
         ordered{Kind::kInteger, Kind::kNumeric, Kind::kDate, Kind::kTime},
         all{Kind::kVarchar, Kind::kInteger, Kind::kNumeric, Kind::kDate, Kind::kTime};
     const std::size_t draw = random_.below(8);
     if (draw == 7) {
         const std::string items = columnForEngine(useOf(source, Kind::kItems));
-        return {"COUNT(" + items + ")", "COALESCE(SUM(item_count(" + items + ")), 0)"};
+        const std::string sum = "COALESCE(SUM(item_count(" + items + ")), 0)";
+        return {{"COUNT(" + items + ")", sum}, sum};
     }
-    if (draw == 0) return {"COUNT(*)", "COUNT(*)"};
+    if (draw == 0) return {{"COUNT(*)", "COUNT(*)"}, "COUNT(*)"};
     ColumnUse column;
     for (bool taken = true; taken;) {
         column = useOf(source, random_.pick(draw <= 2 ? all : draw <= 4 ? numbers : ordered));
@@ -95,17 +96,23 @@ Expression Generator::aggregate(const Source& source, const std::vector<ColumnUs
     const bool numeric = column.kind == Kind::kNumeric;
     switch (draw) {
         case 1:
-            return {"COUNT(" + engine + ")", "COUNT(" + twin + ")"};
-        case 2:
-            return {"COUNT(DISTINCT " + engine + ")", "COUNT(DISTINCT " + sorted(column).twin + ")"};
-        case 3:
-            return {"SUM(" + engine + ")", numeric ? "decimals(SUM(" + twin + "))" : "SUM(" + twin + ")"};
-        case 4:
-            return {"AVG(" + engine + ")",
-                    "mean(SUM(" + twin + (numeric ? "" : " * 100") + "), COUNT(" + twin + "))"};
+            return {{"COUNT(" + engine + ")", "COUNT(" + twin + ")"}, "COUNT(" + twin + ")"};
+        case 2: {
+            const std::string count = "COUNT(DISTINCT " + sorted(column).twin + ")";
+            return {{"COUNT(DISTINCT " + engine + ")", count}, count};
+        }
+        case 3: {
+            const std::string sum = "SUM(" + twin + ")";
+            return {{"SUM(" + engine + ")", numeric ? "decimals(" + sum + ")" : sum}, sum};
+        }
+        case 4: {
+            const std::string mean =
+                "mean(SUM(" + twin + (numeric ? "" : " * 100") + "), COUNT(" + twin + "))";
+            return {{"AVG(" + engine + ")", mean}, "CAST(" + mean + " AS REAL)"};
+        }
         default: {
-            const std::string name = draw == 5 ? "MIN(" : "MAX(";
-            return {name + engine + ")", numeric ? "decimals(" + name + twin + "))" : name + twin + ")"};
+            const std::string name = draw == 5 ? "MIN(" : "MAX(", value = name + twin + ")";
+            return {{name + engine + ")", numeric ? "decimals(" + value + ")" : value}, value};
         }
     }
 }

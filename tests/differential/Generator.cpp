@@ -128,10 +128,22 @@ Table Generator::table(const char* name, int rows) {
     return table;
 }
 
+/// A table whose columns go by names of their own, but for those by which a NATURAL join compares.
+Table Generator::stranger(const char* name, int rows) {
+    Table result = table(name, rows);
+    const std::vector<std::string> comparable{"V", "I", "J", "D", "H"};
+    const std::string shared = random_.pick(comparable), second = random_.pick(comparable);
+    for (Column& column : result.columns) {
+        if (column.name != shared && (column.name != second || random_.percent(50))) column.name += "Z";
+    }
+    return result;
+}
+
 std::vector<Table> Generator::tables() {
     std::vector<Table> tables;
-    for (const char* name : {"T", "U"}) {
-        tables.push_back(table(name, random_.between(0, 40)));
+    for (const char* name : {"T", "U", "Z"}) {
+        const int rows = random_.between(0, 40);
+        tables.push_back(name[0] == 'Z' ? stranger(name, rows) : table(name, rows));
         if (random_.percent(60)) tables.back().loaded = random_.below(tables.back().rows.size() + 1);
     }
     return tables;
@@ -267,9 +279,26 @@ ConditionPtr Generator::subquery(const ColumnUse& column, const std::vector<Tabl
     // "=" is left to joinedByQuery: where it becomes a join it repeats rows.
     result->in = random_.percent(60);
     result->op = result->in ? Operator::kEqual : static_cast<Operator>(1 + random_.below(5));
-    result->inner = useOf({&other, "s"}, column.kind);
-    result->innerTable = other.name + " s";
-    if (random_.percent(70)) result->left = condition({{&other, "s"}}, 1);
+    const Source source{&other, "s" + std::to_string(depth_)};
+    result->inner = useOf(source, column.kind);
+    result->innerTable = other.name + " " + source.alias;
+    if (random_.percent(70)) result->left = innerCondition(source, others);
+    // The members of a union inside IN are a disjunction of sets.
+    if (result->in && random_.percent(15)) {
+        auto member = std::make_shared<Condition>(*subquery(column, others));
+        member->in = true;
+        member->op = Operator::kEqual;
+        result->right = std::move(member);
+    }
+    return result;
+}
+
+/// The WHERE of a query inside another one, which may hold queries in its turn.
+ConditionPtr Generator::innerCondition(const Source& source, const std::vector<Table>& others) {
+    constexpr int kDeepest = 3;
+    ++depth_;
+    ConditionPtr result = condition({source}, 1, depth_ < kDeepest ? &others : nullptr);
+    --depth_;
     return result;
 }
 

@@ -21,7 +21,8 @@ class Generator {
 public:
     explicit Generator(std::uint64_t seed) : random_(seed) {}
 
-    /// Two tables with columns of all kinds and up to 40 rows each; some of the rows are to be loaded.
+    /// Three tables with columns of all kinds and up to 40 rows each; some of the rows are to be loaded. The
+    /// last one shares but one or two columns with the others.
     std::vector<Table> tables();
     /// One table of that many rows, all but 50 to be loaded.
     std::vector<Table> largeTable(int rows);
@@ -36,6 +37,7 @@ public:
 private:
     // Generator.cpp: rows, constants, conditions
     Table table(const char* name, int rows);
+    Table stranger(const char* name, int rows);
     Row row(const Table& table);
     Cell cell(Kind kind);
     std::string value(Kind kind);
@@ -50,6 +52,7 @@ private:
     ConditionPtr test(const Scope& scope, const std::vector<Table>* others);
     ConditionPtr constantTest();
     ConditionPtr subquery(const ColumnUse& column, const std::vector<Table>& others);
+    ConditionPtr innerCondition(const Source& source, const std::vector<Table>& others);
     void fillTest(Condition& test, const Table& table);
 
     // Queries.cpp: forms of queries
@@ -68,16 +71,19 @@ private:
     Expression arithmetic(const Source& source);
     Expression valueList(const Source& source);
     Expression scalarQuery(const std::vector<Table>& tables);
-    Expression aggregate(const Source& source, const std::vector<ColumnUse>& groups);
+    SortedExpression aggregate(const Source& source, const std::vector<ColumnUse>& groups);
 
     // Joins.cpp
     Query joined(const std::vector<Table>& tables);
     Query joinedByQuery(const std::vector<Table>& tables);
     Expression joinCondition(const Source& left, const Source& right, bool equalOnly);
     Expression usingColumn(const Source& left, const Source& right);
+    static Expression naturalCondition(const Source& left, const Source& right);
+    Query crossed(const std::vector<Table>& tables);
 
     Random random_;
     bool subqueries_ = true;  ///< in conditions
+    int depth_ = 0;           ///< queries around the one that is drawn
 };
 
 }  // namespace differential

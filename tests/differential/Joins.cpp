@@ -11,6 +11,18 @@ void chain(std::string& list, const std::string& part) {
     list += (list.empty() ? "" : " AND ") + part;
 }
 
+/// The columns that both tables have and that joins compare.
+std::vector<const Column*> sharedColumns(const Table& left, const Table& right) {
+    std::vector<const Column*> shared;
+    for (const Column& column : left.columns) {
+        for (const Column& other : right.columns) {
+            if (column.name == other.name && column.kind != Kind::kText && column.kind != Kind::kItems)
+                shared.push_back(&column);
+        }
+    }
+    return shared;
+}
+
 }  // namespace
 
 /// One or two comparisons of a column of the left table with one of the right.
@@ -35,10 +47,38 @@ Expression Generator::joinCondition(const Source& left, const Source& right, boo
     return on;
 }
 
-/// The same column in both tables.
+/// A column that both tables have.
 Expression Generator::usingColumn(const Source& left, const Source& right) {
-    const ColumnUse from = useOf(left, random_.pick(kJoinKinds)), to{right.alias, from.name, from.kind, 0};
-    return {from.name, sorted(from).twin + " = " + sorted(to).twin};
+    const Column* column = random_.pick(sharedColumns(*left.table, *right.table));
+    return {column->name, sorted({left.alias, column->name, column->kind, 0}).twin + " = " +
+                              sorted({right.alias, column->name, column->kind, 0}).twin};
+}
+
+/// All columns that both tables have.
+Expression Generator::naturalCondition(const Source& left, const Source& right) {
+    Expression all;
+    for (const Column* column : sharedColumns(*left.table, *right.table)) {
+        chain(all.twin, sorted({left.alias, column->name, column->kind, 0}).twin + " = " +
+                            sorted({right.alias, column->name, column->kind, 0}).twin);
+    }
+    return all;
+}
+
+/// No search knows how to pair every record with every other one.
+Query Generator::crossed(const std::vector<Table>& tables) {
+    Query query;
+    const Source left{&random_.pick(tables), "a"}, right{&random_.pick(tables), "b"};
+    query.from.engine = left.table->name + " a CROSS JOIN " + right.table->name + " b";
+    query.fault = "-8 CROSS JOIN not yet implemented.";
+    if (random_.percent(50)) {
+        const Source third{&random_.pick(tables), "c"};
+        query.from.engine +=
+            " JOIN " + third.table->name + " c ON " + joinCondition(right, third, true).engine;
+        query.fault = "-8 CROSS JOIN is not supported when mixed with other JOIN types.";
+    }
+    std::vector<ColumnUse> items;
+    addItems(query, {left, right}, items);
+    return query;
 }
 
 /// Two or three tables, the same one several times perhaps.
@@ -55,8 +95,14 @@ Query Generator::joined(const std::vector<Table>& tables) {
         const Source left = random_.pick(scope);
         const std::string name = right.table->name + " " + right.alias;
         const bool byName = form < 3 && scope.size() == 1 && random_.percent(15);
-        const Expression on = byName ? usingColumn(left, right) : joinCondition(left, right, form == 3);
-        if (form < 3) {
+        const std::size_t shared = sharedColumns(*left.table, *right.table).size();
+        const bool natural = byName && shared < 3;
+        const Expression on = natural  ? naturalCondition(left, right)
+                              : byName ? usingColumn(left, right)
+                                       : joinCondition(left, right, form == 3);
+        if (natural) {
+            query.from.engine += std::string(" NATURAL") + words[form] + name;
+        } else if (form < 3) {
             query.from.engine +=
                 words[form] + name + (byName ? " USING (" + on.engine + ")" : " ON " + on.engine);
         } else {
@@ -86,7 +132,7 @@ Query Generator::joinedByQuery(const std::vector<Table>& tables) {
     const std::vector<Kind> kinds{Kind::kVarchar, Kind::kInteger, Kind::kNumeric, Kind::kDate, Kind::kTime};
     const Kind kind = random_.pick(kinds);
     const ColumnUse left = useOf(outer, kind), right = useOf(inner, kind);
-    const ConditionPtr where = condition({inner}, 1);
+    const ConditionPtr where = innerCondition(inner, tables);
     const std::string test =
         sorted(left).twin + " = " + sorted(right).twin + " AND " + conditionForTwin(*where);
     query.from.engine = outer.table->name + " k WHERE " + columnForEngine(left) + " = (SELECT " +

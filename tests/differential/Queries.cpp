@@ -116,15 +116,20 @@ Query Generator::grouped(const std::vector<Table>& tables) {
         const Expression item = shown(group);
         if (random_.percent(80)) query.items.push_back({item.engine, firstOf("R", item.twin)});
     }
-    if (query.items.size() == groups.size() && random_.percent(60)) {
-        // No two groups are equal in all of these.
-        query.sequence = true;
-        for (std::size_t i = 0; i < groups.size(); ++i)
-            query.order.push_back({{std::to_string(i + 1), sorted(groups[i]).twin}, random_.percent(40)});
+    const bool ordered = query.items.size() == groups.size() && random_.percent(60);
+    for (int count = random_.between(1, 3); count > 0; --count) {
+        const SortedExpression item = aggregate(source, groups);
+        query.items.push_back(item);
+        if (ordered && random_.percent(40))
+            query.order.push_back({{std::to_string(query.items.size()), item.key}, random_.percent(40)});
     }
-    for (int count = random_.between(1, 3); count > 0; --count)
-        query.items.push_back(aggregate(source, groups));
     addWhere(query, {source}, tables);
+    if (!ordered) return query;
+    // No two groups are equal in all of these.
+    query.sequence = true;
+    for (std::size_t i = 0; i < groups.size(); ++i)
+        query.order.push_back({{std::to_string(i + 1), sorted(groups[i]).twin}, random_.percent(40)});
+    addPage(query);
     return query;
 }
 
@@ -159,6 +164,7 @@ Query Generator::unionOf(const std::vector<Table>& tables) {
         query.order.push_back(
             {{std::to_string(position + 1), "k" + std::to_string(position)}, random_.percent(40)});
     }
+    if (query.sequence) addPage(query);
     return query;
 }
 
@@ -184,6 +190,7 @@ Query Generator::query(const std::vector<Table>& tables) {
                                    {has(Feature::kAggregate), 8, &Generator::aggregated},
                                    {has(Feature::kGroup), 10, &Generator::grouped},
                                    {has(Feature::kJoin), 18, &Generator::joined},
+                                   {has(Feature::kJoin), 1, &Generator::crossed},
                                    {has(Feature::kSubquery), 5, &Generator::joinedByQuery},
                                    {has(Feature::kUnion), 8, &Generator::unionOf}};
     std::size_t draw = random_.below(100);

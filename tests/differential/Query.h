@@ -14,6 +14,11 @@ struct Expression {
     std::string twin;
 };
 
+/// One that also sorts: the twin's key compares as the engine's value does.
+struct SortedExpression : Expression {
+    std::string key;
+};
+
 struct OrderItem {
     Expression key;  ///< the twin's compares as the engine's column does
     bool descending = false;
@@ -34,6 +39,7 @@ struct Query {
         sortKeys;      ///< of a UNION's members: the items as they are sorted, k0, k1, ... in the order
     bool all = false;  ///< UNION ALL
     int blockSize = 0, block = 1;  ///< 0: all rows
+    std::string fault;             ///< what the engine answers instead of rows; empty: rows
 };
 
 std::string forEngine(const Query& query);
