@@ -195,14 +195,16 @@ bool ConditionTranslator::like(const WSQLLikePredicate& like, bool negated, CStr
 
 bool ConditionTranslator::comparison(const WSQLComparison& comparison, bool negated, CStringBuffer& out) {
     const WSQLColumnRef* left = asColumn(comparison.left.get());
-    const WSQLColumnRef* column = left != nullptr ? left : asColumn(comparison.right.get());
-    if (column == nullptr) {
+    const WSQLColumnRef* right = asColumn(comparison.right.get());
+    if (left == nullptr && right == nullptr) {
         if (!isConstant(comparison.left.get()) || !isConstant(comparison.right.get())) {
             return fault(151, "A constant comparison must be between constant values.");
         }
         out.append(constantComparisonHolds(comparison) != negated ? kEveryRecord : kNoRecord);
         return true;
     }
+    const WSQLColumnRef* column = left != nullptr ? left : right;
+    if (column == nullptr) return fault(255, "A comparison must include a column reference");
     const WSQLScalar* value = left != nullptr ? comparison.right.get() : comparison.left.get();
     if (!isConstant(value)) {
         return fault(268, "A comparison must include an expression that evaulates to a constant value.");
@@ -247,6 +249,7 @@ bool ConditionTranslator::subselect(const WSQLSubselect& subselect, bool negated
         problem_ = Problem::kAnswered;
         return false;
     }
+    const std::int32_t start = out.length();
     if (const WSQLColumnRef* column = asColumn(subselect.scalar.get())) {
         appendColumn(*column, out);
     } else if (subselect.scalar) {
@@ -263,8 +266,10 @@ bool ConditionTranslator::subselect(const WSQLSubselect& subselect, bool negated
     if (inner != nullptr && inner->fieldNumber == WSQLColumnRef::kRowIdentifier) {
         out.append(item);
     } else {
-        appendCclName(out, item.view());
+        // An item without a text, such as NULL, has no name: any name means the set's only column.
+        appendCclName(out, item.length() > 0 ? item.view() : "1");
     }
+    if (note_) note_(out.view().substr(static_cast<std::size_t>(start)));
     return true;
 }
 

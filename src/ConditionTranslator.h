@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "src/support/CStringBuffer.h"
 
@@ -34,14 +35,20 @@ public:
     /// Runs the sub-query of a predicate and gives the number of its set; false after it has answered a
     /// fault.
     using SubselectSource = std::function<bool(const WSQLSubselect& subselect, std::int32_t& set)>;
+    /// Told the text that the predicate of a sub-query has become.
+    using SubselectNote = std::function<void(std::string_view text)>;
     enum class Problem {
         kNone,
         kFault,    ///< faultText and faultLine say what
         kAnswered  ///< a fault has been answered already
     };
 
-    ConditionTranslator(WordSource words, SubselectSource subselects, Prefix prefix)
-        : words_(std::move(words)), subselects_(std::move(subselects)), prefix_(prefix) {}
+    /// The note may be empty.
+    ConditionTranslator(WordSource words, SubselectSource subselects, SubselectNote note, Prefix prefix)
+        : words_(std::move(words)),
+          subselects_(std::move(subselects)),
+          note_(std::move(note)),
+          prefix_(prefix) {}
 
     /// Appends the expression of an active condition. False: problem() tells why.
     bool translate(const WSQLCondition& root, CStringBuffer& out) { return node(root, false, out); }
@@ -67,6 +74,7 @@ private:
 
     WordSource words_;
     SubselectSource subselects_;
+    SubselectNote note_;
     Prefix prefix_;
     std::string and_, or_, not_, record_, from_, to_;
     Problem problem_ = Problem::kNone;

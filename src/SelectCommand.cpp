@@ -3,6 +3,7 @@
 #include "include/wdb.h"
 #include "src/ConditionTranslator.h"
 #include "src/ElementAt.h"
+#include "src/WSQLResultSetColumn.h"
 #include "src/support/text.h"
 #include "src/tree/ComparisonOps.h"
 #include "src/tree/Tree.h"
@@ -79,8 +80,10 @@ void appendFunction(CStringBuffer& out, const WSQLFunctionRef& function) {
 void appendSubselect(CStringBuffer& out, const WSQLLiteralSelect& query) {
     const WSQLScalar* item = query.select->item(0);
     const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
-    const std::int32_t type = column != nullptr ? column->fieldType : 0;
-    if (!query.result || query.result->constantValue().null || type == WDB_T_STRING) {
+    const std::int32_t type =
+        item != nullptr ? WSQLResultSetColumn::ofItem(0, *item, *query.select).typeCode : WDB_T_PHRASE;
+    const bool binary = column != nullptr && column->fieldType == WDB_T_STRING;
+    if (!query.result || query.result->constantValue().null || binary) {
         out.append("NULL");
     } else {
         appendScalarText(out, *query.result, type != WDB_T_INTEGER && type != WDB_T_NUMBER);

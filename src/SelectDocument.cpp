@@ -8,8 +8,6 @@
 namespace wsql {
 namespace {
 
-constexpr const char* kContext = "WSQLFilter::ExecuteSelect";
-
 void writeValue(TextWriter& out, std::string_view value, ValueForm form) {
     out << " datasize=\"" << static_cast<std::int32_t>(value.size());
     switch (form) {
@@ -25,46 +23,47 @@ void writeValue(TextWriter& out, std::string_view value, ValueForm form) {
     }
 }
 
-void logOrigin(WSQLFilter& filter, const OutputColumn& column) {
+void logOrigin(WSQLFilter& filter, const char* context, const OutputColumn& column) {
     using Origin = OutputColumn::Origin;
     if (column.origin == Origin::kField) return;
-    filter.debug(kContext, "Checking if column is a column reference.\n");
+    filter.debug(context, "Checking if column is a column reference.\n");
     if (column.origin == Origin::kFunction) {
-        filter.debug(kContext, "Column is function.\n");
-        filter.debug(kContext, "Checking if function argument is a column reference.\n");
+        filter.debug(context, "Column is function.\n");
+        filter.debug(context, "Checking if function argument is a column reference.\n");
     }
     if (column.origin == Origin::kColumn || (column.origin == Origin::kFunction && column.fieldNumber != 0)) {
-        filter.debug(kContext, "Getting column meta data from column reference.\n");
+        filter.debug(context, "Getting column meta data from column reference.\n");
     } else if (column.origin == Origin::kConstant) {
-        filter.debug(kContext, "Generating column meta data from simple scalar value.\n");
+        filter.debug(context, "Generating column meta data from simple scalar value.\n");
     }
 }
 
-void logColumn(WSQLFilter& filter, const WSQLRowData& row, const OutputColumn& column, std::int32_t index) {
-    filter.debug(kContext, "Checking column meta data...\n");
-    filter.debug(kContext, "Fetching scalar object for column #%d\n", index + 1);
-    logOrigin(filter, column);
-    filter.debug(kContext, "Column info: type=%d, flags=%d, fieldno=%d\n", column.type,
+void logColumn(WSQLFilter& filter, const char* context, const WSQLRowData& row, const OutputColumn& column,
+               std::int32_t index) {
+    filter.debug(context, "Checking column meta data...\n");
+    filter.debug(context, "Fetching scalar object for column #%d\n", index + 1);
+    logOrigin(filter, context, column);
+    filter.debug(context, "Column info: type=%d, flags=%d, fieldno=%d\n", column.type,
                  static_cast<std::int32_t>(column.flags), column.fieldNumber);
-    filter.debug(kContext, "Adding value to result.\n");
+    filter.debug(context, "Adding value to result.\n");
     if (row.value(index) == nullptr) {
-        filter.debug(kContext, "Row data is NULL.\n");
+        filter.debug(context, "Row data is NULL.\n");
     } else {
-        filter.debug(kContext, "Value length is %d\n", row.size(index));
+        filter.debug(context, "Value length is %d\n", row.size(index));
     }
 }
 
 }  // namespace
 
 void appendRow(WSQLFilter& filter, CStringBuffer& document, const SelectOutput& output,
-               const WSQLRowData& row, std::int32_t rowNumber) {
+               const WSQLRowData& row, std::int32_t rowNumber, const char* context) {
     const bool trace = filter.logs(kLogDebug);
-    if (trace) filter.debug(kContext, "Formatting row %d\n", rowNumber);
+    if (trace) filter.debug(context, "Formatting row %d\n", rowNumber);
     TextWriter out(document);
     out << "<Row rowNumber=\"" << rowNumber << "\" recordNumber=\"" << row.recordNumber << "\" partNumber=\""
         << row.partNumber << "\">\r\n";
     for (std::int32_t i = 0; i < row.count(); ++i) {
-        if (trace) logColumn(filter, row, output.columns()[static_cast<std::size_t>(i)], i);
+        if (trace) logColumn(filter, context, row, output.columns()[static_cast<std::size_t>(i)], i);
         out << "<Column ID=\"" << i + 1 << "\"";
         const char* value = row.value(i);
         if (value == nullptr) {

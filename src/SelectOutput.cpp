@@ -5,6 +5,7 @@
 #include "include/wdb.h"
 #include "src/ElementAt.h"
 #include "src/WSQLFilter.h"
+#include "src/WSQLResultSetColumn.h"
 #include "src/support/text.h"
 #include "src/tree/Tree.h"
 #include "src/welkhelp/CclText.h"
@@ -43,7 +44,8 @@ std::int32_t rowType(const ConstantValue& value) {
 SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select, Values values)
     : values_(values), isStatic_(select.tables->Count() == 0 && values != Values::kUnion) {
     columns_.reserve(static_cast<std::size_t>(select.itemCount()));
-    for (std::int32_t i = 0; i < select.itemCount(); ++i) addItem(filter, elementAt(select.items(), i));
+    for (std::int32_t i = 0; i < select.itemCount(); ++i)
+        addItem(filter, select, elementAt(select.items(), i));
     for (std::int32_t i = 0; i < select.tables->Count() && select.itemCount() == 0; ++i) {
         const WSQLTableRef& table = elementAt(*select.tables, i);
         for (std::int32_t n = 0; table.fields && n < table.fields->Count(); ++n)
@@ -62,7 +64,8 @@ SelectOutput::~SelectOutput() = default;
 
 void SelectOutput::setConstant(OutputColumn& output, const WSQLFilter& filter, std::string_view text) const {
     // In a union the rows bring the constants of their members.
-    output.origin = isUnion() ? OutputColumn::Origin::kExpression : OutputColumn::Origin::kConstant;
+    output.origin = OutputColumn::Origin::kConstant;
+    output.fromRow = isUnion();
     if (isRaw()) {
         output.constantText = text;
         return;
@@ -92,15 +95,16 @@ void SelectOutput::describeSubselect(OutputColumn& output, const WSQLFilter& fil
                                      const WSQLLiteralSelect& query) const {
     const WSQLScalar* item = query.select->item(0);
     const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
-    output.type = column != nullptr ? column->fieldType : WDB_T_PHRASE;
+    output.type =
+        item != nullptr ? WSQLResultSetColumn::ofItem(0, *item, *query.select).typeCode : WDB_T_PHRASE;
     output.constantNull = !query.result || query.result->constantValue().null;
-    output.base64 = !isUnion() && !output.constantNull && output.type == WDB_T_STRING;
+    output.base64 = !isUnion() && !output.constantNull && column != nullptr && output.type == WDB_T_STRING;
     CStringBuffer text(64);
     if (query.result) query.result->toText(text);
     setConstant(output, filter, text.view());
 }
 
-void SelectOutput::addItem(const WSQLFilter& filter, const WSQLScalar& item) {
+void SelectOutput::addItem(const WSQLFilter& filter, const WSQLStmtSelect& select, const WSQLScalar& item) {
     OutputColumn output;
     if (const WSQLColumnRef* column = item.asColumnRef()) {
         output.origin = OutputColumn::Origin::kColumn;
@@ -123,7 +127,7 @@ void SelectOutput::addItem(const WSQLFilter& filter, const WSQLScalar& item) {
     } else if (item.isConstant()) {
         describeConstant(output, filter, item);
     } else {
-        output.type = WDB_T_NUMBER;
+        output.type = WSQLResultSetColumn::ofItem(0, item, select).typeCode;
     }
     columns_.push_back(std::move(output));
 }

@@ -34,7 +34,8 @@ struct OutputColumn {
     std::string constantText;    ///< as it stands in the document
     bool list = false;           ///< VALUELIST
     bool base64 = false;         ///< the constant's text is base64 of a binary value
-    bool isConstant() const { return origin == Origin::kConstant; }
+    bool fromRow = false;        ///< the constant comes with the rows
+    bool isConstant() const { return origin == Origin::kConstant && !fromRow; }
 };
 
 class SelectOutput {
@@ -62,7 +63,7 @@ public:
     bool isStatic() const { return isStatic_; }  ///< no FROM: the rows are the statement's own constants
 
 private:
-    void addItem(const WSQLFilter& filter, const WSQLScalar& item);
+    void addItem(const WSQLFilter& filter, const WSQLStmtSelect& select, const WSQLScalar& item);
     void describeConstant(OutputColumn& output, const WSQLFilter& filter, const WSQLScalar& item) const;
     void describeSubselect(OutputColumn& output, const WSQLFilter& filter,
                            const WSQLLiteralSelect& query) const;

@@ -98,7 +98,7 @@ bool SelectResult::writeRows(CStringBuffer& document, WSQLResultSetMetaData& met
     while (outcome == RowOutcome::kRow) {
         const bool last = counter + 1 >= row->lastRow;
         outcome = last ? RowOutcome::kNone : advance(cursor, *row, ahead);
-        appendRow(filter_, document, output, *row, clamped(++counter));
+        appendRow(filter_, document, output, *row, clamped(++counter), form_.context);
         if (last) filter_.debug(form_.context, "End of block reached.\n");
         row.swap(ahead);
     }

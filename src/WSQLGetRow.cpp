@@ -91,22 +91,26 @@ private:
         }
         CStringBuffer& value = row_.beginValue();
         ValueForm form = ValueForm::kText;
+        bool present = false;
         for (std::int32_t ordinal = 1; !buffers_.atEnd(); ++ordinal) {
             const RowItem item = buffers_.next();
             const bool last = buffers_.atColumn();
             if (item.has(RowItem::kNull)) {
                 if (trace_) filter_.debug(kContext, "Parsed value (NULL) for field #%d\n", number);
             } else if (item.has(RowItem::kReference)) {
-                reference(column, number, item.text, value, form);
+                present = reference(column, number, item.text, value, form) || present;
             } else {
                 if (trace_) logValue(number, item.text);
                 // A single item of a column that asks for one value is that value, whatever its number.
                 const bool only = column.subscript > 0 && ordinal == 1 && last;
-                if (only || column.range.contains(ordinal)) addText(column, item.text, value);
+                if (only || column.range.contains(ordinal)) {
+                    addText(column, item.text, value);
+                    present = true;
+                }
             }
             if (last) break;
         }
-        row_.endValue(form);
+        row_.endValue(form, present);
     }
 
     void addText(const OutputColumn& column, std::string_view text, CStringBuffer& value) {
@@ -122,8 +126,8 @@ private:
         }
     }
 
-    /// A value that stays in the record: read now, or named by a key.
-    void reference(const OutputColumn& column, std::int32_t number, std::string_view text,
+    /// A value that stays in the record: read now, or named by a key. False when there is none.
+    bool reference(const OutputColumn& column, std::int32_t number, std::string_view text,
                    CStringBuffer& value, ValueForm& form) {
         const FieldReference reference(text);
         if (trace_) {
@@ -132,7 +136,7 @@ private:
         }
         const WELKFieldInfo* field =
             output_.isUnion() ? output_.fieldNamed(filter_, reference.field) : column.field.get();
-        if (field == nullptr) return;
+        if (field == nullptr) return false;
         if (!output_.isInline(field->type)) {
             form = ValueForm::kKey;
             appendFetchKey(value, field->database, reference.record, field->partField ? reference.part : 0,
@@ -141,11 +145,12 @@ private:
                 filter_.debug(kContext, "Added retrieval key %s for field #%d\n",
                               std::string(value.view().substr(offset(value))).c_str(), number);
             }
-            return;
+            return true;
         }
         const bool coded = field->type == WDB_T_STRING || (field->flags & WDB_F_PLAIN) != 0;
-        if (fetch(column, *field, reference, number, value) && coded && !output_.isRaw())
-            form = ValueForm::kBase64;
+        if (!fetch(column, *field, reference, number, value)) return false;
+        if (coded && !output_.isRaw()) form = ValueForm::kBase64;
+        return true;
     }
 
     /// Reads the value out of the record; false when there is none or it cannot be read.

@@ -22,13 +22,12 @@ void WSQLRowData::add(std::string_view text, ValueForm form) {
     texts_.append('\0');
 }
 
-void WSQLRowData::endValue(ValueForm form) {
-    const std::int32_t size = valueLength();
-    if (size == 0) {
+void WSQLRowData::endValue(ValueForm form, bool present) {
+    if (!present) {
         addNull();
         return;
     }
-    values_.push_back({valueStart_, size, form});
+    values_.push_back({valueStart_, valueLength(), form});
     texts_.append('\0');
 }
 

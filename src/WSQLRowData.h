@@ -38,14 +38,14 @@ public:
     void addNull() { values_.push_back({-1, 0, ValueForm::kText}); }
     void clear();
 
-    /// The next value, written piece by piece: what is appended to the buffer between the two calls. Nothing
-    /// appended makes NULL.
+    /// The next value, written piece by piece: what is appended to the buffer between the two calls.
     CStringBuffer& beginValue() {
         valueStart_ = texts_.length();
         return texts_;
     }
     std::int32_t valueLength() const { return texts_.length() - valueStart_; }
-    void endValue(ValueForm form);
+    /// `present` false: the value is NULL, whatever was appended.
+    void endValue(ValueForm form, bool present);
 
     /// Whether DISTINCT takes the two rows for one: the same values, texts of up to 256 bytes compared as the
     /// kernel normalises them, longer ones byte by byte.

@@ -25,8 +25,6 @@ void logTranslation(WSQLFilter& filter, const WSQLCondition& condition, const ch
         filter.debug(kContext, "Translated composite condition \"%s\"\n", text);
     } else if (dynamic_cast<const WSQLNullTest*>(&condition) != nullptr) {
         filter.debug(kContext, "Translated null test condition \"%s\"\n", text);
-    } else if (dynamic_cast<const WSQLSubselect*>(&condition) != nullptr) {
-        filter.debug(kContext, "Translated subselect condition \"%s\"\n", text);
     }
 }
 
@@ -77,6 +75,14 @@ bool WSQLFilter::TranslateCondition(WSQLCondition* condition, std::int32_t depth
         [this, &searched](const WSQLSubselect& subselect, std::int32_t& set) {
             searched = subselect.scalar->asColumnRef();
             return runSubselect(*this, subselect, set);
+        },
+        [this, condition, text](std::string_view translated) {
+            if (!logs(kLogDebug)) return;
+            const std::string line(translated);
+            debug(kContext, "Translated subselect condition \"%s\"\n", line.c_str());
+            const bool operand = condition->asComposite() != nullptr;
+            if (text != nullptr || operand)
+                debug(kContext, "Copied subselect condition \"%s\"\n", line.c_str());
         },
         text != nullptr ? Translator::Prefix::kQualifier : Translator::Prefix::kTable);
     CStringBuffer own(256);

@@ -112,7 +112,16 @@ TEST(Condition, RangesAndNull) {
         {"NAME BETWEEN 'to' AND 'x y'", "T.NAME=\"to\" wFTL \"x y\"", ""},
         {"A IS NULL", "T.A=\"\"", ""},
         {"A IS NOT NULL", "T.A=$", ""},
-        {"NAME[3] IS NULL", "T.NAME.3=\"\"", ""},
+        {"NAME[3] IS NULL", "T.NAME.3=\"\"", "one value of a field"},
+        {"NAME[3] IS NOT NULL", "T.NAME.3=$", ""},
+        {"NAME[3] LIKE 'x%'", "T.NAME.3=x$", ""},
+        {"NAME[3] NOT LIKE 'x%'", "T.NAME.3<>x$", ""},
+        {"NAME[3] >= 'x%'", "T.NAME.3>=x$", ""},
+        {"NAME[3] BETWEEN 'a' AND 'b'", "T.NAME.3=a wFTL b", ""},
+        {"NAME[3] NOT BETWEEN 'a' AND 'b'", "T.wRXX=wFRL 1 wNOT T.NAME.3=a wFTL b", ""},
+        {"R BETWEEN 2 AND 3", "T.R=2 wFTL 3", "the row identifier"},
+        {"D BETWEEN DATE('2024-1-5') AND DATE('2025-2-1')", "T.D=2024-01-05 wFTL 2025-02-01",
+         "dates stand bare"},
     };
     check(rows);
 }
@@ -210,6 +219,25 @@ std::unique_ptr<wsql::WSQLCondition> equals(const char* name, std::int32_t value
 }
 
 }  // namespace
+
+TEST(Condition, WhatNoStatementHolds) {
+    loadArticles();
+    fakeKernel().searches = true;
+    FilterData data{};
+    wsql::WSQLFilter filter(&data);
+    auto fragment = std::make_unique<wsql::WSQLEmbeddedCCL>("T.A=x OR T.B=y");
+    wsql::WSQLCompositeCondition both(wsql::WSQLCompositeCondition::kAnd, std::move(fragment),
+                                      equals("A", 1));
+    wsql::CStringBuffer text(64);
+    EXPECT_TRUE(filter.TranslateCondition(&both, 1, nullptr, &text));
+    EXPECT_EQ(text.view(), "((T.A=x OR T.B=y)) wAND (x.A=1)") << "a fragment in the kernel's own words";
+    wsql::WSQLStmtSelect query;
+    query.addItem(boundColumn("U", "", "ID"));
+    query.tables->append(std::make_unique<wsql::WSQLTableRef>("U"));
+    wsql::CStringBuffer reference(16);
+    EXPECT_TRUE(filter.ExecuteSelect(&query, 0, &reference, nullptr, false));
+    EXPECT_EQ(reference.view(), "S=3") << "the records of a set";
+}
 
 TEST(Condition, SearchesRunUnderTheTablesOwnName) {
     loadArticles();

@@ -166,6 +166,13 @@ TEST(MultiTable, SubQueriesThatAreSearchedFirst) {
          "wBAS T\nwBAS U\nwSEL wSFX wFRL(U) FIELD(MAX(U.ID)) \n"
          "wSEL  wFRL(T) FIELD(T.A)  WHERE(T.A=3.\"MAX(ID)\")",
          "a computed column"},
+        {"SELECT A FROM T WHERE A > (SELECT NULL FROM U)",
+         "wBAS T\nwBAS U\nwSEL wSFX wFRL(U) FIELD(NULL) \nwSEL  wFRL(T) FIELD(T.A)  WHERE(T.A>3.\"1\")",
+         "an item without a text still is the set's column"},
+        {"SELECT A FROM T WHERE A >= (SELECT TID FROM U) AND NAME[2] > (SELECT '' FROM V)",
+         "wBAS T\nwBAS U\nwSEL wSFX wFRL(U) FIELD(U.TID) \nwBAS V\nwSEL wSFX wFRL(V) FIELD(\"\") \n"
+         "wSEL  wFRL(T) FIELD(T.A)  WHERE((T.A>=3.TID) wAND (T.NAME.2>4.\"1\"))",
+         "every operator has its own text"},
         {"SELECT A FROM T WHERE A = (SELECT DISTINCT TID FROM U ORDER BY TID)",
          "wBAS T\nwBAS U\nwSEL wSFX DISTINCT wFRL(U) FIELD(U.TID)  SORT(U.TID)\n"
          "wSEL  wFRL(T) FIELD(T.A)  WHERE(T.A=3.TID)",
@@ -216,6 +223,24 @@ TEST(MultiTable, SubQueriesAsValues) {
         << request.document();
     EXPECT_NE(request.document().find("<Column ID=\"1\" datasize=\"7\">it&lt;s</Column>"), std::string::npos)
         << request.document();
+}
+
+TEST(MultiTable, NumbersOfSubQueriesStandBare) {
+    const struct {
+        const char* query;
+        const char* item;
+    } rows[] = {{"(SELECT ID FROM U)", "7"},       {"(SELECT MAX(ID) FROM U)", "7"},
+                {"(SELECT ID * 2 FROM U)", "7"},   {"(SELECT AVG(ID) FROM U)", "7"},
+                {"(SELECT NAME FROM U)", "\"7\""}, {"(SELECT COUNT(NAME) FROM U)", "\"7\""}};
+    for (const auto& row : rows) {
+        loadArticles();
+        fakeKernel().searches = true;
+        fakeKernel().rows = {{{{"7", 129 | 8}}, 1, 0}};
+        Request request(std::string("SELECT ") + row.query + " FROM T");
+        EXPECT_EQ(runSql(request), 1) << request.document();
+        EXPECT_EQ(fakeKernel().commands.back(), "wSEL  wFRL(T) FIELD(" + std::string(row.item) + ") ")
+            << row.query;
+    }
 }
 
 TEST(MultiTable, Unions) {

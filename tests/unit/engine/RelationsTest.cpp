@@ -90,6 +90,12 @@ TEST(Relations, DistinctRows) {
 
 TEST(Relations, SubQueries) {
     const Row rows[] = {
+        {"SELECT TITLE FROM ARTICLES WHERE ID > (SELECT NULL FROM AUTHORS)", "", "no value at all"},
+        {"SELECT TITLE FROM ARTICLES WHERE ID IN (SELECT NULL FROM AUTHORS)", "", ""},
+        {"SELECT TITLE FROM ARTICLES WHERE ID IN (SELECT (SELECT MAX(ID) FROM ARTICLES) FROM AUTHORS)",
+         "Five", "a query as the item of a query"},
+        {"SELECT TITLE FROM ARTICLES WHERE TITLE = (SELECT '' UNION SELECT 'two')", "two",
+         "named by its first member, whose item has no text"},
         {"SELECT TITLE FROM ARTICLES WHERE AID = (SELECT AID FROM AUTHORS WHERE NAME = 'Ann') ORDER BY ID",
          "one\ntwo", "as a join"},
         {"SELECT TITLE FROM ARTICLES WHERE AID IN (SELECT AID FROM AUTHORS) ORDER BY ID",

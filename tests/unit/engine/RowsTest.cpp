@@ -57,6 +57,7 @@ TEST(Rows, ValuesOfOneColumn) {
     } rows[] = {
         {"A", {{"5", kFirst | kValue}}, " datasize=\"1\">5</Column>", "a single value"},
         {"A", {{"", kFirst | kNull}}, " null=\"true\" />", "NULL has no size"},
+        {"NAME", {{"", kFirst | kValue}}, " datasize=\"0\"></Column>", "an empty text is a value"},
         {"NAME",
          {{"x", kFirst | kValue}, {"y", kValue}},
          " datasize=\"4\">x; y</Column>",
