@@ -6,77 +6,20 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <string>
 
-#include "include/sqlengine.h"
-#include "include/wdb.h"
+#include "bench/Session.h"
 
 namespace {
 
 constexpr std::size_t kPage = 4096;
 constexpr int kFilePages = 256;  ///< written round and round, so that the file does not grow
 
-class Directory {
-public:
-    Directory() {
-        const char* chosen = std::getenv("WELK_BENCH_DIR");
-        const std::filesystem::path base =
-            chosen != nullptr ? std::filesystem::path(chosen) : std::filesystem::temp_directory_path();
-        std::string pattern = (base / "welk_insert_XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
-    }
-    Directory(const Directory&) = delete;
-    Directory& operator=(const Directory&) = delete;
-    ~Directory() {
-        std::error_code ignored;
-        if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-    }
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
-class Session {
-public:
-    Session() {
-        ready_ =
-            WDB_SUCCESS(
-                WdbOpenSession(directory_.path().c_str(), "bench", nullptr, WDB_OPEN_CREATE, &session_)) &&
-            WDB_SUCCESS(WdbBindSession(session_)) &&
-            succeeds(
-                "CREATE TABLE NOTES (NAME VARCHAR PRIMARY KEY, QTY INTEGER, DAY DATE, BODY LONG VARCHAR)");
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-    ~Session() { WdbCloseSession(&session_); }
-
-    bool ready() const { return ready_; }
-    /// Runs the statement; hits is the row count of the answer.
-    static bool succeeds(std::string sql, long* hits = nullptr) {
-        FilterData data{};
-        data.text = sql.data();
-        data.textLength = static_cast<std::int32_t>(sql.size());
-        data.wdb_options = 36;
-        const bool done = (execsql(&data, nullptr) & 1) != 0;
-        if (!done)
-            std::fprintf(stderr, "%.200s\n%s\n", sql.c_str(),
-                         data.output != nullptr ? data.output : data.message);
-        const char* count = data.output != nullptr ? std::strstr(data.output, " rowCount=\"") : nullptr;
-        if (hits != nullptr) *hits = count != nullptr ? std::strtol(count + 11, nullptr, 10) : -1;
-        std::free(data.output);
-        return done;
-    }
-
-private:
-    Directory directory_;  // outlives the session
-    WdbSession* session_ = nullptr;
-    bool ready_ = false;
-};
+bool makeTable(const Session& session) {
+    return session.ready() &&
+           Session::succeeds(
+               "CREATE TABLE NOTES (NAME VARCHAR PRIMARY KEY, QTY INTEGER, DAY DATE, BODY LONG VARCHAR)");
+}
 
 std::string body(int words) {
     std::string text;
@@ -111,7 +54,7 @@ void rawSync(benchmark::State& state) {
 
 void insert(benchmark::State& state, int words) {
     const Session session;
-    if (!session.ready()) state.SkipWithError("no data directory");
+    if (!makeTable(session)) state.SkipWithError("no data directory");
     const std::string text = body(words);
     long number = 0;
     for (auto _ : state) {
@@ -125,7 +68,7 @@ void insert(benchmark::State& state, int words) {
 /// The next statement finds what the one before stored, by a word that only it has.
 void insertAndFind(benchmark::State& state, int words) {
     const Session session;
-    if (!session.ready()) state.SkipWithError("no data directory");
+    if (!makeTable(session)) state.SkipWithError("no data directory");
     const std::string text = body(words);
     long number = 0, hits = 0;
     for (auto _ : state) {
