@@ -6,18 +6,24 @@
 
 namespace wsql {
 
-bool searchRecords(WSQLFilter& filter, WSQLCondition* condition, const char* logContext,
+bool searchRecords(WSQLFilter& filter, WSQLCondition* condition, const char* source, const char* logContext,
                    FoundRecords& found) {
     constexpr std::int32_t kLowestError = 2;  // below it the kernel has no text for a status
+    constexpr const char* kPhase = "execution";
     std::int32_t status = WDB_OK;
     // A condition that was not searched for must never leave an earlier result to work on.
     if (!filter.TranslateCondition(condition, 0, &status, nullptr)) {
         if (!filter.answered() && status >= kLowestError)
-            filter.ReportKernelError(status, "SQLFilter::TranslateCondition", "execution");
+            filter.ReportKernelError(status, "SQLFilter::TranslateCondition", kPhase);
         return false;
     }
     std::int32_t parts = 0;
-    WdbGetSearch(&found.set, &found.count, &parts);
+    status = WdbGetSearch(&found.set, &found.count, &parts);
+    if (!WDB_SUCCESS(status)) found.count = 0;
+    if (!WDB_SUCCESS(status) && status >= kLowestError) {
+        filter.ReportKernelError(status, source, kPhase);
+        return false;
+    }
     filter.debug(logContext, "Search yielded hits in %d records.\n", found.count);
     return true;
 }

@@ -16,9 +16,10 @@ struct FoundRecords {
 };
 
 /// Runs the condition, which may be null, in the table that SearchOpenDB opened; without one the result is
-/// what was searched last, or all records of the table. False after a fault. logContext names the executor in
-/// the log.
-bool searchRecords(WSQLFilter& filter, WSQLCondition* condition, const char* logContext, FoundRecords& found);
+/// what was searched last, or all records of the table. False after a fault. source names the executor in
+/// faults, logContext in the log.
+bool searchRecords(WSQLFilter& filter, WSQLCondition* condition, const char* source, const char* logContext,
+                   FoundRecords& found);
 
 enum class FoundRecord {
     kOpen,   ///< the control holds the record

@@ -55,7 +55,7 @@ bool WSQLFilter::ExecuteDelete(WSQLStmtDelete* statement) {
     if (!SearchOpenDB(name.c_str())) return false;
     findAllRecords(*this);
     FoundRecords found;
-    if (!searchRecords(*this, statement->where.get(), kLog, found)) return false;
+    if (!searchRecords(*this, statement->where.get(), kSource, kLog, found)) return false;
     for (std::int32_t k = 1; k <= found.count; ++k) {
         if (!deleteRecord(*this, found, k)) return false;
     }

@@ -145,7 +145,8 @@ bool WSQLFilter::ExecuteUpdate(WSQLStmtUpdate* update) {
     IndexReferencedDatabases(name.c_str(), false);
     debug(kLog, "Opening database \"%s\"\n", name.c_str());
     FoundRecords found;
-    if (!SearchOpenDB(name.c_str()) || !searchRecords(*this, update->where.get(), kLog, found)) return false;
+    if (!SearchOpenDB(name.c_str()) || !searchRecords(*this, update->where.get(), kSource, kLog, found))
+        return false;
     for (std::int32_t k = 1; k <= found.count; ++k) {
         if (!records.change(found, k)) return false;
     }
