@@ -178,9 +178,15 @@ Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold) {
     return (*writer)->commit(meta->modified);
 }
 
-Status SystemDirectory::storeUnit(const std::vector<BaseWrites>& bases, const WriterHold&) {
+Status SystemDirectory::storeUnit(const std::vector<BaseWrites>& bases, uint64_t& identity,
+                                  const WriterHold&) {
     lock_->unitPending().store(1);
-    return unit_record::store(*catalog_, bases);
+    return unit_record::store(*catalog_, bases, identity);
+}
+
+void SystemDirectory::refuseUnit(uint64_t identity, const WriterHold& hold) {
+    if (identity != 0) lock_->unitVoid().store(identity);
+    static_cast<void>(dropUnit(hold));
 }
 
 Status SystemDirectory::dropUnit(const WriterHold&) {
@@ -192,7 +198,7 @@ Status SystemDirectory::dropUnit(const WriterHold&) {
 Status SystemDirectory::finishUnit(const WriterHold& hold) {
     const auto there = unit_record::present(*catalog_);
     if (!there) return there.status();
-    if (*there) {
+    if (*there != 0 && *there != lock_->unitVoid().load()) {
         lock_->unitPending().store(1);
         WDB_TRY(refresh());
         const auto pathOf = [this](BaseId id) -> std::optional<std::string> {

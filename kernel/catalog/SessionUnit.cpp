@@ -8,6 +8,26 @@
 
 namespace wdb {
 
+namespace {
+
+// What a base file says when its part of a unit has been committed.
+struct CommitMark {
+    std::shared_ptr<BaseFile> file;
+    uint64_t number;
+};
+
+// Whether certainly no part was: a commit that answered an error may stand all the same.
+bool noneStands(const std::vector<CommitMark>& marks) {
+    return std::all_of(marks.begin(), marks.end(), [](const CommitMark& mark) {
+        const auto txn = mark.file->read();
+        if (!txn) return false;
+        const auto meta = BaseReader(*txn).meta();
+        return meta && meta->commit < mark.number;
+    });
+}
+
+}  // namespace
+
 UnitBase::UnitBase() = default;
 UnitBase::~UnitBase() = default;
 
@@ -73,12 +93,22 @@ Status SessionUnit::commitAll(int64_t now) {
     WDB_TRY(unit_.prepare(now));
     const std::vector<BaseWrites> several = writes();
     if (several.size() < 2) return unit_.commit(now);
-    WDB_TRY(directory_->storeUnit(several, unit_.hold()));
-    const Status status = unit_.commit(now);
-    if (!ok(status) && unit_.anyCommitted()) return directory_->finishUnit(unit_.hold());
-    // Done, or nothing of it. A record that cannot be removed is looked at by the next writer.
-    const Status cleared = directory_->dropUnit(unit_.hold());
-    return ok(status) ? WDB_OK : (ok(cleared) ? status : WDB_E_STORAGE);
+    std::vector<CommitMark> marks;
+    for (const auto& base : bases_) {
+        if (base->writer->changed()) marks.push_back({base->base->file(), base->writer->commitNumber()});
+    }
+    uint64_t record = 0;
+    Status status = directory_->storeUnit(several, record, unit_.hold());
+    if (ok(status)) {
+        status = unit_.commit(now);
+        if (ok(status)) {
+            static_cast<void>(directory_->dropUnit(unit_.hold()));  // else the next writer finds all done
+            return WDB_OK;
+        }
+        if (unit_.anyCommitted() || !noneStands(marks)) return directory_->finishUnit(unit_.hold());
+    }
+    directory_->refuseUnit(record, unit_.hold());
+    return status;
 }
 
 Status SessionUnit::commit(int64_t now, bool keepLock) {

@@ -60,8 +60,12 @@ public:
     // committed.
     Result<WriterHold> acquireWriter(std::chrono::milliseconds patience);
     // Keeps the writes of a unit, durably, until dropUnit(); finishUnit() does what of them is not done yet.
-    Status storeUnit(const std::vector<BaseWrites>& bases, const WriterHold& hold);
+    // `identity` names the record for refuseUnit().
+    Status storeUnit(const std::vector<BaseWrites>& bases, uint64_t& identity, const WriterHold& hold);
     Status dropUnit(const WriterHold& hold);
+    // Drops the record of a unit of which no base was committed; should the record not go, nobody finishes
+    // it.
+    void refuseUnit(uint64_t identity, const WriterHold& hold);
     Status finishUnit(const WriterHold& hold);
 
     // --- changes: the caller holds the writer's lock ---

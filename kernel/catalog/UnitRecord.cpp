@@ -1,5 +1,7 @@
 #include "kernel/catalog/UnitRecord.h"
 
+#include <xxhash.h>
+
 #include "kernel/catalog/CatalogLayout.h"
 #include "kernel/common/ByteOrder.h"
 #include "kernel/common/ByteReader.h"
@@ -12,10 +14,15 @@ using catalog_layout::kUnits;
 
 constexpr size_t kRowSize = size_t{256} << 10;  // of a row of the list, about
 
+// The first row begins with the first base's meta entry, whose date and commit number no other unit has.
+uint64_t identityOf(Slice firstRow) {
+    return XXH3_64bits(firstRow.data(), firstRow.size()) | 1;
+}
+
 // Writes the list row by row.
 class ListWriter {
 public:
-    explicit ListWriter(WriteTxn& txn) : txn_(txn) {}
+    ListWriter(WriteTxn& txn, uint64_t& identity) : txn_(txn), identity_(identity) {}
 
     Status base(const BaseWrites& part) {
         begin(part.id);
@@ -39,12 +46,14 @@ private:
         appendLittle(bytes_, id);
     }
     Status flush() {
+        if (row_ == 0) identity_ = identityOf(bytes_);
         std::string key;
         appendBig(key, row_++);
         return txn_.put(kUnits, key, bytes_);
     }
 
     WriteTxn& txn_;
+    uint64_t& identity_;
     std::string bytes_;
     uint32_t row_ = 0;
 };
@@ -97,11 +106,12 @@ private:
 
 }  // namespace
 
-Status store(Environment& catalog, const std::vector<BaseWrites>& bases) {
+Status store(Environment& catalog, const std::vector<BaseWrites>& bases, uint64_t& identity) {
+    identity = 0;
     auto txn = catalog.write();
     if (!txn) return txn.status();
     WDB_TRY(txn->clear(kUnits));
-    ListWriter list(*txn);
+    ListWriter list(*txn, identity);
     for (const BaseWrites& part : bases) WDB_TRY(list.base(part));
     return txn->commit();
 }
@@ -113,10 +123,13 @@ Status clear(Environment& catalog) {
     return txn->commit();
 }
 
-Result<bool> present(Environment& catalog) {
+Result<uint64_t> present(Environment& catalog) {
     const auto txn = catalog.read();
     if (!txn) return txn.status();
-    return txn->entries(kUnits) > 0;
+    Cursor cursor = txn->cursor(kUnits);
+    const Status status = cursor.first();
+    if (!ok(status)) return status == WDB_FAIL ? Result<uint64_t>(uint64_t{0}) : Result<uint64_t>(status);
+    return identityOf(cursor.value());
 }
 
 Status apply(Environment& catalog, const PathOf& pathOf) {

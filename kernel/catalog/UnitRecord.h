@@ -23,9 +23,11 @@ struct BaseWrites {
 // first base is committed and goes after the last. The holder of the writer's lock calls these functions.
 namespace unit_record {
 
-Status store(Environment& catalog, const std::vector<BaseWrites>& bases);
+// `identity` gets a number that no other list has, also when the list could not be stored for certain.
+Status store(Environment& catalog, const std::vector<BaseWrites>& bases, uint64_t& identity);
 Status clear(Environment& catalog);
-Result<bool> present(Environment& catalog);
+// The identity of the list that is there, 0 when there is none.
+Result<uint64_t> present(Environment& catalog);
 
 // Path of the base file; nothing when the base is gone.
 using PathOf = std::function<std::optional<std::string>(BaseId)>;

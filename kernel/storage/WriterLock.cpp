@@ -17,6 +17,7 @@ namespace {
 constexpr off_t kPageSize = 4096;
 constexpr size_t kCatalogVersionAt = 64;
 constexpr size_t kUnitPendingAt = 128;
+constexpr size_t kUnitVoidAt = 192;
 static_assert(std::atomic<uint64_t>::is_always_lock_free && sizeof(std::atomic<uint64_t>) == 8);
 
 // A lock of the open file, not of the process: it knows nothing of other descriptors of this process.
@@ -55,6 +56,7 @@ Result<std::shared_ptr<WriterLock>> WriterLock::open(const std::string& path) {
     lock->catalogVersion_ = std::make_unique<SharedCounter>(
         reinterpret_cast<std::atomic<uint64_t>*>(static_cast<char*>(page) + kCatalogVersionAt));
     lock->unitPending_ = reinterpret_cast<std::atomic<uint64_t>*>(static_cast<char*>(page) + kUnitPendingAt);
+    lock->unitVoid_ = reinterpret_cast<std::atomic<uint64_t>*>(static_cast<char*>(page) + kUnitVoidAt);
     return lock;
 }
 

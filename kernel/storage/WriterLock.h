@@ -47,6 +47,9 @@ public:
     // Not 0 while the catalogue holds the record of a unit that is to be finished. What the catalogue says
     // counts; this only saves the look.
     std::atomic<uint64_t>& unitPending() { return *unitPending_; }
+    // Identity of a unit's record that is to be dropped and not to be finished, since its unit was refused
+    // before any of its bases was committed and the record could not be removed then.
+    std::atomic<uint64_t>& unitVoid() { return *unitVoid_; }
 
 private:
     friend class WriterHold;
@@ -58,6 +61,7 @@ private:
     void* page_ = nullptr;
     std::unique_ptr<SharedCounter> catalogVersion_;
     std::atomic<uint64_t>* unitPending_ = nullptr;
+    std::atomic<uint64_t>* unitVoid_ = nullptr;
     std::mutex mutex_;
     std::condition_variable freed_;
     bool held_ = false;  // by a thread of this process

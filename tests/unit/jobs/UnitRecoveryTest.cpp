@@ -88,7 +88,8 @@ void endAt(const Home& home, const Place& place) {
         writes.push_back({(*base)->id(), (*joined)->writer});
     }
     ASSERT_EQ(unit.unit().prepare(3000), WDB_OK);
-    ASSERT_EQ(home->storeUnit(writes, unit.unit().hold()), WDB_OK);
+    uint64_t identity = 0;
+    ASSERT_EQ(home->storeUnit(writes, identity, unit.unit().hold()), WDB_OK);
     for (size_t i = 0; i < place.committed; ++i) {
         ASSERT_EQ(unit.bases()[i]->writer->commit(3000), WDB_OK);
     }
