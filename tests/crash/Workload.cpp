@@ -139,10 +139,6 @@ Statement pairOf(const std::string& name, const Row& row) {
     return together("unit of two bases " + name, {insertOf(0, name, row), insertOf(1, name, row)});
 }
 
-Statement rebuild(size_t base) {
-    return {"rebuild", [=] { return WdbBatchLoadIndex(1, kBases[base], ""); }, [](Contents&) {}};
-}
-
 std::string someName(Random& random, const Rows& rows) {
     auto place = rows.begin();
     std::advance(place, random() % rows.size());
@@ -299,7 +295,7 @@ Statement randomStatement(Random& random, const Contents& contents, int serial) 
     if (choice < 80) return pairOf(name, randomRow(random));
     if (choice < 88) return several(random, contents, base);
     if (choice < 96) return bulkLoad("load" + std::to_string(serial), 20);
-    return rebuild(base);
+    return rebuildIndex(base);
 }
 
 Statement bulkLoad(const std::string& prefix, int rows) {
@@ -322,6 +318,10 @@ Statement bulkLoad(const std::string& prefix, int rows) {
             [loaded](Contents& contents) { contents.bases[0].insert(loaded.begin(), loaded.end()); }};
 }
 
+Statement rebuildIndex(size_t base) {
+    return {"rebuild", [=] { return WdbBatchLoadIndex(1, kBases[base], ""); }, [](Contents&) {}};
+}
+
 std::vector<Statement> everyKind() {
     Contents contents;
     Random random(3);
@@ -338,7 +338,7 @@ std::vector<Statement> everyKind() {
         pairOf("fresh", big),
         together("unit of two bases, changing", {updateOf(0, "row3", big, contents), eraseOf(1, "row5")}),
         bulkLoad("load", 60),
-        rebuild(0),
+        rebuildIndex(0),
     };
     for (Statement& statement : sqlStatements()) kinds.push_back(std::move(statement));
     return kinds;

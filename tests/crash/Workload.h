@@ -70,6 +70,8 @@ Statement bulkLoad(const std::string& prefix, int rows);
 // Statements that fill the queue of the first base: the commit of the last one is followed by a merge.
 std::vector<Statement> queueFilling();
 
+Statement rebuildIndex(size_t base);
+
 // Reads everything there is through searches and records.
 int32_t readContents(Contents& contents);
 

@@ -415,6 +415,7 @@ SHIM_EXPORT int mkdir(const char* path, mode_t mode) noexcept {
             TraceHeader header{};
             header.kind = TraceKind::Create;
             header.inode = inodeOf(whole);
+            header.offset = 1;
             note(header, whole);
         });
 }

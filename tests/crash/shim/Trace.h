@@ -7,7 +7,7 @@ enum class TraceKind : uint32_t {
     Write = 1,  // `bytes` at `offset`
     Sync,       // of a file's bytes, or of a directory's entries
     Truncate,   // to `offset`
-    Create,     // a file or directory under `path` that was not there
+    Create,     // a file, or with `offset` 1 a directory, under `path` that was not there
     Rename,     // from `path` to the second path
     Unlink,     // of `path`
     Mark,       // by the program: `offset` is its number
