@@ -116,19 +116,57 @@ bool canBecomeJoin(const WSQLStmtSelect& outer, const WSQLSubselect& predicate) 
            !equalNames(table.owner, "WDBS");
 }
 
+/// The two columns of a sub-query that becomes a join; null after a fault. A predicate that canBecomeJoin
+/// takes raises none.
+struct JoinColumns {
+    const WSQLColumnRef* tested = nullptr;
+    const WSQLColumnRef* item = nullptr;
+    const WSQLTableRef* left = nullptr;  ///< the table of the tested column
+};
+
+bool findJoinColumns(WSQLFilter& filter, const WSQLStmtSelect* outer, const WSQLSubselect& predicate,
+                     JoinColumns& found) {
+    const WSQLStmtSelect& inner = *predicate.select;
+    if (outer == nullptr) {
+        filter.ReportValidationFault(
+            557, kPredicateContext, "%s",
+            "Unable to add JOIN condition to replace subselect - SELECT statement required.");
+        return false;
+    }
+    found.tested = predicate.scalar->asColumnRef();
+    const std::string tested = found.tested != nullptr ? found.tested->qualifier() : std::string();
+    found.left = outer->findTable(tested);
+    if (found.left == nullptr) {
+        filter.ReportValidationFault(
+            483, kPredicateContext,
+            "Unable to find table \"%s\" while performing subselect->join conversion.", tested.c_str());
+        return false;
+    }
+    found.item = inner.itemCount() > 0 ? inner.itemAt(0).asColumnRef() : nullptr;
+    if (found.item == nullptr) {
+        filter.ReportValidationFault(
+            493, kPredicateContext, "%s",
+            "Unable to perform subselect->join conversion on column #1 of subselect - "
+            "not a column reference.");
+        return false;
+    }
+    const std::string item = found.item->qualifier();
+    if (inner.findTable(item) != nullptr || outer->findTable(item) != nullptr) return true;
+    filter.ReportValidationFault(
+        507, kPredicateContext,
+        "Unable to find table \"%s\" in subselect while performing subselect->join conversion.",
+        item.c_str());
+    return false;
+}
+
 /// Attaches the sub-query's table as an inner join and silences the predicate.
 bool rewriteAsJoin(WSQLFilter& filter, WSQLStmtSelect& outer, WSQLSubselect& predicate) {
     WSQLStmtSelect& inner = *predicate.select;
-    const WSQLColumnRef& tested = *predicate.scalar->asColumnRef();
-    const WSQLColumnRef& item = *inner.itemAt(0).asColumnRef();
-    const WSQLTableRef* left = outer.findTable(tested.qualifier());
-    if (left == nullptr) {
-        filter.ReportValidationFault(
-            483, kPredicateContext,
-            "Unable to find table \"%s\" while performing subselect->join conversion.",
-            tested.qualifier().c_str());
-        return false;
-    }
+    JoinColumns columns;
+    if (!findJoinColumns(filter, &outer, predicate, columns)) return false;
+    const WSQLColumnRef& tested = *columns.tested;
+    const WSQLColumnRef& item = *columns.item;
+    const WSQLTableRef* left = columns.left;
     const std::int32_t op = predicate.op == ComparisonOp::kIn ? ComparisonOp::kEqual : predicate.op;
     std::unique_ptr<WSQLCondition> condition =
         std::make_unique<WSQLComparison>(op, tested.cloneColumn(), item.cloneColumn());

@@ -66,10 +66,10 @@ private:
         return named != nullptr && equalNames(named->qualifier(), table.qualifier());
     }
 
+    /// Binds in the FROM table itself, whose field list is loaded.
     bool bindTo(WSQLColumnRef& column, const WSQLTableRef& table) {
-        column.table = table.table;
-        column.correlation = table.correlation;
-        return filter_.DBColumnExists(&column, select_.tables.get());
+        const WSQLTableRef* from = select_.findTable(table.qualifier());
+        return filter_.BindInTable(&column, from != nullptr ? *from : table);
     }
 
     /// The FROM table itself, whose field list is loaded.

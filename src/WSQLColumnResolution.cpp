@@ -49,8 +49,18 @@ bool bindRowIdentifier(WSQLFilter& filter, WSQLColumnRef& column, const char* ta
     return true;
 }
 
+void logLookUp(WSQLFilter& filter, const WSQLColumnRef& column, const char* table) {
+    if (column.fieldNumber >= 1) {
+        filter.debug(kContext, "Checking if column #%d exists in table \"%s\".\n", column.fieldNumber, table);
+    } else {
+        filter.debug(kContext, "Checking if column \"%s\" exists in table \"%s\".\n", column.column.c_str(),
+                     table);
+    }
+}
+
 /// Binds to a field of the table's list; false when there is none of that name.
 bool bindToField(WSQLFilter& filter, WSQLColumnRef& column, const WSQLTableRef& table) {
+    logLookUp(filter, column, table.table.c_str());
     const WELKFieldInfo* found = nullptr;
     bool hasKey = false;
     for (std::int32_t i = 0; table.fields && i < table.fields->Count(); ++i) {
@@ -59,8 +69,6 @@ bool bindToField(WSQLFilter& filter, WSQLColumnRef& column, const WSQLTableRef& 
         if (found == nullptr && equalNames(field->name, column.column)) found = field;
     }
     if (found == nullptr) return false;
-    filter.debug(kContext, "Checking if column \"%s\" exists in table \"%s\".\n", column.column.c_str(),
-                 table.table.c_str());
     filter.setLastStatus(WDB_OK);
     column.table = table.table;
     column.column = found->name;
@@ -116,12 +124,7 @@ bool WSQLFilter::DBTableExists(const char* tableName) {
 
 bool WSQLFilter::DBColumnExists(WSQLColumnRef* column, const char* tableName) {
     if (equalNames(column->column, "R")) return bindRowIdentifier(*this, *column, tableName);
-    if (column->fieldNumber >= 1) {
-        debug(kContext, "Checking if column #%d exists in table \"%s\".\n", column->fieldNumber, tableName);
-    } else {
-        debug(kContext, "Checking if column \"%s\" exists in table \"%s\".\n", column->column.c_str(),
-              tableName);
-    }
+    logLookUp(*this, *column, tableName);
     setLastStatus(WDB_OK);
     WelkRecord record;
     std::int32_t status = attach(record, tableName);
@@ -163,6 +166,11 @@ bool WSQLFilter::DBColumnExists(WSQLColumnRef* column, const WSQLList<WSQLTableR
     }
     return bindInTables(*this, *column, *tables, qualifier, Source::kFieldList) ||
            bindInTables(*this, *column, *tables, qualifier, Source::kKernel);
+}
+
+bool WSQLFilter::BindInTable(WSQLColumnRef* column, const WSQLTableRef& table) {
+    return bindInTable(*this, *column, table, Source::kFieldList) ||
+           bindInTable(*this, *column, table, Source::kKernel);
 }
 
 bool WSQLFilter::LoadFields(WSQLTableRef* table) {
@@ -256,7 +264,7 @@ bool WSQLFilter::ValidateScalar(WSQLStatement* statement, WSQLScalar* scalar) {
         return BindColumn(statement, column, {234, 248, true}, kMethod);
     }
     WSQLFunctionRef* function = scalar->asFunctionRef();
-    if (function == nullptr || function->argument == nullptr) return true;
+    if (function == nullptr) return true;
     if (!ValidateScalar(statement, function->argument.get())) return false;
     const WSQLColumnRef* argument = function->argument->asColumnRef();
     if (argument != nullptr && !isAggregable(argument->fieldType)) {

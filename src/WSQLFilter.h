@@ -142,11 +142,12 @@ public:
     // Appends session text as XML character data. A length below 1 means up to the NUL.
     void XmlText(CStringBuffer& buffer, const char* text, std::int32_t length = -1) const;
 
-    // ---- column resolution, validation: WSQLColumns.cpp, WSQLValidation.cpp, WSQLValidateSelect.cpp, ...
-    // ----
+    // ---- column resolution, validation: WSQLColumnResolution.cpp, WSQL*Validation.cpp ----
     bool DBTableExists(const char* tableName);
     bool DBColumnExists(WSQLColumnRef* column, const char* tableName);
     bool DBColumnExists(WSQLColumnRef* column, const WSQLList<WSQLTableRef*>* tables);
+    // Binds to a column of that table alone, whatever the column's qualifier.
+    bool BindInTable(WSQLColumnRef* column, const WSQLTableRef& table);
     bool LoadFields(WSQLTableRef* table);
     // Binds a column over the FROM list of a SELECT or in the target table of another statement; answers the
     // fault when it is not there.
@@ -165,7 +166,7 @@ public:
     bool ValidateUpdate(WSQLStmtUpdate* update);
     bool ValidateDelete(WSQLStmtDelete* statement);
 
-    // ---- condition translation: WSQLTranslate.cpp ----
+    // ---- condition translation: WSQLTranslateCondition.cpp ----
     // depth 0 or less runs the expression, 1 or more builds its text only. The slots may be null.
     bool TranslateCondition(WSQLCondition* condition, std::int32_t depth, std::int32_t* status,
                             CStringBuffer* text);
@@ -263,7 +264,7 @@ private:
     std::unique_ptr<WSQLStatement> statement_;
     std::unique_ptr<WSQLTimestamp>
         statementTime_;  // made when the statement first asks, so that all its uses agree
-    CStringBuffer parserMessage_;
+    CStringBuffer parserMessage_{64};
     std::unique_ptr<WSQLResultSet> resultSet_;
     std::string temporaryFileName_;
 

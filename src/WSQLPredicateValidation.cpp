@@ -48,7 +48,12 @@ bool WSQLFilter::ValidatePredicate(WSQLStatement* statement, WSQLPredicate* pred
     if (auto* like = dynamic_cast<WSQLLikePredicate*>(predicate)) {
         WSQLColumnRef* column = like->left ? like->left->asColumnRef() : nullptr;
         if (!BindColumn(statement, column, {387, 404, false}, kContext)) return false;
-        if (column->fieldType == WDB_T_TEXT || column->fieldType == WDB_T_PHRASE) return true;
+        if (column->fieldType == WDB_T_TEXT || column->fieldType == WDB_T_PHRASE) {
+            if (dynamic_cast<WSQLLiteralSelect*>(like->right.get()) == nullptr) return true;
+            ReportValidationFault(__LINE__, kContext, "%s",
+                                  "A subselect cannot be the pattern of a LIKE predicate.");
+            return false;
+        }
         ReportValidationFault(414, kContext,
                               "Column type for \"%s\" must be TEXT or PHRASE for use with the LIKE operator.",
                               column->column.c_str());

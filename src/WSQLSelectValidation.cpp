@@ -137,6 +137,7 @@ private:
             select_.replaceItem(index, std::move(text));
             return true;
         }
+        if (bound) filter_.setLastStatus(WDB_OK);  // as a look-up of it would
         if (column.subscript > 0 && (column.fieldType == WDB_T_TEXT || column.fieldType == WDB_T_STRING)) {
             filter_.ReportValidationFault(
                 1460, kContext,
@@ -212,7 +213,9 @@ private:
             const WSQLColumnRef* column = item != nullptr ? item->asColumnRef() : nullptr;
             // One value of a field is sorted by its position: as a column the whole field would sort.
             if (column != nullptr && column->subscript == 0) order.column = column->cloneColumn();
-            return true;  // a copy of a bound column is bound
+            // A copy of a bound column is bound, as if it had been looked up.
+            if (order.column) filter_.setLastStatus(WDB_OK);
+            return true;
         }
         const std::string typed = order.column->column;
         if (!filter_.DBColumnExists(order.column.get(), select_.tables.get())) {
@@ -259,7 +262,8 @@ private:
         WSQLColumnRef* column = function.argument ? function.argument->asColumnRef() : nullptr;
         if (!isValueList) aggregates_ = true;
         if (column == nullptr) {
-            if (isCount) return true;
+            if (isCount && (!function.argument || isValue(*function.argument))) return true;
+            if (function.argument && !bindOperands(function.argument.get())) return false;
             filter_.ReportValidationFault(1592, kContext, "Column reference is required for function %s\n.",
                                           function.name);
             return false;
@@ -291,6 +295,11 @@ private:
             return false;
         }
         return true;
+    }
+
+    /// Whether rows can be counted by it: every row has it.
+    static bool isValue(const WSQLScalar& scalar) {
+        return scalar.isConstant() && !scalar.constantValue().null;
     }
 
     bool groupBy() {

@@ -15,6 +15,7 @@ Node<WSQLScalar> TreeBuilder::integer(int32_t magnitude) {
 }
 
 Node<WSQLScalar> TreeBuilder::real(double magnitude) {
+    magnitude = clampedReal(magnitude);
     return std::make_unique<WSQLFloat>(magnitude);
 }
 

@@ -1,13 +1,18 @@
 #include "src/parser/Keywords.h"
 
+#include <array>
+#include <iterator>
+#include <string_view>
+
 #include "src/parser/TreeBuilder.h"
 #include "src/parser/WSQLSymbolTable.h"
 #include "wsql.tab.h"
 
 namespace wsql {
+namespace {
 
 // "like" stands here twice; the later entry hides the earlier one and has the same code.
-const Keyword kKeywords[] = {
+constexpr Keyword kKeywordList[] = {
     {"and", T_AND},
     {"or", T_OR},
     {"not", T_NOT},
@@ -100,15 +105,37 @@ const Keyword kKeywords[] = {
     {"column", T_COLUMN},
     {"type", T_TYPE},
     {"data", T_DATA},
-    {nullptr, 0},
 };
+
+/// A keyword with what the table would have to work out at every call.
+struct PlacedKeyword {
+    std::string_view word;
+    int32_t code;
+    uint32_t bucket;
+};
+
+constexpr auto placed() {
+    std::array<PlacedKeyword, std::size(kKeywordList)> result{};
+    for (size_t i = 0; i < result.size(); ++i) {
+        const std::string_view word(kKeywordList[i].word);
+        result[i] = {word, kKeywordList[i].code, WSQLSymbolTable::bucketIgnoringCase(word)};
+    }
+    return result;
+}
+constexpr auto kPlacedKeywords = placed();
+
+}  // namespace
+
+std::span<const Keyword> keywords() {
+    return kKeywordList;
+}
 
 void loadKeywords(WSQLSymbolTable& table) {
     table.Clear();
     table.SetCopyNames(0);
     table.SetCaseSensitive(false);
-    for (const Keyword* keyword = kKeywords; keyword->code != 0; ++keyword)
-        table.Add(keyword->word, keyword->code);
+    for (const PlacedKeyword& keyword : kPlacedKeywords)
+        table.Add(keyword.word, keyword.code, keyword.bucket);
 }
 
 }  // namespace wsql

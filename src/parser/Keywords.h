@@ -1,18 +1,20 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 namespace wsql {
 
 class WSQLSymbolTable;
 
-/// One word of the language and its token code. The table ends at the first entry whose code is 0.
+/// One word of the language and its token code.
 struct Keyword {
     const char* word;  ///< lower case
     int32_t code;
 };
 
-extern const Keyword kKeywords[];
+/// All of them, in the order in which they are loaded.
+std::span<const Keyword> keywords();
 
 /// Loads the keyword table: names borrowed from the constant table, letter case ignored. What the table held
 /// before is removed.

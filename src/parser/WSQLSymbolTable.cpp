@@ -89,8 +89,11 @@ void* WSQLSymbolTable::slot() {
 
 WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
     const std::string_view text = name != nullptr ? std::string_view(name) : std::string_view();
-    const uint32_t index = hash(text);
-    auto* symbol = new (slot()) WSQLSymbol(text, code, level_, index, copyNames_ == 1);
+    return Add(text, code, hash(text));
+}
+
+WSQLSymbol* WSQLSymbolTable::Add(std::string_view name, int32_t code, uint32_t index) {
+    auto* symbol = new (slot()) WSQLSymbol(name, code, level_, index, copyNames_ == 1);
     ++used_;
     symbol->nextInBucket_ = buckets_[index];
     if (buckets_[index] != nullptr) buckets_[index]->prevInBucket_ = symbol;

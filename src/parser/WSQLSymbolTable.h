@@ -68,6 +68,16 @@ public:
     /// Puts a new symbol in front of its bucket, so that it hides older ones of the same name.
     WSQLSymbol* Add(const char* name, int32_t code);
 
+    /// The same for a name whose bucket is known: what hash() of the table as it is set would answer. The
+    /// name ends with a NUL behind the view.
+    WSQLSymbol* Add(std::string_view name, int32_t code, uint32_t bucket);
+    /// Bucket of a name in a table that ignores letter case.
+    static constexpr uint32_t bucketIgnoringCase(std::string_view name) {
+        uint32_t sum = 0;
+        for (const char c : name) sum += static_cast<unsigned char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+        return sum % kBuckets;
+    }
+
     /// The newest symbol of that name, or null. Letter case is ASCII only.
     const WSQLSymbol* Find(std::string_view name) const;
 

@@ -1,5 +1,6 @@
 #include "src/tree/WSQLNumeric.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -7,6 +8,11 @@
 #include "src/tree/TreeDump.h"
 
 namespace wsql {
+
+double clampedReal(double value) {
+    constexpr double kHighest = std::numeric_limits<double>::max();
+    return std::clamp(value, -kHighest, kHighest);
+}
 
 void appendReal(CStringBuffer& out, double value) {
     // The longest double has 309 digits before the point.

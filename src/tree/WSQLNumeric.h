@@ -39,4 +39,8 @@ private:
 /// "%.02f" with a decimal point in every locale.
 void appendReal(CStringBuffer& out, double value);
 
+/// The finite number next to it. Constants are finite, as integers end at 32 bits: a number beyond the range
+/// is its end.
+double clampedReal(double value);
+
 }  // namespace wsql

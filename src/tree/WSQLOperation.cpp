@@ -60,7 +60,7 @@ ConstantValue evaluate(char op, const ConstantValue& left, const ConstantValue& 
         result.integer = clamped(integerResult(op, left.integer, right.integer));
         result.real = result.integer;
     } else {
-        result.real = realResult(op, left.real, right.real);
+        result.real = clampedReal(realResult(op, left.real, right.real));
     }
     return result;
 }

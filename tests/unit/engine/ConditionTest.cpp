@@ -239,6 +239,46 @@ TEST(Condition, WhatNoStatementHolds) {
     EXPECT_EQ(reference.view(), "S=3") << "the records of a set";
 }
 
+namespace {
+
+class OddTest : public wsql::WSQLPredicate {
+public:
+    void toText(wsql::CStringBuffer& /*out*/) const override {}
+    void dump(wsql::TreeDump& /*out*/) const override {}
+    std::unique_ptr<wsql::WSQLCondition> clone() const override { return std::make_unique<OddTest>(); }
+};
+
+}  // namespace
+
+TEST(Condition, GuardsAgainstTreesThatNoStatementMakes) {
+    const auto faultOf = [](wsql::WSQLCondition& condition) {
+        loadArticles();
+        Request request("");
+        wsql::WSQLFilter filter(&request.data);
+        wsql::CStringBuffer text(64);
+        EXPECT_FALSE(filter.TranslateCondition(&condition, 1, nullptr, &text));
+        EXPECT_EQ(text.length(), 0);
+        return request.document();
+    };
+    const auto expected = [](const char* line, const char* text) {
+        return faultDocument("0", std::string("WSQLExecSelect:") + line, "WSQLFilter::TranslateCondition",
+                             text);
+    };
+    wsql::WSQLLikePredicate like(boundColumn("T", "", "NAME"), std::make_unique<wsql::WSQLInt>(2));
+    like.left = std::make_unique<wsql::WSQLInt>(1);
+    EXPECT_EQ(faultOf(like), expected("71", "The LIKE predicate requires a column reference as an LVALUE."));
+    OddTest odd;
+    EXPECT_EQ(faultOf(odd), expected("645", "Condition type not yet supported"));
+}
+
+TEST(Condition, NumbersEndWhereTheyEnd) {
+    for (const char* where : {"P < 1e999", "P < 1e308 * 10 * 1e308"}) {
+        const std::string text = expressionOf(std::string("SELECT A FROM T WHERE ") + where);
+        EXPECT_EQ(text.substr(0, 12), "T.P<17976931") << where;
+        EXPECT_EQ(text.size(), 4U + 309 + 3) << where;
+    }
+}
+
 TEST(Condition, SearchesRunUnderTheTablesOwnName) {
     loadArticles();
     fakeKernel().searches = true;

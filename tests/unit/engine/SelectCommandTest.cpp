@@ -43,6 +43,9 @@ TEST(SelectCommand, OneTable) {
          "constants keep the positions right"},
         {"SELECT VALUELIST(NAME, '/', 1, 2) FROM T", "wSEL  wFRL(T) FIELD(T.NAME) ",
          "the engine cuts the list itself"},
+        {"SELECT R, COUNT(P), COUNT(1) FROM T GROUP BY A",
+         "wSEL  wFRL(T) FIELD(T.R,COUNT(T.P),COUNT(*))  GROUP(T.A)",
+         "the row identifier needs no group; every row has a constant"},
         {"SELECT \"nowhere\" FROM T", "wSEL  wFRL(T) FIELD(\"nowhere\") ",
          "a quoted item that is no column is a text"},
     };
@@ -124,6 +127,18 @@ TEST(SelectCommand, ClausesOfLargerStatements) {
                                               {"", row.subselect, row.inUnion}));
         EXPECT_EQ(command.view(), row.command) << row.sql;
     }
+}
+
+TEST(SelectCommand, KnowsNoOtherJoins) {
+    const auto statement = Parser().parse("SELECT T.A FROM T, U");
+    auto* select = dynamic_cast<wsql::WSQLStmtSelect*>(statement.get());
+    ASSERT_NE(select, nullptr);
+    auto join = std::make_unique<wsql::WSQLWelkJoin>();
+    join->kind = wsql::JoinKind::kCross;
+    select->joins->append(std::move(join));
+    wsql::CStringBuffer command(256);
+    EXPECT_FALSE(
+        wsql::appendSelectCommand(command, *select, {"SEL", "SFX", "FRL", "DES"}, {"", false, false}));
 }
 
 TEST(SelectCommand, WhatSurroundsIt) {

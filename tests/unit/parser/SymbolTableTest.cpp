@@ -31,11 +31,17 @@ TEST(Keywords, AreFoundInAnyLetterCase) {
 
 TEST(Keywords, HoldNinetyTwoEntriesOfNinetyOneWords) {
     std::set<std::string> words;
-    int entries = 0;
-    for (const Keyword* keyword = kKeywords; keyword->code != 0; ++keyword, ++entries)
-        words.insert(keyword->word);
-    EXPECT_EQ(entries, 92);
+    for (const Keyword& keyword : keywords()) words.insert(keyword.word);
+    EXPECT_EQ(keywords().size(), 92u);
     EXPECT_EQ(words.size(), 91u);
+}
+
+TEST(Keywords, LieWhereTheTableWouldPutThem) {
+    WSQLSymbolTable table, byHand;
+    byHand.SetCaseSensitive(false);
+    loaded(table);
+    for (const WSQLSymbol* symbol = table.head(); symbol != nullptr; symbol = symbol->nextAll())
+        EXPECT_EQ(byHand.Add(symbol->name(), 1)->hash(), symbol->hash()) << symbol->name();
 }
 
 TEST(Keywords, LoadingAgainReplacesThem) {

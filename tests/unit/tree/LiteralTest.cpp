@@ -48,7 +48,12 @@ TEST(Literal, ValuesAndTexts) {
         {"-2.5", "-2.50", Kind::kReal, false, "filled up"},
         {"1e5", "100000.00", Kind::kReal, false, "no exponent"},
         {"2.675", "2.67", Kind::kReal, false, "rounded from the binary value"},
-        {"1e999", "inf", Kind::kReal, false, "overflow"},
+        {"1e999",
+         "179769313486231570814527423731704356798070567525844996598917476803157260780028538760589558"
+         "632766878171540458953514382464234321326889464182768467546703537516986049910576551282076245"
+         "490090389328944075868508455133942304583236903222948165808559332123348274797826204144723168"
+         "738177180919299881250404026184124858368.00",
+         Kind::kReal, false, "the highest there is"},
         {"('it''s')", "", Kind::kNone, false, "no literal: a syntax error"},
         {"(\"a\\\"b\")", "a\\\"b", Kind::kText, false, "no escape translated"},
         {"-'x'", "x", Kind::kText, false, "a sign on a text is ignored"},
