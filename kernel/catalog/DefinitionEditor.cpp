@@ -141,7 +141,7 @@ Status DefinitionEditor::setForeignKey(Slice column, Slice table, Slice referred
 
 // Whether the referred column of the base itself is its unique key is known when the definition is stored
 // only, so uniqueness is left to that moment for a base that refers to itself.
-Status DefinitionEditor::checkRule(const ReferenceRule& rule) const {
+Status DefinitionEditor::checkRule(ReferenceRule& rule) const {
     const auto place = std::find_if(current_->fields.begin(), current_->fields.end(),
                                     [&](const FieldDefinition& field) { return field.number == rule.field; });
     if (place == current_->fields.end()) return WDB_E_FIELD;
@@ -167,7 +167,10 @@ Status DefinitionEditor::checkRule(const ReferenceRule& rule) const {
         return rule.updateAction == action || rule.deleteAction == action;
     };
     if (has(WDB_ACT_SET_NULL) && place->mandatory) return WDB_E_DEFINITION;
-    return has(WDB_ACT_SET_DEFAULT) && !place->hasDefault ? WDB_E_DEFINITION : WDB_OK;
+    if (has(WDB_ACT_SET_DEFAULT) && !place->hasDefault) return WDB_E_DEFINITION;
+    rule.table = self ? current_->definition.name : other->name;
+    rule.column = referred->name;
+    return WDB_OK;
 }
 
 }  // namespace wdb

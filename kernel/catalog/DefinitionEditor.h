@@ -57,7 +57,8 @@ private:
     FieldDefinition* findField(Slice name);
     const FieldDefinition* findField(Slice name) const;
     Status checkFlags(const FieldDefinition& field) const;
-    Status checkRule(const ReferenceRule& rule) const;
+    // Also gives the rule the names as the referred base spells them.
+    Status checkRule(ReferenceRule& rule) const;
     // The definition that the current one and the base-level values of a record make.
     Result<BaseDefinition> assemble(const WdbBaseDef& record) const;
     Status createNew(BaseDefinition next, const Actor& actor, const Locations& locations,

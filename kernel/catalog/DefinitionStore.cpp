@@ -76,7 +76,7 @@ Result<BaseDefinition> DefinitionEditor::assemble(const WdbBaseDef& record) cons
         return Status{WDB_E_DEFINITION};
     }
     next.schema = std::make_shared<const Schema>(current.fields, next.uniqueKey);
-    for (const ReferenceRule& rule : next.rules) {
+    for (ReferenceRule& rule : next.rules) {
         WDB_TRY(checkRule(rule));
         if (!equalsIgnoreCase(rule.table, next.name)) continue;
         const FieldDefinition* referred = next.schema->find(trimName(rule.column));

@@ -12,6 +12,7 @@ using namespace catalog_layout;
 namespace {
 
 constexpr std::chrono::milliseconds kCreatePatience{10000};
+constexpr std::chrono::milliseconds kRepairPatience{2000};
 const char* const kDefaultBases = "WELKSQL_BASES";
 
 }  // namespace
@@ -154,9 +155,14 @@ void SystemDirectory::replaceEntries(Entries entries) {
         }
     }
     entries_ = std::move(entries);
+    referrers_.clear();
+    for (const auto& [name, entry] : entries_) {
+        for (const ReferenceRule& rule : entry.definition->rules)
+            referrers_[foldName(rule.table)].push_back({entry.definition, rule});
+    }
 }
 
-Result<std::shared_ptr<OpenBase>> SystemDirectory::find(Slice name) {
+Result<std::shared_ptr<OpenBase>> SystemDirectory::find(Slice name, const WriterHold* hold) {
     const std::string key = foldName(name);
     for (int attempt = 0; attempt < 2; ++attempt) {
         {
@@ -168,7 +174,7 @@ Result<std::shared_ptr<OpenBase>> SystemDirectory::find(Slice name) {
             }
         }
         WDB_TRY(refresh());
-        auto base = openBase(key);
+        auto base = openBase(key, hold);
         // Between reading the names and opening them the files may have been replaced: look at the names
         // again.
         if (base || base.status() == WDB_E_BASE || attempt > 0) return base;
@@ -176,7 +182,7 @@ Result<std::shared_ptr<OpenBase>> SystemDirectory::find(Slice name) {
     return Status{WDB_E_BASE};
 }
 
-Result<std::shared_ptr<OpenBase>> SystemDirectory::openBase(const std::string& key) {
+Result<std::shared_ptr<OpenBase>> SystemDirectory::openBase(const std::string& key, const WriterHold* hold) {
     std::shared_ptr<const BaseDefinition> definition;
     {
         const std::shared_lock lock(mutex_);
@@ -191,7 +197,7 @@ Result<std::shared_ptr<OpenBase>> SystemDirectory::openBase(const std::string& k
         const auto live = directory.lock();
         return live == nullptr ? WDB_OK : live->ensureCurrent();
     });
-    if (!ok((*base)->useIndex())) WDB_TRY(repairIndex(**base));
+    if (!ok((*base)->useIndex())) WDB_TRY(repairIndex(**base, hold));
     const std::unique_lock lock(mutex_);
     const auto place = entries_.find(key);
     if (place == entries_.end() || place->second.definition->id != definition->id) return Status{WDB_E_BASE};
@@ -202,15 +208,19 @@ Result<std::shared_ptr<OpenBase>> SystemDirectory::openBase(const std::string& k
     return place->second.base;
 }
 
-Status SystemDirectory::repairIndex(OpenBase& base) {
-    const auto hold = lock_->acquire(std::chrono::milliseconds(2000));
-    if (!hold) return hold.status();
+Status SystemDirectory::repairIndex(OpenBase& base, const WriterHold* hold) {
+    WriterHold own;
+    if (hold == nullptr) {
+        auto acquired = lock_->acquire(kRepairPatience);
+        if (!acquired) return acquired.status();
+        own = std::move(*acquired);
+    }
     // Somebody may have built the files, or new ones under other names, while the lock was waited for.
     WDB_TRY(refresh());
     const auto now = definition(base.definition()->name);
     if (!now) return now.status();
     if (ok(base.refresh(*now)) && ok(base.useIndex())) return WDB_OK;
-    return buildIndex(base, *hold);
+    return buildIndex(base, hold == nullptr ? own : *hold);
 }
 
 Status SystemDirectory::ensureCurrent() {
@@ -227,6 +237,14 @@ Result<std::shared_ptr<const BaseDefinition>> SystemDirectory::definition(Slice 
     const auto place = entries_.find(foldName(name));
     if (place == entries_.end()) return Status{WDB_E_BASE};
     return place->second.definition;
+}
+
+Result<std::vector<Referrer>> SystemDirectory::referrers(Slice name) {
+    WDB_TRY(ensureCurrent());
+    const std::shared_lock lock(mutex_);
+    if (referrers_.empty()) return std::vector<Referrer>();
+    const auto place = referrers_.find(foldName(name));
+    return place == referrers_.end() ? std::vector<Referrer>() : place->second;
 }
 
 Result<std::vector<std::shared_ptr<const BaseDefinition>>> SystemDirectory::definitions() {

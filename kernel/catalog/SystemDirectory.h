@@ -25,6 +25,12 @@ struct UserRecord {
     uint32_t rights = 0;       // WDB_USER_...
 };
 
+// A rule of a base, seen from the base that it refers to.
+struct Referrer {
+    std::shared_ptr<const BaseDefinition> base;  // the referring one
+    ReferenceRule rule;
+};
+
 struct DirectoryOptions {
     bool create = false;  // make the catalogue when there is none, with `owner` as administrator
     bool readOnly = false;
@@ -48,10 +54,13 @@ public:
 
     // --- bases ---
     // The open base of that name, as the catalogue has it now: one atomic load when nothing changed.
-    // WDB_E_BASE when there is none.
-    Result<std::shared_ptr<OpenBase>> find(Slice name);
+    // WDB_E_BASE when there is none. `hold`: the writer's lock, from a caller that has it; index files that
+    // are to be built anew are built under it.
+    Result<std::shared_ptr<OpenBase>> find(Slice name, const WriterHold* hold = nullptr);
     // Its definition without opening files. WDB_E_BASE.
     Result<std::shared_ptr<const BaseDefinition>> definition(Slice name);
+    // The rules of all bases, its own ones included, that refer to a base, by the referring base's name.
+    Result<std::vector<Referrer>> referrers(Slice name);
     // All definitions by name.
     Result<std::vector<std::shared_ptr<const BaseDefinition>>> definitions();
 
@@ -98,6 +107,8 @@ private:
         std::shared_ptr<OpenBase> base;  // when somebody asked for it
     };
     using Entries = std::map<std::string, Entry, std::less<>>;  // by foldName
+    using Referrers =
+        std::map<std::string, std::vector<Referrer>, std::less<>>;  // by foldName of the referred
     using Texts = std::map<std::string, std::string, std::less<>>;
 
     SystemDirectory() = default;
@@ -113,8 +124,8 @@ private:
     Status readEntries(const Txn& txn, Entries& entries) const;
     Status readSettings(const Txn& txn, Texts& settings) const;
     void replaceEntries(Entries entries);
-    Result<std::shared_ptr<OpenBase>> openBase(const std::string& key);
-    Status repairIndex(OpenBase& base);
+    Result<std::shared_ptr<OpenBase>> openBase(const std::string& key, const WriterHold* hold);
+    Status repairIndex(OpenBase& base, const WriterHold* hold);
 
     // A change of the catalogue: `change` fills the transaction, which is then committed between two steps of
     // the version.
@@ -132,6 +143,7 @@ private:
     mutable std::shared_mutex mutex_;  // guards what follows
     uint64_t cachedVersion_ = 1;       // version under which the rest was read; odd: none
     Entries entries_;
+    Referrers referrers_;
     Texts settings_;
 };
 

@@ -71,7 +71,7 @@ Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& b
 Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& given,
                   const WriterHold& hold) {
     // Under the lock nobody renames index files any more; take the names that hold now.
-    const auto found = directory.find(given->definition()->name);
+    const auto found = directory.find(given->definition()->name, &hold);
     if (!found) return found.status();
     const auto& base = *found;
     const auto definition = base->definition();

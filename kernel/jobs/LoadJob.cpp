@@ -17,8 +17,11 @@ constexpr uint64_t kBulkRecords = 2048;
 // base held before. A change of a record that was handed on makes that work void: the queue knows better
 // then.
 struct LoadJob::State : LoadSink {
-    State(std::shared_ptr<SystemDirectory> home, std::shared_ptr<OpenBase> target, WriterHold hold)
-        : directory(std::move(home)), base(std::move(target)), unit(std::move(hold)) {}
+    State(std::shared_ptr<SystemDirectory> home, std::shared_ptr<OpenBase> target, WriterHold hold,
+          bool alone)
+        : directory(std::move(home)),
+          base(std::move(target)),
+          unit(std::move(hold), alone ? nullptr : directory) {}
 
     Status stored(RecordNumber number, const RecordView& record) override;
     void disturbed() override {
@@ -61,7 +64,11 @@ LoadJob::~LoadJob() = default;
 
 Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory> directory,
                                                 std::shared_ptr<OpenBase> base, WriterHold hold) {
-    auto state = std::make_unique<State>(std::move(directory), std::move(base), std::move(hold));
+    // Rules of other bases may have their records change with those of this one.
+    const auto referrers = directory->referrers(base->definition()->name);
+    if (!referrers) return referrers.status();
+    auto state =
+        std::make_unique<State>(std::move(directory), std::move(base), std::move(hold), referrers->empty());
     const Result<UnitBase*> unitBase = state->unit.base(state->base, state.get());
     if (!unitBase) return unitBase.status();
     state->unitBase = *unitBase;

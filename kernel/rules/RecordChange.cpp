@@ -2,56 +2,12 @@
 
 #include <algorithm>
 
+#include "kernel/rules/RecordContents.h"
 #include "kernel/rules/UniqueKeys.h"
 
 namespace wdb {
 
 namespace {
-
-// `item(part, field)` hands out the one item of an object's field.
-template <typename Item>
-std::vector<ObjectReference> collectObjects(const Schema& schema, size_t parts, Item item) {
-    std::vector<ObjectReference> objects;
-    for (const FieldDefinition& field : schema.fields()) {
-        if (field.type != FieldType::String) continue;
-        for (PartNumber part = 0; part <= parts; ++part) {
-            if (const auto reference = ObjectReference::decode(item(part, field.number)))
-                objects.push_back(*reference);
-        }
-    }
-    return objects;
-}
-
-std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordView& record) {
-    return collectObjects(schema, record.partCount(), [&](PartNumber part, FieldNumber field) {
-        return record.items(part, field).first();
-    });
-}
-
-std::vector<ObjectReference> objectsOf(const Schema& schema, RecordData& record) {
-    return collectObjects(schema, record.parts.size(), [&](PartNumber part, FieldNumber field) {
-        const FieldValues* values = record.fields(part)->find(field);
-        return values == nullptr || values->items.empty() ? Slice() : Slice(values->items.front());
-    });
-}
-
-bool hasValue(const FieldsData& fields, FieldNumber field) {
-    const FieldValues* values = fields.find(field);
-    return values != nullptr &&
-           std::ranges::any_of(values->items, [](const std::string& item) { return !item.empty(); });
-}
-
-// In the head or in a part.
-bool hasValue(const RecordData& record, FieldNumber field) {
-    return hasValue(record.head, field) ||
-           std::ranges::any_of(record.parts, [&](const FieldsData& part) { return hasValue(part, field); });
-}
-
-Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number) {
-    const auto image = reader.image(number);
-    if (!image) return image.status();
-    return RecordView::validate(*image);
-}
 
 Status storeObject(BaseWriter& writer, const ObjectSpool& bytes, ObjectReference& reference) {
     reference = {writer.newObject(), bytes.size(), static_cast<uint32_t>(kObjectChunk)};
@@ -67,11 +23,12 @@ Status storeObject(BaseWriter& writer, const ObjectSpool& bytes, ObjectReference
 }  // namespace
 
 RecordPut::RecordPut(UnitBase& base, RecordData& record, RecordNumber number,
-                     std::span<const PendingObject> objects)
-    : base_(&base), record_(&record), number_(number), objects_(objects) {}
+                     std::span<const PendingObject> objects, RuleContext& context)
+    : base_(&base), record_(&record), number_(number), objects_(objects), context_(&context) {}
 
 Status RecordPut::check(const ChangedByOthers& changed) {
-    Status status = number_ == 0 ? fillDefaults() : readStored(changed);
+    Status status = number_ == 0 ? checkWanted() : readStored(changed);
+    if (ok(status) && number_ == 0) status = fillDefaults();
     if (ok(status)) {
         record_->trim();
         status = checkMandatory();
@@ -80,8 +37,15 @@ Status RecordPut::check(const ChangedByOthers& changed) {
         keysAfter_ = keysOf(*base_->definition, *record_);
         status = checkKeys(*base_->writer, keysAfter_, number_);
     }
-    if (!ok(status)) undoDefaults();
+    if (ok(status)) status = checkRules();
+    if (!ok(status)) undo();
     return status;
+}
+
+Status RecordPut::checkWanted() const {
+    if (wanted_ == 0) return WDB_OK;
+    const Status used = base_->writer->image(wanted_).status();
+    return used == WDB_OK || used == WDB_E_DELETED ? WDB_E_DUPLICATE : used == WDB_FAIL ? WDB_OK : used;
 }
 
 Status RecordPut::readStored(const ChangedByOthers& changed) {
@@ -104,7 +68,19 @@ Status RecordPut::fillDefaults() {
     return WDB_OK;
 }
 
-void RecordPut::undoDefaults() {
+Status RecordPut::checkRules() {
+    const auto concern = ReferentialActions::concern(*context_, *base_->definition);
+    if (!concern || !*concern) return concern.status();
+    actions_.emplace(*context_);
+    if (number_ == 0) return actions_->plan(*base_, 0, {}, record_, {}, keysAfter_);
+    const auto image = base_->writer->image(number_);
+    if (!image) return image.status();
+    asHandedIn_ = *record_;
+    return actions_->plan(*base_, number_, *image, record_, keysBefore_, keysAfter_);
+}
+
+void RecordPut::undo() {
+    if (asHandedIn_) *record_ = std::move(*asHandedIn_);
     for (const FieldNumber field : filled_) record_->head.erase(field);
     filled_.clear();
 }
@@ -146,18 +122,18 @@ Status RecordPut::write() {
     auto image = encodeRecord(*record_, commit_);
     if (!image) return image.status();
     if (number_ == 0) {
-        const auto number = base_->writer->newRecord();
+        const auto number = base_->writer->newRecord(wanted_);
         if (!number) return number.status();
         number_ = *number;
     }
-    WDB_TRY(storeKeys(*base_->writer, keysBefore_, keysAfter_, number_));
-    if (const FieldDefinition* serial = base_->definition->schema->serial()) {
-        const FieldValues* values = record_->head.find(serial->number);
-        if (values != nullptr && !values->items.empty() && values->items.front().size() == 8) {
-            base_->writer->noteSerial(decodeInteger(values->items.front()));
-        }
+    if (actions_) {
+        WDB_TRY(actions_->dropKeys());
+        keysAfter_ = actions_->keys();
     }
+    WDB_TRY(storeKeys(*base_->writer, keysBefore_, keysAfter_, number_));
+    noteSerial(*base_->writer, *base_->definition->schema, *record_);
     WDB_TRY(base_->put(number_, *image));
+    if (actions_) WDB_TRY(actions_->write());
     image_ = std::move(*image);
     return WDB_OK;
 }
@@ -167,13 +143,17 @@ Status RecordDelete::check() {
     if (!stored) return stored.status();
     keys_ = keysOf(*base_->definition, *stored);
     objects_ = objectsOf(*base_->definition->schema, *stored);
-    return WDB_OK;
+    const auto concern = ReferentialActions::concern(*context_, *base_->definition);
+    if (!concern || !*concern) return concern.status();
+    return actions_.emplace(*context_).plan(*base_, number_, stored->image(), nullptr, keys_, {});
 }
 
 Status RecordDelete::write() {
+    if (actions_) WDB_TRY(actions_->dropKeys());
     WDB_TRY(storeKeys(*base_->writer, keys_, {}, number_));
     for (const ObjectReference& object : objects_) WDB_TRY(base_->writer->dropObject(object.id));
-    return base_->remove(number_);
+    WDB_TRY(base_->remove(number_));
+    return actions_ ? actions_->write() : WDB_OK;
 }
 
 }  // namespace wdb

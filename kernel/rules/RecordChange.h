@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "kernel/record/ObjectSpool.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/record/Value.h"
+#include "kernel/rules/ReferentialActions.h"
 
 namespace wdb {
 
@@ -28,16 +30,18 @@ using ChangedByOthers = std::function<bool(uint64_t commit)>;
 // be dropped as a whole.
 //
 // check, in this order: the stored record is still the one that was read; defaults and serial numbers of a
-// new record; empty items at the end dropped; mandatory fields; unique keys. write: large objects, keys, the
-// image with its queue entry.
+// new record; empty items at the end dropped; mandatory fields; unique keys; the rules that lead to other
+// records. write: large objects, keys, the image with its queue entry, the records that rules change.
 class RecordPut {
 public:
     // `number` 0 stores a new record. All arguments outlive the put.
-    RecordPut(UnitBase& base, RecordData& record, RecordNumber number,
-              std::span<const PendingObject> objects);
+    RecordPut(UnitBase& base, RecordData& record, RecordNumber number, std::span<const PendingObject> objects,
+              RuleContext& context);
+    // Stores a new record under this number instead of the next one: WDB_E_DUPLICATE when it was used before.
+    void under(RecordNumber number) { wanted_ = number; }
 
     // WDB_E_CHANGED, WDB_E_DELETED, WDB_E_MANDATORY, WDB_E_DUPLICATE, WDB_E_VALUE (serial numbers used up),
-    // storage errors.
+    // what ReferentialActions::plan answers, storage errors.
     Status check(const ChangedByOthers& changed);
     Status write();
 
@@ -47,17 +51,23 @@ public:
     std::string takeImage() { return std::move(image_); }
 
 private:
+    Status checkWanted() const;
     Status readStored(const ChangedByOthers& changed);
     Status fillDefaults();
     Status checkMandatory() const;
+    Status checkRules();
     Status storeObjects();
-    void undoDefaults();
+    void undo();
 
     UnitBase* base_;
     RecordData* record_;
     RecordNumber number_;
     std::span<const PendingObject> objects_;
-    std::vector<FieldNumber> filled_;  // fields that got a default or a serial number
+    RuleContext* context_;
+    RecordNumber wanted_ = 0;
+    std::vector<FieldNumber> filled_;       // fields that got a default or a serial number
+    std::optional<RecordData> asHandedIn_;  // when rules may change the record itself
+    std::optional<ReferentialActions> actions_;
     std::vector<std::string> keysBefore_;
     std::vector<std::string> keysAfter_;
     std::vector<ObjectReference> objectsBefore_;  // of the stored record
@@ -68,14 +78,17 @@ private:
 // Deletes one record with its keys and objects in a write unit; check and write as above.
 class RecordDelete {
 public:
-    RecordDelete(UnitBase& base, RecordNumber number) : base_(&base), number_(number) {}
-    // WDB_FAIL, WDB_E_DELETED when there is nothing to delete.
+    RecordDelete(UnitBase& base, RecordNumber number, RuleContext& context)
+        : base_(&base), number_(number), context_(&context) {}
+    // WDB_FAIL, WDB_E_DELETED when there is nothing to delete; what ReferentialActions::plan answers.
     Status check();
     Status write();
 
 private:
     UnitBase* base_;
     RecordNumber number_;
+    RuleContext* context_;
+    std::optional<ReferentialActions> actions_;
     std::vector<std::string> keys_;
     std::vector<ObjectReference> objects_;
 };

@@ -8,14 +8,6 @@ namespace wdb {
 
 namespace {
 
-void addKey(const FieldDefinition& field, Slice item, std::vector<std::string>& keys) {
-    if (item.empty()) return;
-    const ValueKey key = valueKey(field.type, item);
-    if (key.bytes.empty()) return;
-    keys.push_back(uniqueKey(field.number, key.bytes, key.cut,
-                             key.cut ? wholeValueKey(field.type, item) : std::string()));
-}
-
 // `items(part, field, visit)` hands out the items of a field of a part.
 template <typename Items>
 std::vector<std::string> collect(const BaseDefinition& definition, PartNumber parts, Items items) {
@@ -23,7 +15,9 @@ std::vector<std::string> collect(const BaseDefinition& definition, PartNumber pa
     for (const FieldDefinition& field : definition.schema->fields()) {
         if (!isUniqueField(definition, field)) continue;
         for (PartNumber part = 0; part <= parts; ++part) {
-            items(part, field.number, [&](Slice item) { addKey(field, item, keys); });
+            items(part, field.number, [&](Slice item) {
+                if (std::string key = keyOf(field, item); !key.empty()) keys.push_back(std::move(key));
+            });
         }
     }
     std::ranges::sort(keys);
@@ -35,6 +29,14 @@ std::vector<std::string> collect(const BaseDefinition& definition, PartNumber pa
 
 bool isUniqueField(const BaseDefinition& definition, const FieldDefinition& field) {
     return field.key || field.number == definition.uniqueKey;
+}
+
+std::string keyOf(const FieldDefinition& field, Slice item) {
+    if (item.empty()) return {};
+    const ValueKey key = valueKey(field.type, item);
+    if (key.bytes.empty()) return {};
+    return uniqueKey(field.number, key.bytes, key.cut,
+                     key.cut ? wholeValueKey(field.type, item) : std::string());
 }
 
 std::vector<std::string> keysOf(const BaseDefinition& definition, const RecordView& record) {

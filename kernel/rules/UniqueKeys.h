@@ -13,6 +13,9 @@ namespace wdb {
 // Whether values of the field must be unused by other records: the unique key, and fields marked as keys.
 bool isUniqueField(const BaseDefinition& definition, const FieldDefinition& field);
 
+// The entry of the table of keys that a value of a field makes; empty for a value that has none.
+std::string keyOf(const FieldDefinition& field, Slice item);
+
 // The entries of the table of keys that a record has: one per different value of its unique fields, compared
 // as `=` compares (PHRASE normalised, numbers as numbers). Sorted, no key twice. Empty items have none.
 std::vector<std::string> keysOf(const BaseDefinition& definition, const RecordView& record);

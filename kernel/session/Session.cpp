@@ -3,6 +3,7 @@
 #include "kernel/common/Ascii.h"
 #include "kernel/jobs/IndexJob.h"
 #include "kernel/rules/RecordChange.h"
+#include "kernel/session/UnitRules.h"
 
 namespace wdb {
 
@@ -165,16 +166,19 @@ Status Session::removePart(RecordControl& control, int32_t part) {
     return WDB_OK;
 }
 
-Status Session::putRecord(RecordControl& control) {
+Status Session::putRecord(RecordControl& control, RecordNumber wanted) {
     if (!control.attached() || control.deleted) return WDB_E_NO_RECORD;
     if (control.listed || !control.writable) return WDB_E_READ_ONLY;
     if (!mayWrite(*control.definition)) return WDB_E_RIGHT;
+    if (wanted != 0 && control.record.number() != 0) return WDB_E_ARGUMENT;
     if (!control.record.any()) control.record.makeNew();
     const auto base = writer.begin(control.base, statuses.top());
     if (!base) return base.status();
     SessionWriter::Scope write(writer);
     const auto objects = control.record.pendingObjects();
-    RecordPut put(**base, control.record.data(), control.record.number(), objects);
+    UnitRules rules(*this);
+    RecordPut put(**base, control.record.data(), control.record.number(), objects, rules);
+    put.under(wanted);
     const auto changed = [&](uint64_t commit) {
         return commit > control.record.version() && commit != (*base)->writer->commitNumber() &&
                !writer.isOwnCommit(control.base->id(), commit);
@@ -196,7 +200,8 @@ Status Session::deleteRecord(RecordControl& control) {
     const auto base = writer.begin(control.base, statuses.top());
     if (!base) return base.status();
     SessionWriter::Scope write(writer);
-    RecordDelete removal(**base, control.record.number());
+    UnitRules rules(*this);
+    RecordDelete removal(**base, control.record.number(), rules);
     Status status = removal.check();
     const bool writing = ok(status);
     if (writing) status = removal.write();

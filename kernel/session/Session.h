@@ -97,7 +97,8 @@ public:
     Status addPart(RecordControl& control);
     // Removes a part. Cursors on it die; the others, and the current part, stay with their parts.
     Status removePart(RecordControl& control, int32_t part);
-    Status putRecord(RecordControl& control);
+    // Stores the control's record; a new one under the number `wanted` when that is not 0.
+    Status putRecord(RecordControl& control, RecordNumber wanted = 0);
     Status deleteRecord(RecordControl& control);
 
     // An index job of kind 2 in the background.

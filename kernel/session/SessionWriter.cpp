@@ -74,6 +74,23 @@ Status SessionWriter::end(Status status, bool torn) {
     return owner_ == 0 ? commitUnit() : status;
 }
 
+UnitBase* SessionWriter::joined(const OpenBase& base) const {
+    const SessionUnit* unit = openUnit();
+    return unit == nullptr ? nullptr : unit->find(base);
+}
+
+Result<UnitBase*> SessionWriter::join(const std::shared_ptr<OpenBase>& base) {
+    SessionUnit* unit = openUnit();
+    if (unit == nullptr) return WDB_E_STORAGE;
+    if (unit->find(*base) == nullptr) snapshots_->drop(*base);
+    return unit->base(base);
+}
+
+const WriterHold* SessionWriter::hold() const {
+    SessionUnit* unit = openUnit();
+    return unit == nullptr ? nullptr : &unit->unit().hold();
+}
+
 UnitBase* SessionWriter::unitBase(const OpenBase& base) const {
     return unit_ == nullptr ? nullptr : unit_->find(base);
 }

@@ -51,6 +51,12 @@ public:
         SessionWriter* writer_;
     };
 
+    // For rules, between begin() and end(): the base's part of the unit or load, or null; a further base that
+    // is to be written to; the lock.
+    UnitBase* joined(const OpenBase& base) const;
+    Result<UnitBase*> join(const std::shared_ptr<OpenBase>& base);
+    const WriterHold* hold() const;
+
     // The session's uncommitted writes to a base that searches see, or null.
     UnitBase* unitBase(const OpenBase& base) const;
     // The load's writer of this base, or null.
@@ -75,6 +81,7 @@ public:
     bool isOwnCommit(BaseId base, uint64_t commit) const { return own_.contains(base, commit); }
 
 private:
+    SessionUnit* openUnit() const { return load_ != nullptr ? &load_->unit() : unit_.get(); }
     Status commitUnit();
 
     std::shared_ptr<SystemDirectory> directory_;

@@ -26,6 +26,9 @@ inline constexpr uint32_t kBaseFormat = 1;
 // Bytes of a large object per chunk: sixteen pages less the storage's header.
 inline constexpr size_t kObjectChunk = 16 * 4096 - 16;
 
+// Unused numbers in a row that a range of the queue may run over.
+inline constexpr RecordNumber kRangeGap = 1024;
+
 // The numbers that a base file keeps about itself.
 struct BaseMeta {
     uint32_t format = kBaseFormat;
@@ -108,8 +111,9 @@ public:
     // The number that records stored by this transaction carry in their images.
     uint64_t commitNumber() const { return meta_.commit + (changed_ ? 0 : 1); }
 
-    // The next record number. WDB_E_STORAGE when the 32 bits are used up.
-    Result<RecordNumber> newRecord();
+    // The next record number, or the wanted one, which makes those between never hold a record unless
+    // somebody wants them. WDB_E_STORAGE when the 31 bits are used up.
+    Result<RecordNumber> newRecord(RecordNumber wanted = 0);
     // The next serial number is highest + 1; noteSerial raises the highest.
     int64_t serialHigh() const { return meta_.serialHigh; }
     void noteSerial(int64_t value);
@@ -118,8 +122,8 @@ public:
     Result<Position> put(RecordNumber number, Slice image);
     // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
     Result<Position> remove(RecordNumber number);
-    // Stores a new record of a load. All of them share one queue entry, whose position is taken by the first
-    // one; it is written by commit(). Numbers ascend; gaps between them never hold a record.
+    // Stores a new record of a load. They share one queue entry, whose position is taken by the first one; it
+    // is written by commit(), or when a wide gap in the numbers, which ascend, begins another one.
     Status putInRange(RecordNumber number, Slice image);
 
     // Keys: setKey answers WDB_E_DUPLICATE when another record has it.

@@ -15,10 +15,13 @@ using namespace base_table;
 BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta)
     : BaseReader(txn_), txn_(std::move(txn)), meta_(meta), before_(meta) {}
 
-Result<RecordNumber> BaseWriter::newRecord() {
-    if (meta_.nextRecord == std::numeric_limits<RecordNumber>::max()) return Status{WDB_E_STORAGE};
+Result<RecordNumber> BaseWriter::newRecord(RecordNumber wanted) {
+    constexpr RecordNumber kHighest = std::numeric_limits<int32_t>::max();  // callers get them as int32_t
+    const RecordNumber number = wanted == 0 ? meta_.nextRecord : wanted;
+    if (number > kHighest) return Status{WDB_E_STORAGE};
     metaChanged_ = true;
-    return meta_.nextRecord++;
+    meta_.nextRecord = std::max(meta_.nextRecord, number + 1);
+    return number;
 }
 
 void BaseWriter::noteSerial(int64_t value) {
@@ -75,6 +78,7 @@ Status BaseWriter::putInRange(RecordNumber number, Slice image) {
     WDB_TRY(txn_.put(kRecords, number, image, PutMode::Append));
     change();
     ++meta_.liveCount;
+    if (range_.position != 0 && number - range_.last > kRangeGap) WDB_TRY(writeRange());
     if (range_.position == 0) range_ = {meta_.nextSequence++, ChangeKind::Range, number, number, 0, {}};
     range_.last = number;
     rangeBytes_ += image.size();

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "kernel/common/Status.h"
+#include "kernel/record/RecordImage.h"
+#include "kernel/record/Value.h"
+#include "kernel/storage/BaseFile.h"
+
+namespace wdb {
+
+// What rules want to know of one record.
+
+// A stored record that is not deleted: as BaseReader::image, and WDB_E_CORRUPT.
+Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number);
+// The large objects of a record, its parts included.
+std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordView& record);
+std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordData& record);
+// Whether the head or a part has a value of the field.
+bool hasValue(const RecordData& record, FieldNumber field);
+// The items of a field in head and parts; empty ones too.
+using ItemVisitor = std::function<void(PartNumber part, size_t place, std::string& item)>;
+void forEachItem(RecordData& record, FieldNumber field, const ItemVisitor& visit);
+// Tells the base of the highest serial number that it has seen.
+void noteSerial(BaseWriter& writer, const Schema& schema, const RecordData& record);
+
+}  // namespace wdb
