@@ -89,6 +89,7 @@ bool isPlainQuery(const WSQLStmtSelect& query) {
 
 bool holdsFunction(const WSQLScalar& scalar) {
     const WSQLScalar* item = &scalar;
+    if (item->asColumnRef() != nullptr) return false;
     while (const auto* operation = dynamic_cast<const WSQLOperation*>(item)) {
         if (holdsFunction(*operation->right())) return true;
         item = operation->left();

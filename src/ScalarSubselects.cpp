@@ -33,7 +33,9 @@ bool evaluateSubselect(WSQLFilter& filter, WSQLLiteralSelect& query) {
 
 bool evaluateSubselects(WSQLFilter& filter, WSQLStmtSelect& select) {
     for (std::int32_t i = 0; i < select.itemCount(); ++i) {
-        auto* query = dynamic_cast<WSQLLiteralSelect*>(select.item(i));
+        WSQLScalar& item = elementAt(select.items(), i);
+        if (item.asColumnRef() != nullptr) continue;
+        auto* query = dynamic_cast<WSQLLiteralSelect*>(&item);
         if (query != nullptr && !evaluateSubselect(filter, *query)) return false;
     }
     return true;

@@ -148,7 +148,14 @@ bool WSQLFilter::UseZeroSearchSets() {
     const CommandWord define(*this, "DEF");
     const CommandWord minimum(*this, "MIN");
     const CommandWord find(*this, "FIN");
-    const std::int32_t status = ExecuteCCL("%s %s %s=0", define.text(), find.text(), minimum.text());
+    CStringBuffer command(64);
+    command.append(define.text());
+    command.append(' ');
+    command.append(find.text());
+    command.append(' ');
+    command.append(minimum.text());
+    command.append("=0");
+    const std::int32_t status = ExecuteCommand(command.text());
     if (!WDB_SUCCESS(status)) {
         ReportKernelError(status, "WSQLFilter", "UseZeroSearchSets");
         return false;

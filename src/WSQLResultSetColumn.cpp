@@ -126,7 +126,8 @@ void writeText(TextWriter& writer, CStringBuffer& out, const CharacterSet& set, 
 WSQLResultSetColumn WSQLResultSetColumn::ofItem(std::int32_t id, const WSQLScalar& item,
                                                 const WSQLStmtSelect& select) {
     WSQLResultSetColumn result;
-    const auto* query = dynamic_cast<const WSQLLiteralSelect*>(&item);
+    const WSQLColumnRef* column = item.asColumnRef();
+    const auto* query = column == nullptr ? dynamic_cast<const WSQLLiteralSelect*>(&item) : nullptr;
     if (query != nullptr && query->select->item(0) != nullptr) {
         // A value like its column's, but of no row in particular: it may be missing and is no key.
         result = ofItem(id, query->select->itemAt(0), *query->select);
@@ -137,7 +138,7 @@ WSQLResultSetColumn WSQLResultSetColumn::ofItem(std::int32_t id, const WSQLScala
     }
     result.id = id;
     result.label = item.label;
-    if (const WSQLColumnRef* column = item.asColumnRef()) {
+    if (column != nullptr) {
         fromColumn(result, *column, select);
     } else if (const WSQLFunctionRef* function = item.asFunctionRef()) {
         fromFunction(result, *function);

@@ -90,7 +90,11 @@ private:
 
     bool expandAll() {
         for (std::int32_t i = select_.itemCount() - 1; i >= 0; --i) {
-            if (dynamic_cast<WSQLAllColumns*>(select_.item(i)) == nullptr || select_.expandItem(i)) continue;
+            WSQLScalar& item = elementAt(select_.items(), i);
+            if (item.asColumnRef() != nullptr || dynamic_cast<WSQLAllColumns*>(&item) == nullptr ||
+                select_.expandItem(i)) {
+                continue;
+            }
             filter_.ReportValidationFault(1364, kContext, "Failed to expand column #%d.", i + 1);
             return false;
         }

@@ -1,8 +1,7 @@
 #include "src/parser/Keywords.h"
 
-#include <array>
 #include <iterator>
-#include <string_view>
+#include <utility>
 
 #include "src/parser/TreeBuilder.h"
 #include "src/parser/WSQLSymbolTable.h"
@@ -107,22 +106,39 @@ constexpr Keyword kKeywordList[] = {
     {"data", T_DATA},
 };
 
-/// A keyword with what the table would have to work out at every call.
-struct PlacedKeyword {
-    std::string_view word;
-    int32_t code;
-    uint32_t bucket;
-};
-
-constexpr auto placed() {
-    std::array<PlacedKeyword, std::size(kKeywordList)> result{};
-    for (size_t i = 0; i < result.size(); ++i) {
-        const std::string_view word(kKeywordList[i].word);
-        result[i] = {word, kKeywordList[i].code, WSQLSymbolTable::bucketIgnoringCase(word)};
+/// The keywords as a table links them: the newest, which is the last one, in front.
+class KeywordSymbols {
+public:
+    constexpr KeywordSymbols() : KeywordSymbols(std::make_index_sequence<kCount>()) {}
+    constexpr WSQLSymbolImage image() const {
+        WSQLSymbolImage result;
+        result.head = &symbols_[kCount - 1];
+        for (size_t i = 0; i < kCount; ++i) result.buckets[bucket(i)] = &symbols_[i];
+        return result;
     }
-    return result;
-}
-constexpr auto kPlacedKeywords = placed();
+
+private:
+    static constexpr size_t kCount = std::size(kKeywordList);
+
+    template <size_t... kIndex>
+    constexpr explicit KeywordSymbols(std::index_sequence<kIndex...> /*all*/)
+        : symbols_{WSQLSymbol(kKeywordList[kIndex].word, kKeywordList[kIndex].code, bucket(kIndex),
+                              olderInBucket(kIndex), kIndex > 0 ? symbols_ + kIndex - 1 : nullptr)...} {}
+
+    static constexpr uint32_t bucket(size_t index) {
+        return WSQLSymbolTable::bucketIgnoringCase(kKeywordList[index].word);
+    }
+    constexpr const WSQLSymbol* olderInBucket(size_t index) const {
+        for (size_t i = index; i-- > 0;) {
+            if (bucket(i) == bucket(index)) return symbols_ + i;
+        }
+        return nullptr;
+    }
+
+    WSQLSymbol symbols_[kCount];
+};
+constexpr KeywordSymbols kKeywordSymbols;
+constexpr WSQLSymbolImage kKeywordImage = kKeywordSymbols.image();
 
 }  // namespace
 
@@ -131,11 +147,9 @@ std::span<const Keyword> keywords() {
 }
 
 void loadKeywords(WSQLSymbolTable& table) {
-    table.Clear();
     table.SetCopyNames(0);
     table.SetCaseSensitive(false);
-    for (const PlacedKeyword& keyword : kPlacedKeywords)
-        table.Add(keyword.word, keyword.code, keyword.bucket);
+    table.Borrow(kKeywordImage);
 }
 
 }  // namespace wsql

@@ -41,10 +41,6 @@ WSQLSymbol::WSQLSymbol(std::string_view symbolName, int32_t symbolCode, int32_t 
     if (ownsName_) name_ = copied(symbolName);
 }
 
-WSQLSymbol::~WSQLSymbol() {
-    if (ownsName_) delete[] name_;
-}
-
 WSQLSymbolTable::WSQLSymbolTable(Callback onInsert, Callback spareCallback)
     : onInsert_(onInsert), spare_(spareCallback) {}
 
@@ -53,13 +49,16 @@ WSQLSymbolTable::~WSQLSymbolTable() {
 }
 
 void WSQLSymbolTable::Clear() {
-    while (head_ != nullptr) {
-        WSQLSymbol* symbol = head_;
-        head_ = symbol->nextAll_;
-        symbol->~WSQLSymbol();
+    for (; !blocks_.empty(); blocks_.pop_back()) {
+        for (size_t i = 0; i < used_; ++i) std::destroy_at(blocks_.back()->at(i));
+        used_ = kBlock;
     }
-    buckets_.fill(nullptr);
-    blocks_.clear();
+    symbols_ = {};
+}
+
+void WSQLSymbolTable::Borrow(const WSQLSymbolImage& image) {
+    Clear();
+    symbols_ = image;
 }
 
 uint32_t WSQLSymbolTable::hash(std::string_view name) const {
@@ -84,29 +83,25 @@ void* WSQLSymbolTable::slot() {
         blocks_.push_back(std::unique_ptr<Block>(new Block));
         used_ = 0;
     }
-    return blocks_.back()->storage + used_ * sizeof(WSQLSymbol);
+    return blocks_.back()->at(used_);
 }
 
 WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
     const std::string_view text = name != nullptr ? std::string_view(name) : std::string_view();
-    return Add(text, code, hash(text));
-}
-
-WSQLSymbol* WSQLSymbolTable::Add(std::string_view name, int32_t code, uint32_t index) {
-    auto* symbol = new (slot()) WSQLSymbol(name, code, level_, index, copyNames_ == 1);
+    const uint32_t index = hash(text);
+    auto* symbol = new (slot()) WSQLSymbol(text, code, level_, index, copyNames_ == 1);
     ++used_;
-    symbol->nextInBucket_ = buckets_[index];
-    if (buckets_[index] != nullptr) buckets_[index]->prevInBucket_ = symbol;
-    buckets_[index] = symbol;
-    symbol->nextAll_ = head_;
-    if (head_ != nullptr) head_->prevAll_ = symbol;
-    head_ = symbol;
+    symbol->nextInBucket_ = symbols_.buckets[index];
+    symbols_.buckets[index] = symbol;
+    symbol->nextAll_ = symbols_.head;
+    symbols_.head = symbol;
     if (onInsert_ != nullptr) onInsert_(symbol, index);
     return symbol;
 }
 
 const WSQLSymbol* WSQLSymbolTable::Find(std::string_view name) const {
-    for (const WSQLSymbol* symbol = buckets_[hash(name)]; symbol != nullptr; symbol = symbol->nextInBucket_) {
+    for (const WSQLSymbol* symbol = symbols_.buckets[hash(name)]; symbol != nullptr;
+         symbol = symbol->nextInBucket_) {
         if (lookupMode_ == kCurrentScope && symbol->level_ < level_) return nullptr;
         if (symbol->length_ == name.size() && symbol->name_ != nullptr && equal(symbol->name_, name))
             return symbol;

@@ -15,9 +15,22 @@ public:
     /// `symbolName` ends at its NUL, which is not part of the view; its data may be null.
     WSQLSymbol(std::string_view symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
                bool copyName);
+    /// One of a constant table, with its neighbours there; the name is borrowed.
+    constexpr WSQLSymbol(std::string_view symbolName, int32_t symbolCode, uint32_t bucket,
+                         const WSQLSymbol* olderInBucket, const WSQLSymbol* older)
+        : name_(symbolName.data()),
+          length_(symbolName.size()),
+          code_(symbolCode),
+          level_(0),
+          hash_(bucket),
+          ownsName_(false),
+          nextAll_(older),
+          nextInBucket_(olderInBucket) {}
     WSQLSymbol(const WSQLSymbol&) = delete;
     WSQLSymbol& operator=(const WSQLSymbol&) = delete;
-    virtual ~WSQLSymbol();
+    constexpr virtual ~WSQLSymbol() {
+        if (ownsName_) delete[] name_;
+    }
 
     const char* name() const { return name_; }
     int32_t code() const { return code_; }
@@ -36,10 +49,14 @@ private:
     int32_t level_;
     uint32_t hash_;
     bool ownsName_;
-    WSQLSymbol* nextAll_ = nullptr;
-    WSQLSymbol* prevAll_ = nullptr;
-    WSQLSymbol* nextInBucket_ = nullptr;
-    WSQLSymbol* prevInBucket_ = nullptr;
+    const WSQLSymbol* nextAll_ = nullptr;
+    const WSQLSymbol* nextInBucket_ = nullptr;
+};
+
+/// Symbols that are linked before the program starts: what a table holds that has added them one by one.
+struct WSQLSymbolImage {
+    const WSQLSymbol* head = nullptr;  ///< the newest
+    std::array<const WSQLSymbol*, 256> buckets{};
 };
 
 /// Chained hash table of names and codes: the keywords of the scanner. Used by one thread.
@@ -68,9 +85,9 @@ public:
     /// Puts a new symbol in front of its bucket, so that it hides older ones of the same name.
     WSQLSymbol* Add(const char* name, int32_t code);
 
-    /// The same for a name whose bucket is known: what hash() of the table as it is set would answer. The
-    /// name ends with a NUL behind the view.
-    WSQLSymbol* Add(std::string_view name, int32_t code, uint32_t bucket);
+    /// Removes every symbol and takes those of the image, which outlives the table. Its buckets are those of
+    /// the table as it is set.
+    void Borrow(const WSQLSymbolImage& image);
     /// Bucket of a name in a table that ignores letter case.
     static constexpr uint32_t bucketIgnoringCase(std::string_view name) {
         uint32_t sum = 0;
@@ -82,8 +99,8 @@ public:
     const WSQLSymbol* Find(std::string_view name) const;
 
     Callback spare() const { return spare_; }
-    const WSQLSymbol* head() const { return head_; }  ///< the newest symbol
-    const WSQLSymbol* bucket(uint32_t index) const { return buckets_[index]; }
+    const WSQLSymbol* head() const { return symbols_.head; }  ///< the newest symbol
+    const WSQLSymbol* bucket(uint32_t index) const { return symbols_.buckets[index]; }
 
     /// Removes every symbol; the settings stay.
     void Clear();
@@ -93,16 +110,16 @@ private:
     bool equal(const char* symbolName, std::string_view name) const;  ///< of two names of one length
     void* slot();
 
-    /// Symbols live in blocks of this many: the keywords of a call cost one allocation.
-    static constexpr size_t kBlock = 96;
+    /// Symbols that were added live in blocks of this many.
+    static constexpr size_t kBlock = 16;
     struct Block {
         alignas(WSQLSymbol) unsigned char storage[kBlock * sizeof(WSQLSymbol)];
+        WSQLSymbol* at(size_t index) { return reinterpret_cast<WSQLSymbol*>(storage) + index; }
     };
     std::vector<std::unique_ptr<Block>> blocks_;
     size_t used_ = 0;  ///< symbols in the last block
 
-    WSQLSymbol* head_ = nullptr;
-    std::array<WSQLSymbol*, kBuckets> buckets_{};
+    WSQLSymbolImage symbols_;
     int32_t level_ = 0;
     bool caseSensitive_ = true;
     int32_t lookupMode_ = kWholeChain;

@@ -18,8 +18,12 @@
 namespace wsql::platform {
 
 void* heapAllocate(std::size_t size) {
-    void* block = std::calloc(1, std::max<std::size_t>(size, 1));
+    // The C library keeps small blocks at hand for malloc and realloc only.
+    constexpr std::size_t kSmall = 1032;
+    size = std::max<std::size_t>(size, 1);
+    void* block = size <= kSmall ? std::realloc(nullptr, size) : std::calloc(1, size);
     if (block == nullptr) throw std::bad_alloc();
+    if (size <= kSmall) std::memset(block, 0, size);
     return block;
 }
 
