@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -99,16 +100,18 @@ std::int32_t submitJob(WSQLFilter& filter, const char* name, bool raiseFaults, c
 
 std::int32_t indexWhenOutdated(WSQLFilter& filter, const char* name, bool raiseFaults) {
     BaseDates dates;
-    const DateFormScope form(filter);
+    std::optional<DateFormScope> form(std::in_place, filter);
     filter.debug(kContext, "Getting base status for \"%s\"\n", name);
     if (!dates.read(name)) {
         filter.warning(kContext, 0, "Could not get base status for \"%s\".\n", name);
+        form.reset();
         return submitJob(filter, name, raiseFaults, nullptr);
     }
     filter.debug(kContext, "Index date is \"%s\"\n", dates.indexed);
     filter.debug(kContext, "Modification date is \"%s\"\n", dates.modified);
     if (std::strcmp(dates.modified, dates.indexed) <= 0) {
         filter.debug(kContext, "Indexing of database \"%s\" is not required.\n", name);
+        form.reset();
         filter.debug(kContext, "Indexing aborted - not required.\n");
         return WDB_OK;
     }

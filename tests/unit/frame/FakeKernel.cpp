@@ -1,6 +1,7 @@
 #include "tests/unit/frame/FakeKernel.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -29,11 +30,12 @@ int32_t WdbVersion(char* text, int32_t* length) {
     return kernel.versionStatus == WDB_OK ? give(kernel.version, text, length) : kernel.versionStatus;
 }
 
-int32_t WdbSessionInfo(int32_t item, int32_t* number, char*, int32_t*) {
+int32_t WdbSessionInfo(int32_t item, int32_t* number, char* text, int32_t* length) {
     ++kernel.sessionInfoCalls;
     if (item == 10 && kernel.charset == 0) return WDB_FAIL;
-    *number = item == 10 ? kernel.charset : 1;
-    return WDB_OK;
+    if (item == 2 && !kernel.dateFormKnown) return WDB_E_STORAGE;
+    *number = item == 10 ? kernel.charset : kernel.dateForm;
+    return item == 2 && text != nullptr ? give(kernel.dateSeparators, text, length) : WDB_OK;
 }
 
 int32_t WdbMessage(int32_t code, char* text, int32_t* length) {
@@ -74,7 +76,56 @@ int32_t WdbCurrentDate(char* text, int32_t* length) {
 int32_t WdbCurrentTime(char* text, int32_t* length) {
     return give("02:27:00", text, length);
 }
-int32_t WdbShellDefDateform(int32_t, const char*) {
+int32_t WdbShellDefDateform(int32_t form, const char* separators) {
+    kernel.dateForm = form;
+    kernel.dateSeparators = separators;
+    kernel.index.calls.push_back("form " + std::to_string(form) + " " + separators);
+    return WDB_OK;
+}
+
+int32_t WdbBaseStatus(const char* baseName, char* modified, int32_t* modifiedLength, char* indexed,
+                      int32_t* indexedLength, int32_t*, int32_t*) {
+    FakeKernel::IndexJobs& index = kernel.index;
+    if (!index.datesKnown) return WDB_E_UNSUPPORTED;
+    if (!index.jobRuns) index.calls.push_back(std::string("status ") + baseName);
+    if (index.jobRuns && index.asksUntilDone > 0 && --index.asksUntilDone == 0) {
+        index.indexed = index.modified;
+        index.jobRuns = false;
+    }
+    give(index.modified, modified, modifiedLength);
+    return give(index.indexed, indexed, indexedLength);
+}
+
+int32_t WdbBatchLoadIndex(int32_t kind, const char* baseName, const char*) {
+    kernel.index.calls.push_back("job " + std::to_string(kind) + " " + baseName);
+    kernel.index.jobRuns = kernel.index.jobStatus == WDB_OK && kernel.index.datesKnown;
+    return kernel.index.datesKnown ? kernel.index.jobStatus : WDB_E_UNSUPPORTED;
+}
+
+int32_t WdbCheckBase(const char*, int32_t) {
+    return kernel.index.checkStatus;
+}
+
+int32_t WdbGetIntegrityRules(WdbIntegrityRules** rules) {
+    const FakeKernel::IndexJobs& index = kernel.index;
+    *rules = nullptr;
+    if (index.rulesStatus != WDB_OK) return index.rulesStatus;
+    const std::size_t size = sizeof(WdbIntegrityRules) + index.referred.size() * sizeof(WdbIntegrityRule);
+    *rules = static_cast<WdbIntegrityRules*>(std::calloc(1, size));
+    (*rules)->rule = reinterpret_cast<WdbIntegrityRule*>(*rules + 1);
+    for (const std::string& table : index.referred) {
+        WdbIntegrityRule& rule = (*rules)->rule[(*rules)->count++];
+        rule.kind = table.empty() ? 2 : 1;
+        std::strcpy(rule.pkTable, table.c_str());
+    }
+    ++kernel.index.liveLists;
+    return WDB_OK;
+}
+
+int32_t WdbFreeIntegrityRules(WdbIntegrityRules** rules) {
+    if (*rules != nullptr) --kernel.index.liveLists;
+    std::free(*rules);
+    *rules = nullptr;
     return WDB_OK;
 }
 
@@ -204,9 +255,6 @@ NOT_MODELLED(WdbPutLine, WdbCursor*, const char*, int32_t)
 NOT_MODELLED(WdbGetBlobSize, WdbCursor*, int32_t*)
 NOT_MODELLED(WdbGetBlobBlock, WdbCursor*, int32_t, int32_t, void*, int32_t*)
 NOT_MODELLED(WdbPutBlobBlock, WdbCursor*, int32_t, const void*)
-NOT_MODELLED(WdbCheckBase, const char*, int32_t)
-NOT_MODELLED(WdbGetIntegrityRules, WdbIntegrityRules**)
-NOT_MODELLED(WdbFreeIntegrityRules, WdbIntegrityRules**)
 NOT_MODELLED(WdbGetBaseDef, const char*, WdbBaseDef*)
 NOT_MODELLED(WdbPutBaseDef, const WdbBaseDef*)
 NOT_MODELLED(WdbDeleteBaseDef, void)
@@ -216,8 +264,6 @@ NOT_MODELLED(WdbPutDefaultValue, const WdbFieldSpec*, const char*)
 NOT_MODELLED(WdbSetForeignKey, const char*, const char*, const char*, int32_t, int32_t)
 NOT_MODELLED(WdbGetDbAccess, const char*, WdbAccessRecord*)
 NOT_MODELLED(WdbPutDbAccess, const WdbAccessRecord*)
-NOT_MODELLED(WdbBaseStatus, const char*, char*, int32_t*, char*, int32_t*, int32_t*, int32_t*)
-NOT_MODELLED(WdbBatchLoadIndex, int32_t, const char*, const char*)
 NOT_MODELLED(WdbCallAse, WdbAse*, const char*, char*, int32_t*)
 #undef NOT_MODELLED
 

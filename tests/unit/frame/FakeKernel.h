@@ -45,6 +45,21 @@ struct FakeKernel {
     std::int32_t lastSet = 2;      // number of the set that the latest selection made
     bool searches = false;         // whether WdbSearchResult and WdbGetRows are modelled
     std::int32_t liveBuffers = 0;  // row buffers not yet released
+    // Index jobs. The calls are noted as "form 1 --", "status T", "job 2 T".
+    struct IndexJobs {
+        bool datesKnown = false;  // whether WdbBaseStatus is modelled
+        std::string modified = "2024-11-21 10:00:00.000000", indexed = "2024-11-21 09:00:00.000000";
+        std::int32_t asksUntilDone = 1;  // questions behind a job until the index date changes; -1: never
+        std::int32_t jobStatus = WDB_OK;
+        bool jobRuns = false;
+        std::vector<std::string> calls;
+        std::vector<std::string> referred;  // tables that the checked one refers to; "" is a source rule
+        std::int32_t checkStatus = WDB_E_UNSUPPORTED, rulesStatus = WDB_OK;
+        std::int32_t liveLists = 0;
+    } index;
+    std::int32_t dateForm = 1;
+    std::string dateSeparators = "-";
+    bool dateFormKnown = true;
 };
 
 FakeKernel& fakeKernel();
