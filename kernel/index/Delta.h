@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <string>
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
@@ -47,7 +49,8 @@ public:
         void advance(Position position);
         // Adds the entries of a committed unit and advances to its last position. Ignored when somebody
         // caught up from the queue first. The delta must have caught up to the position before the unit's
-        // first one, else nothing happens and WDB_FAIL is answered: catch up from the queue then.
+        // first one, and the unit be settled, else nothing happens and WDB_FAIL is answered: catch up from
+        // the queue then.
         Status fold(const UnitDelta& unit);
 
     private:
@@ -84,7 +87,9 @@ private:
 };
 
 // The changes of a session's open write unit on one base, laid over the process's delta and seen by that
-// session only. Used by one thread at a time.
+// session only. Used by one thread at a time. The first changes are inverted at once; a unit with many keeps
+// the images of the others until somebody looks at its entries, which mostly nobody does before it is
+// committed.
 class UnitDelta {
 public:
     explicit UnitDelta(std::shared_ptr<const Schema> schema);
@@ -97,10 +102,21 @@ public:
     bool empty() const;
     Position first() const;  // 0 when empty
     Position last() const;
-    const DeltaEntries& entries() const { return *entries_; }
+    // Whether every change is inverted.
+    bool settled() const { return waiting_.empty(); }
+    // Inverts what is not yet. std::bad_alloc leaves the rest for the next call.
+    const DeltaEntries& entries() const;
 
 private:
+    struct Waiting {
+        Position position;
+        RecordNumber record;
+        std::string image;  // valid; empty: deleted
+    };
+
     std::unique_ptr<DeltaEntries> entries_;
+    mutable std::deque<Waiting> waiting_;  // in the order of their positions, behind all entries
+    mutable size_t waitingBytes_ = 0;
 };
 
 }  // namespace wdb

@@ -231,6 +231,20 @@ struct WordList {
     void word(FieldNumber, Slice key, uint32_t position) { words.emplace_back(table.key(key), position); }
 };
 
+// What the two images of a record have that the other has not, field by field: a change of one value costs
+// nothing for the texts beside it.
+template <typename List>
+void invertBoth(RecordInverter& inverter, const Schema& schema, const IndexChange& change, List& before,
+                List& after) {
+    if (change.before && change.after) {
+        inverter.invertDifference(schema, *change.before, *change.after, before);
+        inverter.invertDifference(schema, *change.after, *change.before, after);
+    } else {
+        if (change.before) inverter.invert(schema, *change.before, before);
+        if (change.after) inverter.invert(schema, *change.after, after);
+    }
+}
+
 // Collects what a record's change does to its words.
 void compareWords(OperationTable& table, RecordNumber record, WordList& before, WordList& after,
                   std::vector<uint32_t>& positions) {
@@ -348,8 +362,7 @@ Status mergeWords(WriteTxn& words, const Schema& schema, const std::vector<Index
     for (const IndexChange* change : byRecord(changes)) {
         WordList before{table};
         WordList after{table};
-        if (change->before) inverter.invert(schema, *change->before, before);
-        if (change->after) inverter.invert(schema, *change->after, after);
+        invertBoth(inverter, schema, *change, before, after);
         compareWords(table, change->record, before, after, positions);
     }
     ContainerMerger containers(words, word_table::kPostings);
@@ -372,11 +385,9 @@ Status mergeValues(WriteTxn& values, const Schema& schema, const std::vector<Ind
     for (const IndexChange* change : byRecord(changes)) {
         ValueList before{valueTable, setTable};
         ValueList after{valueTable, setTable};
-        for (auto [image, list] : {std::pair{&change->before, &before}, std::pair{&change->after, &after}}) {
-            if (!*image || (*image)->deleted()) continue;
-            list->set(0, SetKind::Live);
-            inverter.invert(schema, **image, *list);
-        }
+        if (change->before && !change->before->deleted()) before.set(0, SetKind::Live);
+        if (change->after && !change->after->deleted()) after.set(0, SetKind::Live);
+        invertBoth(inverter, schema, *change, before, after);
         compareKeys(valueTable, change->record, before.valueKeys, after.valueKeys);
         compareKeys(setTable, change->record, before.setKeys, after.setKeys);
         compareColumns(columns, change->record, before, after);

@@ -51,9 +51,36 @@ public:
         for (const FieldDefinition& field : schema.fields()) invertParts(field, record, sink);
     }
 
+    // Like invert(), but leaves out the fields that are the same in another image of the record: for one who
+    // compares the two.
+    template <typename Sink>
+    void invertDifference(const Schema& schema, const RecordView& record, const RecordView& other,
+                          Sink& sink) {
+        if (record.deleted()) return;
+        if (other.deleted() || record.partCount() > 0 || other.partCount() > 0)
+            return invert(schema, record, sink);
+        const FieldsView head = record.head(), otherHead = other.head();
+        for (size_t place = 0; place < head.size(); ++place) {
+            const FieldDefinition* field = schema.find(head.field(place));
+            if (field == nullptr) continue;
+            const ItemList items = head.itemsAt(place);
+            if (!same(items, otherHead.items(field->number))) invertField(*field, items, sink);
+        }
+    }
+
     Analyzer& analyzer() { return analyzer_; }
 
 private:
+    static bool same(const ItemList& a, const ItemList& b) {
+        if (a.size() != b.size()) return false;
+        auto at = b.begin();
+        for (const Slice item : a) {
+            if (item != *at) return false;
+            ++at;
+        }
+        return true;
+    }
+
     void startKey(FieldNumber field) {
         key_.clear();
         appendBig(key_, field);
