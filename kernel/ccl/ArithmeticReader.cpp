@@ -41,12 +41,14 @@ bool ArithmeticReader::read() {
     return pending_.empty() || state_.failHere();
 }
 
-// A quoted text or NULL that is the whole entry.
+// A quoted text or NULL that is the whole entry. In front of an operator a quoted name is a column's.
 bool ArithmeticReader::tryConstant() {
     Scanner ahead = state_.scanner;
     const Token token = ahead.next();
     const Token behind = ahead.peek();
-    if (token.kind == TokenKind::Quoted && !behind.is(".")) {
+    bool operand = behind.is(".");
+    for (const char* sign : {"+", "-", "*", "/"}) operand = operand || behind.is(sign);
+    if (token.kind == TokenKind::Quoted && !operand) {
         item_.kind = FieldItem::Kind::Text;
         item_.text = unquote(token.text);
     } else if (token.kind == TokenKind::Name && equalsIgnoreCase(token.text, "NULL") && !behind.is(".")) {

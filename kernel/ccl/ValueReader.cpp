@@ -75,10 +75,18 @@ bool ValueReader::atEmptyOrWildcard() const {
     return part.kind != ValuePart::Kind::Open && (part.text.empty() || part.text == "$");
 }
 
+// A name, or two with a point between, in one piece: other columns (T.0, T.A.2) and blanks make a value.
 bool ValueReader::readSetColumn(SetValue& value) {
     if (state_.atAggregate()) return state_.readAggregate(value.column.emplace<Aggregate>());
+    Scanner piece = state_.scanner;
+    piece.next();
+    const size_t point = piece.position();
     Column& column = value.column.emplace<Column>();
-    return state_.readColumn(column) && column.first == 0;
+    if (!state_.readColumn(column) || column.first != 0) return false;
+    if (state_.scanner.position() == point) return true;
+    piece.next();
+    const Token second = piece.next();
+    return second.position == point + 1 && second.kind != TokenKind::Integer;
 }
 
 // Digits, a point and a name or an aggregate, all in one piece; anything else is left for the next attempt.
