@@ -180,7 +180,10 @@ void WSQLFilter::finish(bool done, const char* method) {
 
 // Tells the host the answer's encoding in its own request buffer, when that has room.
 void WSQLFilter::writeContentType() {
-    const std::string line = std::string("TEXT\n") + kOutputEncoding;
+    writeTypeLine(std::string("TEXT\n") + kOutputEncoding);
+}
+
+void WSQLFilter::writeTypeLine(const std::string& line) {
     FilterData* data = filterData();
     if (data->text == nullptr || data->textLength <= static_cast<std::int32_t>(line.size())) return;
     std::memcpy(data->text, line.c_str(), line.size() + 1);

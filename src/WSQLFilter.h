@@ -244,6 +244,7 @@ private:
     void dispatch();
     void finish(bool done, const char* method);
     void writeContentType();
+    void writeTypeLine(const std::string& line);
 
     // ---- the arguments of the object exports: WSQLObjectArguments.cpp ----
     bool setObjectTable(WSQLStmtSetObject& statement);

@@ -14,14 +14,4 @@ bool WSQLFilter::ExecuteModifyAccess(WSQLStmtPrivileges* /*privileges*/) {
     return false;
 }
 
-bool WSQLFilter::ExecuteGetObject(WSQLStmtGetObject* /*statement*/) {
-    ReportUnsupported();
-    return false;
-}
-
-bool WSQLFilter::ExecuteSetObject(WSQLStmtSetObject* /*statement*/) {
-    ReportUnsupported();
-    return false;
-}
-
 }  // namespace wsql

@@ -89,6 +89,20 @@ std::string_view between(std::string_view text, std::string_view from, std::stri
     return text.substr(0, text.find(to));
 }
 
+// An object as a person reads it: a text with its paragraphs, bytes as the base64 that the document holds.
+std::string objectText(const pugi::xml_node& root) {
+    if (root.attribute("null").as_bool()) return "NULL";
+    if (root.attribute("encoding")) return root.child_value();
+    std::string text;
+    for (const pugi::xml_node& paragraph : root.children("P")) {
+        if (!text.empty()) text += '\n';
+        text += paragraph.child_value();
+    }
+    std::erase(text, '\r');
+    while (text.ends_with('\n')) text.pop_back();
+    return text;
+}
+
 }  // namespace
 
 Answer readAnswer(char* document, std::size_t length) {
@@ -101,12 +115,14 @@ Answer readAnswer(char* document, std::size_t length) {
     if (body.starts_with("<property")) {
         return Property{std::string(between(body, "name=\"", "\">")), std::string(rootText(text, root))};
     }
-    if (!body.starts_with("<ResultSet")) return Unreadable{"the answer is of an unknown kind"};
+    const bool isObject = body.starts_with("<Object");
+    if (!isObject && !body.starts_with("<ResultSet")) return Unreadable{"the answer is of an unknown kind"};
     pugi::xml_document xml;
     const pugi::xml_parse_result parsed = xml.load_buffer_inplace(
         document, length, pugi::parse_escapes | pugi::parse_ws_pcdata_single, pugi::encoding_utf8);
     if (!parsed)
         return Unreadable{std::string(parsed.description()) + " at byte " + std::to_string(parsed.offset)};
+    if (isObject) return Success{objectText(xml.child("Object"))};
     return readResultSet(xml.child("ResultSet"));
 }
 

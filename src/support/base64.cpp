@@ -20,13 +20,15 @@ constexpr std::array<std::uint8_t, 256> makeValues() {
 }
 constexpr std::array<std::uint8_t, 256> kValues = makeValues();
 
-std::size_t encodedLength(std::size_t size) {
+}  // namespace
+
+std::size_t base64Length(std::size_t size) {
     const std::size_t length = (size + 2) / 3 * 4;
     if (length + 2 > INT32_MAX) throw std::length_error("object too long for base64");
     return length;
 }
 
-void encodeInto(std::string_view data, char* out) {
+void base64Write(std::string_view data, char* out) {
     const auto* in = reinterpret_cast<const unsigned char*>(data.data());
     std::size_t left = data.size();
     for (; left >= 3; left -= 3, in += 3, out += 4) {
@@ -43,12 +45,10 @@ void encodeInto(std::string_view data, char* out) {
     out[3] = '=';
 }
 
-}  // namespace
-
 std::int32_t base64Encode(std::string_view data, platform::HeapText& result) {
-    const std::size_t length = encodedLength(data.size());
+    const std::size_t length = base64Length(data.size());
     result.reset(static_cast<char*>(platform::heapAllocate(length + 2)));
-    encodeInto(data, result.get());
+    base64Write(data, result.get());
     return static_cast<std::int32_t>(length);
 }
 
@@ -57,8 +57,8 @@ void base64Append(std::string_view data, CStringBuffer& buffer) {
     char text[kPiece / 3 * 4];
     while (!data.empty()) {
         const std::string_view piece = data.substr(0, kPiece);
-        encodeInto(piece, text);
-        buffer.append(std::string_view(text, encodedLength(piece.size())));
+        base64Write(piece, text);
+        buffer.append(std::string_view(text, base64Length(piece.size())));
         data.remove_prefix(piece.size());
     }
 }

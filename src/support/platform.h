@@ -65,6 +65,18 @@ std::string openableFileName(const char* name);
 // cannot be read.
 std::vector<std::string> confFiles(const char* directory);
 
+struct FileClose {
+    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
+};
+using FileStream = std::unique_ptr<std::FILE, FileClose>;
+
+// Opens an ordinary file for reading; nothing for a directory, a pipe or a device, which are never waited
+// for.
+FileStream openRegularFile(const char* path);
+
+// The number of bytes of a stream, which is put to its start; -1 when it cannot be told.
+std::int64_t streamSize(std::FILE* stream);
+
 // Failure is ignored: the caller has no use for it.
 void deleteFile(const char* path) noexcept;
 

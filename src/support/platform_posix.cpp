@@ -98,6 +98,24 @@ void deleteFile(const char* path) noexcept {
     (void)unlink(path);
 }
 
+FileStream openRegularFile(const char* path) {
+    const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0) return nullptr;
+    struct stat info {};
+    if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
+        close(descriptor);
+        return nullptr;
+    }
+    FileStream stream(fdopen(descriptor, "rb"));
+    if (!stream) close(descriptor);
+    return stream;
+}
+
+std::int64_t streamSize(std::FILE* stream) {
+    const std::int64_t size = fseeko(stream, 0, SEEK_END) == 0 ? ftello(stream) : -1;
+    return fseeko(stream, 0, SEEK_SET) == 0 ? size : -1;
+}
+
 std::FILE* openLogFile(const char* path, LogMode mode) {
     // In a directory that others may write to, a pipe of that name must not make the caller wait.
     const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC |

@@ -16,26 +16,27 @@ protected:
     }
 };
 
-// The document with the line of its source taken out: only the unit is fixed there.
+// The document with the line of its source, if it has one, taken out: only the unit is fixed there.
 std::string withoutLine(std::string document) {
-    const std::size_t colon = document.find("WSQLFilter:") + std::strlen("WSQLFilter");
-    return document.erase(colon, document.find('"', colon) - colon);
+    const std::size_t colon = document.find("\"WSQLFilter:");
+    if (colon == std::string::npos) return document;
+    const std::size_t line = colon + std::strlen("\"WSQLFilter");
+    return document.erase(line, document.find('"', line) - line);
 }
-
-constexpr const char* kUnsupported = "Statement not currently supported.";
 
 TEST_F(ObjectArguments, GetNeedsAFetchKey) {
     const struct {
-        const char *text, *fault, *context, *reason;
+        const char *text, *fault, *source, *context, *reason;
     } rows[] = {
-        {"", "Missing filter argument: \"FETCHKEY\".", "WSQLFilter::getObject", "no argument"},
-        {"FETCHKEY=abc", "Missing filter argument: \"FETCHKEY\".", "WSQLFilter::getObject", "not ended"},
-        {"fetchkey=abc\n", kUnsupported, "WSQLFilter::execSql", "found"},
+        {"", "Missing filter argument: \"FETCHKEY\".", "WSQLFilter", "WSQLFilter::getObject", "no argument"},
+        {"FETCHKEY=abc", "Missing filter argument: \"FETCHKEY\".", "WSQLFilter", "WSQLFilter::getObject",
+         "not ended"},
+        {"fetchkey=abc\n", "Invalid fetch key \"abc\"", "SQLFilter::getObject", "validation", "found"},
     };
     for (const auto& row : rows) {
         Request request(row.text, 4);
         EXPECT_EQ(sqlgetobject(&request.data, nullptr), 0) << row.reason;
-        EXPECT_EQ(withoutLine(request.document()), faultDocument("0", "WSQLFilter", row.context, row.fault))
+        EXPECT_EQ(withoutLine(request.document()), faultDocument("0", row.source, row.context, row.fault))
             << row.reason;
         EXPECT_STREQ(request.data.message, row.fault) << row.reason;
     }
@@ -43,6 +44,7 @@ TEST_F(ObjectArguments, GetNeedsAFetchKey) {
 
 TEST_F(ObjectArguments, SetChecksThemInOrder) {
     fakeKernel().messages[WDB_E_FIELD] = "no such field";
+    fakeKernel().messages[WDB_E_UNSUPPORTED] = "not modelled";
     constexpr const char* kTable = "Missing or invalid filter argument: \"TABLE\".";
     constexpr const char* kColumn = "Missing filter argument: \"COLUMNNAME\" or \"COLUMNID\".";
     constexpr const char* kRecord = "Missing or invalid filter argument: \"RID\".";
@@ -77,8 +79,10 @@ TEST_F(ObjectArguments, SetChecksThemInOrder) {
         {"TABLE=ART\nCOLUMNNAME=TEXT\nRID=x\n", 0, kRecord, "no number"},
         {"TABLE=ART\nCOLUMNNAME=PARTTEXT\nRID=1\n", 0, kPart, "a part field needs its part"},
         {"TABLE=ART\nCOLUMNNAME=PARTTEXT\nRID=1\nPART=0\n", 0, kPart, "below 1"},
-        {"TABLE=ART\nCOLUMNNAME=PARTTEXT\nRID=1\nPART=2\n", 0, kUnsupported, "complete"},
-        {"TABLE=ART\nCOLUMNNAME=IMAGE\nRID=1\n", 0, kUnsupported, "complete without a part"},
+        {"TABLE=ART\nCOLUMNNAME=PARTTEXT\nRID=1\nPART=2\n", WDB_E_UNSUPPORTED, "not modelled",
+         "complete: the search was made"},
+        {"TABLE=ART\nCOLUMNNAME=IMAGE\nRID=1\n", WDB_E_UNSUPPORTED, "not modelled",
+         "complete without a part"},
     };
     for (const auto& row : rows) {
         Request request(row.text, 0);
@@ -87,6 +91,10 @@ TEST_F(ObjectArguments, SetChecksThemInOrder) {
         EXPECT_EQ(request.text(), row.text) << row.reason;
         EXPECT_EQ(fakeKernel().saves, fakeKernel().loads);
     }
+    const auto& commands = fakeKernel().commands;
+    ASSERT_GE(commands.size(), 2U);
+    EXPECT_EQ(commands[commands.size() - 2], "wBAS ART");
+    EXPECT_EQ(commands.back(), "wFIN wRXX=1");
 }
 
 TEST_F(ObjectArguments, SetNamesThePhaseOfAColumnThatIsMissing) {

@@ -1,0 +1,228 @@
+/* A host that moves one large object in and out in every way, and many small ones, and looks at the memory
+ * that this takes: object_host MEGABYTES SMALL. Anonymous memory is sampled by a thread while the calls run.
+ */
+#define _POSIX_C_SOURCE 200809L /* mkdtemp, nanosleep */
+
+#include <pthread.h>
+#include <stdatomic.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
+
+#include "sqlengine.h"
+#include "wdb.h"
+
+static int failures;
+static atomic_long peak; /* KiB */
+static atomic_int stopped;
+
+static void check(int holds, const char* what, const char* detail) {
+    if (holds) return;
+    ++failures;
+    fprintf(stderr, "FAILED: %s: %s\n", what, detail != NULL ? detail : "");
+}
+
+static double seconds(void) {
+    struct timespec now;
+
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (double)now.tv_sec + (double)now.tv_nsec / 1e9;
+}
+
+/* Anonymous memory of the process in KiB. */
+static long anonymous(void) {
+    char line[128];
+    long result = 0;
+    FILE* status = fopen("/proc/self/status", "r");
+
+    if (status == NULL) abort();
+    while (fgets(line, sizeof line, status) != NULL) {
+        if (strncmp(line, "RssAnon:", 8) == 0) result = strtol(line + 8, NULL, 10);
+    }
+    fclose(status);
+    return result;
+}
+
+static void* sample(void* unused) {
+    const struct timespec pause = {0, 500000};
+
+    while (!atomic_load(&stopped)) {
+        const long now = anonymous();
+        if (now > atomic_load(&peak)) atomic_store(&peak, now);
+        nanosleep(&pause, NULL);
+    }
+    return unused;
+}
+
+static int32_t call(int32_t (*function)(FilterData*, void*), const char* text, FilterData* data) {
+    static char request[256];
+
+    snprintf(request, sizeof request, "%s", text);
+    data->text = request;
+    data->textLength = (int32_t)strlen(request);
+    return function(data, NULL);
+}
+
+static void sql(const char* text) {
+    FilterData data;
+
+    memset(&data, 0, sizeof data);
+    data.wdb_options = 36;
+    check(call(execsql, text, &data) == 1, text, data.message);
+    free(data.output);
+}
+
+static void put(const char* request, char* output, int32_t length, uint32_t options) {
+    FilterData data;
+
+    memset(&data, 0, sizeof data);
+    data.output = output;
+    data.outputLength = length;
+    data.wdb_options = options;
+    check(call(sqlsetobject, request, &data) == 1, request, data.message);
+    free(data.output);
+}
+
+static FilterData fetched(const char* request, uint32_t options) {
+    FilterData data;
+
+    memset(&data, 0, sizeof data);
+    data.wdb_options = options;
+    check(call(sqlgetobject, request, &data) == 1, request, data.message);
+    return data;
+}
+
+/* Bytes that no block repeats. */
+static void fill(char* bytes, size_t size) {
+    uint64_t state = 88172645463325252u;
+    size_t i;
+
+    for (i = 0; i < size; ++i) {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        bytes[i] = (char)state;
+    }
+}
+
+static int base64Is(const char* text, const unsigned char* bytes, size_t size) {
+    static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    size_t i;
+
+    for (i = 0; i + 3 <= size; i += 3, text += 4) {
+        const uint32_t group = (uint32_t)bytes[i] << 16 | (uint32_t)bytes[i + 1] << 8 | bytes[i + 2];
+        if (text[0] != kAlphabet[group >> 18] || text[1] != kAlphabet[group >> 12 & 63] ||
+            text[2] != kAlphabet[group >> 6 & 63] || text[3] != kAlphabet[group & 63])
+            return 0;
+    }
+    return 1;
+}
+
+static void within(const char* what, long base, size_t size, double factor, double start) {
+    const double used = (double)(atomic_load(&peak) - base) * 1024 / (double)size;
+
+    printf("%-28s %6.2f s  %5.2f times its size\n", what, seconds() - start, used);
+    check(used < factor, "memory", what);
+}
+
+static void large(const char* home, size_t size) {
+    static const char kPut[] = "TABLE=D\nCOLUMNNAME=B\nRID=1\n", kGet[] = "FETCHKEY=44-1-0-2\n";
+    char* bytes = malloc(size);
+    char name[128];
+    FILE* file;
+    FilterData data;
+    long base;
+    double start;
+    int way;
+
+    if (bytes == NULL) abort();
+    fill(bytes, size);
+    base = anonymous(); /* with the host's own buffer, without what the engine and the kernel take */
+    snprintf(name, sizeof name, "%s/object", home);
+    file = fopen(name, "w+b");
+    if (file == NULL || fwrite(bytes, 1, size, file) != size) abort();
+    fflush(file);
+    for (way = 0; way < 3; ++way) {
+        static const char* const kWays[] = {"in from memory", "in from an open file", "in from a file"};
+        atomic_store(&peak, 0);
+        start = seconds();
+        if (way == 0) put(kPut, bytes, (int32_t)size, 32);
+        if (way == 1) put(kPut, (char*)file, 0, 2);
+        if (way == 2) put(kPut, name, 0, 1);
+        within(kWays[way], base, size, 1.5, start);
+        atomic_store(&peak, 0);
+        start = seconds();
+        data = fetched(kGet, 37);
+        within("out raw", base, size, 1.5, start);
+        check((size_t)data.outputLength == size && memcmp(data.output, bytes, size) == 0, "bytes",
+              kWays[way]);
+        free(data.output);
+        bytes[size / 2] ^= 1; /* the next one differs */
+        if (fseek(file, (long)(size / 2), SEEK_SET) != 0 || fwrite(bytes + size / 2, 1, 1, file) != 1)
+            abort();
+        fflush(file);
+    }
+    bytes[size / 2] ^= 1;
+    atomic_store(&peak, 0);
+    start = seconds();
+    data = fetched(kGet, 36);
+    within("out in a document", base, size, 2.5, start);
+    {
+        const char* content = strstr(data.output, "base64\">");
+        check(content != NULL && base64Is(content + 8, (const unsigned char*)bytes, size), "base64", NULL);
+    }
+    free(data.output);
+    fclose(file);
+    free(bytes);
+}
+
+static void small(int count) {
+    char request[96], content[32], key[48];
+    FilterData data;
+    double start;
+    int i;
+
+    for (i = 0; i < count; ++i) sql("INSERT INTO D (N) VALUES (1)");
+    start = seconds();
+    for (i = 0; i < count; ++i) {
+        const int length = snprintf(content, sizeof content, "object %d", i);
+        snprintf(request, sizeof request, "TABLE=D\nCOLUMNNAME=B\nRID=%d\n", i + 2);
+        put(request, content, length, 32);
+    }
+    printf("%d small ones in: %.2f s\n", count, seconds() - start);
+    start = seconds();
+    for (i = 0; i < count; ++i) {
+        snprintf(content, sizeof content, "object %d", i);
+        snprintf(key, sizeof key, "FETCHKEY=44-%d-0-2\n", i + 2);
+        data = fetched(key, 37);
+        check(data.output != NULL && strcmp(data.output, content) == 0, key, data.output);
+        free(data.output);
+    }
+    printf("%d small ones out: %.2f s\n", count, seconds() - start);
+}
+
+int main(int argumentCount, char** arguments) {
+    char home[] = "/tmp/welk_object_XXXXXX";
+    char command[64];
+    WdbSession* session = NULL;
+    pthread_t sampler;
+
+    if (argumentCount != 3 || mkdtemp(home) == NULL) return 2;
+    check(WdbOpenSession(home, "ADMIN", "", WDB_OPEN_CREATE, &session) == WDB_OK, "WdbOpenSession", home);
+    check(WdbBindSession(session) == WDB_OK, "WdbBindSession", NULL);
+    if (failures == 0 && pthread_create(&sampler, NULL, sample, NULL) == 0) {
+        sql("CREATE TABLE D (N INTEGER, B LONG VARBINARY)");
+        sql("INSERT INTO D (N) VALUES (1)");
+        large(home, (size_t)strtol(arguments[1], NULL, 10) << 20);
+        small((int)strtol(arguments[2], NULL, 10));
+        atomic_store(&stopped, 1);
+        pthread_join(sampler, NULL);
+    }
+    WdbBindSession(NULL);
+    WdbCloseSession(&session);
+    snprintf(command, sizeof command, "rm -rf %s", home);
+    if (system(command) != 0) return 2;
+    if (failures == 0) puts("ok");
+    return failures == 0 ? 0 : 1;
+}
