@@ -64,4 +64,26 @@ std::unique_ptr<WELKFieldInfoList> dictionaryFields(DictionaryKind kind) {
     return fields;
 }
 
+std::int32_t dictionaryColumn(DictionaryKind kind, std::string_view name) {
+    std::int32_t number = 0;
+    for (const DictionaryColumn& column : kColumns) {
+        if (column.kind != kind) continue;
+        ++number;
+        if (equalNames(name, column.name)) return number;
+    }
+    return 0;
+}
+
+void bindDictionaryColumn(DictionaryKind kind, std::int32_t number, WSQLColumnRef& column) {
+    std::int32_t before = 0;
+    for (const DictionaryColumn& entry : kColumns) {
+        if (entry.kind != kind || ++before != number) continue;
+        column.table = kKindNames[static_cast<std::int32_t>(kind)];
+        column.column = entry.name;
+        column.fieldNumber = number;
+        column.fieldType = entry.type;
+        column.fieldFlags = 0;
+    }
+}
+
 }  // namespace wsql

@@ -8,6 +8,7 @@
 namespace wsql {
 
 class WELKFieldInfoList;
+class WSQLColumnRef;
 class WSQLStmtSelect;
 class WSQLTableRef;
 
@@ -21,5 +22,9 @@ bool namesDictionary(const WSQLStmtSelect& select);
 DictionaryKind dictionaryKind(std::string_view table);
 /// Its columns in their order, numbered from 1; none for kNone.
 std::unique_ptr<WELKFieldInfoList> dictionaryFields(DictionaryKind kind);
+/// 1-based number of the column of that name, whatever its letter case; 0 when the table has none.
+std::int32_t dictionaryColumn(DictionaryKind kind, std::string_view name);
+/// Makes the reference one to that column.
+void bindDictionaryColumn(DictionaryKind kind, std::int32_t number, WSQLColumnRef& column);
 
 }  // namespace wsql

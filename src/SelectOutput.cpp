@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "include/wdb.h"
+#include "src/DictionarySelect.h"
 #include "src/ElementAt.h"
 #include "src/WSQLFilter.h"
 #include "src/WSQLResultSetColumn.h"
@@ -42,7 +43,9 @@ std::int32_t rowType(const ConstantValue& value) {
 }  // namespace
 
 SelectOutput::SelectOutput(WSQLFilter& filter, const WSQLStmtSelect& select, Values values)
-    : values_(values), isStatic_(select.tables->Count() == 0 && values != Values::kUnion) {
+    : values_(values),
+      isStatic_(select.tables->Count() == 0 && values != Values::kUnion),
+      isDictionary_(selectsDictionary(select)) {
     columns_.reserve(static_cast<std::size_t>(select.itemCount()));
     for (std::int32_t i = 0; i < select.itemCount(); ++i)
         addItem(filter, select, elementAt(select.items(), i));

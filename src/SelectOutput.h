@@ -60,6 +60,7 @@ public:
     /// For a union, whose rows may come from another table than the column's: the field that a reference
     /// "BASE.FIELD" names; null when there is none.
     const WELKFieldInfo* fieldNamed(WSQLFilter& filter, std::string_view name);
+    bool isDictionary() const { return isDictionary_; }  ///< the rows are those of the filter's list
     bool isStatic() const { return isStatic_; }  ///< no FROM: the rows are the statement's own constants
 
 private:
@@ -76,6 +77,7 @@ private:
     bool selectText_ = false;
     bool selectBlob_ = false;
     bool isStatic_;
+    bool isDictionary_;
 };
 
 /// Appends the key that a large value is fetched by: the table's name in hexadecimal, record, part and field.

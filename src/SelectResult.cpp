@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "include/wdb.h"
+#include "src/DictionarySelect.h"
 #include "src/ElementAt.h"
 #include "src/SelectDocument.h"
 #include "src/WSQLFilter.h"
@@ -41,12 +42,17 @@ struct Block {
 
 }  // namespace
 
-WSQLResultSetMetaData& SelectResult::describe() {
+WSQLResultSetMetaData* SelectResult::describe() {
     if (form_.isUnion || filter_.resultSet() == nullptr)
         filter_.setResultSet(std::make_unique<WSQLResultSet>());
     WSQLResultSetMetaData& metaData = filter_.resultSet()->metaData();
     metaData.setEncoding(kOutputEncoding);
     metaData.setUnion(form_.isUnion);
+    if (selectsDictionary(select_)) {
+        if (!filter_.CreateDictionaryMetaData(&select_)) return nullptr;
+        metaData.addRows(set_.hits);
+        return &metaData;
+    }
     std::int32_t id = 0;
     for (std::int32_t i = 0; i < select_.itemCount(); ++i) {
         filter_.debug(form_.context, "Generating meta data for output column #%d\n", ++id);
@@ -61,11 +67,13 @@ WSQLResultSetMetaData& SelectResult::describe() {
     }
     if (set_.number > 0) filter_.debug(form_.context, "Creating result set for search #%d\n", set_.number);
     metaData.addRows(set_.hits);
-    return metaData;
+    return &metaData;
 }
 
 bool SelectResult::write(CStringBuffer& document) {
-    WSQLResultSetMetaData& metaData = describe();
+    WSQLResultSetMetaData* described = describe();
+    if (described == nullptr) return false;
+    WSQLResultSetMetaData& metaData = *described;
     const Block block = Block::ofSettings();
     auto row = std::make_unique<WSQLRowData>(set_.number, set_.hits, select_.tables->Count());
     row->firstRow = row->index = block.firstRow();

@@ -28,7 +28,8 @@ public:
     bool write(CStringBuffer& document);
 
 private:
-    WSQLResultSetMetaData& describe();
+    /// Null after a fault.
+    WSQLResultSetMetaData* describe();
     bool writeRows(CStringBuffer& document, WSQLResultSetMetaData& metaData,
                    std::unique_ptr<WSQLRowData> row);
     RowOutcome advance(WSQLRowCursor& cursor, const WSQLRowData& row, std::unique_ptr<WSQLRowData>& ahead);

@@ -1,6 +1,7 @@
 #include "src/SelectSearch.h"
 
 #include "include/wdb.h"
+#include "src/DictionarySelect.h"
 #include "src/DictionaryTables.h"
 #include "src/ElementAt.h"
 #include "src/ScalarSubselects.h"
@@ -46,7 +47,9 @@ bool SelectSearch::check() {
     if (parts && select_.tables->Count() > 1) {
         return fault(792, kNotSupported, "Joins not supported between WELK databases with part records.");
     }
-    if (!namesDictionary(select_)) return true;
+    // The dictionary has no search sets that others could combine or compare with.
+    const bool rowsAlone = !form_.asSet && !form_.inUnion && !form_.subselect;
+    if (!namesDictionary(select_) || (selectsDictionary(select_) && rowsAlone)) return true;
     filter_.ReportUnsupported();
     return false;
 }
@@ -76,6 +79,13 @@ bool SelectSearch::checkJoinKinds() {
 }
 
 bool SelectSearch::run(SearchSet& result) {
+    if (selectsDictionary(select_)) {
+        auto found = std::make_unique<DictionaryResult>();
+        if (!searchDictionary(filter_, select_, *found)) return false;
+        result.hits = found->hits();
+        filter_.setDictionaryResult(std::move(found));
+        return true;
+    }
     CStringBuffer where(256);
     if (select_.tables->Count() == 0) {
         bool holds = true;

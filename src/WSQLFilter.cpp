@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "src/DictionarySelect.h"
 #include "src/StatusScope.h"
 #include "src/WSQLResultSet.h"
 #include "src/parser/Keywords.h"

@@ -16,6 +16,7 @@
 namespace wsql {
 
 struct ColumnFaultLines;
+struct DictionaryResult;
 class SelectOutput;
 class ValueFilter;
 class WELKFieldInfo;
@@ -195,8 +196,15 @@ public:
     // already answered. GetNextJoinRow makes the row object when there is none.
     RowOutcome GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
     RowOutcome GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
+    RowOutcome GetNextDictRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
     WSQLResultSet* resultSet() const { return resultSet_.get(); }
     void setResultSet(std::unique_ptr<WSQLResultSet> resultSet);
+
+    // ---- the dictionary: WSQLDictionary.cpp ----
+    // Adds the columns of a dictionary selection to the result's description.
+    bool CreateDictionaryMetaData(WSQLStmtSelect* select);
+    // What the latest dictionary selection of this call found.
+    void setDictionaryResult(std::unique_ptr<DictionaryResult> result);
 
     // ---- CREATE TABLE: WSQLExecCreateTable.cpp ----
     bool CreateField(WSQLColumnElement* column);
@@ -267,6 +275,7 @@ private:
         statementTime_;  // made when the statement first asks, so that all its uses agree
     CStringBuffer parserMessage_{64};
     std::unique_ptr<WSQLResultSet> resultSet_;
+    std::unique_ptr<DictionaryResult> dictionary_;
     std::string temporaryFileName_;
 
     std::int32_t lastStatus_ = WDB_OK;

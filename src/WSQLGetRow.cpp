@@ -281,6 +281,7 @@ RowOutcome WSQLFilter::GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOut
 }
 
 RowOutcome WSQLRowCursor::next(std::unique_ptr<WSQLRowData>& row) {
+    if (output_.isDictionary()) return filter_.GetNextDictRow(row, output_);
     return output_.isStatic() ? filter_.GetStaticRow(row, output_) : filter_.GetNextJoinRow(row, output_);
 }
 
