@@ -76,10 +76,11 @@ bool DictionaryCondition::evaluate(const WSQLCondition& condition, const WDBSRow
                                    bool& kept) const {
     std::vector<const WSQLCompositeCondition*> spine;
     const WSQLCondition* first = &condition;
-    for (; const WSQLCompositeCondition* composite = first->asComposite(); first = composite->left.get()) {
+    while (const WSQLCompositeCondition* composite = first->asComposite()) {
         filter_.debug(kSource, "Translating composite condition level=#%d\n",
                       level + static_cast<std::int32_t>(spine.size()));
         spine.push_back(composite);
+        first = composite->left.get();
     }
     if (!predicate(*first, row, kept)) return false;
     for (; !spine.empty(); spine.pop_back()) {

@@ -102,8 +102,9 @@ int32_t WdbBatchLoadIndex(int32_t kind, const char* baseName, const char*) {
     return kernel.index.datesKnown ? kernel.index.jobStatus : WDB_E_UNSUPPORTED;
 }
 
-int32_t WdbCheckBase(const char*, int32_t) {
-    return kernel.index.checkStatus;
+int32_t WdbCheckBase(const char* baseName, int32_t mode) {
+    if (mode == 1) return kernel.index.checkStatus;
+    return kernel.tables.count(baseName) != 0 ? WDB_OK : WDB_E_BASE;
 }
 
 int32_t WdbGetIntegrityRules(WdbIntegrityRules** rules) {
@@ -224,6 +225,18 @@ int32_t WdbBaseInfo(const char* baseName, int32_t item, void* info, int32_t* len
     return WDB_OK;
 }
 
+int32_t WdbGetDbAccess(const char* userName, WdbAccessRecord* record) {
+    if (*userName == '\0') return WDB_E_NAME;
+    kernel.accessUser = userName;
+    *record = kernel.access[userName];
+    return WDB_OK;
+}
+
+int32_t WdbPutDbAccess(const WdbAccessRecord* record) {
+    if (kernel.putAccessStatus == WDB_OK) kernel.access[kernel.accessUser] = *record;
+    return kernel.putAccessStatus;
+}
+
 // ---- not modelled ----
 #define NOT_MODELLED(name, ...)   \
     int32_t name(__VA_ARGS__) {   \
@@ -262,8 +275,6 @@ NOT_MODELLED(WdbGetFieldSpec, WdbFieldSpec*)
 NOT_MODELLED(WdbPutFieldSpec, const WdbFieldSpec*)
 NOT_MODELLED(WdbPutDefaultValue, const WdbFieldSpec*, const char*)
 NOT_MODELLED(WdbSetForeignKey, const char*, const char*, const char*, int32_t, int32_t)
-NOT_MODELLED(WdbGetDbAccess, const char*, WdbAccessRecord*)
-NOT_MODELLED(WdbPutDbAccess, const WdbAccessRecord*)
 NOT_MODELLED(WdbCallAse, WdbAse*, const char*, char*, int32_t*)
 #undef NOT_MODELLED
 

@@ -30,6 +30,10 @@ struct FakeKernel {
     };
     std::map<std::string, std::vector<Column>> tables;
     std::map<std::string, std::string> keys;  // table -> its primary key column
+    // Rights: the records by user, of the one base that was checked last.
+    std::map<std::string, WdbAccessRecord> access;
+    std::string accessUser;
+    std::int32_t putAccessStatus = WDB_OK;
     // Rows of the set that every command makes, as WdbGetRows hands them out; a status other than WDB_OK
     // instead of the row.
     struct Item {

@@ -20,16 +20,18 @@ TEST_F(TableDesc, NeedsATableName) {
 
 TEST_F(TableDesc, GivesOnlyTheStatusWhenTheSelectionFails) {
     const struct {
-        const char *text, *reason;
-    } rows[] = {{"TABLENAME=t\n", "the dictionary cannot be asked"},
-                {"TABLENAME=a\"b'c`d\n", "a name that no quotes can hold"},
-                {"TABLENAME=a\\\n", "a name that would eat its quote"}};
+        const char* text;
+        std::int32_t status;
+        const char* reason;
+    } rows[] = {{"TABLENAME=t\n", WDB_E_UNSUPPORTED, "the dictionary cannot be asked"},
+                {"TABLENAME=a\"b'c`d\n", 0, "a name that no quotes can hold"},
+                {"TABLENAME=a\\\n", 0, "a name that would eat its quote"}};
     for (const auto& row : rows) {
         Request request(row.text, 1);
         char host[] = "host";
         request.data.output = host;
         request.data.outputLength = 4;
-        EXPECT_EQ(sqlgettabledesc(&request.data, nullptr), 0) << row.reason;
+        EXPECT_EQ(sqlgettabledesc(&request.data, nullptr), row.status) << row.reason;
         EXPECT_EQ(request.data.output, host) << row.reason;
         EXPECT_EQ(request.data.outputLength, 4) << row.reason;
         EXPECT_EQ(request.text(), row.text) << "no type line without a document";
