@@ -69,8 +69,8 @@ bool ObjectSource::readAll(platform::HeapText& text, std::int64_t& size) {
     size = platform::streamSize(stream_);
     if (size < 0) return false;
     text.reset(static_cast<char*>(platform::heapAllocate(static_cast<std::size_t>(size) + 10)));
-    return std::fread(text.get(), 1, static_cast<std::size_t>(size), stream_) ==
-           static_cast<std::size_t>(size);
+    done_ = 0;
+    return read(text.get(), static_cast<std::size_t>(size)) == static_cast<std::size_t>(size);
 }
 
 }  // namespace wsql

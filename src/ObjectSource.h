@@ -33,6 +33,9 @@ public:
     /// Of memory.
     std::string_view bytes() const { return bytes_; }
 
+    /// Bytes of the source, those of a file as far as they have been read.
+    std::int64_t size() const { return isFile() ? done_ : static_cast<std::int64_t>(bytes_.size()); }
+
     /// Starts at the first byte of the file again.
     void rewind();
     /// The next bytes of the file, at most size; 0 at its end, which is a failure when failed() says so.

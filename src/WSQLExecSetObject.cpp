@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "src/FoundRecords.h"
 #include "src/ObjectSource.h"
 #include "src/RowCountDocument.h"
 #include "src/StatusScope.h"
@@ -17,7 +18,8 @@ namespace {
 constexpr const char* kContext = "WSQLFilter::ExecuteSetObject";
 constexpr const char* kUnit = "src/WSQLExecSetObject";
 constexpr const char* kReadFault = "Failed to read file data";
-constexpr std::size_t kChunk = 8192;  ///< bytes of a file written with one call
+constexpr std::size_t kChunk = 8192;       ///< bytes of a file written with one call
+constexpr std::int64_t kLarge = 16 << 20;  ///< bytes that the allocator shall not keep
 constexpr std::uint32_t kAllocateInMemory = 36;
 
 class ObjectStore {
@@ -44,20 +46,15 @@ public:
     /// Makes the records to be written the current result.
     bool search() {
         if (!filter_.SearchOpenDB(name_.c_str())) return false;
-        if (!statement_.table) {
-            CStringBuffer record(64);
-            record.format("%s=%d", CommandWord(filter_, "RXX").text(),
-                          static_cast<std::int32_t>(statement_.recordId));
-            const std::int32_t status =
-                filter_.ExecuteCCL("%s %s", CommandWord(filter_, "FIN").text(), record.text());
-            return WDB_SUCCESS(status) || kernelFault(status, kContext, "execution");
-        }
-        std::int32_t status = WDB_OK;
-        if (filter_.TranslateCondition(statement_.where.get(), 0, &status, nullptr)) return true;
-        if (!filter_.answered() && status >= 2) {
-            filter_.ReportKernelError(status, "SQLFilter::TranslateCondition", "execution");
-        }
-        return false;
+        if (statement_.table)
+            return searchRecords(filter_, statement_.where.get(), kContext, kContext, found_);
+        CStringBuffer record(64);
+        record.format("%s=%d", CommandWord(filter_, "RXX").text(),
+                      static_cast<std::int32_t>(statement_.recordId));
+        const std::int32_t status =
+            filter_.ExecuteCCL("%s %s", CommandWord(filter_, "FIN").text(), record.text());
+        if (!WDB_SUCCESS(status)) return kernelFault(status, kContext, "execution");
+        return searchRecords(filter_, nullptr, kContext, kContext, found_);
     }
 
     bool openSource() {
@@ -67,13 +64,13 @@ public:
     }
 
     bool storeAll() {
-        std::int32_t set = 0;
-        const std::int32_t status = WdbGetSearch(&set, &records_, nullptr);
-        if (!WDB_SUCCESS(status)) return kernelFault(status, kContext, "WdbGetSearch");
-        for (std::int32_t k = 1; k <= records_; ++k) {
-            if (!store(k)) return false;
+        WelkRecord record;
+        for (std::int32_t k = 1; k <= found_.count; ++k) {
+            const FoundRecord found = openFound(filter_, record, found_, k, WDB_MODE_WRITE, nullptr);
+            if (found == FoundRecord::kFailed) return false;
+            if (found == FoundRecord::kOpen && !store(record.get())) return false;
         }
-        if (records_ > 0 && isText()) filter_.IndexDatabase(name_.c_str(), false, false);
+        if (found_.count > 0 && isText()) filter_.IndexDatabase(name_.c_str(), false, false);
         return true;
     }
 
@@ -81,7 +78,7 @@ public:
         filter_.filterData()->wdb_options = kAllocateInMemory;
         if (!statement_.table) return filter_.ReportSuccess("Object successfully stored.");
         CStringBuffer document(1024);
-        appendRowCountDocument(filter_, document, "UPDATE", name_, records_);
+        appendRowCountDocument(filter_, document, "UPDATE", name_, found_.count);
         filter_.setStatus(WDB_OK);
         filter_.SetAnswer(document);
     }
@@ -108,24 +105,20 @@ private:
         return filter_.answered() && WDB_SUCCESS(status) ? false : kernelFault(status, kUnit, "validation");
     }
 
-    bool store(std::int32_t ordinal) {
-        WelkRecord control;
-        filter_.setLastStatus(WDB_OK);
-        if (!filter_.GetRecordInSearch(control.slot(), 0, ordinal, WDB_MODE_WRITE, nullptr)) {
-            // A record that has gone since the search is no failure.
-            return !filter_.answered() || filter_.lastStatus() == WDB_E_DELETED;
-        }
+    bool store(WdbRecordControl* record) {
         if (statement_.part > 0) {
             const std::int32_t status =
-                WdbSetRecordPart(nullptr, control.get(), static_cast<std::int32_t>(statement_.part));
+                WdbSetRecordPart(nullptr, record, static_cast<std::int32_t>(statement_.part));
             if (!WDB_SUCCESS(status)) return kernelFault(status, kContext, "WdbSetRecordPart");
         }
         WelkTuple cursor;
-        std::int32_t status = cursor.place(control.get(), statement_.column->fieldNumber, 0, 0);
+        std::int32_t status = cursor.place(record, statement_.column->fieldNumber, 0, 0);
         if (!WDB_SUCCESS(status)) return kernelFault(status, kContext, "WdbSetCursor");
-        if (!(isText() ? putText(cursor.get()) : putBinary(cursor.get()))) return false;
+        const bool put = isText() ? putText(cursor.get()) : putBinary(cursor.get());
+        if (source_.size() >= kLarge) filter_.trimAtEnd();
+        if (!put) return false;
         std::int32_t recordId = 0;
-        status = WdbPutRecord(control.get(), &recordId);
+        status = WdbPutRecord(record, &recordId);
         return WDB_SUCCESS(status) || kernelFault(status, kContext, "WdbPutRecord");
     }
 
@@ -164,7 +157,7 @@ private:
     WSQLStmtSetObject& statement_;
     const std::string name_;
     ObjectSource source_;
-    std::int32_t records_ = 0;
+    FoundRecords found_;
 };
 
 }  // namespace

@@ -52,6 +52,7 @@ WSQLFilter::~WSQLFilter() {
     statement_.reset();
     resultSet_.reset();
     if (!temporaryFileName_.empty()) platform::deleteFile(temporaryFileName_.c_str());
+    if (trimAtEnd_) platform::heapTrim();
 }
 
 void WSQLFilter::readVersion() {

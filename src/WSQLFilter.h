@@ -96,6 +96,8 @@ public:
     std::int32_t lastStatus() const { return lastStatus_; }
     void setLastStatus(std::int32_t status) { lastStatus_ = status; }
     bool newCcl() const { return newCcl_; }
+    // What the call's large objects took is given back to the system at its end, when all is committed.
+    void trimAtEnd() { trimAtEnd_ = true; }
     // A file deleted at the end of the call.
     std::string& temporaryFileName() { return temporaryFileName_; }
     // Root of the parsed statement: the slot that the parser fills.
@@ -282,6 +284,7 @@ private:
     bool answered_ = false;
     char* answer_ = nullptr;  // the document of this call that the record now points to
     bool rawValues_ = false;
+    bool trimAtEnd_ = false;
     CharacterSet characterSet_{};
     mutable CharacterSet conversionSet_{};
     mutable bool conversionSetKnown_ = false;

@@ -128,11 +128,9 @@ private:
     friend class Environment;
     using Txn::Txn;
     void noteFailure(int code);
-    void releasePages() const;
 
     bool full_ = false;    // the map was: grow it before the next one
     bool broken_ = false;  // a write failed half-way: nothing may be committed any more
-    size_t written_ = 0;   // bytes of values
 };
 
 // A walk through a table. Every step answers WDB_OK, WDB_FAIL at the end, or an error; key() and value() are

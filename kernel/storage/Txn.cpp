@@ -1,5 +1,3 @@
-#include <malloc.h>
-
 #include <cstring>
 #include <utility>
 
@@ -84,7 +82,6 @@ WriteTxn& WriteTxn::operator=(WriteTxn&& other) noexcept {
         abort();
         environment_ = std::move(other.environment_);
         txn_ = std::exchange(other.txn_, nullptr);
-        written_ = std::exchange(other.written_, 0);
     }
     return *this;
 }
@@ -112,7 +109,6 @@ Status WriteTxn::reserve(Table table, Slice key, size_t size, char*& value, PutM
         return mdb_put(txn_, environment_->handles_[table], &keyVal, &room, MDB_RESERVE | putFlags(mode));
     });
     noteFailure(code);
-    written_ += size;
     value = static_cast<char*>(room.mv_data);
     return lmdbStatus(code);
 }
@@ -144,12 +140,6 @@ void WriteTxn::noteFailure(int code) {
     if (code != MDB_SUCCESS && code != MDB_NOTFOUND && code != MDB_KEYEXIST) broken_ = true;
 }
 
-// The pages of a large change were memory of this process; left to itself the allocator keeps them.
-void WriteTxn::releasePages() const {
-    constexpr size_t kWorthwhile = 16 << 20;
-    if (written_ >= kWorthwhile) malloc_trim(0);
-}
-
 Status WriteTxn::commit() {
     if (txn_ == nullptr) return WDB_E_STORAGE;
     if (broken_) {
@@ -158,7 +148,6 @@ Status WriteTxn::commit() {
     }
     MDB_txn* txn = std::exchange(txn_, nullptr);
     const int code = callLmdb([&] { return mdb_txn_commit(txn); });
-    releasePages();
     environment_->writeEnded(code != MDB_SUCCESS, code == MDB_MAP_FULL);
     environment_.reset();
     return code == MDB_SUCCESS ? WDB_OK : WDB_E_STORAGE;
@@ -167,7 +156,6 @@ Status WriteTxn::commit() {
 void WriteTxn::abort() {
     if (txn_ == nullptr) return;
     mdb_txn_abort(std::exchange(txn_, nullptr));
-    releasePages();
     environment_->writeEnded(false, full_);
     environment_.reset();
 }

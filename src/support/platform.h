@@ -23,6 +23,9 @@ void* heapAllocate(std::size_t size);
 void* heapGrow(void* block, std::size_t oldSize, std::size_t newSize);
 void heapFree(void* block) noexcept;
 
+// Gives memory that was freed back to the system.
+void heapTrim() noexcept;
+
 struct HeapFree {
     void operator()(void* block) const noexcept { heapFree(block); }
 };

@@ -1,6 +1,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <locale.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -33,6 +34,10 @@ void* heapGrow(void* block, std::size_t oldSize, std::size_t newSize) {
     if (grown == nullptr) throw std::bad_alloc();
     if (newSize > oldSize) std::memset(static_cast<char*>(grown) + oldSize, 0, newSize - oldSize);
     return grown;
+}
+
+void heapTrim() noexcept {
+    malloc_trim(0);
 }
 
 void heapFree(void* block) noexcept {

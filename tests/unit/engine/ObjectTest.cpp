@@ -333,7 +333,7 @@ TEST_F(Objects, FaultsNameTheKernelsFunction) {
         {"WdbGetLine", 1, getText, get, "WdbGetLine"},
         {"WdbGetBlobSize", 0, getBinary, get, "WdbGetBlobSize"},
         {"WdbGetBlobBlock", 0, getBinary, get, "WdbGetBlobBlock"},
-        {"WdbGetSearch", 0, setText, store, "WdbGetSearch"},
+        {"WdbGetSearch", 0, setText, store, "execution"},
         {"WdbGetRecordInSearchRis", 0, setText, "WSQLFilter::CreateControl", "WdbGetRecordInSearchRis"},
         {"WdbSetCursor", 0, setText, store, "WdbSetCursor"},
         {"WdbPutLine", 0, setText, store, "WdbPutLine"},
