@@ -68,11 +68,23 @@ bool ValueReader::readEmptyOrAny(Criterion& criterion) {
     return true;
 }
 
-// Is what comes no number but nothing, "" or $, quoted or not?
+// Does a value of several parts end in front of the part?
+bool ValueReader::endsBefore(const ValuePart& part) const {
+    if (part.kind == ValuePart::Kind::None) return true;
+    if (part.kind != ValuePart::Kind::Bare) return false;
+    for (const Word word : {Word::And, Word::Orx, Word::Not, Word::Ftl}) {
+        if (state_.words.is(word, part.text)) return true;
+    }
+    return false;
+}
+
+// Is what comes no number but nothing, "" or $ alone, quoted or not?
 bool ValueReader::atEmptyOrWildcard() const {
-    const ValuePart part = state_.scanner.peekPart();
+    Scanner ahead = state_.scanner;
+    const ValuePart part = ahead.nextPart();
     if (part.kind == ValuePart::Kind::None) return state_.scanner.at(part.position) != '(';
-    return part.kind != ValuePart::Kind::Open && (part.text.empty() || part.text == "$");
+    if (part.kind == ValuePart::Kind::Open || !(part.text.empty() || part.text == "$")) return false;
+    return endsBefore(ahead.peekPart());
 }
 
 // A name, or two with a point between, in one piece: other columns (T.0, T.A.2) and blanks make a value.
@@ -115,12 +127,8 @@ bool ValueReader::readText(Value& value) {
     for (bool first = true;; first = false) {
         const ValuePart part = state_.scanner.peekPart();
         if (part.kind == ValuePart::Kind::Open) return state_.fail(part.position);
-        if (part.kind == ValuePart::Kind::None) return !first || state_.fail(part.position);
-        if (!first && part.kind == ValuePart::Kind::Bare) {
-            for (const Word word : {Word::And, Word::Orx, Word::Not, Word::Ftl}) {
-                if (state_.words.is(word, part.text)) return true;
-            }
-        }
+        if (!first && endsBefore(part)) return true;
+        if (part.kind == ValuePart::Kind::None) return state_.fail(part.position);
         if (!first) appendLiteral(value, ' ');
         appendPart(value, part.text, part.kind == ValuePart::Kind::Quoted);
         state_.scanner.nextPart();

@@ -18,6 +18,7 @@ public:
 private:
     bool endsAt(size_t position) const;
     bool readEmptyOrAny(Criterion& criterion);
+    bool endsBefore(const ValuePart& part) const;
     bool atEmptyOrWildcard() const;
     bool trySetValue(Criterion& criterion);
     bool readSetColumn(SetValue& value);
