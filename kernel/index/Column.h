@@ -48,6 +48,11 @@ public:
     // WDB_E_CORRUPT; WDB_FAIL when it has no entries.
     static Result<ColumnView> open(Slice block);
     std::optional<int64_t> at(uint32_t place) const;
+    // For loops over all of it: kColumnRecords little-endian entries of width() bytes, 0 for no value, else
+    // the value less base() plus 1.
+    const char* entries() const { return data_; }
+    unsigned width() const { return width_; }
+    int64_t base() const { return base_; }
     // The values of records of this block, 0 where there is none, and whether there is one. first: the
     // block's first record.
     void gather(std::span<const RecordNumber> records, RecordNumber first, int64_t* values,

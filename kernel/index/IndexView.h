@@ -14,6 +14,7 @@
 #include "kernel/index/OrderWalk.h"
 #include "kernel/index/RankCache.h"
 #include "kernel/index/RecordSet.h"
+#include "kernel/index/Spellings.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/record/Schema.h"
 #include "kernel/storage/Environment.h"
@@ -53,6 +54,14 @@ struct IndexSources {
 struct OrderedRecord {
     uint64_t place = 0;  // 0: the first item is empty; equal for equal values, else ordered as they are
     RecordNumber record = 0;
+};
+
+// The records of one group.
+struct Tally {
+    __extension__ __int128 sum = 0;
+    uint32_t rows = 0;
+    uint32_t values = 0;     // in the sum
+    RecordNumber first = 0;  // the smallest
 };
 
 // One state of a base's indexes: what search asks. Sets are exact and hold live records only; they may borrow
@@ -119,10 +128,18 @@ public:
     // one walk through both. otherBase: what tells the other view's base from others.
     Result<std::shared_ptr<const RankMap>> rankMap(FieldNumber field, IndexView& other,
                                                    FieldNumber otherField, uint64_t otherBase);
+    // Item types: the forms of the values of each rank, from the cache or by reading every record once.
+    Result<std::shared_ptr<const Spellings>> spellings(FieldNumber field);
     // INTEGER: the values of records in any order (0 stands for no record) and whether there is one.
     // WDB_FAIL when the columns cannot tell: some record has several items.
     Status integers(FieldNumber field, std::span<const RecordNumber> records, std::vector<int64_t>& values,
                     std::vector<char>& present);
+
+    // Groups records by the first items of a field (0: one group of all, if there are any) and adds up the
+    // values of an INTEGER field (0: none). Groups come in the order of their first records. WDB_FAIL when
+    // the ranks and columns cannot tell: some record has several items in one of the fields.
+    Status tally(FieldNumber group, FieldNumber values, const RecordSet& records,
+                 std::vector<Tally>& tallies);
 
     // Numbers of the entries a walk through the field would at most have to see: for choosing between ways to
     // sort.

@@ -31,6 +31,17 @@ std::shared_ptr<const Vocabulary> RankCache::vocabulary(Vocabulary::Table table,
     return nullptr;
 }
 
+std::shared_ptr<const Spellings> RankCache::spellings(FieldNumber field, Position position) const {
+    const std::lock_guard lock(mutex_);
+    for (const Kept& kept : kept_) {
+        if (!kept.spellings || kept.spellings->field != field || kept.spellings->position != position)
+            continue;
+        kept.used = ++clock_;
+        return kept.spellings;
+    }
+    return nullptr;
+}
+
 template <typename Same>
 void RankCache::keep(Kept fresh, Position position, Same&& same) {
     const std::lock_guard lock(mutex_);
@@ -53,14 +64,21 @@ void RankCache::keep(Kept fresh, Position position, Same&& same) {
 void RankCache::store(std::shared_ptr<const Ranks> ranks) {
     const FieldNumber field = ranks->field;
     const Position position = ranks->position;
-    keep({std::move(ranks), nullptr, 0}, position,
+    keep({std::move(ranks), nullptr, nullptr}, position,
          [&](const Kept& kept) { return kept.ranks && kept.ranks->field == field; });
+}
+
+void RankCache::store(std::shared_ptr<const Spellings> spellings) {
+    const FieldNumber field = spellings->field;
+    const Position position = spellings->position;
+    keep({nullptr, nullptr, std::move(spellings)}, position,
+         [&](const Kept& kept) { return kept.spellings && kept.spellings->field == field; });
 }
 
 void RankCache::store(std::shared_ptr<const Vocabulary> vocabulary) {
     const Vocabulary& fresh = *vocabulary;
     const Position position = fresh.position();
-    keep({nullptr, vocabulary, 0}, position, [&](const Kept& kept) {
+    keep({nullptr, vocabulary, nullptr}, position, [&](const Kept& kept) {
         return kept.vocabulary && kept.vocabulary->of(fresh.table(), fresh.field());
     });
 }

@@ -9,6 +9,7 @@
 
 #include "kernel/common/Ids.h"
 #include "kernel/index/RankMap.h"
+#include "kernel/index/Spellings.h"
 #include "kernel/index/Vocabulary.h"
 
 namespace wdb {
@@ -34,8 +35,8 @@ struct Ranks {
 };
 
 // What searches derive from the index files of one base and keep, shared by the sessions of the process:
-// ranks and vocabularies, the newest of each field. Nothing is kept beyond kMaxBytes: what was not used for
-// the longest time goes first. Those who hold something keep it alive.
+// ranks, vocabularies and spellings, the newest of each field. Nothing is kept beyond kMaxBytes: what was not
+// used for the longest time goes first. Those who hold something keep it alive.
 class RankCache {
 public:
     static constexpr size_t kMaxBytes = size_t{256} << 20;
@@ -44,8 +45,10 @@ public:
     std::shared_ptr<const Ranks> find(FieldNumber field, Position position) const;
     std::shared_ptr<const Vocabulary> vocabulary(Vocabulary::Table table, FieldNumber field,
                                                  Position position) const;
+    std::shared_ptr<const Spellings> spellings(FieldNumber field, Position position) const;
     // Keeps them unless newer ones of the field are there.
     void store(std::shared_ptr<const Ranks> ranks);
+    void store(std::shared_ptr<const Spellings> spellings);
     void store(std::shared_ptr<const Vocabulary> vocabulary);
 
     // The latest kMaxMaps maps between orders, which joins made; null when there is none.
@@ -61,10 +64,13 @@ public:
 
 private:
     struct Kept {
-        std::shared_ptr<const Ranks> ranks;  // or
-        std::shared_ptr<const Vocabulary> vocabulary;
-        mutable uint64_t used;
-        size_t bytes() const { return ranks ? ranks->bytes() : vocabulary->bytes(); }
+        std::shared_ptr<const Ranks> ranks;            // or
+        std::shared_ptr<const Vocabulary> vocabulary;  // or
+        std::shared_ptr<const Spellings> spellings;
+        mutable uint64_t used = 0;
+        size_t bytes() const {
+            return ranks ? ranks->bytes() : vocabulary ? vocabulary->bytes() : spellings->bytes();
+        }
     };
     struct Walked {
         FieldNumber field;
@@ -74,7 +80,9 @@ private:
     template <typename Same>
     void keep(Kept fresh, Position position, Same&& same);
     static Position positionOf(const Kept& kept) {
-        return kept.ranks ? kept.ranks->position : kept.vocabulary->position();
+        return kept.ranks        ? kept.ranks->position
+               : kept.vocabulary ? kept.vocabulary->position()
+                                 : kept.spellings->position;
     }
 
     mutable std::mutex mutex_;

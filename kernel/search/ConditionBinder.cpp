@@ -49,6 +49,14 @@ bool isOrder(Comparison comparison) {
     return comparison != Comparison::Equal && comparison != Comparison::NotEqual;
 }
 
+bool isAbove(Comparison comparison) {
+    return comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
+}
+
+bool isInclusive(Comparison comparison) {
+    return comparison == Comparison::LessOrEqual || comparison == Comparison::GreaterOrEqual;
+}
+
 // Does nothing, or nothing but blanks, stand before the first wildcard?
 bool opensWithWildcard(const ccl::Value& value) {
     return !value.pieces.empty() && !value.isLiteral() && normalize(value.prefix(), kFoldBlanks).empty();
@@ -123,12 +131,16 @@ Status ConditionBinder::bindField(const Criterion& criterion, Condition& conditi
     }
     condition.first = static_cast<uint32_t>(criterion.column.first);
     condition.last = static_cast<uint32_t>(criterion.column.last);
+    const bool present = (criterion.form == Form::Any && criterion.comparison == Comparison::Equal) ||
+                         (criterion.form == Form::Empty && !isOrder(criterion.comparison));
+    if (condition.field->type == FieldType::String && !present)
+        return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
     condition.negated = criterion.comparison == Comparison::NotEqual;
     switch (criterion.form) {
         case Form::Any:
             if (!isOrder(criterion.comparison))
                 condition.test = Test::Present;
-            else if (condition.field->type != FieldType::String)
+            else
                 return bindOrder(criterion, condition);
             return WDB_OK;
         case Form::Empty:
@@ -158,9 +170,6 @@ Bound ConditionBinder::wordBound(const ccl::Value& value, bool inclusive) {
 }
 
 Status ConditionBinder::bindText(const Criterion& criterion, Condition& condition) {
-    if (condition.field->type == FieldType::String) {
-        return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
-    }
     return isOrder(criterion.comparison) ? bindOrder(criterion, condition) : bindEqual(criterion, condition);
 }
 
@@ -197,8 +206,8 @@ Status ConditionBinder::bindEqual(const Criterion& criterion, Condition& conditi
 // to it.
 Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& condition) {
     const Comparison comparison = criterion.comparison;
-    const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
-    const bool inclusive = comparison == Comparison::LessOrEqual || comparison == Comparison::GreaterOrEqual;
+    const bool above = isAbove(comparison);
+    const bool inclusive = isInclusive(comparison);
     const FieldType type = condition.field->type;
     if (isEmpty(criterion.low) && criterion.form != Criterion::Form::Any) return WDB_OK;
     if (criterion.form == Criterion::Form::Any || opensWithWildcard(criterion.low)) {
@@ -226,8 +235,6 @@ Status ConditionBinder::bindOrder(const Criterion& criterion, Condition& conditi
 
 Status ConditionBinder::bindTextRange(const Criterion& criterion, Condition& condition) {
     const FieldType type = condition.field->type;
-    if (type == FieldType::String)
-        return fault(error_, WDB_E_TYPE, criterion.position, condition.field->name);
     if (isOrder(criterion.comparison)) return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position);
     if (isEmpty(criterion.low) || isEmpty(criterion.high) || opensWithWildcard(criterion.high)) return WDB_OK;
     const bool fromLowest = opensWithWildcard(criterion.low);
@@ -256,55 +263,71 @@ Status ConditionBinder::bindSetValues(const Criterion& criterion, Condition& con
     SetValues values(state_.context, search_, error_);
     WDB_TRY(values.collect(criterion.setValue[0], criterion.position));
     const FieldDefinition& field = *condition.field;
-    if (field.type == FieldType::String) return fault(error_, WDB_E_TYPE, criterion.position, field.name);
-    if (field.type == FieldType::Text) {
-        if (isOrder(criterion.comparison))
-            return fault(error_, WDB_E_CCL_UNSUPPORTED, criterion.position, field.name);
-        condition.test = Test::Words;
-        for (const std::string& text : values.texts()) {
-            condition.phrases.push_back(state_.context.analyzer().wordPatterns(Pattern(text)));
-        }
-        return WDB_OK;
-    }
-    std::vector<std::string> canonical = values.as(field.type);
+    if (field.type == FieldType::Text) return bindSetWords(criterion.comparison, values, condition);
     if (!isOrder(criterion.comparison)) {
         condition.test = Test::Equal;
-        condition.values = std::move(canonical);
+        condition.values = values.as(field.type);
         return WDB_OK;
     }
-    if (canonical.empty()) return WDB_OK;
-    condition.test = Test::Within;
-    const bool above =
-        criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
-    const bool inclusive =
-        criterion.comparison == Comparison::GreaterOrEqual || criterion.comparison == Comparison::LessOrEqual;
-    if (above)
-        condition.low = Bound{std::move(canonical.front()), inclusive};
-    else
-        condition.high = Bound{std::move(canonical.back()), inclusive};
+    // So to some value: to the least or to the greatest one.
+    const bool above = isAbove(criterion.comparison);
+    const std::optional<Operand> limit = values.extreme(field.type, !above);
+    if (!limit) return WDB_OK;
+    bool none = false;
+    const bool inclusive = isInclusive(criterion.comparison);
+    (above ? condition.low : condition.high) =
+        above ? lowBound(*limit, inclusive, none) : highBound(*limit, inclusive, none);
+    if (!none) condition.test = condition.low || condition.high ? Test::Within : Test::Present;
     return WDB_OK;
 }
 
-// Record numbers beside the values of a set: its record numbers, or what its items say as whole numbers.
+// Some word of the text stands so to some value of the set.
+Status ConditionBinder::bindSetWords(Comparison comparison, const SetValues& values, Condition& condition) {
+    if (!isOrder(comparison)) {
+        condition.test = Test::Words;
+        for (const std::string& text : values.texts())
+            condition.phrases.push_back(state_.context.analyzer().wordPatterns(Pattern(text)));
+        return WDB_OK;
+    }
+    const bool above = isAbove(comparison);
+    std::optional<std::string> limit;
+    for (const std::string& text : values.texts()) {
+        std::string word = normalize(state_.context.analyzer().fold(text), kFoldBlanks);
+        const bool better = !word.empty() && (!limit || (above ? word < *limit : word > *limit));
+        if (better) limit = std::move(word);
+    }
+    if (!limit) return WDB_OK;
+    condition.test = Test::WordWithin;
+    (above ? condition.low : condition.high) = Bound{std::move(*limit), isInclusive(comparison)};
+    return WDB_OK;
+}
+
+// Record numbers beside the values of a set: its record numbers, or what its items say as numbers.
 Status ConditionBinder::bindSetRecords(const Criterion& criterion, Condition& condition) {
     SetValues values(state_.context, search_, error_);
     WDB_TRY(values.collect(criterion.setValue[0], criterion.position));
-    const std::vector<std::string> numbers = values.as(FieldType::Integer);
     if (!isOrder(criterion.comparison)) {
         condition.test = Test::Records;
         std::vector<RecordNumber> records;
-        for (const std::string& number : numbers) {
+        for (const std::string& number : values.as(FieldType::Integer)) {
             const int64_t value = decodeInteger(number);
             if (value >= 1 && value <= kLastRecord) records.push_back(static_cast<RecordNumber>(value));
         }
         condition.records = RecordSet::of(records);
         return WDB_OK;
     }
-    if (numbers.empty()) return WDB_OK;
-    const bool above =
-        criterion.comparison == Comparison::Greater || criterion.comparison == Comparison::GreaterOrEqual;
-    const int64_t limit = decodeInteger(above ? numbers.front() : numbers.back());
-    setRange(rangeOf(criterion.comparison, limit), condition);
+    const bool above = isAbove(criterion.comparison);
+    const std::optional<Operand> limit = values.extreme(FieldType::Integer, !above);
+    if (!limit) return WDB_OK;
+    if (limit->beyond != 0) {
+        if (above == (limit->beyond < 0)) setRange({}, condition);
+        return WDB_OK;
+    }
+    // Of a decimal the whole number below it is known.
+    const Comparison comparison = limit->exact ? criterion.comparison
+                                  : above      ? Comparison::Greater
+                                               : Comparison::LessOrEqual;
+    setRange(rangeOf(comparison, decodeInteger(limit->canonical)), condition);
     return WDB_OK;
 }
 

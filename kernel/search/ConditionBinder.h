@@ -7,6 +7,8 @@
 
 namespace wdb {
 
+class SetValues;
+
 // A criterion of the record number, for which no base is needed (any form but set values).
 // WDB_E_CCL_UNSUPPORTED.
 Status bindNumbers(const ccl::Criterion& criterion, Condition& condition, CommandError& error);
@@ -32,6 +34,7 @@ private:
     Status bindEqual(const ccl::Criterion& criterion, Condition& condition);
     Status bindOrder(const ccl::Criterion& criterion, Condition& condition);
     Status bindSetValues(const ccl::Criterion& criterion, Condition& condition);
+    Status bindSetWords(ccl::Comparison comparison, const SetValues& values, Condition& condition);
     Status bindSetRecords(const ccl::Criterion& criterion, Condition& condition);
     Status readOperand(const FieldDefinition& field, const ccl::Value& value, Operand& operand);
     Bound wordBound(const ccl::Value& value, bool inclusive);

@@ -1,7 +1,7 @@
 #include "kernel/search/Distinct.h"
 
 #include <memory>
-#include <unordered_set>
+#include <unordered_map>
 
 #include <xxhash.h>
 
@@ -13,7 +13,7 @@ namespace wdb {
 
 namespace {
 
-constexpr size_t kNormalizedLength = 256;
+constexpr size_t kNormalizedLength = Spellings::kNormalizedLength;
 
 }  // namespace
 
@@ -26,7 +26,8 @@ Status RowKeyMaker::append(const RowView& row, std::string& key) {
         } else if (column.kind == Kind::Field) {
             visitItems(column, row.tables[column.table], [&](Slice item) {
                 text_.clear();
-                if (!item.empty()) renderValue(column.type, item, form_, text_);
+                if (item.empty()) return appendNull(key);
+                renderValue(column.type, item, form_, text_);
                 appendValue(text_, key);
             });
         } else {
@@ -38,12 +39,17 @@ Status RowKeyMaker::append(const RowView& row, std::string& key) {
                 appendValue(text_, key);
             });
         }
-        if (key.size() == before) appendValue({}, key);
+        if (key.size() == before) appendNull(key);
     }
     return WDB_OK;
 }
 
-// NULL has the length 0, which no value has.
+// Stands where a length does, and is none.
+void RowKeyMaker::appendNull(std::string& key) {
+    appendBig(key, UINT32_MAX);
+    key += '\0';
+}
+
 void RowKeyMaker::appendValue(Slice text, std::string& key) {
     appendBig(key, static_cast<uint32_t>(text.size()));
     if (text.size() <= kNormalizedLength)
@@ -93,19 +99,63 @@ Status RowKeyMaker::appendObject(Slice reference, const BaseSnapshot& snapshot, 
     return WDB_OK;
 }
 
-Status distinctRows(std::span<const OutputColumn> columns, const SourceRows& source, InlineValues inlined,
-                    std::vector<uint32_t>& kept) {
+namespace {
+
+// Rows by the bytes of their keys.
+Status numbersByKey(std::span<const OutputColumn> columns, const SourceRows& source, InlineValues inlined,
+                    std::vector<uint32_t>& numbers, uint32_t& count) {
     RowKeyMaker maker(columns, source.tables.context().dateForm(), inlined);
-    std::unordered_set<std::string> seen;
+    std::unordered_map<std::string, uint32_t> seen;
     std::string key;
     Status status = WDB_OK;
+    numbers.assign(source.rows.size(), 0);
     WDB_TRY(forEachRow(source, [&](size_t row, const RowView& view) {
         if (status != WDB_OK) return;
         key.clear();
         status = maker.append(view, key);
-        if (status == WDB_OK && seen.insert(key).second) kept.push_back(static_cast<uint32_t>(row));
+        numbers[row] = seen.try_emplace(key, static_cast<uint32_t>(seen.size())).first->second;
     }));
+    count = static_cast<uint32_t>(seen.size());
     return status;
+}
+
+}  // namespace
+
+// Columns whose values the index orders need no records; the others are read together.
+Status distinctRows(std::span<const OutputColumn> columns, const SourceRows& source, InlineValues inlined,
+                    std::vector<uint32_t>& kept) {
+    std::vector<uint32_t> numbers, others;
+    uint32_t count = 0;
+    std::vector<OutputColumn> read;
+    const auto take = [&](uint32_t otherCount) {
+        if (numbers.empty()) {
+            numbers.swap(others);
+            count = otherCount;
+        } else {
+            count = combineNumbers(numbers, others);
+        }
+    };
+    for (const OutputColumn& column : columns) {
+        uint32_t otherCount = 0;
+        const Status status = distinctNumbers(column, source, others, otherCount);
+        if (status != WDB_OK && status != WDB_FAIL) return status;
+        if (status == WDB_OK)
+            take(otherCount);
+        else
+            read.push_back(column);
+    }
+    if (!read.empty() || columns.empty()) {
+        uint32_t otherCount = 0;
+        WDB_TRY(numbersByKey(read, source, inlined, others, otherCount));
+        take(otherCount);
+    }
+    std::vector<char> seen(count, 0);
+    for (uint32_t row = 0; row < numbers.size(); ++row) {
+        if (seen[numbers[row]]) continue;
+        seen[numbers[row]] = 1;
+        kept.push_back(row);
+    }
+    return WDB_OK;
 }
 
 }  // namespace wdb

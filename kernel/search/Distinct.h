@@ -23,6 +23,7 @@ public:
     Status append(const RowView& row, std::string& key);
 
 private:
+    static void appendNull(std::string& key);
     void appendValue(Slice text, std::string& key);
     Status appendReference(const OutputColumn& column, const RowRecord& record, std::string& key);
     Status appendObject(Slice reference, const BaseSnapshot& snapshot, std::string& key);

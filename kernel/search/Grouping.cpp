@@ -26,15 +26,6 @@ OutputColumn asOutput(const BoundColumn& bound) {
     return column;
 }
 
-// Joins two numberings: equal numbers in both are one.
-void combine(std::vector<uint32_t>& numbers, const std::vector<uint32_t>& others) {
-    std::unordered_map<uint64_t, uint32_t> known;
-    for (size_t row = 0; row < numbers.size(); ++row) {
-        const uint64_t pair = uint64_t{numbers[row]} << 32 | others[row];
-        numbers[row] = known.try_emplace(pair, static_cast<uint32_t>(known.size())).first->second;
-    }
-}
-
 }  // namespace
 
 Status groupRows(std::span<const OutputColumn> columns, const SourceRows& source, RowGroups& groups) {
@@ -43,8 +34,7 @@ Status groupRows(std::span<const OutputColumn> columns, const SourceRows& source
         std::vector<uint32_t> others;
         uint32_t count = 0;
         WDB_TRY(groupNumbers(column, source, others, count));
-        combine(groups.numberOf, others);
-        groups.numbers = static_cast<uint32_t>(groups.numberOf.size());
+        groups.numbers = combineNumbers(groups.numberOf, others);
     }
     std::vector<char> seen(groups.numbers, 0);
     for (uint32_t row = 0; row < groups.numberOf.size(); ++row) {

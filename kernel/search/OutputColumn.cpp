@@ -28,7 +28,7 @@ public:
     Status bind(const ccl::FieldItem& item, OutputColumn& column) {
         if (item.kind == ccl::FieldItem::Kind::Null) return WDB_OK;
         if (item.kind == ccl::FieldItem::Kind::Text) {
-            column.kind = item.text.empty() ? ColumnKind::Null : ColumnKind::Constant;
+            column.kind = ColumnKind::Constant;
             column.text = item.text;
             return WDB_OK;
         }
@@ -52,6 +52,7 @@ private:
     Status bindTerm(const ccl::ArithmeticTerm& term, OutputColumn& column) {
         if (term.kind == TermKind::Number) {
             column.kind = ColumnKind::Constant;
+            column.type = FieldType::Number;
             column.text = term.number;
             return WDB_OK;
         }

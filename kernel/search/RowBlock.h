@@ -17,6 +17,16 @@ struct RowBlock {
     bool plain = true;  // rows are those of records; else computed ones, without record numbers
     std::unique_ptr<PlacedRows> order;  // null: as they stand
 
+    // Keeps the rows at these places, before they are ordered.
+    void gather(const std::vector<uint32_t>& places) {
+        rows.gather(places);
+        for (ComputedColumn& column : computed) {
+            std::vector<std::string> values;
+            values.reserve(places.size());
+            for (const uint32_t place : places) values.push_back(std::move(column.values[place]));
+            column.values = std::move(values);
+        }
+    }
     uint64_t size() const { return order ? order->size() : rows.size(); }
     size_t rowAt(uint64_t place) { return order ? order->at(place) : place; }
 };

@@ -1,6 +1,7 @@
 #include "kernel/search/RowPlaces.h"
 
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <unordered_map>
 
@@ -114,6 +115,45 @@ Status sortPlaces(const OutputColumn& column, const SourceRows& source, std::vec
         if (i == 0 || key != keys[order[i - 1]]) ++place;
         places[order[i]] = place;
     }
+    return WDB_OK;
+}
+
+uint32_t combineNumbers(std::vector<uint32_t>& numbers, const std::vector<uint32_t>& others) {
+    std::unordered_map<uint64_t, uint32_t> known;
+    for (size_t row = 0; row < numbers.size(); ++row) {
+        const uint64_t pair = uint64_t{numbers[row]} << 32 | others[row];
+        numbers[row] = known.try_emplace(pair, static_cast<uint32_t>(known.size())).first->second;
+    }
+    return static_cast<uint32_t>(known.size());
+}
+
+// The numbers of groups, those of rows with another form than the rest of their rank's replaced.
+Status distinctNumbers(const OutputColumn& column, const SourceRows& source, std::vector<uint32_t>& numbers,
+                       uint32_t& count) {
+    if (column.first != 0) return WDB_FAIL;
+    WDB_TRY(numbersByRank(column, source, numbers, count));
+    if (Spellings::fixed(column.type)) return WDB_OK;
+    IndexView& index = source.tables[column.table].state->index;
+    const auto spellings = index.spellings(column.field);
+    if (!spellings) return spellings.status();
+    const auto ranks = index.ranks(column.field);
+    if (!ranks) return ranks.status();
+    const Result<RecordSet> loose = index.unranked(column.field, **ranks);
+    if (!loose) return loose.status();
+    const std::vector<uint64_t>& forms = (*spellings)->formOf;
+    const std::vector<RecordNumber>& records = source.rows.records(column.table);
+    std::map<std::pair<uint32_t, uint64_t>, uint32_t> added;  // number and form
+    for (size_t row = 0; row < records.size(); ++row) {
+        uint32_t& number = numbers[row];
+        const uint64_t form = number < forms.size() ? forms[number] : Spellings::kMixed;
+        const bool alike = form != Spellings::kMixed && (loose->empty() || !loose->contains(records[row]));
+        if (number == 0 || alike) continue;
+        const Result<RecordView> record = source.tables[column.table].state->snapshot.record(records[row]);
+        if (!record) return record.status();
+        const uint64_t own = Spellings::form(column.type, record->items(column.field).first());
+        if (own != form) number = added.try_emplace({number, own}, count + added.size()).first->second;
+    }
+    count += static_cast<uint32_t>(added.size());
     return WDB_OK;
 }
 

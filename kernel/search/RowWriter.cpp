@@ -29,6 +29,7 @@ RowWriter::RowWriter(RowItems& row, const DateForm& form) : row_(row), form_(for
 }
 
 void RowWriter::write(std::span<const OutputColumn> columns, const RowView& row, bool trailer) {
+    deleted_ = trailer && row.tables.size() > 1 ? kDeleted : 0;
     for (const OutputColumn& one : columns) column(one, row);
     PartRow record;
     for (const RowRecord& table : row.tables) {
@@ -48,7 +49,7 @@ void RowWriter::column(const OutputColumn& column, const RowView& row) {
             if (record.number == 0) return null(kFirst);
             const size_t start = row_.data.size();
             appendNumber(row_.data, record.number);
-            return item(start, kText | kFirst | (record.deleted ? kDeleted : 0));
+            return item(start, kText | kFirst | (record.deleted ? deleted_ : 0));
         }
         case Kind::Computed: {
             const ComputedColumn& computed = row.computed[column.computed];
@@ -66,7 +67,7 @@ void RowWriter::column(const OutputColumn& column, const RowView& row) {
 }
 
 void RowWriter::field(const OutputColumn& column, const RowRecord& record) {
-    if (record.view == nullptr) return null(kFirst | (record.deleted ? kDeleted : 0));
+    if (record.view == nullptr) return null(kFirst | (record.deleted ? deleted_ : 0));
     const PartNumber part = column.ofParts ? record.part : 0;
     const ItemList list = record.view->items(part, column.field);
     if (holdsItems(column.type)) return items(column, list);

@@ -12,7 +12,7 @@ namespace wdb {
 // Descriptor: number of items n, number of words (4 + 2n), per item length and flags, record number, part
 // number. Data: the items' texts one after another, a zero byte behind every item with flag 128, and one at
 // the end. Flags: 8 first item of a column, 2 NULL, 1 text, 4 (with 1) a reference "field,record,part"
-// instead of the value, 32 the record is deleted, 128 a zero byte follows.
+// instead of the value, 32 the record is deleted (of a row over several bases), 128 a zero byte follows.
 class RowWriter {
 public:
     RowWriter(RowItems& row, const DateForm& form);
@@ -33,6 +33,8 @@ private:
 
     RowItems& row_;
     const DateForm& form_;
+    uint32_t deleted_ =
+        0;  // the flag of a deleted record: rows of several bases that stand for records have it
 };
 
 }  // namespace wdb

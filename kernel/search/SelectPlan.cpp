@@ -10,6 +10,7 @@
 #include "kernel/search/ExpressionEvaluator.h"
 #include "kernel/search/Grouping.h"
 #include "kernel/search/StepTimer.h"
+#include "kernel/search/TallyPlan.h"
 
 namespace wdb {
 
@@ -184,19 +185,40 @@ Status SelectPlan::makeBlock(SearchSet& set) {
     WDB_TRY(bindSort(command_.sort, set, tables_, sort_, error_));
     markParts(set, where);
     set.block = std::make_unique<RowBlock>();
-    const StepTimer joined(context_, 1);
-    WDB_TRY(joins.run(where, set.block->rows));
-    joined.done("rows", set.block->rows.size());
-    const StepTimer filtered(context_, 1);
-    WDB_TRY(where.filter(set.block->rows));
-    filtered.done("WHR", set.block->rows.size());
-    const StepTimer grouped(context_, 1);
-    if (!group_.empty() || !aggregates_.empty()) WDB_TRY(group(*set.block));
-    grouped.done("GROUP", set.block->rows.size());
+    WDB_TRY(makeRows(joins, where, *set.block));
     const StepTimer arranged(context_, 1);
     WDB_TRY(arrange(set, *set.block));
     arranged.done("SORT", set.block->size());
     addBases(set);
+    return WDB_OK;
+}
+
+Status SelectPlan::makeRows(JoinPlan& joins, WherePlan& where, RowBlock& block) {
+    const bool groups = !group_.empty() || !aggregates_.empty();
+    const StepTimer joined(context_, 1);
+    if (groups && command_.joins.empty() && canTally(group_, aggregates_, tables_)) {
+        TableRows found;
+        WDB_TRY(where.tableRows(0, true, found));
+        joined.done("rows", found.size());
+        const StepTimer tallied(context_, 1);
+        block.rows = Tuples(1);
+        const Status status =
+            tallyRecords(group_, aggregates_, found.records, tables_[0].state->index, block);
+        if (status != WDB_FAIL) {
+            tallied.done("GROUP", block.rows.size());
+            return status;
+        }
+        found.moveTo(block.rows, 0);
+    } else {
+        WDB_TRY(joins.run(where, block.rows));
+        joined.done("rows", block.rows.size());
+    }
+    const StepTimer filtered(context_, 1);
+    WDB_TRY(where.filter(block.rows));
+    filtered.done("WHR", block.rows.size());
+    const StepTimer grouped(context_, 1);
+    if (groups) WDB_TRY(group(block));
+    grouped.done("GROUP", block.rows.size());
     return WDB_OK;
 }
 
@@ -221,10 +243,10 @@ Status SelectPlan::arrange(SearchSet& set, RowBlock& block) {
         const InlineValues inlined{context_.textsInline(), context_.objectsInline()};
         WDB_TRY(distinctRows(set.columns, source, inlined, kept));
         block.plain = false;
-    } else {
-        kept.resize(block.rows.size());
-        std::iota(kept.begin(), kept.end(), 0u);
+        block.gather(kept);
     }
+    kept.resize(block.rows.size());
+    std::iota(kept.begin(), kept.end(), 0u);
     std::vector<OutputColumn> keys = command_.values ? std::vector<OutputColumn>() : sort_;
     std::vector<char> descending;
     for (const ccl::SortItem& item : command_.sort) descending.push_back(item.descending);

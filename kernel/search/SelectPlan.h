@@ -30,6 +30,8 @@ private:
     Status makeBlock(SearchSet& set);
     Status bindGroup();
     void markParts(const SearchSet& set, const WherePlan& where);
+    // Rows, condition, groups.
+    Status makeRows(JoinPlan& joins, WherePlan& where, RowBlock& block);
     Status group(RowBlock& block);
     Status arrange(SearchSet& set, RowBlock& block);
     void addBases(SearchSet& set);

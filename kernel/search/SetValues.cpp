@@ -59,8 +59,7 @@ Status SetValues::collect(const ccl::SetValue& value, size_t position) {
 Status SetValues::collectColumn(SearchSet& set, const OutputColumn& column) {
     using Kind = OutputColumn::Kind;
     const bool constant = column.kind == Kind::Constant || column.kind == Kind::Null;
-    type_ = constant ? FieldType::Phrase : column.type;
-    if (type_ == FieldType::String) return WDB_E_TYPE;
+    if (!constant && column.type == FieldType::String) return WDB_E_TYPE;
     if (set.kind == SetKind::Records) return collectRecords(set, column);
     const size_t place = static_cast<size_t>(&column - set.columns.data());
     const DateForm form = context_.dateForm();
@@ -70,22 +69,13 @@ Status SetValues::collectColumn(SearchSet& set, const OutputColumn& column) {
         if (status == WDB_E_DELETED) continue;
         WDB_TRY(status);
         const OutputColumn& source = reader.columns()[place];
-        columnValues(source, reader.view(), form, [&](Slice value) { keep(source, value, form); });
+        if (source.type == FieldType::String) continue;
+        const FieldType type = source.kind == Kind::Constant ? FieldType::Phrase : source.type;
+        columnValues(source, reader.view(), form, [&](Slice value) {
+            values_.push_back({type, std::string(value)});
+        });
     }
     return WDB_OK;
-}
-
-// Members of a union may have other types than its first one.
-void SetValues::keep(const OutputColumn& source, Slice value, const DateForm& form) {
-    using Kind = OutputColumn::Kind;
-    const bool constant = source.kind == Kind::Constant;
-    const FieldType type = constant ? FieldType::Phrase : source.type;
-    if (type == type_) return values_.emplace_back(value), void();
-    std::string text;
-    renderValue(type, value, form, text);
-    if (type_ == FieldType::Text) return values_.push_back(std::move(text));
-    Result<std::string> canonical = parseValue(type_, text, form, context_.today(), DateUse::Compare);
-    if (canonical && !canonical->empty()) values_.push_back(std::move(*canonical));
 }
 
 Status SetValues::collectRecords(SearchSet& set, const OutputColumn& column) {
@@ -96,7 +86,8 @@ Status SetValues::collectRecords(SearchSet& set, const OutputColumn& column) {
     Status status = WDB_OK;
     base.records.forEach([&](RecordNumber number) {
         if (status != WDB_OK) return;
-        if (column.kind == OutputColumn::Kind::Record) return void(values_.push_back(encodeInteger(number)));
+        if (column.kind == OutputColumn::Kind::Record)
+            return values_.push_back({FieldType::Integer, encodeInteger(number)});
         const Result<RecordView> record = (*snapshot)->record(number);
         if (!record) {
             if (record.status() != WDB_E_DELETED && record.status() != WDB_FAIL) status = record.status();
@@ -104,7 +95,7 @@ Status SetValues::collectRecords(SearchSet& set, const OutputColumn& column) {
         }
         for (PartNumber part = 0; part <= record->partCount(); ++part) {
             for (const Slice item : record->items(part, column.field)) {
-                if (!item.empty()) values_.emplace_back(item);
+                if (!item.empty()) values_.push_back({column.type, std::string(item)});
             }
         }
     });
@@ -113,24 +104,32 @@ Status SetValues::collectRecords(SearchSet& set, const OutputColumn& column) {
 
 std::vector<std::string> SetValues::texts() const {
     std::vector<std::string> result;
-    for (const std::string& value : values_) {
-        renderValue(type_, value, context_.dateForm(), result.emplace_back());
+    for (const Kept& kept : values_) {
+        renderValue(kept.type, kept.value, context_.dateForm(), result.emplace_back());
+    }
+    return result;
+}
+
+std::vector<Operand> SetValues::operands(FieldType type) const {
+    std::vector<Operand> result;
+    std::string text;
+    for (const Kept& kept : values_) {
+        if (type == kept.type) {
+            result.emplace_back().canonical = kept.value;
+            continue;
+        }
+        text.clear();
+        renderValue(kept.type, kept.value, context_.dateForm(), text);
+        Result<Operand> operand = operandOf(type, text, context_.dateForm(), context_.today());
+        if (operand && !operand->empty()) result.push_back(std::move(*operand));
     }
     return result;
 }
 
 std::vector<std::string> SetValues::as(FieldType type) const {
     std::vector<std::string> result;
-    for (const std::string& value : values_) {
-        if (type == type_) {
-            result.push_back(value);
-            continue;
-        }
-        std::string text;
-        renderValue(type_, value, context_.dateForm(), text);
-        Result<Operand> operand = operandOf(type, text, context_.dateForm(), context_.today());
-        if (operand && !operand->empty() && operand->exact && operand->beyond == 0)
-            result.push_back(std::move(operand->canonical));
+    for (Operand& operand : operands(type)) {
+        if (operand.exact && operand.beyond == 0) result.push_back(std::move(operand.canonical));
     }
     const auto less = [type](const std::string& a, const std::string& b) {
         return compareValues(type, a, b) < 0;
@@ -141,6 +140,18 @@ std::vector<std::string> SetValues::as(FieldType type) const {
     std::sort(result.begin(), result.end(), less);
     result.erase(std::unique(result.begin(), result.end(), same), result.end());
     return result;
+}
+
+std::optional<Operand> SetValues::extreme(FieldType type, bool greatest) const {
+    const std::vector<Operand> all = operands(type);
+    if (all.empty()) return std::nullopt;
+    const auto less = [type](const Operand& a, const Operand& b) {
+        if (a.beyond != b.beyond) return a.beyond < b.beyond;
+        const int order = a.beyond != 0 ? 0 : compareValues(type, a.canonical, b.canonical);
+        return order != 0 ? order < 0 : a.exact && !b.exact;
+    };
+    return greatest ? *std::max_element(all.begin(), all.end(), less)
+                    : *std::min_element(all.begin(), all.end(), less);
 }
 
 }  // namespace wdb

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "kernel/ccl/Tree.h"
 #include "kernel/record/Value.h"
+#include "kernel/search/Operand.h"
 #include "kernel/search/Search.h"
 
 namespace wdb {
@@ -24,19 +26,25 @@ public:
     // The texts as they are delivered.
     std::vector<std::string> texts() const;
     // As canonical values of an item type, ascending, without repetitions; those that the type cannot read
-    // left out.
+    // left out, and decimals beside whole numbers.
     std::vector<std::string> as(FieldType type) const;
+    // The least or the greatest of them as an item type orders them, decimals beside whole numbers included.
+    std::optional<Operand> extreme(FieldType type, bool greatest) const;
 
 private:
     Status collectColumn(SearchSet& set, const OutputColumn& column);
     Status collectRecords(SearchSet& set, const OutputColumn& column);
-    void keep(const OutputColumn& source, Slice value, const DateForm& form);
+    std::vector<Operand> operands(FieldType type) const;
 
     SearchContext& context_;
     Search& search_;
     CommandError& error_;
-    FieldType type_ = FieldType::Phrase;
-    std::vector<std::string> values_;  // canonical values of type_
+    // Members of a union may have other types than its first one.
+    struct Kept {
+        FieldType type;
+        std::string value;  // canonical
+    };
+    std::vector<Kept> values_;
 };
 
 }  // namespace wdb

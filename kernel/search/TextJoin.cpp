@@ -4,6 +4,7 @@
 
 #include "kernel/record/Value.h"
 #include "kernel/search/ConditionSets.h"
+#include "kernel/text/Normalize.h"
 
 namespace wdb {
 
@@ -63,7 +64,9 @@ Status TextJoin::lookUp(const std::string& value, RecordSet& records) {
         const bool above = comparison == Comparison::Greater || comparison == Comparison::GreaterOrEqual;
         const bool inclusive =
             comparison == Comparison::GreaterOrEqual || comparison == Comparison::LessOrEqual;
-        (above ? condition.low : condition.high) = Bound{state.context.analyzer().fold(value), inclusive};
+        std::string word = normalize(state.context.analyzer().fold(value), kFoldBlanks);
+        if (word.empty()) return WDB_OK;  // nothing stands so to the empty value
+        (above ? condition.low : condition.high) = Bound{std::move(word), inclusive};
     }
     Result<RecordSet> found = recordsWhere(condition, state);
     if (!found) return found.status();

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <numeric>
+#include <optional>
 #include <unordered_set>
 
+#include "kernel/record/Decimal.h"
 #include "kernel/record/Value.h"
 #include "kernel/record/ValueKey.h"
 #include "kernel/search/CommandFault.h"
@@ -15,9 +17,9 @@ namespace wdb {
 
 namespace {
 
+// A bare number is a number; NULL has no type.
 FieldType typeOf(const OutputColumn& column) {
-    using Kind = OutputColumn::Kind;
-    return column.kind == Kind::Constant || column.kind == Kind::Null ? FieldType::Phrase : column.type;
+    return column.kind == OutputColumn::Kind::Null ? FieldType::Phrase : column.type;
 }
 
 bool isNumeric(FieldType type) {
@@ -26,21 +28,25 @@ bool isNumeric(FieldType type) {
 
 // What a column is ordered as: its members' type, numbers of both kinds as numbers, anything else as texts.
 FieldType orderType(const UnionRows& joined, size_t column) {
-    FieldType type = typeOf(joined.members.front().columns[column]);
+    std::optional<FieldType> type;
     for (const UnionRows::Member& member : joined.members) {
+        if (member.columns[column].kind == OutputColumn::Kind::Null) continue;
         const FieldType other = typeOf(member.columns[column]);
-        if (other == type) continue;
-        type = isNumeric(type) && isNumeric(other) ? FieldType::Number : FieldType::Phrase;
+        if (!type) type = other;
+        if (other == *type) continue;
+        type = isNumeric(*type) && isNumeric(other) ? FieldType::Number : FieldType::Phrase;
     }
-    return type;
+    return type.value_or(FieldType::Phrase);
 }
 
 std::string orderKey(FieldType from, FieldType as, Slice value, const DateForm& form) {
     if (value.empty() || from == FieldType::String) return {};
-    if (from == as && holdsItems(as)) return wholeValueKey(as, value);
+    if (from == as && holdsItems(as) && as != FieldType::Number) return wholeValueKey(as, value);
     std::string text;
     renderValue(from, value, form, text);
-    return as == FieldType::Number ? wholeValueKey(as, text) : normalize(text, kNormalizeValue);
+    if (as != FieldType::Number) return normalize(text, kNormalizeValue);
+    const auto number = canonicalNumber(text);  // constants come as they were typed
+    return number ? wholeValueKey(as, *number) : std::string();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "kernel/search/WherePlan.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "kernel/search/ConditionBinder.h"
 #include "kernel/search/ExpressionEvaluator.h"
@@ -44,6 +45,7 @@ Status WherePlan::bind() {
             owners_.push_back(criterionOwner[node.left]);
         else
             owners_.push_back(owners_[node.left] == owners_[node.right] ? owners_[node.left] : kMixed);
+        noneTruth_.push_back(holdsForNone(node));
     }
     splitConjuncts();
     return WDB_OK;
@@ -131,17 +133,13 @@ Status WherePlan::subset(uint32_t table, std::optional<uint32_t> root, TableRows
     return WDB_OK;
 }
 
-// The truth of a stretch in rows that have no record of its table.
-bool WherePlan::holdsForNone(uint32_t root) const {
-    std::vector<char> truth(root + 1);
-    for (uint32_t at = 0; at <= root; ++at) {
-        const ccl::ExpressionNode& node = expression_->nodes[at];
-        truth[at] = node.kind == Connective::Criterion ? emptyTruth_[node.left]
-                    : node.kind == Connective::And     ? truth[node.left] && truth[node.right]
-                    : node.kind == Connective::Or      ? truth[node.left] || truth[node.right]
-                                                       : truth[node.left] && !truth[node.right];
-    }
-    return truth[root];
+// The truth of a node in rows that have no record of its table; its operands' truths are there.
+char WherePlan::holdsForNone(const ccl::ExpressionNode& node) const {
+    const std::vector<char>& truth = noneTruth_;
+    return node.kind == Connective::Criterion ? emptyTruth_[node.left]
+           : node.kind == Connective::And     ? truth[node.left] && truth[node.right]
+           : node.kind == Connective::Or      ? truth[node.left] || truth[node.right]
+                                              : truth[node.left] && !truth[node.right];
 }
 
 Status WherePlan::filter(Tuples& rows) {
@@ -165,7 +163,7 @@ Status WherePlan::truths(uint32_t root, const Tuples& rows, std::vector<char>& r
         bool operandsDone;
     };
     std::vector<Visit> visits{{root, false}};
-    std::vector<std::vector<char>> results(root + size_t{1});  // by node
+    std::unordered_map<uint32_t, std::vector<char>> results;  // by node
     while (!visits.empty()) {
         const Visit visit = visits.back();
         visits.pop_back();
@@ -179,8 +177,10 @@ Status WherePlan::truths(uint32_t root, const Tuples& rows, std::vector<char>& r
             visits.push_back({node.left, false});
         } else {
             combine(node.kind, results[node.left], results[node.right]);
-            results[visit.node].swap(results[node.left]);
-            results[node.right].clear();
+            std::vector<char> joined = std::move(results[node.left]);
+            results.erase(node.left);
+            results.erase(node.right);
+            results[visit.node] = std::move(joined);
         }
     }
     result.swap(results[root]);
@@ -202,7 +202,7 @@ Status WherePlan::leafTruths(uint32_t root, const Tuples& rows, std::vector<char
     TableRows found;
     found.byPart = tables_[table].byPart;
     WDB_TRY(subset(table, root, found));
-    const char none = holdsForNone(root);
+    const char none = noneTruth_[root];
     for (size_t row = 0; row < rows.size(); ++row) {
         const PartRow at = rows.at(table, row);
         result[row] = at.record == 0 ? none : static_cast<char>(found.contains(at));

@@ -39,7 +39,7 @@ private:
     uint32_t ownerOf(const ccl::Criterion& criterion, Status& status);
     void splitConjuncts();
     Status subset(uint32_t table, std::optional<uint32_t> root, TableRows& rows);
-    bool holdsForNone(uint32_t root) const;
+    char holdsForNone(const ccl::ExpressionNode& node) const;
     Status truths(uint32_t root, const Tuples& rows, std::vector<char>& result);
     Status leafTruths(uint32_t root, const Tuples& rows, std::vector<char>& result);
 
@@ -49,6 +49,7 @@ private:
     CommandError& error_;
     std::vector<Condition> conditions_;
     std::vector<char> emptyTruth_;     // per criterion: does it hold where its table has no record?
+    std::vector<char> noneTruth_;      // per node: the same
     std::vector<uint32_t> owners_;     // per node
     std::vector<uint32_t> conjuncts_;  // nodes still to be looked at
 };

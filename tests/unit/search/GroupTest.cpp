@@ -151,7 +151,20 @@ TEST_F(GroupTest, Unions) {
         {"SEL ALL UNION(1,2) SORT(3)", "#16994", "no such column"},
         {"SEL ALL UNION(4,7)", "-|0 U.NOTE,1,0|2.0 -|-1", "references tell the base"},
     };
+    // Constants in their columns' order: 10 and NULL beside numbers, an empty text beside NULL.
+    const std::pair<const char*, const char*> constants[] = {
+        {"SEL FRL() FIELD(10,\"\")", "SEL FRL() FIELD(9.0,NULL)"},
+        {"SEL FRL() FIELD(NULL,1)", "SEL FRL() FIELD(\"x\",2)"},
+    };
     expectAll(rows);
+    ASSERT_EQ(search.liveSets(), 13);
+    for (const auto& [left, right] : constants) {
+        ASSERT_EQ(search.execute(left), WDB_OK);
+        ASSERT_EQ(search.execute(right), WDB_OK);
+    }
+    EXPECT_EQ(select("SEL DISTINCT UNION(14,15) SORT(1)"), "9.0|- 10|") << "as numbers";
+    EXPECT_EQ(select("SEL ALL UNION(16,17) SORT(2 DES)"), "x|2 -|1") << "beside NULL";
+    EXPECT_EQ(select("SEL ALL UNION(16,18) SORT(1)"), "-|1 9.0|- 10|") << "NULL does not change the type";
     const int32_t first = 8;  // the first union above
     EXPECT_EQ(select("SEL ALL UNION(" + std::to_string(first) + ",3)"),
               "net|5 Games|-2 NET|5 games|- Net|2.0 web|-1 web|-1")

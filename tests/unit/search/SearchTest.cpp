@@ -138,6 +138,8 @@ TEST_F(SearchTest, ConditionsThatAreRefused) {
         {"DAY=yesterday", "#16706", "no day"},
         {"AT=25:00", "#16706", "no time"},
         {"DATA=x", "#16418", "objects are not compared"},
+        {"DATA<>$", "#16418", "nor is any value"},
+        {"DATA<\"\"", "#16418", "nor no value"},
         {"S=99", "#17058", "no such set"},
         {"QTY=99.X", "#17058", "no such set"},
         {"QTY<1 TO 5", "#17154", "a range stands so to nothing"},
@@ -171,6 +173,32 @@ TEST_F(SearchTest, SetsAndTheirValues) {
     EXPECT_EQ(find("QTY=" + n + ".QTY"), "");
     EXPECT_EQ(find("QTY<>" + n + ".QTY"), "1 2 4") << "nothing to be equal to";
     EXPECT_EQ(find("QTY<" + n + ".QTY"), "");
+    // Values of other types than the field's: each is read as the field's.
+    const Row rows[] = {
+        {"SEL SFX FRL() FIELD(9.5)", "QTY>k.A: 1 2", "a decimal beside whole numbers"},
+        {"SEL SFX FRL() FIELD(9.5)", "QTY<k.A: 2 4", "below it"},
+        {"SEL SFX FRL() FIELD(9.5)", "QTY=k.A: ", "equal to none"},
+        {"SEL SFX FRL() FIELD(99999999999999999999)", "QTY<k.A: 1 2 4", "beyond all"},
+        {"SEL SFX FRL() FIELD(99999999999999999999)", "QTY>k.A: ", "beyond all"},
+        {"SEL SFX FRL() FIELD(2.5)", "R>k.A: 3 4 5", "record numbers"},
+        {"SEL SFX FRL() FIELD(2.5)", "R<k.A: 1 2", "record numbers"},
+        {"SEL SFX FRL() FIELD(2.5)", "R>=k.A: 3 4 5", "record numbers"},
+        {"SEL SFX FRL() FIELD(\"Second \")", "NOTE>=k.A: 1 3", "some word of a text"},
+        {"SEL SFX FRL() FIELD(\"b\")", "NOTE<k.A: 1 3", "some word of a text"},
+        {"SEL SFX FRL() FIELD(\" \")", "NOTE>k.A: ", "nothing stands so to the empty value"},
+        {"SEL SFX FRL() FIELD(NULL)", "NOTE>k.A: ", "NULLs are left out"},
+    };
+    for (const Row& row : rows) {
+        ASSERT_EQ(search.execute(row.condition), WDB_OK) << row.condition;
+        SearchCounts made;
+        ASSERT_EQ(search.currentResult(made), WDB_OK);
+        std::string criterion = row.records;
+        const size_t end = criterion.find(": ");
+        const std::string expected = criterion.substr(end + 2);
+        criterion.resize(end);
+        criterion.replace(criterion.find("k."), 1, std::to_string(made.set));
+        EXPECT_EQ(find(criterion), expected) << row.condition << ", " << row.records << ": " << row.reason;
+    }
 }
 
 TEST_F(SearchTest, SelectionsGiveRows) {
