@@ -114,7 +114,7 @@ public:
     // cached.
     Status places(FieldNumber field, const RecordSet& records, std::vector<OrderedRecord>& out);
     // The same for records in any order, repeated ones included: out[i] is the place of the i-th. 0 stands
-    // for no record and has the place 0.
+    // for no record and has the place 0, as a record that is gone has.
     Status places(FieldNumber field, std::span<const RecordNumber> records, std::vector<uint64_t>& out);
 
     // The place of a value that the file has, by its rank; the rank of such a place, or 0 for a value between

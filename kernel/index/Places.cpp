@@ -101,6 +101,7 @@ public:
 
     Status add(size_t index, RecordNumber number) {
         const Result<RecordView> record = impl_.sources.records->record(number);
+        if (record.status() == WDB_E_DELETED || record.status() == WDB_FAIL) return WDB_OK;  // gone since
         if (!record) return record.status();
         SlowRecord slow{index, 0, RecordMatcher::firstKey(*record, field_)};
         if (!slow.key.empty()) {

@@ -42,9 +42,8 @@ Status FindPlan::findBases(std::vector<std::shared_ptr<OpenBase>>& bases) {
     return bases.empty() ? fault(error_, WDB_E_CCL_NO_BASE, 0) : WDB_OK;
 }
 
-// A base whose records have parts: a record is found when one of its rows is. Only a search over one base
-// keeps the rows.
-Status FindPlan::searchParted(BaseState& state, SetBase& result, SearchSet& set) {
+// A base whose records have parts: a record is found when one of its rows is.
+Status FindPlan::searchParted(BaseState& state, SetBase& result) {
     std::vector<Condition> conditions;
     WDB_TRY(ConditionBinder(state, search_, error_).bind(expression_.criteria, conditions));
     PartHits hits;
@@ -53,8 +52,9 @@ Status FindPlan::searchParted(BaseState& state, SetBase& result, SearchSet& set)
     RecordSetBuilder records;
     for (const PartRow& row : hits.rows) records.add(row.record);
     fillBase(state, records.finish(), result);
-    set.hits = std::move(hits.rows);
-    set.headHits = std::move(hits.heads);
+    result.hits = std::move(hits.rows);
+    result.headHits = std::move(hits.heads);
+    result.headHits.own();
     return WDB_OK;
 }
 
@@ -72,7 +72,7 @@ Result<std::unique_ptr<SearchSet>> FindPlan::makeSet() {
         const bool parts = std::any_of(fields.begin(), fields.end(),
                                        [](const FieldDefinition& field) { return field.part; });
         const Status status =
-            parts ? searchParted(state, part, *set) : searchBase(&expression_, state, search_, part, error_);
+            parts ? searchParted(state, part) : searchBase(&expression_, state, search_, part, error_);
         const bool unknownField = status == WDB_E_CCL_FIELD && bases.size() > 1;
         if (status != WDB_OK && !unknownField) return status;
         if (unknownField)
@@ -81,7 +81,6 @@ Result<std::unique_ptr<SearchSet>> FindPlan::makeSet() {
             set->bases.push_back(std::move(part));
     }
     if (set->bases.empty()) return last;
-    if (set->bases.size() > 1) set->hits.clear();
     return set;
 }
 

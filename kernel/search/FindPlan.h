@@ -24,7 +24,7 @@ public:
 
 private:
     Status findBases(std::vector<std::shared_ptr<OpenBase>>& bases);
-    Status searchParted(BaseState& state, SetBase& result, SearchSet& set);
+    Status searchParted(BaseState& state, SetBase& result);
     Result<std::shared_ptr<OpenBase>> meaning(const ccl::Column& column);
 
     const ccl::Expression& expression_;

@@ -129,6 +129,8 @@ Status Ordering::placesByValue(const SortKey& key, BaseState& state, size_t colu
     std::vector<std::string> values(records_.size());
     for (size_t i = 0; i < records_.size(); ++i) {
         const Result<RecordView> record = state.snapshot.record(records_[i]);
+        // A record that was deleted since the set was made keeps a row: with the empty values.
+        if (record.status() == WDB_E_DELETED || record.status() == WDB_FAIL) continue;
         if (!record) return record.status();
         const Slice item = record->items(key.field).at(key.item);
         if (item.empty()) continue;

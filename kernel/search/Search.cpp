@@ -135,8 +135,12 @@ Status Search::counts(int32_t number, SearchCounts& result) {
     result.set = set->number;
     result.rows = clamp(set->rows());
     result.records = clamp(set->firstRecords());
-    result.parts = clamp(static_cast<uint64_t>(
-        std::count_if(set->hits.begin(), set->hits.end(), [](const PartRow& hit) { return hit.part != 0; })));
+    uint64_t parts = 0;
+    for (const SetBase& base : set->bases) {
+        parts += static_cast<uint64_t>(std::count_if(base.hits.begin(), base.hits.end(),
+                                                     [](const PartRow& hit) { return hit.part != 0; }));
+    }
+    result.parts = clamp(parts);
     result.kind = static_cast<int32_t>(set->kind);
     return WDB_OK;
 }
@@ -196,10 +200,13 @@ Status Search::hitParts(int32_t number, const OpenBase& base, RecordNumber recor
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     parts.clear();
     headHit = false;
-    if (set->kind != SetKind::Records || !set->has(base)) return WDB_FAIL;
-    headHit = set->headHits.contains(record);
-    for (auto hit = std::lower_bound(set->hits.begin(), set->hits.end(), PartRow{record, 1});
-         hit != set->hits.end() && hit->record == record; ++hit) {
+    if (set->kind != SetKind::Records) return WDB_FAIL;
+    const auto at = std::find_if(set->bases.begin(), set->bases.end(),
+                                 [&](const SetBase& one) { return one.base->id() == base.id(); });
+    if (at == set->bases.end()) return WDB_FAIL;
+    headHit = at->headHits.contains(record);
+    for (auto hit = std::lower_bound(at->hits.begin(), at->hits.end(), PartRow{record, 1});
+         hit != at->hits.end() && hit->record == record; ++hit) {
         parts.push_back(hit->part);
     }
     return parts.empty() ? WDB_FAIL : WDB_OK;

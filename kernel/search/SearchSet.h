@@ -22,6 +22,10 @@ struct SetBase {
     uint64_t count = 0;      // of records
     uint64_t commit = 0;     // number of the last commit that the search saw
     bool collected = false;  // of a block's rows: records and count are made
+    // Of a record set over a base with part fields: the hit rows, ascending, and the records whose head
+    // satisfied the search by itself.
+    std::vector<PartRow> hits;
+    RecordSet headHits;
 };
 
 // A numbered set. Its records never change; their values are read when a row is fetched.
@@ -35,8 +39,6 @@ struct SearchSet {
     std::unique_ptr<RowBlock>
         block;  // rows that are more than the records of the one base; `order` is not used then
     std::unique_ptr<UnionRows> joined;  // of a union, whose `bases` are those of its members
-    std::vector<PartRow> hits;          // of a record set over a base with part fields: hit rows, ascending
-    RecordSet headHits;                 // and the records whose head satisfied the search by itself
     std::vector<RecordNumber> window;   // records by number from the place windowStart on, for row after row
     uint64_t windowStart = 0;
 

@@ -27,7 +27,8 @@ public:
 private:
     Status readValues(std::span<const PartRow> rows);
     void invert();
-    Status lookUp(const std::string& value, RecordSet& records);
+    Status lookUp(const std::string& value, uint32_t place);
+    Status lookUpParts(const Condition& condition, const RecordSet& records, std::vector<uint32_t>& rows);
 
     JoinComparison comparison_;  // the text on its left side
     SourceTables& tables_;
@@ -35,10 +36,13 @@ private:
     std::span<const PartRow> texts_;
     std::vector<std::vector<uint32_t>> valuesOf_;  // by row of the other side: places in found_
     std::vector<RecordSet> found_;                 // per different value
-    std::map<std::string, uint32_t> places_;       // value to place in found_
+    bool byPart_ = false;                          // the text lies in parts, and its rows are parts
+    std::vector<std::vector<uint32_t>>
+        rowsFound_;                           // byPart_: per different value places in texts_, ascending
+    std::map<std::string, uint32_t> places_;  // value to place in found_
     bool inverted_ = false;
-    std::unordered_map<RecordNumber, std::vector<uint32_t>>
-        rowsOf_;  // inverted: rows of the other side by record of the text
+    // Inverted: rows of the other side by record of the text, byPart_ by its place in texts_.
+    std::unordered_map<uint32_t, std::vector<uint32_t>> rowsOf_;
 };
 
 }  // namespace wdb

@@ -101,5 +101,29 @@ TEST_F(PartTest, RowsOfParts) {
     EXPECT_EQ(row.words.back(), 2u) << "the row's part";
 }
 
+TEST_F(PartTest, JoinsByTheTextOfAPart) {
+    create("U", {{"X", FieldType::Phrase}});
+    put("U", {{{"X", {"red"}}}, {{"X", {"fox"}}}, {{"X", {"zebra"}}}});
+    const Row rows[] = {
+        {"SEL FRL(B,U) FIELD(B.R,B.PARTN,U.X) INNER(B.PARTT=U.X)", "1|1|red 1|1|fox 1|2;3|fox 5|-|red",
+         "each part by its own text"},
+        {"SEL FRL(U,B) FIELD(U.X,B.R,B.PARTN) INNER(U.X=B.PARTT)", "red|1|1 red|5|- fox|1|1 fox|1|2;3",
+         "from the other side"},
+        {"SEL FRL(B,U) FIELD(B.R,B.PARTN,U.X) INNER(B.PARTT<>U.X) WHERE(B.R=1)",
+         "1|1|zebra 1|2;3|red 1|2;3|zebra", "a part with a text, and another one"},
+        {"SEL FRL(B,U) FIELD(B.R,B.PARTN) INNER(B.PARTT>U.X) WHERE(U.X=fox)", "1|1 5|-",
+         "some word of the part behind"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(select(row.command), row.rows) << row.command << ": " << row.reason;
+}
+
+TEST_F(PartTest, HitPartsOfSeveralBases) {
+    create("C", {{"NAME", FieldType::Phrase}, {"PARTN", FieldType::Integer}});
+    putParts("C", {{{{"NAME", {"z"}}}, {{{"PARTN", {"9"}}}, {{"PARTN", {"1"}}}}}, {{{"NAME", {"a"}}}, {}}});
+    ASSERT_EQ(search.execute("BAS X=B,C"), WDB_OK);
+    EXPECT_EQ(hits("PARTN=1"), "1:1 3:h 5:1 1:2") << "of each base its own";
+    EXPECT_EQ(hits("NAME=a"), "1:12h 3:h 5:1h 2:h") << "heads too";
+}
+
 }  // namespace
 }  // namespace wdb

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <random>
+#include <set>
 
 #include "tests/unit/search/SearchFixture.h"
 
@@ -47,6 +48,57 @@ TEST_F(SortTest, OrdersOfFewRows) {
         stay_ = stay;
         for (const Row& row : rows)
             EXPECT_EQ(select(row.command), row.rows) << row.command << ": " << row.reason;
+    }
+}
+
+// A record that is deleted while the rows of its set are read costs one row, however the set is sorted.
+TEST_F(SortTest, ADeletedRecordIsOneRow) {
+    constexpr RecordNumber kRecords = 900;
+    RecordNumber low = 0, high = kRecords + 1, victim = 0;
+    for (const bool merged : {false, true}) {
+        std::vector<Record> records;
+        for (RecordNumber i = 0; i < kRecords / 2; ++i)
+            records.push_back(
+                {{"NAME", {"n" + std::to_string(i % 50)}}, {"N", {std::to_string(i % 7)}}, {"NOTE", {"t"}}});
+        put("T", records);
+        if (merged) merge("T");
+    }
+    struct Case {
+        const char* order;
+        int32_t readBefore;
+    };
+    const Case cases[] = {{"T.NAME", 1},   {"T.NAME DESC", 1}, {"T.NAME", 0},           {"T.N,T.NAME", 0},
+                          {"T.N,T.R", 70}, {"T.NOTE", 0},      {"T.NAME DESC,T.N", 65}, {"T.N DESC", 300}};
+    for (const char* where : {"", " WHERE(T.R<=40)"}) {
+        for (const Case& one : cases) {
+            ASSERT_EQ(
+                search.execute(std::string("SEL FRL(T) FIELD(T.R)") + where + " SORT(" + one.order + ")"),
+                WDB_OK);
+            SearchCounts counts;
+            ASSERT_EQ(search.currentResult(counts), WDB_OK);
+            const bool few = *where != 0;
+            RowItems row;
+            std::set<RecordNumber> seen;
+            for (int32_t i = 0; i < std::min(one.readBefore, counts.rows); ++i) {
+                ASSERT_EQ(search.fetchRow(0, i, row), WDB_OK);
+                seen.insert(row.words[row.words.size() - 2]);
+            }
+            victim = few ? ++low : --high;
+            const bool told = seen.contains(victim);
+            remove("T", victim);
+            int32_t delivered = static_cast<int32_t>(seen.size()), deleted = 0;
+            for (int32_t i = delivered; i < counts.rows; ++i) {
+                const Status status = search.fetchRow(0, i, row);
+                ASSERT_TRUE(status == WDB_OK || status == WDB_E_DELETED)
+                    << one.order << " row " << i << status;
+                deleted += status == WDB_E_DELETED;
+                if (status != WDB_OK) continue;
+                ++delivered;
+                EXPECT_TRUE(seen.insert(row.words[row.words.size() - 2]).second) << one.order << " row " << i;
+            }
+            EXPECT_EQ(deleted, told ? 0 : 1) << one.order << where;
+            EXPECT_EQ(delivered + deleted, counts.rows) << one.order << where;
+        }
     }
 }
 
