@@ -100,8 +100,6 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
     if (!base) return base.status();
     if (!session.owns(*(*base)->definition())) return WDB_E_RIGHT;
     if (session.writer.loadBase(**base) != nullptr) return WDB_E_LOCKED;
-    const auto state = session.snapshot(*base);
-    if (!state) return state.status();
     const auto sink = [&](Severity severity, RecordNumber record, const std::string& text) {
         if (report != nullptr) {
             const std::string out = session.charset.fromUtf8(text);
@@ -111,7 +109,15 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
         }
         return true;
     };
-    return verifyBase(**state, {.skipIndex = (options & 1) != 0, .stopAtFirst = (options & 2) != 0}, sink);
+    VerifyOptions how{.skipIndex = (options & 1) != 0, .stopAtFirst = (options & 2) != 0};
+    bool indexDamaged = false;
+    WDB_TRY(verifyFiles(**base, how, sink, indexDamaged));
+    if (indexDamaged && how.stopAtFirst) return WDB_E_CORRUPT;
+    how.skipIndex |= indexDamaged;
+    const auto state = session.snapshot(*base);
+    if (!state) return state.status();
+    const Status status = verifyBase(**state, how, sink);
+    return ok(status) && indexDamaged ? WDB_E_CORRUPT : status;
 }
 
 }  // namespace

@@ -53,6 +53,7 @@ std::string resolve(const std::string& path) {
 void removeStorage(const std::string& path) {
     ::unlink(path.c_str());
     ::unlink((path + "-lock").c_str());
+    ::unlink((path + "-clean").c_str());
 }
 
 Status rename(const std::string& from, const std::string& to) {

@@ -78,6 +78,7 @@ Status SystemDirectory::createCatalog(const DirectoryOptions& options) {
 Status SystemDirectory::openCatalog(bool readOnly) {
     EnvironmentOptions options;
     options.readOnly = readOnly;
+    options.walkAlways = true;  // it is small, and nobody asks for it to be verified
     auto catalog = Environment::open(home_ + "/system.mdb", kTables, options);
     if (!catalog) return catalog.status();
     catalog_ = std::move(*catalog);

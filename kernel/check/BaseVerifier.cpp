@@ -1,5 +1,6 @@
 #include "kernel/check/BaseVerifier.h"
 
+#include "kernel/catalog/OpenBase.h"
 #include "kernel/check/ExpectedIndex.h"
 #include "kernel/common/ByteOrder.h"
 #include "kernel/index/IndexCheck.h"
@@ -199,6 +200,26 @@ private:
 };
 
 }  // namespace
+
+Status verifyFiles(OpenBase& base, const VerifyOptions& options, const FindingSink& report,
+                   bool& indexDamaged) {
+    indexDamaged = false;
+    std::string reason;
+    const Status records = base.file()->environment().checkPages(reason);
+    if (records == WDB_E_CORRUPT && report) report(Severity::Damage, 0, "The base file: " + reason + ".");
+    if (!ok(records) || options.skipIndex) return records;
+    const auto files = base.indexFiles();
+    if (files == nullptr) return WDB_E_CORRUPT;
+    for (const auto& [file, name] :
+         {std::pair(files->words, "The word index: "), std::pair(files->values, "The value index: ")}) {
+        const Status status = file->checkPages(reason);
+        if (ok(status)) continue;
+        if (status != WDB_E_CORRUPT) return status;
+        indexDamaged = true;
+        if (report && !report(Severity::Repairable, 0, name + reason + ".")) return WDB_OK;
+    }
+    return WDB_OK;
+}
 
 Status verifyBase(const BaseSnapshot& snapshot, const VerifyOptions& options, const FindingSink& report) {
     return Verifier(snapshot, options, report).run();

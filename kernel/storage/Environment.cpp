@@ -8,6 +8,7 @@
 
 #include "kernel/storage/LmdbStatus.h"
 #include "kernel/storage/OpenFiles.h"
+#include "kernel/storage/PageWalker.h"
 
 namespace wdb {
 
@@ -49,6 +50,9 @@ Result<std::shared_ptr<Environment>> Environment::open(const std::string& path,
     auto opened =
         OpenFiles::ofProcess().share<Environment>(*id, [&]() -> Result<std::unique_ptr<Environment>> {
             std::unique_ptr<Environment> made(new Environment(path, {tables.begin(), tables.end()}, options));
+            auto guard = FileGuard::open(path, options.create, options.walkAlways);
+            if (!guard) return guard.status();
+            made->guard_ = std::move(*guard);
             WDB_TRY(made->openFile());
             WDB_TRY(made->openTables(options.create));
             return made;
@@ -56,6 +60,7 @@ Result<std::shared_ptr<Environment>> Environment::open(const std::string& path,
     if (!opened && options.create) {
         ::unlink(path.c_str());
         ::unlink((path + "-lock").c_str());
+        ::unlink((path + "-clean").c_str());
     }
     return opened;
 }
@@ -176,6 +181,19 @@ Status Environment::growMap(size_t size) {
     if (code == MDB_SUCCESS) grow_.store(false);
     gate_.leaveAlone();
     return lmdbStatus(code);
+}
+
+Status Environment::checkPages(std::string& reason) {
+    // The reader keeps the pages of its state. The page that names it is kept until the second commit after
+    // it.
+    constexpr int kTries = 20;
+    for (int i = 0; i < kTries; ++i) {
+        const auto txn = read();
+        if (!txn) return txn.status();
+        const Status status = walkPages(guard_->file(), WalkDepth::Whole, txn->id(), reason);
+        if (status != WDB_FAIL) return status;
+    }
+    return WDB_E_STORAGE;
 }
 
 int Environment::beginRead(MDB_txn*& txn) {

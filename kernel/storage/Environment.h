@@ -12,6 +12,7 @@
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
+#include "kernel/storage/FileGuard.h"
 #include "kernel/storage/Gate.h"
 
 struct MDB_env;
@@ -40,6 +41,7 @@ struct EnvironmentOptions {
     bool readOnly = false;  // no write transaction will be asked for
     bool unpublished =
         false;  // nobody else knows the file yet: commits are not synced, sync() is called at the end
+    bool walkAlways = false;  // look at every page before the file is used, also when it was closed cleanly
     size_t mapSize = size_t{16} << 30;  // reserved address range; grows between transactions
 };
 
@@ -176,7 +178,7 @@ class Environment : public std::enable_shared_from_this<Environment> {
 public:
     // `tables` must be the same list at every open of a file. WDB_E_STORAGE when the file is not there or
     // cannot be opened, WDB_E_EXISTS when it is to be made and is there, WDB_E_CORRUPT when it is no file of
-    // this kind or cut.
+    // this kind, cut or damaged (see FileGuard for when that is looked at).
     static Result<std::shared_ptr<Environment>> open(const std::string& path,
                                                      std::span<const TableSpec> tables,
                                                      const EnvironmentOptions& options);
@@ -190,6 +192,9 @@ public:
     Result<WriteTxn> write();
     // Brings an unpublished file to the disk, its directory entry included.
     Status sync();
+
+    // Walks through every page of the last committed state. WDB_E_CORRUPT with a reason.
+    Status checkPages(std::string& reason);
 
     const std::string& path() const { return path_; }
     bool readOnly() const { return options_.readOnly; }
@@ -217,6 +222,7 @@ private:
     const std::string path_;
     const std::vector<TableSpec> tables_;
     EnvironmentOptions options_;
+    std::unique_ptr<FileGuard> guard_;  // goes after the library has closed the file
     MDB_env* env_ = nullptr;
     std::vector<unsigned> handles_;  // LMDB's number of each table
     std::atomic<size_t> mapSize_;

@@ -15,7 +15,7 @@ std::vector<std::string> filesIn(const std::string& directory) {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
         const std::string name = entry.path().filename().string();
-        if (!name.ends_with("-lock")) names.push_back(name);
+        if (!name.ends_with("-lock") && !name.ends_with("-clean")) names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     return names;
