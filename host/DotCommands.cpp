@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "host/Catalog.h"
+#include "host/CclCommand.h"
 #include "host/Kernel.h"
 #include "host/Session.h"
 #include "host/Shell.h"
@@ -196,6 +197,7 @@ const std::vector<Entry>& entries() {
         {{".mode", "table|csv|json|xml|line", "how results are written"}, setMode},
         {{".timer", "on|off", "show how long statements take"}, setTimer},
         {{".explain", "on|off|STATEMENT", "the steps of statements, with counts and times"}, setExplain},
+        {{".ccl", "COMMAND", "run a command of the kernel's command language"}, nullptr},
         {{".print", "TEXT", "write a line"}, nullptr},
         {{".read", "FILE", "run a script"}, readScript},
         {{".set", "[NAME VALUE]", "block-size, block, all-rows, ...; alone: list"}, setSetting},
@@ -211,6 +213,10 @@ void dispatch(Shell& shell, std::string_view line) {
         const std::string_view text = line.substr(6);
         shell.write(std::string(text.substr(text.empty() ? 0 : 1)) + "\n");
         return;
+    }
+    if (words[0] == ".ccl") {
+        if (words.size() < 2) throw UsageError(".ccl COMMAND");
+        return runCcl(shell, line.substr(line.find_first_not_of(" \t", 4)));
     }
     if (words[0] == ".explain" && words.size() > 2) {
         std::string_view statement = line.substr(words[0].size() + 1);
