@@ -228,8 +228,8 @@ TEST(ValidationFault, Dictionary) {
          "Column \"SQLTYPE\" must be in group-by list."},
         {"SELECT NAME FROM WDBS.TABLES, T", 0, "WSQLExecSelect:730", kExecute,
          "JOIN conditions must be specified for multi-table selects."},
-        {"SELECT A FROM T WHERE A IN (SELECT NAME FROM wdbs.tables)", 0, "WSQLFilter:656", "WSQLFilter::execSql",
-         kUnsupported},
+        {"SELECT A FROM T WHERE A IN (SELECT NAME FROM wdbs.tables)", 0, "WSQLFilter:656",
+         "WSQLFilter::execSql", kUnsupported},
     };
     for (const Row& row : rows) check(row);
 }
