@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "tests/crash/Rounds.h"
+#include "tests/crash/Sql.h"
 #include "tests/crash/Workload.h"
 #include "tests/crash/shim/CrashShim.h"
 

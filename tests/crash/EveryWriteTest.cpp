@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include "tests/crash/Rounds.h"
+#include "tests/crash/Sql.h"
 #include "tests/crash/Workload.h"
 #include "tests/crash/shim/CrashShim.h"
 

@@ -18,6 +18,12 @@ int32_t runSql(const std::string& sql) {
     return WDB_SUCCESS(status) && !answered ? WDB_FAIL : status;
 }
 
+namespace {
+
+bool hasWord(const Row& row, const char* word) {
+    return row.note.starts_with(word);
+}
+
 std::vector<Statement> sqlStatements() {
     return {
         {"INSERT",
@@ -25,7 +31,38 @@ std::vector<Statement> sqlStatements() {
          [](Contents& contents) {
              contents.bases[0]["byteq"] = {"word3 in SQL", 77, ""};
          }},
+        {"INSERT from SELECT",
+         [] {
+             return runSql(
+                 "INSERT IGNORE INTO PAIRS (NAME, NOTE, SIZE) SELECT NAME, NOTE, SIZE FROM ROWS "
+                 "WHERE SIZE < 500");
+         },
+         [](Contents& contents) {
+             for (const auto& [name, row] : contents.bases[0]) {
+                 if (row.size < 500) contents.bases[1].emplace(name, Row{row.note, row.size, ""});
+             }
+         }},
+        {"UPDATE", [] { return runSql("UPDATE ROWS SET SIZE = 12, NOTE = 'word6 by SQL' WHERE SIZE < 600"); },
+         [](Contents& contents) {
+             for (auto& [name, row] : contents.bases[0]) {
+                 if (row.size < 600) row = {"word6 by SQL", 12, row.object};
+             }
+         }},
+        {"DELETE", [] { return runSql("DELETE FROM ROWS WHERE NOTE LIKE 'word3' OR SIZE > 700"); },
+         [](Contents& contents) {
+             std::erase_if(contents.bases[0], [](const auto& row) {
+                 return hasWord(row.second, "word3") || row.second.size > 700;
+             });
+         }},
     };
+}
+
+}  // namespace
+
+std::vector<Statement> everyKind() {
+    std::vector<Statement> kinds = kernelStatements();
+    for (Statement& statement : sqlStatements()) kinds.push_back(std::move(statement));
+    return kinds;
 }
 
 }  // namespace crash

@@ -10,7 +10,7 @@ namespace crash {
 // Runs SQL in the bound session: WDB_OK when the answer is a success, else the answer's status.
 int32_t runSql(const std::string& sql);
 
-// Statements of the dialect on the rows that prepare() makes.
-std::vector<Statement> sqlStatements();
+// One statement of each kind for a home made by prepare(): through the kernel's interface, then as SQL.
+std::vector<Statement> everyKind();
 
 }  // namespace crash

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "tests/crash/Sql.h"
 #include "tests/model/Home.h"
 
 namespace crash {
@@ -322,13 +321,13 @@ Statement rebuildIndex(size_t base) {
     return {"rebuild", [=] { return WdbBatchLoadIndex(1, kBases[base], ""); }, [](Contents&) {}};
 }
 
-std::vector<Statement> everyKind() {
+std::vector<Statement> kernelStatements() {
     Contents contents;
     Random random(3);
     Row big = randomRow(random);
     big.object.assign(200000, 'o');
     contents.bases[0]["row3"] = contents.bases[0]["row4"] = contents.bases[1]["row5"] = {};
-    std::vector<Statement> kinds{
+    return {
         insertOf(0, "fresh", randomRow(random)),
         insertOf(0, "object", big),
         updateOf(0, "row3", big, contents),
@@ -340,8 +339,6 @@ std::vector<Statement> everyKind() {
         bulkLoad("load", 60),
         rebuildIndex(0),
     };
-    for (Statement& statement : sqlStatements()) kinds.push_back(std::move(statement));
-    return kinds;
 }
 
 std::vector<Statement> queueFilling() {

@@ -58,8 +58,8 @@ Row randomRow(Random& random);
 // index rebuilt.
 Statement randomStatement(Random& random, const Contents& contents, int serial);
 
-// One statement of each kind for a home made by prepare(), through the kernel's interface and as SQL.
-std::vector<Statement> everyKind();
+// One statement of each kind for a home made by prepare(), through the kernel's interface.
+std::vector<Statement> kernelStatements();
 
 // Makes both bases with some rows, part of them in the index files and part in the queue.
 Contents prepare(const std::string& home);
