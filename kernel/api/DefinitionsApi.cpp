@@ -73,16 +73,28 @@ Status putBaseDef(Session& session, const WdbBaseDef* definition) {
     return ok(status) ? status : session.fail(status, nameOf(record.name));
 }
 
-Status getFieldSpec(Session& session, WdbFieldSpec* field) {
-    if (field == nullptr) return WDB_E_ARGUMENT;
-    WdbFieldSpec record = *field;
-    convert(session, Way::In, record);
-    const auto render = [&](const FieldDefinition& definition) {
+DefinitionEditor::RenderDefault defaultRenderer(Session& session) {
+    return [&session](const FieldDefinition& definition) {
         std::string text;
         renderValue(definition.type, definition.defaultValue, session.dates, text);
         return text;
     };
-    WDB_TRY(session.editor.getFieldSpec(&record, render));
+}
+
+Status getFieldSpec(Session& session, WdbFieldSpec* field) {
+    if (field == nullptr) return WDB_E_ARGUMENT;
+    WdbFieldSpec record = *field;
+    convert(session, Way::In, record);
+    WDB_TRY(session.editor.getFieldSpec(&record, defaultRenderer(session)));
+    convert(session, Way::Out, record);
+    *field = record;
+    return WDB_OK;
+}
+
+Status getFieldSpecByNumber(Session& session, int32_t number, WdbFieldSpec* field) {
+    if (field == nullptr) return WDB_E_ARGUMENT;
+    WdbFieldSpec record{};
+    WDB_TRY(session.editor.getFieldSpec(number, &record, defaultRenderer(session)));
     convert(session, Way::Out, record);
     *field = record;
     return WDB_OK;
@@ -118,6 +130,39 @@ Status setForeignKey(Session& session, const char* column, const char* table, co
     return ok(status) ? status : session.fail(status, columnText);
 }
 
+// What a change of the catalogue begins with: the session's own writes are no part of it.
+Status readyForCatalog(Session& session) {
+    if (session.writer.readOnly()) return WDB_E_READ_ONLY;
+    return session.writer.commit();
+}
+
+Status deleteBaseDef(Session& session) {
+    if (!session.editor.any()) return WDB_E_NO_DEFINITION;
+    WDB_TRY(readyForCatalog(session));
+    session.snapshots.dropAll();
+    return session.editor.deleteBaseDef(session.actor(), session.writer.patience());
+}
+
+Status setBaseOwner(Session& session, const char* baseName, const char* owner) {
+    const InText name(session, baseName), user(session, owner);
+    WDB_TRY(readyForCatalog(session));
+    const Status status = session.editor.setBaseOwner(session.actor(), name, user, session.writer.patience());
+    session.snapshots.dropAll();
+    return ok(status) ? status : session.fail(status, status == WDB_E_USER ? user : name);
+}
+
+Status deleteFieldSpec(Session& session, const char* fieldName) {
+    const InText name(session, fieldName);
+    const Status status = session.editor.deleteFieldSpec(trimName(name));
+    return ok(status) ? status : session.fail(status, name);
+}
+
+Status deleteForeignKey(Session& session, const char* column) {
+    const InText name(session, column);
+    const Status status = session.editor.deleteForeignKey(trimName(name));
+    return ok(status) ? status : session.fail(status, name);
+}
+
 }  // namespace
 }  // namespace wdb::api
 
@@ -150,4 +195,25 @@ int32_t WdbSetForeignKey(const char* columnName, const char* referencedTable, co
         return setForeignKey(session, columnName, referencedTable, referencedColumn, updateAction,
                              deleteAction);
     });
+}
+
+int32_t WdbDeleteBaseDef(void) {
+    return call(__func__, [](Session& session) { return deleteBaseDef(session); });
+}
+
+int32_t WdbGetFieldSpecByNumber(int32_t fieldNumber, WdbFieldSpec* field) {
+    return call(__func__,
+                [&](Session& session) { return getFieldSpecByNumber(session, fieldNumber, field); });
+}
+
+int32_t WdbDeleteFieldSpec(const char* fieldName) {
+    return call(__func__, [&](Session& session) { return deleteFieldSpec(session, fieldName); });
+}
+
+int32_t WdbDeleteForeignKey(const char* columnName) {
+    return call(__func__, [&](Session& session) { return deleteForeignKey(session, columnName); });
+}
+
+int32_t WdbSetBaseOwner(const char* baseName, const char* owner) {
+    return call(__func__, [&](Session& session) { return setBaseOwner(session, baseName, owner); });
 }

@@ -162,6 +162,21 @@ Status replaceItem(Session& session, WdbCursor* handle, const char* bytes, int32
     return WDB_OK;
 }
 
+Status insertItem(Session& session, WdbCursor* handle, const char* bytes, int32_t length) {
+    Place place;
+    WDB_TRY(findWritablePlace(session, handle, place));
+    if (place.field->type == FieldType::String) return WDB_E_TYPE;
+    const auto data = dataOf(bytes, length);
+    if (!data) return data.status();
+    const InText text(session, *data);
+    const std::string_view whole = wholeCharacters(session, text);
+    if (place.field->type == FieldType::Text) return insertText(place.record(), *place.cursor, whole);
+    const DayNumber today = place.field->type == FieldType::Date ? session.clock.today() : 0;
+    auto value = parseValue(place.field->type, whole, session.dates, today);
+    if (!value) return session.fail(value.status(), whole.substr(0, kMaxSetting));
+    return insertItem(place.record(), *place.cursor, std::move(*value));
+}
+
 Status deleteItem(Session& session, WdbCursor* handle) {
     Place place;
     WDB_TRY(findWritablePlace(session, handle, place));
@@ -205,6 +220,10 @@ int32_t WdbGetItem(WdbCursor* cursor, char* text, int32_t* length) {
 
 int32_t WdbReplaceItem(WdbCursor* cursor, const char* data, int32_t length) {
     return call(__func__, [&](Session& session) { return replaceItem(session, cursor, data, length); });
+}
+
+int32_t WdbInsertItem(WdbCursor* cursor, const char* data, int32_t length) {
+    return call(__func__, [&](Session& session) { return insertItem(session, cursor, data, length); });
 }
 
 int32_t WdbDeleteItem(WdbCursor* cursor) {

@@ -14,50 +14,7 @@ Status later(const char* function) {
 
 using wdb::api::later;
 
-// Loaders.
-int32_t WdbInsertItem(WdbCursor*, const char*, int32_t) {
-    return later(__func__);
-}
-int32_t WdbNextRecordInBase(WdbRecordControl*, int32_t*) {
-    return later(__func__);
-}
-int32_t WdbPutRecordAs(WdbRecordControl*, int32_t) {
-    return later(__func__);
-}
-
-// Indexes, upkeep, observation.
-int32_t WdbRebuildIndex(const char*, const char*) {
-    return later(__func__);
-}
-int32_t WdbWaitIndex(const char*, int32_t) {
-    return later(__func__);
-}
-int32_t WdbBackupBase(const char*, const char*) {
-    return later(__func__);
-}
-int32_t WdbCompactBase(const char*) {
-    return later(__func__);
-}
-int32_t WdbSetProgress(WdbProgressFn, void*) {
-    return later(__func__);
-}
-
-// Definitions, rights, users.
-int32_t WdbDeleteBaseDef(void) {
-    return later(__func__);
-}
-int32_t WdbGetFieldSpecByNumber(int32_t, WdbFieldSpec*) {
-    return later(__func__);
-}
-int32_t WdbDeleteFieldSpec(const char*) {
-    return later(__func__);
-}
-int32_t WdbDeleteForeignKey(const char*) {
-    return later(__func__);
-}
-int32_t WdbSetBaseOwner(const char*, const char*) {
-    return later(__func__);
-}
+// Rights, users.
 int32_t WdbGetDbAccess(const char*, WdbAccessRecord*) {
     return later(__func__);
 }

@@ -73,6 +73,23 @@ Status newRecord(Session& session, WdbRecordControl* handle) {
     return WDB_OK;
 }
 
+Status putRecordAs(Session& session, WdbRecordControl* handle, int32_t recordId) {
+    RecordControl* control = session.control(handle);
+    if (control == nullptr) return WDB_E_HANDLE;
+    if (recordId < 1) return WDB_E_ARGUMENT;
+    return session.putRecord(*control, static_cast<RecordNumber>(recordId));
+}
+
+Status nextRecord(Session& session, WdbRecordControl* handle, int32_t* recordId) {
+    RecordControl* control = session.control(handle);
+    if (control == nullptr) return WDB_E_HANDLE;
+    if (control->base == nullptr) return WDB_E_NO_RECORD;
+    if (recordId == nullptr || *recordId < 0) return WDB_E_ARGUMENT;
+    WDB_TRY(session.loadNext(*control, static_cast<RecordNumber>(*recordId)));
+    putNumber(recordId, control->record.number());
+    return WDB_OK;
+}
+
 // An ordinal as text; empty is 0.
 Result<uint64_t> ordinal(std::string_view text) {
     uint64_t number = 0;
@@ -159,6 +176,14 @@ int32_t WdbGetRecordInBase(WdbRecordControl* control, int32_t recordId) {
 
 int32_t WdbPutRecord(WdbRecordControl* control, int32_t* recordId) {
     return call(__func__, [&](Session& session) { return putRecord(session, control, recordId); });
+}
+
+int32_t WdbPutRecordAs(WdbRecordControl* control, int32_t recordId) {
+    return call(__func__, [&](Session& session) { return putRecordAs(session, control, recordId); });
+}
+
+int32_t WdbNextRecordInBase(WdbRecordControl* control, int32_t* recordId) {
+    return call(__func__, [&](Session& session) { return nextRecord(session, control, recordId); });
 }
 
 int32_t WdbDeleteRecordInBase(WdbRecordControl* control) {

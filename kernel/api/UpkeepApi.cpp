@@ -1,9 +1,8 @@
-// Index dates and jobs, loads, verification.
+// Index dates, loads, verification.
 #include <array>
 
 #include "kernel/api/ApiCall.h"
-#include "kernel/check/BaseVerifier.h"
-#include "kernel/jobs/IndexJob.h"
+#include "kernel/check/ReferenceVerifier.h"
 
 namespace wdb::api {
 namespace {
@@ -59,33 +58,12 @@ Status baseStatus(Session& session, const char* baseName, const StatusOut& out) 
     return WDB_OK;
 }
 
-Status rebuild(Session& session, const std::shared_ptr<OpenBase>& base) {
-    if (session.writer.readOnly()) return WDB_E_READ_ONLY;
-    if (!session.owns(*base->definition())) return WDB_E_RIGHT;
-    WDB_TRY(session.writer.commit());
-    const auto hold = session.directory->acquireWriter(session.writer.patience());
-    if (!hold) return hold.status();
-    const Status status = rebuildIndex(*session.directory, base, *hold, session.clock.nowMicros());
-    session.snapshots.dropAll();
-    return status;
-}
-
-Status indexJob(Session& session, int32_t kind, const char* baseName) {
-    if (kind != 1 && kind != 2) return WDB_E_ARGUMENT;
-    const auto base = session.findBase(trimName(InText(session, baseName)));
-    if (!base) return base.status();
-    if (kind == 1) return rebuild(session, *base);
-    if (session.asyncIndex || session.settings.find("SQL_BATCHINDEX", kAllLevels) == "1")
-        return session.submitJob(*base);
-    const bool mayMerge = !session.writer.readOnly() && !session.writer.hasWritten();
-    return runIndexJob(*session.directory, *base, mayMerge, session.clock.nowMicros());
-}
-
 Status beginLoad(Session& session, const char* baseName) {
     const auto base = session.findBase(trimName(InText(session, baseName)));
     if (!base) return base.status();
     if (!session.mayWrite(*(*base)->definition())) return WDB_E_RIGHT;
-    return session.writer.beginLoad(*base);
+    return session.writer.beginLoad(
+        *base, [&session](uint64_t done, uint64_t total) { return session.progressed(done, total); });
 }
 
 Status endLoad(Session& session, const char* baseName, int32_t commit) {
@@ -109,15 +87,25 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
         }
         return true;
     };
-    VerifyOptions how{.skipIndex = (options & 1) != 0, .stopAtFirst = (options & 2) != 0};
+    Progress progress = session.progress();
+    VerifyOptions wanted{
+        .skipIndex = (options & 1) != 0, .stopAtFirst = (options & 2) != 0, .progress = &progress};
     bool indexDamaged = false;
-    WDB_TRY(verifyFiles(**base, how, sink, indexDamaged));
-    if (indexDamaged && how.stopAtFirst) return WDB_E_CORRUPT;
-    how.skipIndex |= indexDamaged;
+    WDB_TRY(verifyFiles(**base, wanted, sink, indexDamaged));
+    if (indexDamaged && wanted.stopAtFirst) return WDB_E_CORRUPT;
+    wanted.skipIndex |= indexDamaged;
     const auto state = session.snapshot(*base);
     if (!state) return state.status();
-    const Status status = verifyBase(**state, how, sink);
-    return ok(status) && indexDamaged ? WDB_E_CORRUPT : status;
+    const Status records = verifyBase(**state, wanted, sink);
+    if ((!ok(records) && records != WDB_E_CORRUPT) || (!ok(records) && wanted.stopAtFirst)) return records;
+    const auto snapshot = [&](const std::shared_ptr<OpenBase>& other) {
+        return other->snapshot(session.writer.joined(*other));
+    };
+    const ReferenceCheck check{*session.directory, snapshot, session.writer.hold() != nullptr,
+                               session.writer.patience()};
+    const Status references = verifyReferences(*base, check, wanted, sink);
+    if (!ok(references)) return references;
+    return indexDamaged ? WDB_E_CORRUPT : records;
 }
 
 }  // namespace
@@ -133,10 +121,6 @@ int32_t WdbBaseStatus(const char* baseName, char* modificationDate, int32_t* mod
             session, baseName,
             {{modificationDate, modificationLength}, {indexDate, indexLength}, recordCount, pendingCount});
     });
-}
-
-int32_t WdbBatchLoadIndex(int32_t kind, const char* baseName, const char*) {
-    return call(__func__, [&](Session& session) { return indexJob(session, kind, baseName); });
 }
 
 int32_t WdbBeginLoad(const char* baseName, uint32_t) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "kernel/catalog/BaseFileNames.h"
 #include "kernel/catalog/CatalogLayout.h"
 #include "kernel/catalog/FileSystem.h"
 #include "kernel/catalog/SystemDirectory.h"
@@ -10,45 +11,6 @@
 namespace wdb {
 
 using namespace catalog_layout;
-
-namespace {
-
-// The file name that a base's "LOCATION:NAME.BAF" asks for, without its ending.
-std::string fileStem(const BaseDefinition& definition) {
-    const Slice given = definition.baseFile;
-    const size_t colon = given.find(':');
-    Slice stem = colon == Slice::npos ? given : given.substr(colon + 1);
-    stem = stem.substr(0, stem.rfind('.'));
-    return std::string(stem.empty() ? Slice(definition.name) : stem);
-}
-
-std::string indexFileName(const std::string& baseName, uint32_t generation, const char* ending) {
-    return baseName.substr(0, baseName.rfind('.')) + "." + std::to_string(generation) + ending;
-}
-
-void nameIndexFiles(BaseDefinition& definition) {
-    definition.wordName = indexFileName(definition.baseName, definition.generation, ".BIF");
-    definition.valueName = indexFileName(definition.baseName, definition.generation, ".VIF");
-}
-
-// A base may have been dropped, or its files copied here by hand: names that are in use are left alone.
-void nameFiles(BaseDefinition& definition) {
-    const std::string stem = fileStem(definition);
-    for (uint32_t copy = 1;; ++copy) {
-        definition.baseName = (copy == 1 ? stem : stem + "-" + std::to_string(copy)) + ".BAF";
-        nameIndexFiles(definition);
-        if (!file_system::exists(definition.basePath()) && !file_system::exists(definition.wordPath()) &&
-            !file_system::exists(definition.valuePath())) {
-            return;
-        }
-    }
-}
-
-std::vector<std::string> pathsOf(const BaseDefinition& definition) {
-    return {definition.basePath(), definition.wordPath(), definition.valuePath()};
-}
-
-}  // namespace
 
 std::string SystemDirectory::storedPath(const std::string& path) const {
     const std::string prefix = home_ + "/";
@@ -120,13 +82,13 @@ Status SystemDirectory::storeBase(BaseDefinition definition, const WriterHold&) 
         if (!before) return before.status();
         before->directory = fullPath(before->directory);
         definition.version = meta->version + 1;
-        if (before->wordPath() != definition.wordPath()) {
-            old = {before->wordPath(), before->valuePath()};
-            for (const std::string& path : old) WDB_TRY(txn.put(kFiles, storedPath(path), Slice()));
-            for (const std::string& path : {definition.wordPath(), definition.valuePath()}) {
-                const Status removed = txn.remove(kFiles, storedPath(path));
-                if (!ok(removed) && removed != WDB_FAIL) return removed;
-            }
+        const auto paths = pathsOf(*before), now = pathsOf(definition);
+        for (size_t i = 0; i < paths.size(); ++i) {
+            if (paths[i] == now[i]) continue;
+            old.push_back(paths[i]);
+            WDB_TRY(txn.put(kFiles, storedPath(paths[i]), Slice()));
+            const Status removed = txn.remove(kFiles, storedPath(now[i]));
+            if (!ok(removed) && removed != WDB_FAIL) return removed;
         }
         BaseDefinition stored = definition;
         stored.directory = storedPath(definition.directory);
@@ -139,6 +101,39 @@ Status SystemDirectory::storeBase(BaseDefinition definition, const WriterHold&) 
     return refresh();
 }
 
+Status SystemDirectory::dropBase(Slice name, const WriterHold&) {
+    WDB_TRY(refresh());
+    const auto dropped = definition(name);
+    if (!dropped) return dropped.status();
+    const auto others = referrers(name);
+    if (!others) return others.status();
+    const auto files = pathsOf(**dropped);
+    const Status published = publish([&](WriteTxn& txn) -> Status {
+        const auto meta = readMeta(txn);
+        if (!meta) return meta.status();
+        for (const Referrer& other : *others) {
+            BaseDefinition stored = *other.base;
+            std::erase_if(stored.rules, [&](const ReferenceRule& rule) {
+                return foldName(rule.table) == foldName((*dropped)->name);
+            });
+            stored.version = meta->version + 1;
+            stored.directory = storedPath(stored.directory);
+            WDB_TRY(txn.put(kBases, foldName(stored.name), encodeDefinition(stored)));
+        }
+        for (const std::string& path : files) WDB_TRY(txn.put(kFiles, storedPath(path), Slice()));
+        return txn.remove(kBases, foldName((*dropped)->name));
+    });
+    WDB_TRY(published);
+    for (const std::string& path : files) file_system::removeStorage(path);
+    return refresh();
+}
+
+Status SystemDirectory::planFiles(BaseDefinition& definition, const WriterHold&) {
+    ++definition.generation;
+    nameFiles(definition);
+    return noteFiles(pathsOf(definition));
+}
+
 Status SystemDirectory::planIndexFiles(BaseDefinition& definition, const WriterHold&) {
     do {
         ++definition.generation;
@@ -147,7 +142,7 @@ Status SystemDirectory::planIndexFiles(BaseDefinition& definition, const WriterH
     return noteFiles({definition.wordPath(), definition.valuePath()});
 }
 
-Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold) {
+Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold, Progress* progress) {
     const auto present = definition(base.definition()->name);
     if (!present) return present.status();
     BaseDefinition next = **present;
@@ -157,15 +152,18 @@ Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold) {
     const BaseReader reader(*records);
     const auto meta = reader.meta();
     if (!meta) return meta.status();
+    if (progress != nullptr) progress->begin(meta->liveCount);
     BulkIndexOptions options;
     options.spillDirectory = next.directory;
     BulkIndexBuilder builder(next.schema, options);
     const Status added = reader.forEachRecord(1, [&](RecordNumber number, Slice image) -> Status {
         // A damaged record stays unfound, a finding of the verifier; the others are to be found.
         const auto view = RecordView::validate(image);
-        return view ? builder.add(number, *view) : WDB_OK;
+        if (view) WDB_TRY(builder.add(number, *view));
+        return progress != nullptr ? progress->advance() : WDB_OK;
     });
     WDB_TRY(added);
+    if (progress != nullptr) WDB_TRY(progress->finish());
     WDB_TRY(builder.write(next.wordPath(), next.valuePath(), meta->position()));
     WDB_TRY(storeBase(next, hold));
     const auto stored = definition(next.name);

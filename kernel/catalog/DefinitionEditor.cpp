@@ -54,6 +54,72 @@ Status DefinitionEditor::getBaseDef(const Actor& actor, Slice name, WdbBaseDef* 
     return WDB_OK;
 }
 
+Status DefinitionEditor::deleteBaseDef(const Actor& actor, std::chrono::milliseconds patience) {
+    if (!current_ || current_->isNew) return WDB_E_NO_DEFINITION;
+    if (actor.readOnly) return WDB_E_READ_ONLY;
+    const BaseId id = current_->definition.id;
+    const std::string name = current_->definition.name;
+    const auto hold = directory_->acquireWriter(patience);
+    if (!hold) return hold.status();
+    const auto stored = directory_->definition(name);
+    // Dropped meanwhile, and perhaps another one made: not the base that was meant.
+    if (!stored || (*stored)->id != id) return WDB_E_NO_DEFINITION;
+    if (!actor.administrator && !sameName((*stored)->owner, actor.user)) return WDB_E_RIGHT;
+    WDB_TRY(directory_->dropBase(name, *hold));
+    current_.reset();
+    return WDB_OK;
+}
+
+Status DefinitionEditor::setBaseOwner(const Actor& actor, Slice name, Slice owner,
+                                      std::chrono::milliseconds patience) {
+    if (actor.readOnly) return WDB_E_READ_ONLY;
+    const auto user = directory_->user(trimName(owner));
+    if (!user) return user.status();
+    const auto hold = directory_->acquireWriter(patience);
+    if (!hold) return hold.status();
+    const auto stored = directory_->definition(trimName(name));
+    if (!stored) return stored.status();
+    if (!actor.administrator && !sameName((*stored)->owner, actor.user)) return WDB_E_RIGHT;
+    BaseDefinition next = **stored;
+    next.owner = user->name;
+    WDB_TRY(directory_->storeBase(next, *hold));
+    if (current_ && !current_->isNew && current_->definition.id == next.id)
+        current_->definition.owner = next.owner;
+    return WDB_OK;
+}
+
+Status DefinitionEditor::getFieldSpec(int32_t number, WdbFieldSpec* field,
+                                      const RenderDefault& render) const {
+    if (!current_) return WDB_E_NO_DEFINITION;
+    if (field == nullptr || number < 1) return WDB_E_ARGUMENT;
+    const auto found = std::ranges::find_if(
+        current_->fields, [&](const FieldDefinition& present) { return present.number == number; });
+    if (found == current_->fields.end()) return WDB_FAIL;
+    fillRecord(*found, found->hasDefault ? render(*found) : std::string(), *field);
+    return WDB_OK;
+}
+
+Status DefinitionEditor::deleteFieldSpec(Slice name) {
+    if (!current_) return WDB_E_NO_DEFINITION;
+    const FieldDefinition* field = findField(name);
+    if (field == nullptr) return WDB_E_FIELD;
+    const BaseDefinition& definition = current_->definition;
+    if (field->number == definition.uniqueKey) return WDB_E_REFERENCED;
+    for (const ReferenceRule& rule : definition.rules) {
+        if (rule.field == field->number) return WDB_E_REFERENCED;
+        if (sameName(rule.table, definition.name) && sameName(rule.column, field->name))
+            return WDB_E_REFERENCED;
+    }
+    const auto referrers = directory_->referrers(definition.name);
+    if (!referrers) return referrers.status();
+    for (const Referrer& referrer : *referrers) {
+        if (!current_->isNew && sameName(referrer.rule.column, field->name)) return WDB_E_REFERENCED;
+    }
+    std::erase_if(current_->fields,
+                  [&](const FieldDefinition& present) { return present.number == field->number; });
+    return WDB_OK;
+}
+
 Status DefinitionEditor::getFieldSpec(WdbFieldSpec* field, const RenderDefault& render) const {
     if (!current_) return WDB_E_NO_DEFINITION;
     if (field == nullptr) return WDB_E_ARGUMENT;
@@ -136,6 +202,29 @@ Status DefinitionEditor::setForeignKey(Slice column, Slice table, Slice referred
         std::upper_bound(rules.begin(), rules.end(), rule,
                          [](const ReferenceRule& a, const ReferenceRule& b) { return a.field < b.field; }),
         rule);
+    return WDB_OK;
+}
+
+Status DefinitionEditor::deleteForeignKey(Slice column) {
+    if (!current_) return WDB_E_NO_DEFINITION;
+    const FieldDefinition* field = findField(column);
+    if (field == nullptr) return WDB_E_FIELD;
+    const size_t gone = std::erase_if(current_->definition.rules,
+                                      [&](const ReferenceRule& rule) { return rule.field == field->number; });
+    return gone == 0 ? WDB_FAIL : WDB_OK;
+}
+
+Status DefinitionEditor::checkReferrers(const BaseDefinition& next) const {
+    if (current_->isNew) return WDB_OK;
+    const auto referrers = directory_->referrers(next.name);
+    if (!referrers) return referrers.status();
+    for (const Referrer& referrer : *referrers) {
+        if (referrer.base->id == next.id) continue;  // its own rules are looked at as they will be
+        const FieldDefinition* key = next.schema->find(Slice(referrer.rule.column));
+        const FieldDefinition* field = referrer.base->schema->find(referrer.rule.field);
+        if (field == nullptr) continue;
+        if (key == nullptr || !isUnique(next, *key) || key->type != field->type) return WDB_E_DEFINITION;
+    }
     return WDB_OK;
 }
 

@@ -42,11 +42,17 @@ public:
     // The caller has committed its open unit. Waits for the writer's lock at most so long.
     Status putBaseDef(const Actor& actor, const WdbBaseDef& definition, const Locations& locations,
                       std::chrono::milliseconds patience, int64_t now);
+    // Drops the current definition's base. There is no current definition afterwards.
+    Status deleteBaseDef(const Actor& actor, std::chrono::milliseconds patience);
+    Status setBaseOwner(const Actor& actor, Slice name, Slice owner, std::chrono::milliseconds patience);
     Status getFieldSpec(WdbFieldSpec* field, const RenderDefault& render) const;
+    Status getFieldSpec(int32_t number, WdbFieldSpec* field, const RenderDefault& render) const;
     Status putFieldSpec(const WdbFieldSpec& field);
+    Status deleteFieldSpec(Slice name);
     Status putDefaultValue(const WdbFieldSpec& field, const ParseDefault& parse);
     Status setForeignKey(Slice column, Slice table, Slice referredColumn, int32_t updateAction,
                          int32_t deleteAction);
+    Status deleteForeignKey(Slice column);
 
 private:
     struct Current {
@@ -59,6 +65,8 @@ private:
     Status checkFlags(const FieldDefinition& field) const;
     // Also gives the rule the names as the referred base spells them.
     Status checkRule(ReferenceRule& rule) const;
+    // Whether rules of other bases still find the keys that they refer to.
+    Status checkReferrers(const BaseDefinition& next) const;
     // The definition that the current one and the base-level values of a record make.
     Result<BaseDefinition> assemble(const WdbBaseDef& record) const;
     Status createNew(BaseDefinition next, const Actor& actor, const Locations& locations,

@@ -5,6 +5,8 @@
 #include "kernel/catalog/FileSystem.h"
 #include "kernel/catalog/KeyBuilder.h"
 #include "kernel/common/Ascii.h"
+#include "kernel/record/RecordImage.h"
+#include "kernel/record/Value.h"
 
 // The part of DefinitionEditor that stores what was edited.
 
@@ -49,6 +51,54 @@ Status changeKeys(OpenBase& base, const BaseDefinition& in, const BaseDefinition
     return any ? (*writer)->commit(now) : WDB_OK;
 }
 
+bool dropFrom(FieldsData& fields, const FieldDefinition& field, BaseWriter& writer, Status& status) {
+    const FieldValues* values = fields.find(field.number);
+    if (values == nullptr) return false;
+    if (field.type == FieldType::String && !values->items.empty()) {
+        const auto object = ObjectReference::decode(values->items.front());
+        if (object && ok(status)) status = writer.dropObject(object->id);
+    }
+    fields.erase(field.number);
+    return true;
+}
+
+// Takes the values of deleted fields out of the records. Their definition is gone before: values that a fall
+// leaves behind belong to a number that is never given again.
+Status dropValues(OpenBase& base, const BaseDefinition& before, const BaseDefinition& after, int64_t now) {
+    std::vector<FieldDefinition> gone;
+    for (const FieldDefinition& field : before.schema->fields()) {
+        if (after.schema->find(field.number) == nullptr) gone.push_back(field);
+    }
+    if (gone.empty()) return WDB_OK;
+    auto writer = base.file()->write();
+    if (!writer) return writer.status();
+    std::vector<RecordNumber> numbers;  // collected first: a walk does not go on behind a write
+    WDB_TRY((*writer)->forEachRecord(1, [&](RecordNumber number, Slice) -> Status {
+        numbers.push_back(number);
+        return WDB_OK;
+    }));
+    for (const RecordNumber number : numbers) {
+        const auto image = (*writer)->image(number);
+        if (!image) return image.status();
+        const auto view = RecordView::validate(*image);
+        if (!view) continue;  // damage is the verifier's to tell
+        RecordData data = RecordData::from(*view);
+        Status status = WDB_OK;
+        bool any = false;
+        for (const FieldDefinition& field : gone) {
+            any = dropFrom(data.head, field, **writer, status) || any;
+            for (FieldsData& part : data.parts) any = dropFrom(part, field, **writer, status) || any;
+        }
+        WDB_TRY(status);
+        if (!any) continue;
+        const auto changed = encodeRecord(data, (*writer)->commitNumber());
+        if (!changed) return changed.status();
+        const auto put = (*writer)->put(number, *changed);
+        if (!put) return put.status();
+    }
+    return (*writer)->commit(now);
+}
+
 }  // namespace
 
 Result<BaseDefinition> DefinitionEditor::assemble(const WdbBaseDef& record) const {
@@ -82,6 +132,7 @@ Result<BaseDefinition> DefinitionEditor::assemble(const WdbBaseDef& record) cons
         const FieldDefinition* referred = next.schema->find(trimName(rule.column));
         if (referred == nullptr || !isUnique(next, referred->number)) return Status{WDB_E_DEFINITION};
     }
+    WDB_TRY(checkReferrers(next));
     return next;
 }
 
@@ -124,7 +175,7 @@ Status DefinitionEditor::createNew(BaseDefinition next, const Actor& actor, cons
 }
 
 Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hold, int64_t now) {
-    const auto base = directory_->find(next.name);
+    const auto base = directory_->find(next.name, &hold);
     if (!base) return base.status();
     const auto before = directory_->definition(next.name);
     if (!before) return before.status();
@@ -132,6 +183,7 @@ Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hol
     if ((*before)->id != next.id || (*before)->schema->fields() != current_->definition.schema->fields()) {
         return WDB_E_DEFINITION;
     }
+    next.baseName = (*before)->baseName;
     next.wordName = (*before)->wordName;
     next.valueName = (*before)->valueName;
     next.generation = (*before)->generation;
@@ -139,6 +191,7 @@ Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hol
     WDB_TRY(changeKeys(**base, next, **before, now, buildKeys));
     WDB_TRY(directory_->storeBase(next, hold));
     // Keys that nobody looks at any more are no harm, so they go last and need not go at all.
+    WDB_TRY(dropValues(**base, **before, next, now));
     static_cast<void>(changeKeys(
         **base, **before, next, now,
         [](BaseWriter& writer, const FieldDefinition& field) { return writer.dropKeysOf(field.number); }));

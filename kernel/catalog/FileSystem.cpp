@@ -76,4 +76,18 @@ std::string read(const std::string& path) {
     return text.str();
 }
 
+Status write(const std::string& path, const std::string& bytes) {
+    const int file = ::open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600);
+    if (file < 0) return WDB_E_STORAGE;
+    size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t some = ::write(file, bytes.data() + written, bytes.size() - written);
+        if (some < 0 && errno == EINTR) continue;
+        if (some <= 0) break;
+        written += static_cast<size_t>(some);
+    }
+    const bool synced = written == bytes.size() && ::fsync(file) == 0;
+    return ::close(file) == 0 && synced ? WDB_OK : WDB_E_STORAGE;
+}
+
 }  // namespace wdb::file_system

@@ -20,5 +20,7 @@ Status rename(const std::string& from, const std::string& to);
 Status syncDirectory(const std::string& path);
 // A whole small file; empty when it cannot be read.
 std::string read(const std::string& path);
+// Makes a small file, readable for its owner only (0600), and brings it to the disk. WDB_E_STORAGE.
+Status write(const std::string& path, const std::string& bytes);
 
 }  // namespace wdb::file_system

@@ -29,7 +29,7 @@ Status OpenBase::useIndex() {
     if (!files) return files.status();
     const auto words = (*files)->words->read();
     const auto values = (*files)->values->read();
-    const auto records = file_->read();
+    const auto records = file()->read();
     if (!words || !values || !records) return WDB_E_STORAGE;
     const auto wordMeta = readWordMeta(*words);
     const auto valueMeta = readValueMeta(*values);
@@ -50,6 +50,11 @@ std::shared_ptr<const BaseDefinition> OpenBase::definition() const {
     return definition_;
 }
 
+std::shared_ptr<BaseFile> OpenBase::file() const {
+    const std::lock_guard lock(mutex_);
+    return file_;
+}
+
 std::shared_ptr<const IndexFiles> OpenBase::indexFiles() const {
     const std::lock_guard lock(mutex_);
     return files_;
@@ -57,9 +62,17 @@ std::shared_ptr<const IndexFiles> OpenBase::indexFiles() const {
 
 Status OpenBase::refresh(std::shared_ptr<const BaseDefinition> definition) {
     bool otherFiles = false;
+    std::shared_ptr<BaseFile> file;
+    const auto before = this->definition();
+    if (definition->version != before->version && definition->basePath() != before->basePath()) {
+        auto opened = BaseFile::open(definition->basePath(), readOnly_);
+        if (!opened) return opened.status();
+        file = std::move(*opened);
+    }
     {
         const std::lock_guard lock(mutex_);
         if (definition->version == definition_->version) return WDB_OK;
+        if (file != nullptr) file_ = std::move(file);
         otherFiles = files_ == nullptr || definition->generation != definition_->generation;
         const bool otherFields = definition->schema->fields() != definition_->schema->fields();
         definition_ = std::move(definition);
@@ -91,17 +104,19 @@ Result<BaseSnapshot> OpenBase::snapshot(UnitBase* unit) {
 // WDB_FAIL when it begins too late for them by then.
 Result<BaseSnapshot> OpenBase::trySnapshot(UnitBase* unit) {
     BaseSnapshot snapshot;
+    std::shared_ptr<BaseFile> file;
     {
         const std::lock_guard lock(mutex_);
         snapshot.definition_ = definition_;
         snapshot.files_ = files_;
+        file = file_;
     }
     if (snapshot.files_ == nullptr) return Status{WDB_E_CORRUPT};
     auto words = snapshot.files_->words->read();
     if (!words) return words.status();
     auto values = snapshot.files_->values->read();
     if (!values) return values.status();
-    auto records = file_->read();
+    auto records = file->read();
     if (!records) return records.status();
     const auto wordMeta = readWordMeta(*words);
     const auto valueMeta = readValueMeta(*values);
@@ -186,7 +201,7 @@ Result<BaseStamps> OpenBase::stamps(const UnitBase* unit) {
         const BaseMeta& meta = unit->writer->meta();
         stamps = {meta.modified + (unit->writer->changed() ? 1 : 0), 0, meta.liveCount, meta.queueCount};
     } else {
-        const auto records = file_->read();
+        const auto records = file()->read();
         if (!records) return records.status();
         const auto meta = BaseReader(*records).meta();
         if (!meta) return meta.status();

@@ -47,13 +47,14 @@ public:
 
     BaseId id() const { return id_; }
     std::shared_ptr<const BaseDefinition> definition() const;
-    // Takes over what the catalogue says now; opens the index files when they have new names.
+    // Takes over what the catalogue says now; opens the files that have new names.
     Status refresh(std::shared_ptr<const BaseDefinition> definition);
 
     // The state after the last commit; with a unit that wrote to the base, its writes laid over it.
     Result<BaseSnapshot> snapshot(UnitBase* unit = nullptr);
 
-    const std::shared_ptr<BaseFile>& file() const { return file_; }
+    // The base file; another one when the base was written anew. Take it once per piece of work.
+    std::shared_ptr<BaseFile> file() const;
     // Null before useIndex().
     std::shared_ptr<const IndexFiles> indexFiles() const;
     // Folds the changes that a unit committed into the delta, so that nobody has to read them from the queue.
@@ -76,10 +77,10 @@ private:
 
     BaseId id_ = 0;
     bool readOnly_ = false;
-    std::shared_ptr<BaseFile> file_;
     RankCache ranks_;
     std::function<Status()> makeCurrent_;
     mutable std::mutex mutex_;  // guards what follows
+    std::shared_ptr<BaseFile> file_;
     std::shared_ptr<const BaseDefinition> definition_;
     std::shared_ptr<const IndexFiles> files_;
     std::shared_ptr<Delta> delta_;  // null before useIndex() and after one was given up

@@ -256,13 +256,21 @@ Result<std::vector<std::shared_ptr<const BaseDefinition>>> SystemDirectory::defi
     return all;
 }
 
-Result<UserRecord> SystemDirectory::authenticate(Slice name, Slice password) {
+Result<ReadTxn> SystemDirectory::readCatalog() {
+    return catalog_->read();
+}
+
+Result<UserRecord> SystemDirectory::user(Slice name) {
     const auto txn = catalog_->read();
     if (!txn) return txn.status();
     Slice bytes;
     const Status status = txn->get(kUsers, foldName(name), bytes);
     if (!ok(status)) return status == WDB_FAIL ? Status{WDB_E_USER} : status;
-    auto user = decodeUser(bytes);
+    return decodeUser(bytes);
+}
+
+Result<UserRecord> SystemDirectory::authenticate(Slice name, Slice password) {
+    auto user = this->user(name);
     if (!user) return user.status();
     if (!passwordMatches(user->passwordHash, password)) return Status{WDB_E_USER};
     return user;

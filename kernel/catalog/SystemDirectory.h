@@ -13,6 +13,7 @@
 #include "kernel/catalog/OpenBase.h"
 #include "kernel/catalog/UnitRecord.h"
 #include "kernel/common/Ids.h"
+#include "kernel/common/Progress.h"
 #include "kernel/common/Status.h"
 #include "kernel/storage/Environment.h"
 #include "kernel/storage/WriterLock.h"
@@ -61,6 +62,8 @@ public:
     Result<std::shared_ptr<const BaseDefinition>> definition(Slice name);
     // The rules of all bases, its own ones included, that refer to a base, by the referring base's name.
     Result<std::vector<Referrer>> referrers(Slice name);
+    // The catalogue as it is now, for a copy.
+    Result<ReadTxn> readCatalog();
     // All definitions by name.
     Result<std::vector<std::shared_ptr<const BaseDefinition>>> definitions();
 
@@ -81,18 +84,26 @@ public:
     // Makes the files of a new base in definition.directory and names them; the definition gets its id, file
     // names and version. WDB_E_EXISTS when there is a base of that name.
     Status createBase(BaseDefinition definition, int64_t now, const WriterHold& hold);
-    // Stores a changed definition, with the next version; when it names other index files the old ones go.
+    // Stores a changed definition, with the next version; when it names other files the old ones go.
     // WDB_E_BASE.
     Status storeBase(BaseDefinition definition, const WriterHold& hold);
+    // Takes a base out of the catalogue, with the rules of others that refer to it, and then its files.
+    // WDB_E_BASE.
+    Status dropBase(Slice name, const WriterHold& hold);
     // Names a new generation of index files in the definition and notes them, so that they are removed should
     // the job that makes them not come to its end.
     Status planIndexFiles(BaseDefinition& definition, const WriterHold& hold);
-    // Builds the index files of a base anew from its records and publishes them.
-    Status buildIndex(OpenBase& base, const WriterHold& hold);
+    // The same for all three files.
+    Status planFiles(BaseDefinition& definition, const WriterHold& hold);
+    // Builds the index files of a base anew from its records and publishes them. `progress`, which may be
+    // null, counts records.
+    Status buildIndex(OpenBase& base, const WriterHold& hold, Progress* progress = nullptr);
     // Removes the files that no entry names.
     Status removeLeftovers(const WriterHold& hold);
 
     // --- users ---
+    // WDB_E_USER.
+    Result<UserRecord> user(Slice name);
     // WDB_E_USER when the user is unknown or the password is wrong.
     Result<UserRecord> authenticate(Slice name, Slice password);
     Status storeUser(const UserRecord& user, const WriterHold& hold);

@@ -22,14 +22,25 @@ public:
         : snapshot_(snapshot), options_(options), report_(report), reader_(snapshot.reader()) {}
 
     Status run() {
+        if (options_.progress != nullptr)
+            options_.progress->begin(snapshot_.liveCount() *
+                                     (options_.skipIndex ? 1 : 1 + snapshot_.schema().fields().size()));
         Status status = records();
         if (ok(status)) status = keys();
         if (ok(status) && !options_.skipIndex) status = indexes();
-        if (!ok(status) && status != kStopped) return status;
+        if (!ok(status) && (ended_ || status != kStopped)) return status;
         return sound_ ? WDB_OK : WDB_E_CORRUPT;
     }
 
 private:
+    Status advance(uint64_t steps, bool slowly) {
+        if (options_.progress == nullptr) return WDB_OK;
+        const Status status =
+            slowly ? options_.progress->advanceSlowly(steps) : options_.progress->advance(steps);
+        ended_ = ended_ || !ok(status);
+        return status;
+    }
+
     Status find(Severity severity, RecordNumber record, const std::string& text) {
         if (severity != Severity::Note) sound_ = false;
         const bool goOn = !report_ || report_(severity, record, text);
@@ -41,6 +52,7 @@ private:
         const auto check = [&](RecordNumber number, Slice image) -> Status {
             ++count;
             live_.push_back(number);
+            WDB_TRY(advance(1, false));
             const Result<RecordView> view = RecordView::validate(image);
             if (!view) return find(Severity::Damage, number, "The record does not decode.");
             for (PartNumber part = 0; part <= view->partCount(); ++part) {
@@ -59,7 +71,9 @@ private:
         for (size_t place = 0; place < view.size(); ++place) {
             const FieldDefinition* field = snapshot_.schema().find(view.field(place));
             if (field == nullptr) {
-                WDB_TRY(find(Severity::Damage, number,
+                // Of a deleted field, when its values could not be taken out any more.
+                const bool known = view.field(place) <= snapshot_.definition().highestField;
+                WDB_TRY(find(known ? Severity::Note : Severity::Damage, number,
                              "A value of the unknown field " + std::to_string(view.field(place)) + "."));
                 continue;
             }
@@ -122,6 +136,7 @@ private:
             Result<ExpectedIndex> expected = ExpectedIndex::of(reader_, field);
             if (!expected) return expected.status();
             WDB_TRY(fieldIndex(index, field, *expected));
+            WDB_TRY(advance(live_.size(), true));
         }
         return WDB_OK;
     }
@@ -197,6 +212,7 @@ private:
     std::vector<RecordNumber> live_;
     uint64_t keyCount_ = 0;
     bool sound_ = true;
+    bool ended_ = false;  // by the progress function
 };
 
 }  // namespace

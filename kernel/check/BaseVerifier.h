@@ -5,6 +5,7 @@
 #include <string>
 
 #include "kernel/catalog/BaseSnapshot.h"
+#include "kernel/common/Progress.h"
 #include "kernel/common/Status.h"
 
 namespace wdb {
@@ -14,6 +15,7 @@ enum class Severity : int32_t { Note = 1, Repairable = 2, Damage = 3 };
 struct VerifyOptions {
     bool skipIndex = false;
     bool stopAtFirst = false;
+    Progress* progress = nullptr;  // counts records, once and once more per field; an end is the status
 };
 
 // One finding; record 0 when it concerns no single record. False ends the check.

@@ -90,8 +90,12 @@ Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& g
 }
 
 Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold,
-                    int64_t now) {
-    WDB_TRY(directory.buildIndex(*base, hold));
+                    int64_t now, Progress* progress) {
+    const Status status = directory.buildIndex(*base, hold, progress);
+    if (!ok(status)) {
+        static_cast<void>(directory.removeLeftovers(hold));
+        return status;
+    }
     return base->catchUp(now);
 }
 

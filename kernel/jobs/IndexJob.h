@@ -31,6 +31,6 @@ Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& b
 
 // Job kind 1: builds the index files anew from the records and publishes them.
 Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold,
-                    int64_t now);
+                    int64_t now, Progress* progress = nullptr);
 
 }  // namespace wdb

@@ -39,11 +39,13 @@ struct LoadJob::State : LoadSink {
     std::unique_ptr<BulkIndexBuilder> builder;
     uint64_t recordsBefore = 0;
     uint64_t loaded = 0;
+    Progress progress;  // counts records
     bool spoilt = false;
 };
 
 Status LoadJob::State::stored(RecordNumber number, const RecordView& record) {
     ++loaded;
+    WDB_TRY(progress.advance());
     if (builder != nullptr) return builder->add(number, record);
     const bool large = loaded >= kBulkRecords && loaded >= recordsBefore / 4;
     return large && !spoilt ? startBuilder() : WDB_OK;
@@ -63,7 +65,8 @@ LoadJob::LoadJob(std::unique_ptr<State> state) : state_(std::move(state)) {}
 LoadJob::~LoadJob() = default;
 
 Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory> directory,
-                                                std::shared_ptr<OpenBase> base, WriterHold hold) {
+                                                std::shared_ptr<OpenBase> base, WriterHold hold,
+                                                Progress::Listener listener) {
     // Rules of other bases may have their records change with those of this one.
     const auto referrers = directory->referrers(base->definition()->name);
     if (!referrers) return referrers.status();
@@ -72,6 +75,7 @@ Result<std::unique_ptr<LoadJob>> LoadJob::begin(std::shared_ptr<SystemDirectory>
     const Result<UnitBase*> unitBase = state->unit.base(state->base, state.get());
     if (!unitBase) return unitBase.status();
     state->unitBase = *unitBase;
+    state->progress = Progress(std::move(listener));
     state->recordsBefore = (*unitBase)->writer->meta().liveCount;
     return std::unique_ptr<LoadJob>(new LoadJob(std::move(state)));
 }
@@ -87,10 +91,11 @@ UnitBase& LoadJob::unitBase() {
 }
 
 Status LoadJob::end(bool commit, int64_t now) {
-    if (!commit) {
+    const Status status = commit ? state_->progress.finish() : WDB_OK;
+    if (!commit || !ok(status)) {
         state_->builder.reset();
         state_->unit.drop();
-        return WDB_OK;
+        return status;
     }
     if (state_->builder != nullptr) return state_->commitAndBuild(now);
     WDB_TRY(state_->unit.commit(now, true));

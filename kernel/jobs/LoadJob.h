@@ -5,6 +5,7 @@
 
 #include "kernel/catalog/SessionUnit.h"
 #include "kernel/catalog/SystemDirectory.h"
+#include "kernel/common/Progress.h"
 #include "kernel/common/Status.h"
 
 namespace wdb {
@@ -15,7 +16,8 @@ namespace wdb {
 class LoadJob {
 public:
     static Result<std::unique_ptr<LoadJob>> begin(std::shared_ptr<SystemDirectory> directory,
-                                                  std::shared_ptr<OpenBase> base, WriterHold hold);
+                                                  std::shared_ptr<OpenBase> base, WriterHold hold,
+                                                  Progress::Listener listener = nullptr);
     ~LoadJob();  // as end(false)
 
     const std::shared_ptr<OpenBase>& base() const;
@@ -23,7 +25,8 @@ public:
     UnitBase& unitBase();
 
     // Commit: the records are durable when it answers WDB_OK; then new index files are published when the
-    // load was large against the base. Else nothing remains. The lock is given back in both cases.
+    // load was large against the base. Else, or when the listener ends it, nothing remains. The lock is given
+    // back in both cases.
     Status end(bool commit, int64_t now);
 
 private:

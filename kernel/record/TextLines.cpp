@@ -109,6 +109,22 @@ void replaceParagraph(std::string& text, uint32_t paragraph, std::string_view ne
     text = join(lines);
 }
 
+uint32_t insertParagraphs(std::string& text, uint32_t paragraph, std::string_view newLines) {
+    Lines added = linesOf(newLines);
+    const uint32_t count = std::max<uint32_t>(paragraphCount(newLines), 1);
+    Lines lines = linesOf(text);
+    if (lines.empty() && paragraph == 1) {
+        text = join(added);
+        return count;
+    }
+    const bool behind = paragraph > paragraphCount(text);
+    const auto at = lines.begin() + static_cast<ptrdiff_t>(makeParagraph(lines, paragraph).first);
+    if (!behind) added.emplace_back();  // the separator from the paragraph that follows
+    lines.insert(at, added.begin(), added.end());
+    text = join(lines);
+    return count;
+}
+
 void appendLines(std::string& text, uint32_t paragraph, std::string_view newLines) {
     if (paragraph == 0) {
         if (!text.empty()) text.push_back('\n');

@@ -28,6 +28,9 @@ LineRange paragraphLines(std::string_view text, uint32_t paragraph);
 // Puts lines (as linesFromData makes them; empty takes the lines away) in place of a paragraph. Missing
 // paragraphs before it become empty ones.
 void replaceParagraph(std::string& text, uint32_t paragraph, std::string_view lines);
+// Puts paragraphs (lines, as above; empty is one empty paragraph) before a paragraph, from 1; answers how
+// many.
+uint32_t insertParagraphs(std::string& text, uint32_t paragraph, std::string_view lines);
 // Puts lines behind the last line of a paragraph, or of the text for 0. `lines` may be one empty line.
 void appendLines(std::string& text, uint32_t paragraph, std::string_view lines);
 

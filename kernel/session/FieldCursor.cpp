@@ -27,6 +27,25 @@ void setItem(CurrentRecord& record, const FieldCursor& cursor, std::string canon
     values.items[cursor.item - 1] = std::move(canonical);
 }
 
+Status insertItem(CurrentRecord& record, FieldCursor& cursor, std::string canonical) {
+    FieldValues& values = record.change(cursor.part, cursor.field);
+    const size_t before = std::max<uint32_t>(cursor.item, 1) - 1;
+    if (std::max(values.items.size(), before) >= kMaxPosition) return WDB_E_VALUE;
+    if (values.items.size() < before) values.items.resize(before);
+    values.items.insert(values.items.begin() + static_cast<ptrdiff_t>(before), std::move(canonical));
+    cursor.item = static_cast<uint32_t>(before) + 2;
+    return WDB_OK;
+}
+
+Status insertText(CurrentRecord& record, FieldCursor& cursor, std::string_view data) {
+    if (data.find('\0') != std::string_view::npos) return WDB_E_VALUE;
+    const uint32_t before = std::max<uint32_t>(cursor.paragraph, 1);
+    const uint32_t count = insertParagraphs(textOf(record, cursor), before, linesFromData(data));
+    cursor.paragraph = before + count;
+    cursor.started = cursor.ended = cursor.written = false;
+    return WDB_OK;
+}
+
 void clearPosition(CurrentRecord& record, const FieldCursor& cursor, const FieldDefinition& field) {
     FieldValues& values = record.change(cursor.part, cursor.field);
     if (field.type == FieldType::String) {

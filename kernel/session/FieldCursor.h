@@ -48,6 +48,10 @@ inline constexpr int32_t kMaxPosition = 65535;
 // Writing at a position of a field of items: 0 replaces all items by one, beyond the last item empty ones
 // fill the gap.
 void setItem(CurrentRecord& record, const FieldCursor& cursor, std::string canonical);
+// The same before the cursor's item or paragraph, which moves up with the cursor; position 0 is the first
+// one. WDB_E_VALUE when positions are used up, or for a NUL byte.
+Status insertItem(CurrentRecord& record, FieldCursor& cursor, std::string canonical);
+Status insertText(CurrentRecord& record, FieldCursor& cursor, std::string_view data);
 // Empties a position; 0 the whole field, of any type.
 void clearPosition(CurrentRecord& record, const FieldCursor& cursor, const FieldDefinition& field);
 // Puts data (UTF-8) in place of a text or of one of its paragraphs. WDB_E_VALUE for a NUL byte.

@@ -39,6 +39,8 @@ struct Hooks {
     void* traceContext = nullptr;
     WdbStepFn step = nullptr;  // told of commands and their steps
     void* stepContext = nullptr;
+    WdbProgressFn progress = nullptr;  // told how far long jobs are
+    void* progressContext = nullptr;
     std::string function;  // whose call is to fail, empty: none
     int32_t skip = 0;      // calls of it that work before
     Status failure = WDB_OK;

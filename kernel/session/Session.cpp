@@ -115,6 +115,24 @@ Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBas
     return WDB_OK;
 }
 
+Status Session::loadNext(RecordControl& control, RecordNumber after) {
+    const auto base = control.base;
+    const auto first = [&](const BaseReader& reader) -> Status {
+        Status taken = WDB_FAIL;
+        const auto take = [&](RecordNumber number, Slice image) -> Status {
+            const auto view = RecordView::validate(image);
+            taken = view.status();
+            if (view) takeRecord(control, base, number, *view, 0);
+            return WDB_FAIL;  // the walk ends
+        };
+        const Status walked = reader.forEachRecord(after + 1, take);
+        return ok(walked) || walked == WDB_FAIL ? taken : walked;
+    };
+    if (const UnitBase* load = writer.loadBase(*base)) return first(*load->writer);
+    const auto found = snapshot(base);
+    return found ? first((*found)->reader()) : found.status();
+}
+
 void Session::takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                          const RecordView& view, uint64_t version) {
     attach(control, base);
@@ -259,6 +277,19 @@ Status Session::loadStatus(bool restore, bool remove) {
     statuses.pop();
     snapshots.dropTakenUnder(serial);
     return writer.savedRemoved(serial);
+}
+
+Progress Session::progress() {
+    return Progress([this](uint64_t done, uint64_t total) { return progressed(done, total); });
+}
+
+Status Session::progressed(uint64_t done, uint64_t total) {
+    if (hooks.progress == nullptr) return WDB_OK;
+    const Hooks::Callback running(hooks, Hooks::Calls::Refused);
+    const int32_t answer =
+        hooks.progress(hooks.progressContext, static_cast<int64_t>(done), static_cast<int64_t>(total));
+    if (answer % 2 != 0) return WDB_OK;
+    return answer > 0 ? answer : WDB_FAIL;
 }
 
 Status Session::submitJob(const std::shared_ptr<OpenBase>& base) {

@@ -99,7 +99,14 @@ public:
     Status removePart(RecordControl& control, int32_t part);
     // Stores the control's record; a new one under the number `wanted` when that is not 0.
     Status putRecord(RecordControl& control, RecordNumber wanted = 0);
+    // Loads the first live record of the control's base above a number. WDB_FAIL when there is none.
+    Status loadNext(RecordControl& control, RecordNumber after);
     Status deleteRecord(RecordControl& control);
+
+    // For a job of the session: its host's progress function, when there is one, hears of it and may end it.
+    // What the function answers then is the job's status.
+    Progress progress();
+    Status progressed(uint64_t done, uint64_t total);
 
     // An index job of kind 2 in the background.
     Status submitJob(const std::shared_ptr<OpenBase>& base);

@@ -40,6 +40,7 @@ std::chrono::milliseconds SessionWriter::patience() const {
 Result<UnitBase*> SessionWriter::begin(const std::shared_ptr<OpenBase>& base, uint64_t saved) {
     if (readOnly_) return WDB_E_READ_ONLY;
     if (failed_) return WDB_E_STORAGE;
+    if (lostLoad_ != nullptr) return lostLoad_ == base ? lostWith_ : WDB_E_LOCKED;
     if (load_ != nullptr) {
         if (load_->base() != base) return WDB_E_LOCKED;
         return &load_->unitBase();
@@ -60,7 +61,11 @@ Result<UnitBase*> SessionWriter::begin(const std::shared_ptr<OpenBase>& base, ui
 
 Status SessionWriter::end(Status status, bool torn) {
     if (load_ != nullptr) {
-        if (torn) load_.reset();
+        if (torn) {
+            lostLoad_ = load_->base();
+            lostWith_ = status;
+            load_.reset();
+        }
         return status;
     }
     if (unit_ == nullptr) return status;
@@ -118,7 +123,7 @@ void SessionWriter::savedDropped(uint64_t saved, uint64_t next) {
 }
 
 Status SessionWriter::commit() {
-    if (load_ != nullptr) return WDB_E_LOCKED;
+    if (load_ != nullptr || lostLoad_ != nullptr) return WDB_E_LOCKED;
     if (failed_) return WDB_E_STORAGE;
     return commitUnit();
 }
@@ -127,6 +132,7 @@ void SessionWriter::drop() {
     snapshots_->dropAll();
     unit_.reset();
     load_.reset();
+    lostLoad_.reset();
     owner_ = 0;
     failed_ = false;
 }
@@ -146,19 +152,23 @@ Status SessionWriter::commitUnit() {
     return WDB_OK;
 }
 
-Status SessionWriter::beginLoad(const std::shared_ptr<OpenBase>& base) {
+Status SessionWriter::beginLoad(const std::shared_ptr<OpenBase>& base, Progress::Listener listener) {
     if (readOnly_) return WDB_E_READ_ONLY;
     WDB_TRY(commit());
     auto hold = directory_->acquireWriter(patience());
     if (!hold) return hold.status();
     snapshots_->dropAll();
-    auto load = LoadJob::begin(directory_, base, std::move(*hold));
+    auto load = LoadJob::begin(directory_, base, std::move(*hold), std::move(listener));
     if (!load) return load.status();
     load_ = std::move(*load);
     return WDB_OK;
 }
 
 Status SessionWriter::endLoad(const OpenBase& base, bool commit) {
+    if (lostLoad_.get() == &base) {
+        lostLoad_.reset();
+        return commit ? lostWith_ : WDB_OK;
+    }
     if (load_ == nullptr || load_->base().get() != &base) return WDB_E_ARGUMENT;
     snapshots_->dropAll();
     const auto commits = commitsOf(load_->unit());

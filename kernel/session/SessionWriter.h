@@ -75,7 +75,8 @@ public:
     // Gives up everything that is not committed.
     void drop();
 
-    Status beginLoad(const std::shared_ptr<OpenBase>& base);
+    Status beginLoad(const std::shared_ptr<OpenBase>& base, Progress::Listener listener);
+    // After a failure gave the load up: that failure, unless it is not to be committed anyway.
     Status endLoad(const OpenBase& base, bool commit);
 
     bool isOwnCommit(BaseId base, uint64_t commit) const { return own_.contains(base, commit); }
@@ -93,6 +94,8 @@ private:
     uint64_t owner_ = 0;   // saved status that the unit (or its failure) belongs to
     bool failed_ = false;  // the owner's unit was given up
     std::unique_ptr<LoadJob> load_;
+    std::shared_ptr<OpenBase> lostLoad_;  // of a load that was given up and not ended yet
+    Status lostWith_ = WDB_OK;
     OwnCommits own_;
 };
 

@@ -197,6 +197,7 @@ public:
     Status checkPages(std::string& reason);
 
     const std::string& path() const { return path_; }
+    std::span<const TableSpec> tables() const { return tables_; }
     bool readOnly() const { return options_.readOnly; }
     // Bytes of the file in use (its last page).
     uint64_t usedBytes();

@@ -17,9 +17,14 @@ void require(int32_t status, const char* what) {
 }
 
 Home::Home() {
-    char name[] = "/tmp/welk-model-XXXXXX";
-    if (mkdtemp(name) == nullptr) std::abort();
-    path_ = name;
+    // In memory where that can be had: what is on the disk is what other tests are for.
+    for (const char* parent : {"/dev/shm", "/tmp"}) {
+        std::string name = std::string(parent) + "/welk-model-XXXXXX";
+        if (mkdtemp(name.data()) == nullptr) continue;
+        path_ = name;
+        return;
+    }
+    std::abort();
 }
 
 Home::~Home() {
@@ -27,8 +32,8 @@ Home::~Home() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-BoundSession::BoundSession(const Home& home) {
-    require(WdbOpenSession(home.path().c_str(), "OWNER", "", WDB_OPEN_CREATE, &session_), "WdbOpenSession");
+BoundSession::BoundSession(const std::string& path) {
+    require(WdbOpenSession(path.c_str(), "OWNER", "", WDB_OPEN_CREATE, &session_), "WdbOpenSession");
     require(WdbBindSession(session_), "WdbBindSession");
 }
 
@@ -47,6 +52,7 @@ void createBase(const char* name, const std::vector<FieldPlan>& fields, const ch
         std::snprintf(field.typeName, sizeof field.typeName, "%s", plan.typeName);
         field.indexed = std::string_view(plan.typeName) != "STRING";
         field.mandatory = std::string_view(plan.name) == uniqueKey;
+        field.part = plan.part;
         require(WdbPutFieldSpec(&field), "WdbPutFieldSpec");
     }
     std::snprintf(definition.baseFile, sizeof definition.baseFile, "WELKSQL$BASES:%s.BAF", name);

@@ -28,7 +28,8 @@ private:
 // A session of the home directory's owner, bound to the calling thread for its lifetime.
 class BoundSession {
 public:
-    explicit BoundSession(const Home& home);
+    explicit BoundSession(const Home& home) : BoundSession(home.path()) {}
+    explicit BoundSession(const std::string& path);
     ~BoundSession();
     BoundSession(const BoundSession&) = delete;
     BoundSession& operator=(const BoundSession&) = delete;
@@ -40,6 +41,7 @@ private:
 struct FieldPlan {
     const char* name;
     const char* typeName;
+    bool part = false;
 };
 
 // Field numbers count from 1 in the order of the plan; uniqueKey may be empty.

@@ -127,7 +127,14 @@ Question askSize(Random& random, const Twin& twin) {
 }
 
 Question askOther(Random& random, const Twin& twin) {
-    switch (pick(random, 4)) {
+    switch (pick(random, 5)) {
+        case 4: {
+            const std::string page = kWords[pick(random, 10)];
+            return ask(twin, "PAGE=" + page, [&](const TwinRecord& r) {
+                return std::any_of(r.pages.begin(), r.pages.end(),
+                                   [&](const std::string& item) { return matchesFolded(page, item); });
+            });
+        }
         case 0:
             return ask(twin, "PRICE>5.50", [](const TwinRecord& r) {
                 return !r.price.empty() && std::atof(r.price.c_str()) > 5.5;
@@ -154,11 +161,17 @@ std::vector<int32_t> combine(const std::vector<int32_t>& a, const std::vector<in
 
 }  // namespace
 
+std::string randomWord(Random& random) {
+    return kWords[pick(random, 10)];
+}
+
 TwinRecord randomRecord(Random& random, int serial) {
     TwinRecord record;
     record.name = "Item  " + std::to_string(serial);
     if (pick(random, 8) != 0) record.kind = kKinds[pick(random, 8)];
     for (int n = pick(random, 4); n > 0; --n) record.tags.emplace_back(kWords[pick(random, 10)]);
+    for (int n = pick(random, 8) - 5; n > 0; --n)
+        record.pages.emplace_back(pick(random, 4) == 0 ? "" : kWords[pick(random, 10)]);
     for (int n = pick(random, 3); n > 0; --n) {
         std::string& paragraph = record.note.emplace_back(kWords[pick(random, 10)]);
         for (int words = pick(random, 8); words > 0; --words)

@@ -10,13 +10,14 @@
 namespace model {
 
 // Fields of the twin's base, in the order of their numbers.
-enum Field : int32_t { kName = 1, kKind, kSize, kPrice, kDay, kNote, kTag };
+enum Field : int32_t { kName = 1, kKind, kSize, kPrice, kDay, kNote, kTag, kPage };
 
 struct TwinRecord {
-    std::string name;               // unique
-    std::string kind;               // PHRASE, one item
-    std::vector<std::string> tags;  // PHRASE, several items
-    std::vector<std::string> note;  // TEXT: one string of words per paragraph
+    std::string name;                // unique
+    std::string kind;                // PHRASE, one item
+    std::vector<std::string> tags;   // PHRASE, several items, empty ones among them; the last one is not
+    std::vector<std::string> pages;  // PHRASE of the parts, one each; may be empty
+    std::vector<std::string> note;   // TEXT: one string of words per paragraph
     long size = 0;
     bool hasSize = false;
     std::string price;  // NUMBER as typed, or empty
@@ -27,6 +28,7 @@ using Twin = std::map<int32_t, TwinRecord>;
 
 using Random = std::mt19937;
 TwinRecord randomRecord(Random& random, int serial);
+std::string randomWord(Random& random);
 
 // A random criterion as CCL (columns unqualified) and the records that satisfy it.
 struct Question {

@@ -303,9 +303,9 @@ TEST_F(Handles, ReadOnlySessionsWriteNothing) {
 }
 
 TEST_F(Handles, LaterFunctionsSaySo) {
-    EXPECT_EQ(WdbDeleteBaseDef(), WDB_E_UNSUPPORTED);
-    EXPECT_EQ(WdbWaitIndex("T", 0), WDB_E_UNSUPPORTED);
-    EXPECT_EQ(WdbCompactBase("T"), WDB_E_UNSUPPORTED);
+    WdbAccessRecord record{};
+    EXPECT_EQ(WdbGetDbAccess("ann", &record), WDB_E_UNSUPPORTED);
+    EXPECT_EQ(WdbPutUser("ann", "", 0), WDB_E_UNSUPPORTED);
 }
 
 }  // namespace
