@@ -129,7 +129,7 @@ Status SessionWriter::commit() {
 }
 
 void SessionWriter::drop() {
-    snapshots_->dropAll();
+    if (unit_ != nullptr || load_ != nullptr) snapshots_->dropAll();  // those with the unit
     unit_.reset();
     load_.reset();
     lostLoad_.reset();

@@ -310,7 +310,7 @@ private:
         int32_t status = 0;
         require(WdbExecuteCcl("BASE ITEMS", &status), "BASE");
         const Question question = randomExpression(random_, twin_, 2);
-        EXPECT_EQ(question.answer, find(question.ccl)) << question.ccl;
+        EXPECT_EQ(question.records(), find(question.ccl)) << question.ccl;
         require(WdbLoadStatus(3), "load");
     }
 

@@ -62,13 +62,21 @@ bool hasPhrase(const std::string& paragraph, const std::string& phrase) {
 }
 
 using Test = std::function<bool(const TwinRecord&)>;
+using RowTest = std::function<bool(const TwinRecord&, size_t part)>;
 
-Question ask(const Twin& twin, std::string ccl, const Test& test) {
+Question askRows(const Twin& twin, std::string ccl, const RowTest& test) {
     Question question{std::move(ccl), {}};
     for (const auto& [number, record] : twin) {
-        if (test(record)) question.answer.push_back(number);
+        const size_t last = record.pages.size();
+        for (size_t part = last == 0 ? 0 : 1; part <= last; ++part) {
+            if (test(record, part)) question.rows.push_back({number, static_cast<int32_t>(part)});
+        }
     }
     return question;
+}
+
+Question ask(const Twin& twin, std::string ccl, const Test& test) {
+    return askRows(twin, std::move(ccl), [&](const TwinRecord& record, size_t) { return test(record); });
 }
 
 Question askNote(Random& random, const Twin& twin) {
@@ -130,9 +138,8 @@ Question askOther(Random& random, const Twin& twin) {
     switch (pick(random, 5)) {
         case 4: {
             const std::string page = kWords[pick(random, 10)];
-            return ask(twin, "PAGE=" + page, [&](const TwinRecord& r) {
-                return std::any_of(r.pages.begin(), r.pages.end(),
-                                   [&](const std::string& item) { return matchesFolded(page, item); });
+            return askRows(twin, "PAGE=" + page, [&](const TwinRecord& r, size_t part) {
+                return part != 0 && matchesFolded(page, r.pages[part - 1]);
             });
         }
         case 0:
@@ -153,13 +160,21 @@ Question askOther(Random& random, const Twin& twin) {
 }
 
 template <typename Set>
-std::vector<int32_t> combine(const std::vector<int32_t>& a, const std::vector<int32_t>& b, Set operation) {
-    std::vector<int32_t> result;
+std::vector<Row> combine(const std::vector<Row>& a, const std::vector<Row>& b, Set operation) {
+    std::vector<Row> result;
     operation(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(result));
     return result;
 }
 
 }  // namespace
+
+std::vector<int32_t> Question::records() const {
+    std::vector<int32_t> numbers;
+    for (const Row& row : rows) {
+        if (numbers.empty() || numbers.back() != row.record) numbers.push_back(row.record);
+    }
+    return numbers;
+}
 
 std::string randomWord(Random& random) {
     return kWords[pick(random, 10)];
@@ -208,17 +223,17 @@ Question randomExpression(Random& random, const Twin& twin, int depth) {
     const Question left = randomExpression(random, twin, depth - 1);
     const Question right = randomExpression(random, twin, depth - 1);
     const auto wrap = [&](const char* word) { return "(" + left.ccl + ") " + word + " (" + right.ccl + ")"; };
-    using Iterator = std::vector<int32_t>::const_iterator;
-    using Out = std::back_insert_iterator<std::vector<int32_t>>;
+    using Iterator = std::vector<Row>::const_iterator;
+    using Out = std::back_insert_iterator<std::vector<Row>>;
     switch (pick(random, 3)) {
         case 0:
             return {wrap("AND"),
-                    combine(left.answer, right.answer, std::set_intersection<Iterator, Iterator, Out>)};
+                    combine(left.rows, right.rows, std::set_intersection<Iterator, Iterator, Out>)};
         case 1:
-            return {wrap("OR"), combine(left.answer, right.answer, std::set_union<Iterator, Iterator, Out>)};
+            return {wrap("OR"), combine(left.rows, right.rows, std::set_union<Iterator, Iterator, Out>)};
         default:
             return {wrap("NOT"),
-                    combine(left.answer, right.answer, std::set_difference<Iterator, Iterator, Out>)};
+                    combine(left.rows, right.rows, std::set_difference<Iterator, Iterator, Out>)};
     }
 }
 

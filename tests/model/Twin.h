@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <map>
 #include <random>
@@ -30,10 +31,19 @@ using Random = std::mt19937;
 TwinRecord randomRecord(Random& random, int serial);
 std::string randomWord(Random& random);
 
-// A random criterion as CCL (columns unqualified) and the records that satisfy it.
+// A record with one of its parts, or with part 0 when it has none: what conditions are decided for.
+struct Row {
+    int32_t record;
+    int32_t part;
+    auto operator<=>(const Row&) const = default;
+};
+
+// A random criterion as CCL (columns unqualified) and the rows that satisfy it, ascending.
 struct Question {
     std::string ccl;
-    std::vector<int32_t> answer;
+    std::vector<Row> rows;
+    // Those that have a row.
+    std::vector<int32_t> records() const;
 };
 Question randomQuestion(Random& random, const Twin& twin);
 // Up to three criteria joined by AND, OR and NOT, with parentheses.

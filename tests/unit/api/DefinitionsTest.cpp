@@ -95,8 +95,9 @@ TEST_F(Definitions, WhatIsLeftOfADroppedBase) {
 
 TEST_F(Definitions, FieldsByNumber) {
     WdbFieldSpec record{};
-    EXPECT_EQ(WdbGetFieldSpecByNumber(1, &record), WDB_E_NO_DEFINITION);
     WdbBaseDef definition{};
+    ASSERT_EQ(WdbGetBaseDef("no name", &definition), WDB_E_NAME) << "which leaves no definition in hand";
+    EXPECT_EQ(WdbGetFieldSpecByNumber(1, &record), WDB_E_NO_DEFINITION);
     ASSERT_EQ(WdbGetBaseDef("T", &definition), 1);
     ASSERT_EQ(WdbGetFieldSpecByNumber(3, &record), 1);
     EXPECT_STREQ(record.name, "REF");
@@ -112,8 +113,9 @@ TEST_F(Definitions, ADeletedFieldTakesItsValuesAlong) {
     ASSERT_EQ(set(made, 2, 0, "words"), 1);
     ASSERT_EQ(set(made, 4, 0, std::string(70000, 'x')), 1);
     ASSERT_EQ(WdbPutRecord(made, nullptr), 1);
-    EXPECT_EQ(WdbDeleteFieldSpec("NOTE"), WDB_E_NO_DEFINITION);
     WdbBaseDef definition{};
+    ASSERT_EQ(WdbGetBaseDef("no name", &definition), WDB_E_NAME);
+    EXPECT_EQ(WdbDeleteFieldSpec("NOTE"), WDB_E_NO_DEFINITION);
     ASSERT_EQ(WdbGetBaseDef("T", &definition), 1);
     EXPECT_EQ(WdbDeleteFieldSpec("ABSENT"), WDB_E_FIELD);
     EXPECT_EQ(WdbDeleteFieldSpec("NAME"), WDB_E_REFERENCED) << "the unique key";
