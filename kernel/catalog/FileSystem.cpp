@@ -52,6 +52,10 @@ std::string resolve(const std::string& path) {
 
 void removeStorage(const std::string& path) {
     ::unlink(path.c_str());
+    removeNotes(path);
+}
+
+void removeNotes(const std::string& path) {
     ::unlink((path + "-lock").c_str());
     ::unlink((path + "-clean").c_str());
 }

@@ -16,6 +16,8 @@ bool isRemote(const std::string& path);
 std::string resolve(const std::string& path);
 // Removes a storage file and the file of its locks; what is not there does not matter.
 void removeStorage(const std::string& path);
+// What stands beside it, for a copy that is going elsewhere.
+void removeNotes(const std::string& path);
 Status rename(const std::string& from, const std::string& to);
 Status syncDirectory(const std::string& path);
 // A whole small file; empty when it cannot be read.

@@ -120,6 +120,8 @@ Status backupBase(OpenBase& base, const std::string& directory, Progress& progre
     MadeFiles made;
     WDB_TRY(copyState(*state, names, made, progress));
     WDB_TRY(progress.finish());
+    for (const std::string& path : {names.wordPath(), names.valuePath(), names.basePath()})
+        file_system::removeNotes(path);
     WDB_TRY(file_system::syncDirectory(directory));
     made.keep();
     return WDB_OK;

@@ -28,7 +28,7 @@ protected:
     size_t files() const {
         size_t count = 0;
         for (const auto& entry : std::filesystem::directory_iterator(home_ + "/bases"))
-            count += entry.path().string().ends_with("-lock") ? 0 : 1;
+            count += entry.path().string().ends_with("F") ? 1 : 0;  // no locks, no notes
         return count;
     }
 };

@@ -39,7 +39,8 @@ protected:
         std::vector<std::filesystem::path> found;
         for (const auto& entry : std::filesystem::directory_iterator(home_ + "/bases")) {
             const std::string name = entry.path().filename();
-            if (name.starts_with("T") && name.ends_with(ending) && !name.ends_with("-lock"))
+            if (name.starts_with("T") && name.ends_with(ending) && !name.ends_with("-lock") &&
+                !name.ends_with("-clean"))
                 found.push_back(entry.path());
         }
         return found;
