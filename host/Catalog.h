@@ -24,8 +24,6 @@ std::vector<TableEntry> listTables();
 // The table's columns in the order of their numbers. Throws KernelError when there is no such table.
 std::vector<TableColumn> listColumns(const std::string& table);
 bool tableExists(const std::string& table);
-// A CREATE TABLE statement that makes such a table. Throws KernelError.
-std::string tableSchema(const std::string& table);
 // "VARCHAR", "LONG VARCHAR", ... for a kernel type.
 const char* sqlTypeName(std::int32_t type);
 

@@ -7,21 +7,13 @@
 #include "host/Kernel.h"
 #include "host/Session.h"
 #include "host/Shell.h"
+#include "host/UpkeepCommands.h"
 #include "host/import/Import.h"
-#include "host/input/ColumnNames.h"
 #include "host/input/ImportError.h"
 
 namespace host {
 
 namespace {
-
-using Words = std::vector<std::string>;
-
-// What a person typed wrong.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 void showTables(Shell& shell, const Words&) {
     ResultSet result;
@@ -30,22 +22,8 @@ void showTables(Shell& shell, const Words&) {
         result.rows.push_back(
             {{table.name, false}, {std::to_string(table.records), false}, {table.owner, false}});
     }
-    const Format format = shell.settings().format == Format::xml ? Format::table : shell.settings().format;
-    const auto formatter = makeFormatter(format, shell.terminalWidth());
-    std::string out;
-    const auto count = static_cast<std::int64_t>(result.rows.size());
-    formatter->begin(result.columns, out);
-    formatter->rows(result.rows, out);
-    formatter->end({1, count, count, std::nullopt}, out);
-    shell.write(out);
-}
-
-void showSchema(Shell& shell, const Words& words) {
-    Words names(words.begin() + 1, words.end());
-    if (names.empty()) {
-        for (const TableEntry& table : listTables()) names.push_back(table.name);
-    }
-    for (const std::string& name : names) shell.write(tableSchema(name) + "\n");
+    result.total = static_cast<std::int64_t>(result.rows.size());
+    shell.writeResult(result);
 }
 
 void setMode(Shell& shell, const Words& words) {
@@ -131,15 +109,24 @@ void setSetting(Shell& shell, const Words& words) {
                          " (.set lists them; names in capitals are the kernel's)");
 }
 
+std::optional<InputFormat> inputFormat(const std::string& name) {
+    if (name == "csv") return InputFormat::csv;
+    if (name == "jsonl") return InputFormat::jsonl;
+    if (name == "deb822") return InputFormat::deb822;
+    return std::nullopt;
+}
+
 void importFile(Shell& shell, const Words& words) {
-    constexpr const char* kUsage = ".import [--format csv|deb822] FILE TABLE";
+    constexpr const char* kUsage = ".import [--format csv|jsonl|deb822] [--exported] FILE TABLE";
     ImportRequest request;
     Words names;
     for (std::size_t i = 1; i < words.size(); ++i) {
-        if (words[i] != "--format") {
+        if (words[i] == "--exported") {
+            request.exported = true;
+        } else if (words[i] != "--format") {
             names.push_back(words[i]);
-        } else if (i + 1 < words.size() && (words[i + 1] == "csv" || words[i + 1] == "deb822")) {
-            request.format = words[++i] == "csv" ? InputFormat::csv : InputFormat::deb822;
+        } else if (i + 1 < words.size() && (request.format = inputFormat(words[i + 1]))) {
+            ++i;
         } else {
             throw UsageError(kUsage);
         }
@@ -154,23 +141,11 @@ void importFile(Shell& shell, const Words& words) {
         shell.reportFault(0, std::to_string(report.counts.refused) + " records were refused");
 }
 
-void exportRows(Shell& shell, const Words& words) {
-    constexpr const char* kUsage = ".export [--format csv|json|xml|line] FILE TABLE";
-    std::size_t at = 1;
-    std::optional<Format> format = Format::csv;
-    if (words.size() > 2 && words[1] == "--format") {
-        format = formatNamed(words[2]);
-        at = 3;
-    }
-    if (!format || words.size() != at + 2) throw UsageError(kUsage);
-    shell.runInto(words[at], *format, {"SELECT * FROM \"" + words[at + 1] + "\"", 1});
-}
-
 void showHelp(Shell& shell, const Words&) {
     std::string out;
     for (const DotCommand& command : dotCommands()) {
         std::string usage = std::string(command.name) + " " + command.arguments;
-        usage.resize(std::max<std::size_t>(usage.size(), 48), ' ');
+        usage.resize(std::max<std::size_t>(usage.size(), 60), ' ');
         out += usage + " " + command.help + "\n";
     }
     shell.write(out + "Everything else is SQL and ends with a semicolon.\n");
@@ -190,10 +165,20 @@ const std::vector<Entry>& entries() {
     static const std::vector<Entry> table = {
         {{".tables", "", "the tables, with their numbers of rows"}, showTables},
         {{".schema", "[TABLE...]", "CREATE TABLE statements"}, showSchema},
-        {{".import", "[--format csv|deb822] FILE TABLE", "read a file (- is standard input) into a table"},
+        {{".import", "[--format csv|jsonl|deb822] [--exported] FILE TABLE",
+          "read a file (- is standard input) into a table"},
          importFile},
-        {{".export", "[--format csv|json|xml|line] FILE TABLE", "write every row of a table to a file"},
+        {{".export", "[--format csv|jsonl|sql|json|xml|line] FILE TABLE",
+          "write every row of a table to a file"},
          exportRows},
+        {{".dump", "FILE [TABLE...]", "write a script that makes the tables again (- is standard output)"},
+         dumpScript},
+        {{".rows", "TABLE", "rows as JSON lines follow, up to .end"}, beginRows},
+        {{".define", "FILE.json|{...}", "make a table from a definition in JSON"}, defineTable},
+        {{".check", "[TABLE...]", "read everything and say what is damaged"}, checkSoundness},
+        {{".reindex", "[TABLE...]", "build the indexes anew"}, reindex},
+        {{".compact", "[TABLE...]", "write the files again without free room"}, compact},
+        {{".backup", "DIR", "copy everything, of one moment, while others work"}, makeBackup},
         {{".mode", "table|csv|json|xml|line", "how results are written"}, setMode},
         {{".timer", "on|off", "show how long statements take"}, setTimer},
         {{".explain", "on|off|STATEMENT", "the steps of statements, with counts and times"}, setExplain},
@@ -224,6 +209,10 @@ void dispatch(Shell& shell, std::string_view line) {
             statement.remove_suffix(1);
         shell.explain({std::string(statement), 1}, "");
         return;
+    }
+    if (words[0] == ".define" && words.size() > 1 && words[1].starts_with('{')) {
+        const auto brace = line.find('{');
+        return defineTable(shell, {words[0], std::string(line.substr(brace))});
     }
     for (const Entry& entry : entries()) {
         if (words[0] == entry.command.name) return entry.handler(shell, words);

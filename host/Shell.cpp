@@ -15,6 +15,7 @@
 #include "host/format/DisplayText.h"
 #include "host/format/StepTree.h"
 #include "host/text/FaultPlace.h"
+#include "host/upkeep/Dump.h"
 
 namespace host {
 
@@ -46,6 +47,15 @@ struct FreeLine {
 };
 
 }  // namespace
+
+struct Shell::Rows {
+    std::string table;
+    std::int64_t line = 0;            // of the block, 1-based
+    std::unique_ptr<RowBlock> block;  // null after a fault: the rest is passed over
+};
+
+Shell::Shell(const Settings& settings) : settings_(settings) {}
+Shell::~Shell() = default;
 
 void Shell::write(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), out_);
@@ -212,6 +222,54 @@ void Shell::showRows(ResultSet block, const Statement& statement, std::string_vi
     if (changed) reportFault(0, "the result changed while it was read");
 }
 
+void Shell::writeResult(const ResultSet& result) {
+    const Format format = settings_.format == Format::xml ? Format::table : settings_.format;
+    const auto formatter = makeFormatter(format, terminalWidth());
+    std::string out;
+    const auto count = static_cast<std::int64_t>(result.rows.size());
+    formatter->begin(result.columns, out);
+    formatter->rows(result.rows, out);
+    formatter->end({1, count, count, std::nullopt}, out);
+    write(out);
+}
+
+void Shell::beginRows(const std::string& table) {
+    rows_ = std::make_unique<Rows>();
+    rows_->table = table;
+    rows_->block = std::make_unique<RowBlock>(table);
+}
+
+bool Shell::runRowLine(std::string_view line, std::string_view sourceName) {
+    ++rows_->line;
+    try {
+        if (line == ".end") {
+            if (rows_->block) {
+                const std::int64_t stored = rows_->block->end();
+                write(rows_->table + ": " + grouped(stored) + (stored == 1 ? " record\n" : " records\n"));
+            }
+            rows_.reset();
+        } else if (rows_->block) {
+            rows_->block->line(line);
+        }
+    } catch (const std::exception& error) {
+        const auto* kernel = dynamic_cast<const KernelError*>(&error);
+        const bool ended = line == ".end";
+        reportFault(kernel == nullptr ? 0 : kernel->status(),
+                    (sourceName.empty() ? "" : std::string(sourceName) + ": ") + "rows of " + rows_->table +
+                        ", line " + std::to_string(rows_->line) + ": " + error.what() + "; none is stored");
+        rows_->block.reset();
+        if (ended) rows_.reset();
+    }
+    return goesOn();
+}
+
+void Shell::endSource() {
+    if (!rows_) return;
+    const std::string table = rows_->table;
+    rows_.reset();
+    reportFault(0, "rows of " + table + " have no .end; none is stored");
+}
+
 bool Shell::runReady(StatementSplitter& splitter, std::string_view sourceName) {
     Statement statement;
     while (goesOn() && splitter.next(statement)) runStatement(statement, sourceName);
@@ -219,6 +277,7 @@ bool Shell::runReady(StatementSplitter& splitter, std::string_view sourceName) {
 }
 
 bool Shell::runLine(StatementSplitter& splitter, std::string_view line, std::string_view sourceName) {
+    if (rows_) return runRowLine(line, sourceName);
     const auto first = line.find_first_not_of(" \t");
     if (splitter.idle() && first != std::string_view::npos && line[first] == '.') {
         splitter.feed("");  // counts the line
@@ -235,6 +294,7 @@ bool Shell::runText(std::string_view text, std::string_view sourceName) {
         if (!runLine(splitter, text.substr(0, end), sourceName)) return false;
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
+    endSource();
     Statement statement;
     if (splitter.finish(statement)) runStatement(statement, sourceName);
     return goesOn();
@@ -253,6 +313,7 @@ bool Shell::runStream(std::FILE* input, std::string_view sourceName) {
         if (!on) return false;
     }
     if (std::ferror(input) != 0) reportFault(0, "cannot read " + std::string(sourceName));
+    endSource();
     Statement statement;
     if (splitter.finish(statement)) runStatement(statement, sourceName);
     flush();

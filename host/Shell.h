@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,7 +18,10 @@ class StepTree;
 // standard error.
 class Shell {
 public:
-    explicit Shell(const Settings& settings) : settings_(settings) {}
+    explicit Shell(const Settings& settings);
+    ~Shell();
+    Shell(const Shell&) = delete;
+    Shell& operator=(const Shell&) = delete;
 
     // Each answers false when nothing more is to be run: after .quit, or after a fault when faults end
     // everything.
@@ -38,6 +42,10 @@ public:
     Settings& settings() { return settings_; }
     void quit() { quit_ = true; }
     void write(std::string_view text);
+    // A result of the program's own, in the format of the session (xml: as a table).
+    void writeResult(const ResultSet& result);
+    // The lines that follow are rows of the table, up to ".end". Throws KernelError.
+    void beginRows(const std::string& table);
     // Writes every row of a statement's result to a file, in a format of its own. False, with a fault, when
     // that fails.
     bool runInto(const std::string& path, Format format, const Statement& statement);
@@ -49,6 +57,10 @@ public:
     bool runLine(StatementSplitter& splitter, std::string_view line, std::string_view sourceName);
 
 private:
+    struct Rows;
+    bool runRowLine(std::string_view line, std::string_view sourceName);
+    // A source ended; rows that it had begun are given up.
+    void endSource();
     void reportFault(const Fault& fault, const Statement& statement, std::string_view sourceName);
     void showRows(ResultSet block, const Statement& statement, std::string_view sourceName,
                   double milliseconds);
@@ -64,6 +76,7 @@ private:
     std::FILE* out_ = stdout;
     bool faulted_ = false, quit_ = false;
     int depth_ = 0;  // scripts that read scripts
+    std::unique_ptr<Rows> rows_;
 };
 
 }  // namespace host

@@ -12,6 +12,7 @@
 #include "host/input/CsvReader.h"
 #include "host/input/Deb822Reader.h"
 #include "host/input/ImportError.h"
+#include "host/input/JsonLinesReader.h"
 #include "host/input/LineReader.h"
 #include "host/text/Answer.h"
 
@@ -26,8 +27,11 @@ void note(const std::string& text) {
     std::fprintf(stderr, "%s\n", printable(text).c_str());
 }
 
-std::unique_ptr<RecordReader> makeReader(InputFormat format, LineReader& lines) {
-    if (format == InputFormat::csv) return std::make_unique<CsvReader>(lines);
+std::unique_ptr<RecordReader> makeReader(InputFormat format, const ImportRequest& request,
+                                         LineReader& lines) {
+    if (format == InputFormat::csv)
+        return std::make_unique<CsvReader>(lines, request.exported ? ValueForm::cells : ValueForm::free);
+    if (format == InputFormat::jsonl) return std::make_unique<JsonLinesReader>(lines);
     return std::make_unique<Deb822Reader>(lines);
 }
 
@@ -114,6 +118,8 @@ std::string fixed(double number, int decimals) {
 
 InputFormat guessFormat(std::string_view file, std::string_view firstLine) {
     if (file.ends_with(".csv") || file.ends_with(".CSV")) return InputFormat::csv;
+    if (file.ends_with(".jsonl") || file.ends_with(".ndjson") || firstLine.starts_with('{'))
+        return InputFormat::jsonl;
     const auto colon = firstLine.find(':'), comma = firstLine.find(',');
     return comma != std::string_view::npos && comma < colon ? InputFormat::csv : InputFormat::deb822;
 }
@@ -122,7 +128,7 @@ ImportReport runImport(const ImportRequest& request) {
     const auto start = std::chrono::steady_clock::now();
     LineReader lines(request.file);
     const InputFormat format = formatOf(request, lines);
-    const std::unique_ptr<RecordReader> reader = makeReader(format, lines);
+    const std::unique_ptr<RecordReader> reader = makeReader(format, request, lines);
     ImportReport report;
     if (!tableExists(request.table)) {
         makeTable(request, format, *reader);

@@ -13,6 +13,7 @@ struct ImportRequest {
     std::string file;  // "-" for standard input
     std::string table;
     std::optional<InputFormat> format;  // by the file's name and content when absent
+    bool exported = false;              // a CSV file of .export: cells hold lists and objects
 };
 
 struct ImportReport {
@@ -28,7 +29,8 @@ ImportReport runImport(const ImportRequest& request);
 // "63,666 records in 2.41 s (26,417 records/s), 12 duplicates skipped"
 std::string summary(const ImportReport& report);
 
-// By the ending: .csv is CSV, everything else control records unless its first line has a comma and no field.
+// By the ending: .csv is CSV, .jsonl and .ndjson are JSON lines. Everything else is JSON lines when it begins
+// with a brace, CSV when its first line has a comma and no field, and control records otherwise.
 InputFormat guessFormat(std::string_view file, std::string_view firstLine);
 
 }  // namespace host

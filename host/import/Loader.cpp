@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/input/ColumnNames.h"
+#include "host/text/Base64.h"
 
 namespace host {
 
@@ -71,17 +72,15 @@ std::int32_t Loader::setItem(const TableColumn& column, std::int32_t position, s
     return WdbReplaceItem(cursor_.get(), text.data(), static_cast<std::int32_t>(text.size()));
 }
 
-std::int32_t Loader::setValue(const TableColumn& column, bool isList, std::string_view text) {
-    if (text.size() > INT32_MAX) return WDB_E_VALUE;
-    if (column.type == WDB_T_TEXT || column.type == WDB_T_STRING) {
-        const std::int32_t placed = WdbSetCursor(cursor_.address(), control_.get(), column.number, 0, 0);
-        if (!WDB_SUCCESS(placed)) return placed;
-        const auto length = static_cast<std::int32_t>(text.size());
-        return column.type == WDB_T_TEXT ? WdbPutLine(cursor_.get(), text.data(), length)
-                                         : WdbPutBlobBlock(cursor_.get(), length, text.data());
-    }
-    text = unfolded(text, line_);
-    if (!isList) return setItem(column, 0, text);
+std::int32_t Loader::setWhole(const TableColumn& column, std::string_view text) {
+    const std::int32_t placed = WdbSetCursor(cursor_.address(), control_.get(), column.number, 0, 0);
+    if (!WDB_SUCCESS(placed)) return placed;
+    const auto length = static_cast<std::int32_t>(text.size());
+    return column.type == WDB_T_TEXT ? WdbPutLine(cursor_.get(), text.data(), length)
+                                     : WdbPutBlobBlock(cursor_.get(), length, text.data());
+}
+
+std::int32_t Loader::setList(const TableColumn& column, std::string_view text) {
     std::int32_t position = 0;
     while (!text.empty()) {
         const auto comma = text.find(',');
@@ -94,13 +93,54 @@ std::int32_t Loader::setValue(const TableColumn& column, bool isList, std::strin
     return WDB_OK;
 }
 
+// An empty line leaves its position empty.
+std::int32_t Loader::setLines(const TableColumn& column, std::string_view text) {
+    if (text.find('\n') == std::string_view::npos) return setItem(column, 0, text);
+    for (std::int32_t position = 1;; ++position) {
+        const auto end = text.find('\n');
+        const std::string_view item = text.substr(0, end);
+        const std::int32_t status = item.empty() ? WDB_OK : setItem(column, position, item);
+        if (!WDB_SUCCESS(status) || end == std::string_view::npos) return status;
+        text.remove_prefix(end + 1);
+    }
+}
+
+std::int32_t Loader::setValue(const TableColumn& column, const RecordReader& reader,
+                              const InputValue& value) {
+    std::string_view text = value.text;
+    if (text.size() > INT32_MAX) return WDB_E_VALUE;
+    const ValueForm form = reader.form();
+    if (column.type == WDB_T_STRING && form == ValueForm::cells) {
+        line_ = decodeBase64(text);
+        return setWhole(column, line_);
+    }
+    if (column.type == WDB_T_TEXT || column.type == WDB_T_STRING) return setWhole(column, text);
+    if (form == ValueForm::exact) return setItem(column, value.position, text);
+    if (form == ValueForm::cells) return setLines(column, text);
+    text = unfolded(text, line_);
+    return reader.isList(value.column) ? setList(column, text) : setItem(column, 0, text);
+}
+
+// Makes the parts up to the wanted one where they are missing; a new one is the current one.
+std::int32_t Loader::selectPart(std::int32_t part) {
+    if (part == part_) return WDB_OK;
+    std::int32_t count = 0;
+    check(WdbPartCount(control_.get(), &count));
+    while (count < part) check(WdbAddRecordPart(control_.get(), &count));
+    part_ = part;
+    return WdbSetRecordPart(nullptr, control_.get(), part);
+}
+
 bool Loader::put(const RecordReader& reader, const InputRecord& record, std::string& reason) {
     check(WdbNewRecord(control_.get()));
+    part_ = 0;
     for (const InputValue& value : record.values) {
         const TableColumn* column = targets_[value.column];
         if (column == nullptr) continue;
-        const std::int32_t status = setValue(*column, reader.isList(value.column), value.text);
+        check(selectPart(value.part));
+        const std::int32_t status = setValue(*column, reader, value);
         if (WDB_SUCCESS(status)) continue;
+        lastStatus_ = status;
         if (!concernsRecord(status)) throw KernelError(status, kernelMessage(status));
         constexpr std::size_t kShown = 60;
         reason = column->name + " cannot hold \"" + std::string(value.text.substr(0, kShown)) +
@@ -108,8 +148,11 @@ bool Loader::put(const RecordReader& reader, const InputRecord& record, std::str
         ++counts_.refused;
         return false;
     }
+    check(selectPart(record.parts));
+    check(selectPart(0));
     std::int32_t recordId = 0;
     const std::int32_t status = WdbPutRecord(control_.get(), &recordId);
+    lastStatus_ = status;
     if (WDB_SUCCESS(status)) {
         ++counts_.stored;
         return true;

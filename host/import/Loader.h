@@ -35,9 +35,15 @@ public:
     bool put(const RecordReader& reader, const InputRecord& record, std::string& reason);
     void commit();
     const LoadCounts& counts() const { return counts_; }
+    // Why the latest record was not stored; WDB_OK when it was.
+    std::int32_t lastStatus() const { return lastStatus_; }
 
 private:
-    std::int32_t setValue(const TableColumn& column, bool isList, std::string_view text);
+    std::int32_t setValue(const TableColumn& column, const RecordReader& reader, const InputValue& value);
+    std::int32_t setList(const TableColumn& column, std::string_view text);
+    std::int32_t setLines(const TableColumn& column, std::string_view text);
+    std::int32_t setWhole(const TableColumn& column, std::string_view text);
+    std::int32_t selectPart(std::int32_t part);
     std::int32_t setItem(const TableColumn& column, std::int32_t position, std::string_view text);
 
     std::string table_;
@@ -45,8 +51,10 @@ private:
     std::vector<const TableColumn*> targets_;  // by input column; null for those that the table lacks
     Control control_;
     Cursor cursor_;
-    std::string line_;  // a value on one line
+    std::string line_;       // a value on one line
+    std::int32_t part_ = 0;  // current part of the control's record
     LoadCounts counts_;
+    std::int32_t lastStatus_ = WDB_OK;
     bool loading_ = false;
 };
 

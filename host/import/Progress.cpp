@@ -24,19 +24,30 @@ Progress::~Progress() {
     clear();
 }
 
-void Progress::show(std::int64_t done, std::int64_t records) {
-    if (!terminal_) return;
+bool Progress::due() {
+    if (!terminal_) return false;
     const auto now = std::chrono::steady_clock::now();
-    if (now - last_ < kBetween) return;
+    if (now - last_ < kBetween) return false;
     last_ = now;
-    const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total_));
+    return true;
+}
+
+void Progress::bar(double part, const std::string& text) {
+    part = std::clamp(part, 0.0, 1.0);
     const int filled = static_cast<int>(part * kCells);
-    std::string bar;
-    for (int i = 0; i < kCells; ++i) bar += i < filled ? "█" : "░";
-    std::fprintf(stderr, "\r%s %3d %%  %s records\x1b[K", bar.c_str(), static_cast<int>(part * 100),
-                 grouped(records).c_str());
+    std::string cells;
+    for (int i = 0; i < kCells; ++i) cells += i < filled ? "█" : "░";
+    std::fprintf(stderr, "\r%s %3d %%  %s\x1b[K", cells.c_str(), static_cast<int>(part * 100), text.c_str());
     std::fflush(stderr);
     drawn_ = true;
+}
+
+void Progress::show(std::int64_t done, std::int64_t records) {
+    if (due()) bar(static_cast<double>(done) / static_cast<double>(total_), grouped(records) + " records");
+}
+
+void Progress::draw(const std::string& what, std::int64_t done, std::int64_t total) {
+    if (due()) bar(static_cast<double>(done) / static_cast<double>(std::max<std::int64_t>(total, 1)), what);
 }
 
 void Progress::say(const char* what) {

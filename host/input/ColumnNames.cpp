@@ -23,6 +23,11 @@ std::string cut(std::string name, std::size_t length) {
     return name;
 }
 
+bool canBeColumn(std::string_view name) {
+    return !name.empty() && name.size() <= WDB_FIELD_NAME_MAX && name.front() != ' ' && name.back() != ' ' &&
+           printable(name) == name && name.find_first_of("\".,()") == std::string_view::npos;
+}
+
 }  // namespace
 
 char upperAscii(char c) {
@@ -37,6 +42,12 @@ bool equalNames(std::string_view a, std::string_view b) {
 bool ColumnNames::taken(std::string_view name) const {
     return std::any_of(names_.begin(), names_.end(),
                        [&](const std::string& other) { return equalNames(name, other); });
+}
+
+std::size_t ColumnNames::addExact(std::string_view name) {
+    if (!canBeColumn(name) || taken(name)) return add(name);
+    names_.emplace_back(name);
+    return names_.size() - 1;
 }
 
 std::size_t ColumnNames::add(std::string_view name) {

@@ -13,6 +13,8 @@ class ColumnNames {
 public:
     // The index of the new name.
     std::size_t add(std::string_view name);
+    // The same for a file that names columns as a table does: what can be a name stays as it is.
+    std::size_t addExact(std::string_view name);
     const std::vector<std::string>& names() const { return names_; }
 
 private:

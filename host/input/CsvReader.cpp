@@ -25,10 +25,14 @@ CsvReader::Parser::Parser() : csv_parser{} {
     csv_set_term_func(this, lineFeed);
 }
 
-CsvReader::CsvReader(LineReader& lines) : lines_(lines) {
+CsvReader::CsvReader(LineReader& lines, ValueForm form) : lines_(lines), form_(form) {
     if (!readRow()) throw ImportError(lines_.name() + " has no header line");
     for (const Field& field : fields_) {
-        names_.add(std::string_view(text_).substr(field.begin, field.end - field.begin));
+        const std::string_view name = std::string_view(text_).substr(field.begin, field.end - field.begin);
+        if (form_ == ValueForm::free)
+            names_.add(name);
+        else
+            names_.addExact(name);
     }
 }
 

@@ -12,17 +12,19 @@
 namespace host {
 
 // CSV as RFC 4180 describes it, with a header line that names the columns. An empty field without quotes is
-// NULL. Either line end will do, and a byte-order mark is passed over.
+// NULL. Either line end will do, and a byte-order mark is passed over. Names in a file of .export (`cells`)
+// are those of the table.
 class CsvReader : public RecordReader {
 public:
     // Throws ImportError when there is no header line.
-    explicit CsvReader(LineReader& lines);
+    explicit CsvReader(LineReader& lines, ValueForm form = ValueForm::free);
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
     bool next(InputRecord& record) override;
     void rewind() override;
     const std::vector<std::string>& columns() const override { return names_.names(); }
     bool isList(std::size_t) const override { return false; }
+    ValueForm form() const override { return form_; }
     bool isKey(std::size_t) const override { return false; }
     std::int64_t bytesRead() const override { return lines_.bytesRead(); }
     std::int64_t size() const override { return lines_.size(); }
@@ -44,6 +46,7 @@ private:
     void parse(const char* text, std::size_t length);
 
     LineReader& lines_;
+    ValueForm form_;
     Parser parser_;
     ColumnNames names_;
     std::string text_;

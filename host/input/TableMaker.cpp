@@ -31,8 +31,8 @@ std::vector<NewColumn> planTable(RecordReader& reader, InputFormat format) {
     std::vector<NewColumn> columns;
     for (std::size_t i = 0; i < guesses.size(); ++i) {
         const std::string& name = reader.columns()[i];
-        if (format == InputFormat::csv) {
-            columns.push_back({name, guesses[i].type(), false});
+        if (format != InputFormat::deb822) {
+            columns.push_back({name, reader.isObject(i) ? ColumnType::object : guesses[i].type(), false});
         } else {
             const bool isItem = reader.isKey(i) || reader.isList(i);
             columns.push_back({name, controlType(name, isItem, guesses[i]), reader.isKey(i)});

@@ -9,7 +9,7 @@
 
 namespace host {
 
-enum class InputFormat { csv, deb822 };
+enum class InputFormat { csv, deb822, jsonl };
 
 struct NewColumn {
     std::string name;
@@ -18,8 +18,8 @@ struct NewColumn {
 };
 
 // Reads the input once and says what table holds it. Control records: the package name is the key, fields of
-// digits only are INTEGER, DESCRIPTION and values too long for a VARCHAR are LONG VARCHAR. CSV: types that
-// hold every value. Throws ImportError when the input has no records or no columns.
+// digits only are INTEGER, DESCRIPTION and values too long for a VARCHAR are LONG VARCHAR. CSV and JSON
+// lines: types that hold every value. Throws ImportError when the input has no records or no columns.
 std::vector<NewColumn> planTable(RecordReader& reader, InputFormat format);
 
 // The CREATE TABLE statement, every name in quotes.

@@ -76,6 +76,8 @@ const char* sqlName(ColumnType type) {
             return "DATE";
         case ColumnType::time:
             return "TIME";
+        case ColumnType::object:
+            return "LONG VARBINARY";
     }
     return "VARCHAR";
 }

@@ -6,9 +6,9 @@
 
 namespace host {
 
-enum class ColumnType { varchar, text, integer, numeric, date, time };
+enum class ColumnType { varchar, text, integer, numeric, date, time, object };
 
-// "VARCHAR", "LONG VARCHAR", "INTEGER", "NUMERIC", "DATE", "TIME".
+// "VARCHAR", "LONG VARCHAR", "INTEGER", "NUMERIC", "DATE", "TIME", "LONG VARBINARY".
 const char* sqlName(ColumnType type);
 
 // Narrows down what type holds every value that it was shown. Integers are digits with an optional sign that

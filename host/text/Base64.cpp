@@ -1,5 +1,6 @@
 #include "host/text/Base64.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace host {
@@ -29,6 +30,20 @@ std::string decodeBase64(std::string_view text) {
         if (count < 8) continue;
         count -= 8;
         out += static_cast<char>(bits >> count & 0xFF);
+    }
+    return out;
+}
+
+std::string encodeBase64(std::string_view bytes) {
+    constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    out.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        const std::size_t have = std::min<std::size_t>(3, bytes.size() - i);
+        std::uint32_t bits = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            bits = bits << 8 | (k < have ? static_cast<unsigned char>(bytes[i + k]) : 0U);
+        for (std::size_t k = 0; k < 4; ++k) out += k <= have ? kAlphabet[bits >> (18 - 6 * k) & 63] : '=';
     }
     return out;
 }

@@ -57,6 +57,7 @@ std::int32_t WdbCheckField(WdbRecordControl*, char* name, std::int32_t* number, 
     return WDB_OK;
 }
 std::int32_t WdbNewRecord(WdbRecordControl*) {
+    kernel().parts = 0;
     return kernel().answer("new");
 }
 std::int32_t WdbSetCursor(WdbCursor** cursor, WdbRecordControl*, std::int32_t field, std::int32_t,
@@ -120,6 +121,18 @@ std::int32_t WdbGetBaseDef(const char*, WdbBaseDef*) {
 }
 std::int32_t WdbGetFieldSpec(WdbFieldSpec*) {
     return WDB_FAIL;
+}
+
+std::int32_t WdbPartCount(WdbRecordControl*, std::int32_t* count) {
+    *count = kernel().parts;
+    return WDB_OK;
+}
+std::int32_t WdbAddRecordPart(WdbRecordControl*, std::int32_t* number) {
+    *number = ++kernel().parts;
+    return kernel().answer("part");
+}
+std::int32_t WdbSetRecordPart(WdbCursor*, WdbRecordControl*, std::int32_t part) {
+    return kernel().answer("part " + std::to_string(part));
 }
 
 }  // extern "C"

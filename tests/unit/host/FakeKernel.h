@@ -19,6 +19,7 @@ struct FakeKernel {
     std::vector<std::string> log;                  // "NAME/0=x", "put", "end 1", ...
     std::map<std::string, std::int32_t> failures;  // log entry -> the status that it gets
     std::int32_t cursors = 0, controls = 0;        // alive
+    std::int32_t parts = 0;                        // of the current record
     std::int32_t field = 0, item = 0;              // where the cursor stands
 
     std::int32_t answer(const std::string& entry) {
