@@ -8,6 +8,7 @@
 #include "host/Session.h"
 #include "host/Shell.h"
 #include "host/UpkeepCommands.h"
+#include "host/UserCommands.h"
 #include "host/import/Import.h"
 #include "host/input/ImportError.h"
 
@@ -179,6 +180,11 @@ const std::vector<Entry>& entries() {
         {{".reindex", "[TABLE...]", "build the indexes anew"}, reindex},
         {{".compact", "[TABLE...]", "write the files again without free room"}, compact},
         {{".backup", "DIR", "copy everything, of one moment, while others work"}, makeBackup},
+        {{".users", "", "the users and their rights"}, showUsers},
+        {{".adduser", "NAME [admin|create] [--password-file FILE]", "add a user; the password is asked for"},
+         addUser},
+        {{".passwd", "[NAME] [--password-file FILE]", "change a password"}, changePassword},
+        {{".deluser", "NAME", "remove a user"}, removeUser},
         {{".mode", "table|csv|json|xml|line", "how results are written"}, setMode},
         {{".timer", "on|off", "show how long statements take"}, setTimer},
         {{".explain", "on|off|STATEMENT", "the steps of statements, with counts and times"}, setExplain},
