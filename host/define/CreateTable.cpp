@@ -51,12 +51,14 @@ std::string references(const ColumnReference& to) {
 }  // namespace
 
 bool fitsCreateTable(const TableDefinition& definition) {
-    return std::none_of(definition.columns.begin(), definition.columns.end(),
-                        [](const ColumnDefinition& column) {
-                            const bool indexed = column.indexed || column.type == WDB_T_STRING;
-                            return column.part || column.plain || !indexed ||
-                                   (column.defaultValue && defaultLiteral(column).empty());
-                        });
+    return std::none_of(
+        definition.columns.begin(), definition.columns.end(), [&](const ColumnDefinition& column) {
+            const bool indexed = column.indexed || column.type == WDB_T_STRING;
+            // The statement lets no table refer to itself.
+            const bool itself = column.reference && equalNames(column.reference->table, definition.name);
+            return column.part || column.plain || !indexed || itself ||
+                   (column.defaultValue && defaultLiteral(column).empty());
+        });
 }
 
 std::string createTable(const TableDefinition& definition) {

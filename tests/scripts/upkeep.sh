@@ -3,10 +3,11 @@ set -eu
 w() { "$WSQL" --data "$@"; }
 w "$DATA" <<'SQL'
 CREATE TABLE AUTHOR (ID VARCHAR PRIMARY KEY, NAME VARCHAR NOT NULL);
-CREATE TABLE BOOK (NO SERIAL, TITLE VARCHAR, BY_ VARCHAR);
+CREATE TABLE BOOK (N SERIAL, TITLE VARCHAR, BY_ VARCHAR);
 SQL
 w "$DATA" <<'SQL' || true
-CREATE TABLE WORK_ (ID VARCHAR PRIMARY KEY, AUTHOR VARCHAR REFERENCES AUTHOR (ID) ON DELETE CASCADE, PRIOR_ VARCHAR REFERENCES WORK_ (ID), DAY DATE, TAGS VARCHAR, NOTE LONG VARCHAR, COVER LONG VARBINARY, SIZE INTEGER DEFAULT 7);
+CREATE TABLE WORK_ (ID VARCHAR PRIMARY KEY, AUTHOR VARCHAR REFERENCES AUTHOR (ID) ON DELETE CASCADE, DAY DATE, TAGS VARCHAR, NOTE LONG VARCHAR, COVER LONG VARBINARY, SIZE INTEGER DEFAULT 7);
+.define {"table":"WORK_","primaryKey":"ID","columns":[{"name":"PRIOR_","references":{"table":"WORK_","column":"ID"}}]}
 .define {"table":"SCAN","primaryKey":"ID","columns":[{"name":"ID","notNull":true},{"name":"PAGE","type":"LONG VARCHAR","part":true}]}
 .rows AUTHOR
 {"ID":"a1","NAME":"Ada \"L\""}
@@ -33,7 +34,7 @@ cmp "$one" "$DATA/../two.sql" && echo same
 echo "== exports come back"
 for form in csv jsonl; do
     w "$DATA" -c ".export --format $form $DATA/../work.$form WORK_"
-    w "$DATA-3" -c ".read $DATA/../one.sql" -c 'DELETE FROM WORK_' -c ".import --exported $DATA/../work.$form WORK_" \
+    w "$DATA-3" -c ".read $DATA/../one.sql" -c "DELETE FROM WORK_ WHERE ID = 'w1'" -c 'DELETE FROM WORK_' -c ".import --exported $DATA/../work.$form WORK_" \
         -c ".export --format jsonl - WORK_" || true
     rm -rf "$DATA-3"
 done
