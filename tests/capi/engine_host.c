@@ -332,27 +332,143 @@ static void objects(const char* home) {
     RUN_ALL(calls);
 }
 
-/* An answer of an export that is not built whole may not break the rules of the record. */
-static void keepsTheRules(Export function, const char* text) {
-    FilterData data;
-    char memory[64];
+/* ---- what holds for every export, whatever is asked of it ---- */
+typedef struct Request {
+    Export function;
+    const char* text;
+    int succeeds; /* when the option mask allows it */
+} Request;
 
-    memset(&data, 0, sizeof data);
-    memset(memory, 0, sizeof memory);
-    strcpy(memory, text);
-    data.text = memory;
-    data.textLength = (int32_t)sizeof memory;
-    data.wdb_options = IN_MEMORY;
-    check(function(&data, NULL) == data.status, "status", text);
-    if (data.output != NULL) {
-        check(strlen(data.output) == (size_t)data.outputLength, "length", text);
-        check(strncmp(data.output, XML, strlen(XML)) == 0, "an XML declaration", data.output);
-        check((strstr(data.output, "<Fault ") == NULL) == (data.status % 2 != 0), "a fault is even",
-              data.output);
-    } else {
-        check(data.status % 2 == 0, "success has a document", text);
+static int allows(Export function, uint32_t options) {
+    if (function == execsql) return (options & 7) != 0;
+    if (function == sqlgetobject) return (options & 4) != 0;
+    return function != sqlgetencoding || options == IN_MEMORY;
+}
+
+static void checkText(const FilterData* data, const char* sent, size_t room) {
+    static const char* const kLines[] = {TEXT_LINE, "STRING\n"};
+    size_t i;
+
+    if (data->textLength == (int32_t)room && memcmp(data->text, sent, room) == 0) return;
+    for (i = 0; i < 2; ++i) {
+        if (data->textLength == (int32_t)strlen(kLines[i]) && strcmp(data->text, kLines[i]) == 0) {
+            check(strlen(kLines[i]) < room && data->output != NULL, "a type line has room and an answer",
+                  sent);
+            return;
+        }
     }
-    free(data.output);
+    check(0, "the request is as it was, or the type line", sent);
+}
+
+static void checkOutcome(const Request* request, const FilterData* data, const char* own, uint32_t options) {
+    const int raw = (options & 1) != 0 && (request->function == sqlgetobject || request->function == execsql);
+    const int wrong = !allows(request->function, options);
+
+    check((data->status % 2 != 0) == (request->succeeds && !wrong), "success is odd", request->text);
+    /* sqlgetobject that succeeds says nothing: the host's bytes stay */
+    check(memchr(data->message, '\0', sizeof data->message) != NULL ||
+              (request->function == sqlgetobject && data->message[0] == 'm'),
+          "the message has its NUL", request->text);
+    check(data->status % 2 != 0 || data->message[0] != '\0' || request->function == sqlgettabledesc,
+          "a failure says why", request->text);
+    if (data->output == own) {
+        check(data->status % 2 == 0 && data->outputLength == 3, "success has an answer", request->text);
+        check(wrong || request->function == sqlgettabledesc, "a failure has a document", request->text);
+        return;
+    }
+    check(
+        !wrong && data->output != NULL && data->outputLength >= 0 && data->output[data->outputLength] == '\0',
+        "an answer has its NUL", request->text);
+    if (data->status % 2 == 0) {
+        check(strncmp(data->output, XML "<Fault faultCode=\"", strlen(XML) + 18) == 0, "a Fault",
+              data->output);
+    } else if (!raw && request->function != sqlgetencoding) {
+        check(strncmp(data->output, XML "<", strlen(XML) + 1) == 0, "a document", data->output);
+        check(strstr(data->output, "<Fault") == NULL, "success is no Fault", data->output);
+        check(strlen(data->output) == (size_t)data->outputLength, "its length", data->output);
+    }
+}
+
+/* The request in memory of exactly `room` bytes, zeros behind the text. */
+static void keepsTheRules(const Request* request, uint32_t options, size_t room) {
+    FilterData data;
+    char own[] = "own", host[sizeof data.host];
+    char* memory = calloc(room > 0 ? room : 1, 1);
+    char* sent = calloc(room > 0 ? room : 1, 1);
+    const int stores = request->function == sqlsetobject;
+
+    if (memory == NULL || sent == NULL) abort();
+    memcpy(memory, request->text, strlen(request->text));
+    memcpy(sent, memory, room);
+    memset(&data, 0, sizeof data);
+    memset(data.message, 'm', sizeof data.message);
+    memset(data.host, HOST_BYTE, sizeof data.host);
+    memset(host, HOST_BYTE, sizeof host);
+    strcpy(data.filterName, "name");
+    data.text = memory;
+    data.textLength = (int32_t)room;
+    data.wdb_options = options;
+    data.output = own;
+    data.outputLength = 3;
+    if (stores) data.wdb_options &= ~7u; /* memory that stays this host's */
+    options = data.wdb_options;
+    check(request->function(&data, NULL) == data.status, "the return value is the status", request->text);
+    check(memcmp(data.host, host, sizeof host) == 0 && strcmp(data.filterName, "name") == 0,
+          "the host's own fields", request->text);
+    check(strcmp(own, "own") == 0, "the host's own memory", request->text);
+    check(data.wdb_options == options ||
+              (data.wdb_options == IN_MEMORY && (stores || request->function == sqlgettabledesc ||
+                                                 strstr(request->text, "SET OBJECT") != NULL)),
+          "the options", request->text);
+    checkText(&data, sent, room);
+    checkOutcome(request, &data, own, options);
+    if (data.output != own) free(data.output);
+    free(memory);
+    free(sent);
+}
+
+static void everyExportKeepsTheRules(void) {
+    static const Request requests[] = {
+        {execsql, "SELECT * FROM ART", 1},
+        {execsql, "SELECT * FROM WDBS.COLUMNS", 1},
+        {execsql, "SELECT NOTHING", 0},
+        {execsql, "GET OBJECT = '415254-1-0-4'", 1},
+        {execsql, "GET OBJECT = '415254-9-0-4'", 0},
+        {execsql, "UPDATE ART SET OBJECT (IMAGE, 'data=x') WHERE QTY = 15", 1},
+        {execsql, "UPDATE ART SET OBJECT (QTY, 'data=x') WHERE QTY = 15", 0},
+        {execsql, "GRANT ALL PRIVILEGES ON NOWHERE TO X", 0},
+        {execsql, "", 0},
+        {sqlgetencoding, "", 1},
+        {sqlgetencoding, "what this is does not count", 1},
+        {sqlgettabledesc, "TABLENAME=ART\n", 1},
+        {sqlgettabledesc, "tablename=none\n", 1}, /* a table without columns */
+        {sqlgettabledesc, "TABLENAME=\"\n", 1},
+        {sqlgettabledesc, "TABLENAME=\"'`\n", 0},
+        {sqlgettabledesc, "TABLENAME", 0},
+        {sqlgetobject, OBJECT, 1},
+        {sqlgetobject, "FETCHKEY=415254-1-0-3\n", 1},
+        {sqlgetobject, "FETCHKEY=415254-1-0-2\n", 0},
+        {sqlgetobject, "FETCHKEY=415254-0-0-4\n", 0},
+        {sqlgetobject, "FETCHKEY=415254-1-0-999\n", 0},
+        {sqlgetobject, "FETCHKEY=-\n", 0},
+        {sqlgetobject, "", 0},
+        {sqlsetobject, SET_OBJECT, 1},
+        {sqlsetobject, "TABLE=ART\nCOLUMNID=3\nRID=2\n", 1},
+        {sqlsetobject, "TABLE=ART\nCOLUMNID=2\nRID=2\n", 0},
+        {sqlsetobject, "TABLE=ART\nCOLUMNNAME=IMAGE\nRID=two\n", 0},
+        {sqlsetobject, "RID=1\n", 0},
+    };
+    static const uint32_t kOptions[] = {IN_MEMORY, 37, 4, 5, 1, 0, 32, 8};
+    size_t i, k;
+
+    for (i = 0; i < sizeof requests / sizeof requests[0]; ++i) {
+        for (k = 0; k < sizeof kOptions / sizeof kOptions[0]; ++k) {
+            const size_t length = strlen(requests[i].text);
+            keepsTheRules(&requests[i], kOptions[k], length);
+            keepsTheRules(&requests[i], kOptions[k], length + 1);
+            keepsTheRules(&requests[i], kOptions[k], length + 64);
+        }
+    }
 }
 
 static void nothingStaysBehind(void) {
@@ -383,8 +499,7 @@ int main(void) {
         statements();
         refusedObjectStaysTheHosts();
         objects(home);
-        keepsTheRules(sqlgettabledesc, "TABLENAME=ART\n");
-        keepsTheRules(sqlgettabledesc, "TABLENAME=\"\n");
+        everyExportKeepsTheRules();
         nothingStaysBehind();
     }
     WdbBindSession(NULL);
