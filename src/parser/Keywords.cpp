@@ -109,7 +109,14 @@ constexpr Keyword kKeywordList[] = {
 /// The keywords as a table links them: the newest, which is the last one, in front.
 class KeywordSymbols {
 public:
-    constexpr KeywordSymbols() : KeywordSymbols(std::make_index_sequence<kCount>()) {}
+    static constexpr size_t kCount = std::size(kKeywordList);
+
+    /// Called with the sequence of all indexes: clang makes the constructor in time only where it is called.
+    template <size_t... kIndex>
+    constexpr explicit KeywordSymbols(std::index_sequence<kIndex...> /*all*/)
+        : symbols_{WSQLSymbol(kKeywordList[kIndex].word, kKeywordList[kIndex].code, bucket(kIndex),
+                              olderInBucket(kIndex), kIndex > 0 ? symbols_ + kIndex - 1 : nullptr)...} {}
+
     constexpr WSQLSymbolImage image() const {
         WSQLSymbolImage result;
         result.head = &symbols_[kCount - 1];
@@ -118,13 +125,6 @@ public:
     }
 
 private:
-    static constexpr size_t kCount = std::size(kKeywordList);
-
-    template <size_t... kIndex>
-    constexpr explicit KeywordSymbols(std::index_sequence<kIndex...> /*all*/)
-        : symbols_{WSQLSymbol(kKeywordList[kIndex].word, kKeywordList[kIndex].code, bucket(kIndex),
-                              olderInBucket(kIndex), kIndex > 0 ? symbols_ + kIndex - 1 : nullptr)...} {}
-
     static constexpr uint32_t bucket(size_t index) {
         return WSQLSymbolTable::bucketIgnoringCase(kKeywordList[index].word);
     }
@@ -137,7 +137,7 @@ private:
 
     WSQLSymbol symbols_[kCount];
 };
-constexpr KeywordSymbols kKeywordSymbols;
+constexpr KeywordSymbols kKeywordSymbols(std::make_index_sequence<KeywordSymbols::kCount>{});
 constexpr WSQLSymbolImage kKeywordImage = kKeywordSymbols.image();
 
 }  // namespace

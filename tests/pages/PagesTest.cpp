@@ -1,6 +1,7 @@
-// What docs/errors.md and docs/limits.md say in figures and texts is what the code has.
+// What the pages for users say in figures and texts is what the code has.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -119,6 +120,27 @@ TEST(Pages, LimitsAreThoseOfTheCode) {
         const std::size_t cell = limits.find('|', at + 3);
         EXPECT_EQ(std::stoll(limits.substr(cell + 1)), limit.value) << limit.what;
     }
+}
+
+TEST(Pages, TheRecordIsLaidOutAsShown) {
+    const std::string embedding = page("embedding.md");
+    const auto shown = [&](std::size_t at, std::size_t bytes, const std::string& field) {
+        const std::string row =
+            "\n| " + std::to_string(at) + " | " + std::to_string(bytes) + " | `" + field + "` |";
+        EXPECT_NE(embedding.find(row), std::string::npos) << row;
+    };
+#define WELK_SHOWN(field) shown(offsetof(FilterData, field), sizeof FilterData::field, #field)
+    WELK_SHOWN(host);
+    WELK_SHOWN(filterName);
+    WELK_SHOWN(output);
+    WELK_SHOWN(outputLength);
+    WELK_SHOWN(text);
+    WELK_SHOWN(textLength);
+    WELK_SHOWN(wdb_options);
+    WELK_SHOWN(status);
+    WELK_SHOWN(message);
+#undef WELK_SHOWN
+    EXPECT_NE(embedding.find(std::to_string(sizeof(FilterData)) + " bytes"), std::string::npos);
 }
 
 }  // namespace
