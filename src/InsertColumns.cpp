@@ -23,8 +23,7 @@ std::string mustBe(std::int32_t position, const std::string& name, const char* k
 
 }  // namespace
 
-const WELKFieldInfo* writableField(const WELKFieldInfoList& fields, const std::string& name) {
-    if (equalNames(name, "R")) return nullptr;
+const WELKFieldInfo* fieldNamed(const WELKFieldInfoList& fields, const std::string& name) {
     for (std::int32_t i = 0; i < fields.Count(); ++i) {
         if (equalNames(fields.Get(i)->name, name)) return fields.Get(i);
     }
@@ -40,7 +39,8 @@ bool targetColumns(const WSQLStmtInsert& insert, std::vector<const WELKFieldInfo
     }
     for (std::int32_t i = 0; i < insert.columns->Count(); ++i) {
         const std::string& name = elementAt(*insert.columns, i).column;
-        const WELKFieldInfo* field = writableField(fields, name);
+        // In a list of columns R is the row identifier, whatever the table's fields are called.
+        const WELKFieldInfo* field = equalNames(name, "R") ? nullptr : fieldNamed(fields, name);
         if (field == nullptr) {
             unknown = name;
             return false;

@@ -14,9 +14,8 @@ class WSQLScalar;
 class WSQLStmtInsert;
 class WSQLStmtSelect;
 
-/// The field of that name, in any case; null when there is none. "R" is the row identifier everywhere, so a
-/// field of that name cannot be written.
-const WELKFieldInfo* writableField(const WELKFieldInfoList& fields, const std::string& name);
+/// The field of that name, in any case; null when there is none.
+const WELKFieldInfo* fieldNamed(const WELKFieldInfoList& fields, const std::string& name);
 
 /// The target fields in the order of the values: the named columns, or all fields in field-number order. The
 /// table's field list must be loaded. False when a column is no field of the table; `unknown` then holds its

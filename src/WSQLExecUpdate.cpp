@@ -38,7 +38,7 @@ public:
         filter_.debug(kLog, "Validating assignment lists.\n");
         for (std::int32_t i = 0; i < count(update.assignments); ++i) {
             const WSQLAssignment& assignment = elementAt(*update.assignments, i);
-            const WELKFieldInfo* field = writableField(*update.table->fields, assignment.column->column);
+            const WELKFieldInfo* field = fieldNamed(*update.table->fields, assignment.column->column);
             if (field == nullptr) {
                 return fault("Column \"" + assignment.column->column +
                              "\" does not exist or is not writable.");

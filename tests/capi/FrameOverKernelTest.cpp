@@ -39,6 +39,60 @@ protected:
     WdbSession* session_ = nullptr;
 };
 
+// The document of a statement, or "status: document" when it is refused.
+std::string answerOf(const std::string& statement) {
+    Request request(statement);
+    const std::int32_t status = execsql(&request.data, nullptr);
+    return (status == 1 ? "" : std::to_string(status) + ": ") + request.document();
+}
+
+std::size_t filesBelow(const std::string& directory) {
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory))
+        files += entry.is_regular_file() ? 1 : 0;
+    return files;
+}
+
+// What a table leaves behind when it is dropped: nothing, neither on disk nor in the dictionary nor in those
+// that referred to it.
+TEST_F(FrameOverKernel, DroppedTableIsGone) {
+    struct {
+        const char* statement;
+        const char* holds;
+    } const rows[] = {
+        {"CREATE TABLE OWNERS (NAME VARCHAR PRIMARY KEY, IMAGE LONG VARBINARY)", "successfully created"},
+        {"CREATE TABLE PETS (OWNER VARCHAR REFERENCES OWNERS (NAME) ON DELETE SET NULL, N INTEGER)",
+         "successfully created"},
+        {"INSERT INTO OWNERS (NAME) VALUES ('ann')", "<P>1</P>"},
+        {"INSERT INTO PETS (OWNER, N) VALUES ('ann', 1)", "<P>1</P>"},
+        {"UPDATE OWNERS SET OBJECT (IMAGE, 'data=bytes') WHERE NAME = 'ann'", "<P>1</P>"},
+        {"DROP TABLE OWNERS", "The table \"OWNERS\" was successfully dropped."},
+        {"DROP TABLE OWNERS", "1220: "},
+        {"DROP TABLE IF EXISTS OWNERS", "The table \"OWNERS\" does not exist."},
+        {"SELECT * FROM OWNERS", "Table \"OWNERS\" does not exist."},
+        {"GET OBJECT = '4f574e455253-1-0-2'", "faultCode=\"610\""},
+        {"SELECT * FROM WDBS.KEYREFS", "rowCount=\"0\""},
+        {"SELECT NAME FROM WDBS.TABLES", "rowCount=\"1\""},
+        {"SELECT N FROM PETS WHERE OWNER IS NULL", "rowCount=\"1\""},
+        {"INSERT INTO PETS (OWNER, N) VALUES ('nobody', 2)", "<P>1</P>"},
+        {"CREATE TABLE OWNERS (SIZE INTEGER)", "successfully created"},
+        {"INSERT INTO OWNERS (SIZE) VALUES (9)", "<P>1</P>"},
+        {"SELECT * FROM OWNERS", "recordNumber=\"1\""},
+        {"DROP TABLE OWNERS", "successfully dropped"},
+        {"DROP TABLE PETS", "successfully dropped"},
+    };
+    const std::size_t before = filesBelow(home_);
+    for (const auto& row : rows) {
+        const std::string answer = answerOf(row.statement);
+        EXPECT_NE(answer.find(row.holds), std::string::npos) << row.statement << "\n" << answer;
+        WdbLiveCounts counts{};
+        ASSERT_EQ(WdbLiveHandles(&counts), WDB_OK);
+        EXPECT_EQ(counts.controls + counts.cursors + counts.rowBuffers + counts.savedStatuses, 0)
+            << row.statement;
+    }
+    EXPECT_LE(filesBelow(home_), before + 1) << "the lock of the writers may have come";
+}
+
 // Answers "<argument>!"; an empty argument is refused with a status of the routine's own.
 std::int32_t exclaim(void* context, const char* argument, char* result, std::int32_t* length) {
     ++*static_cast<int*>(context);
