@@ -41,7 +41,7 @@ Status getRecordInSearch(Session& session, WdbRecordControl* handle, int32_t set
     if (!session.mayRead(*found.base->definition())) return WDB_E_BASE;
     WDB_TRY(session.loadRecord(*control, found.base, found.record, found.commit));
     control->writable = false;
-    control->origin = {set, ordinal};
+    control->origin = {found.set, ordinal};
     putNumber(recordId, found.record);
     if (baseName != nullptr) putName(session, control->definition->name, baseName, WDB_BASE_NAME_SIZE);
     return WDB_OK;

@@ -54,6 +54,35 @@ Status getRow(Session& session, int32_t set, int32_t index, int32_t count, char*
     return WDB_OK;
 }
 
+bool holds(Charset& charset, const std::string& utf8, size_t bytes) {
+    const std::string text = charset.fromUtf8(utf8);
+    return text.size() <= bytes && charset.toUtf8(text) == utf8;
+}
+
+// The characters of the range as the mode makes them, where the set has the result in no more bytes.
+std::string normalizeEach(Charset& charset, std::string_view utf8, int mode) {
+    std::string out;
+    for (size_t at = 0; at < utf8.size();) {
+        size_t end = at + 1;
+        while (end < utf8.size() && (static_cast<unsigned char>(utf8[end]) & 0xC0) == 0x80) ++end;
+        const std::string one(utf8.substr(at, end - at));
+        const std::string changed = normalize(one, mode);
+        out += holds(charset, changed, charset.fromUtf8(one).size()) ? changed : one;
+        at = end;
+    }
+    return out;
+}
+
+// As WdbStrNormalize in a character set that is not UTF-8.
+std::string normalizeIn(Charset& charset, std::string_view text, int mode) {
+    const std::string utf8 = charset.toUtf8(text);
+    std::string whole = normalize(utf8, mode);
+    if (holds(charset, whole, text.size())) return charset.fromUtf8(whole);
+    // Characters that compose are taken one by one here, so they stay apart.
+    const std::string each = normalizeEach(charset, utf8, mode & ~kFoldBlanks);
+    return charset.fromUtf8(normalize(each, mode & kFoldBlanks));
+}
+
 Status strNormalize(Session* session, const char* text, char* buffer, int32_t mode) {
     if (text == nullptr || buffer == nullptr || mode < 1 || mode > 7) return WDB_E_ARGUMENT;
     const std::string_view input(text);
@@ -61,7 +90,7 @@ Status strNormalize(Session* session, const char* text, char* buffer, int32_t mo
     if (session == nullptr || session->charset.passes()) {
         normalizeTo(input, mode, normalized);
     } else {
-        normalized = session->charset.fromUtf8(normalize(session->charset.toUtf8(input), mode));
+        normalized = normalizeIn(session->charset, input, mode);
         if (normalized.size() > input.size()) normalized = input;
     }
     const size_t size = input.size();

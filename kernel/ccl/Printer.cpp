@@ -314,7 +314,7 @@ std::string printColumn(const Column& column) {
     std::string result = column.qualifier.empty() ? std::string() : spellName(column.qualifier) + '.';
     result += column.record ? std::string(canonicalWord(Word::Rxx)) : spellName(column.field);
     if (column.first > 0) result += '.' + std::to_string(column.first);
-    if (column.last != column.first) result += '-' + std::to_string(column.last);
+    if (column.range) result += '-' + std::to_string(column.last);
     return result;
 }
 

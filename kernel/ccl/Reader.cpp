@@ -113,8 +113,13 @@ bool CommandReader::readSelect(SelectCommand& command) {
 bool CommandReader::readUnion(UnionCommand& command) {
     command.all = state_.acceptText("ALL");
     if (!command.all && !state_.expectText("DISTINCT")) return false;
-    return state_.expectText("UNION") && state_.expectSymbol("(") && state_.readInteger(command.left) &&
-           state_.expectSymbol(",") && state_.readInteger(command.right) && state_.expectSymbol(")") &&
+    const auto readSet = [this](int32_t& set, uint32_t& position) {
+        position = static_cast<uint32_t>(state_.scanner.peek().position);
+        return state_.readInteger(set);
+    };
+    return state_.expectText("UNION") && state_.expectSymbol("(") &&
+           readSet(command.left, command.leftPosition) && state_.expectSymbol(",") &&
+           readSet(command.right, command.rightPosition) && state_.expectSymbol(")") &&
            readSort(command.sort, true);
 }
 

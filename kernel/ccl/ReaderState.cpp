@@ -120,7 +120,8 @@ bool ReaderState::readSubfields(Column& column) {
     column.last = column.first;
     const size_t behind = scanner.position();
     if (!acceptSymbol("-")) return true;
-    if (scanner.peek().kind == TokenKind::Integer) return readInteger(column.last);
+    column.range = scanner.peek().kind == TokenKind::Integer;
+    if (column.range) return readInteger(column.last);
     scanner.moveTo(behind);
     return true;
 }

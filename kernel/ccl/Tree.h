@@ -20,6 +20,7 @@ struct Column {
     bool record = false;
     int32_t first = 0;      // subfield from 1; 0: the whole field
     int32_t last = 0;       // the same as first without a range
+    bool range = false;     // a-b was written, which may be 2-2
     uint32_t position = 0;  // byte offset in the command, from 0
 };
 
@@ -161,6 +162,8 @@ struct UnionCommand {
     bool all = false;
     int32_t left = 0;
     int32_t right = 0;
+    uint32_t leftPosition = 0;
+    uint32_t rightPosition = 0;
     std::vector<SortItem> sort;
 };
 

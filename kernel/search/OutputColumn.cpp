@@ -65,7 +65,8 @@ private:
             column.kind = ColumnKind::Record;
         column.table = bound->table;
         column.type = bound->type();
-        column.first = bound->first;
+        // A range delivers the items from the first one on, also a range of one item.
+        column.first = term.column.range && bound->last > 1 ? 1 : bound->first;
         column.last = bound->last;
         return WDB_OK;
     }
@@ -77,6 +78,7 @@ private:
         column.kind = ColumnKind::Computed;
         column.type = FieldType::Integer;
         column.computed = static_cast<uint32_t>(aggregates_.size());
+        column.name = aggregateName(aggregate);
         if (aggregate.column) {
             const Result<BoundColumn> source = tables_.bind(*aggregate.column);
             if (!source) return source.status();
@@ -107,6 +109,15 @@ private:
 };
 
 }  // namespace
+
+std::string aggregateName(const ccl::Aggregate& aggregate) {
+    std::string name(1, static_cast<char>('0' + static_cast<int>(aggregate.function)));
+    if (!aggregate.column) return name + '*';
+    name += aggregate.distinct ? "d" : "";
+    const ccl::Column& column = *aggregate.column;
+    name += column.record ? ".." : '.' + column.field;
+    return column.first == 0 ? name : name + '.' + std::to_string(column.first);
+}
 
 std::vector<OutputColumn> allColumns(SearchContext& context, const BaseDefinition& definition,
                                      uint32_t table) {

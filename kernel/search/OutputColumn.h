@@ -35,7 +35,7 @@ struct OutputColumn {
     uint32_t first = 0;  // subfields: 0 all items; first == last that item alone; else the items 1 to last
     uint32_t last = 0;
     uint32_t computed = 0;  // place among the computed columns of the set
-    std::string name;       // the field's spelling
+    std::string name;       // the field's spelling; aggregateName() of an aggregate
     std::string text;       // of a constant
     std::shared_ptr<const ArithmeticColumn> arithmetic;
 };
@@ -46,6 +46,9 @@ struct BoundAggregate {
     bool distinct = false;
     std::optional<BoundColumn> column;
 };
+
+// Tells aggregates of a set apart: the function over the unqualified field.
+std::string aggregateName(const ccl::Aggregate& aggregate);
 
 // Binds a FIELD list; an empty one stands for all fields of all tables that may be read. Aggregates are
 // numbered in `aggregates`; a computed column stands for each. WDB_E_CCL_FIELD, WDB_E_TYPE.

@@ -37,8 +37,13 @@ Status Search::execute(Slice command) {
     Result<ccl::Command> read = ccl::readCommand(command, context_.commandWords(), &position);
     if (!read) return fail(read.status(), position);
     command_ = command;
+    const SearchState before = save();
     const Status status = std::visit([this](const auto& one) { return run(one); }, *read);
-    if (status != WDB_OK && error_.code != status) error_ = {status, 0, {}};
+    if (status == WDB_OK) return status;
+    if (error_.code != status) error_ = {status, 0, {}};
+    // The set of all records may have been made on the way.
+    sets_.resize(static_cast<size_t>(before.counter));
+    current_ = before.current;
     return status;
 }
 
@@ -72,26 +77,27 @@ Status Search::run(const ccl::FindCommand& command) {
     Result<std::unique_ptr<SearchSet>> set = FindPlan(command.expression, context_, *this, error_).makeSet();
     if (!set) return set.status();
     if (minimum_ > 0 && (*set)->rows() < static_cast<uint64_t>(minimum_)) return fail(WDB_E_CCL_NO_HITS, 0);
-    adopt(std::move(*set));
+    adopt(std::move(*set), command_);
     return WDB_OK;
 }
 
 Status Search::run(const ccl::SelectCommand& command) {
     Result<std::unique_ptr<SearchSet>> set = SelectPlan(command, context_, *this, error_).makeSet();
     if (!set) return set.status();
-    adopt(std::move(*set));
+    adopt(std::move(*set), command_);
     return WDB_OK;
 }
 
 Status Search::run(const ccl::UnionCommand& command) {
     Result<std::unique_ptr<SearchSet>> set = UnionPlan(command, context_, *this, error_).makeSet();
     if (!set) return set.status();
-    adopt(std::move(*set));
+    adopt(std::move(*set), command_);
     return WDB_OK;
 }
 
-void Search::adopt(std::shared_ptr<SearchSet> set) {
-    set->command = command_;
+void Search::adopt(std::shared_ptr<SearchSet> set, std::string command) {
+    set->command = std::move(command);
+    set->serial = ++made_;
     set->number = static_cast<int32_t>(sets_.size()) + 1;
     sets_.push_back(std::move(set));
     current_ = {false, sets_.back()->number};
@@ -107,8 +113,7 @@ Status Search::makeWholeSet() {
         WDB_TRY(searchBase(nullptr, state, *this, set->bases.emplace_back(), error_));
     }
     if (set->bases.empty()) return WDB_FAIL;
-    command_ = "FIN RXX = FRL 1";
-    adopt(std::move(set));
+    adopt(std::move(set), "FIN RXX = FRL 1");
     return WDB_OK;
 }
 
@@ -186,7 +191,7 @@ Status Search::recordAt(int32_t number, int32_t ordinal, FoundRecord& found) {
     for (size_t i = 0; i < bases; ++i) {
         SetBase& base = set->bases[i];
         if (place < base.count) {
-            found = {base.base, set->byNumber(base, place), base.commit};
+            found = {base.base, set->byNumber(base, place), base.commit, set->serial};
             return WDB_OK;
         }
         place -= base.count;
@@ -194,12 +199,15 @@ Status Search::recordAt(int32_t number, int32_t ordinal, FoundRecord& found) {
     return WDB_FAIL;
 }
 
-Status Search::hitParts(int32_t number, const OpenBase& base, RecordNumber record,
+Status Search::hitParts(uint64_t serial, const OpenBase& base, RecordNumber record,
                         std::vector<PartNumber>& parts, bool& headHit) {
-    const SearchSet* set = find(number);
-    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     parts.clear();
     headHit = false;
+    const auto found = std::find_if(sets_.begin(), sets_.end(), [serial](const auto& one) {
+        return one != nullptr && one->serial == serial;
+    });
+    if (found == sets_.end()) return WDB_E_CCL_SET;
+    const SearchSet* set = found->get();
     if (set->kind != SetKind::Records) return WDB_FAIL;
     const auto at = std::find_if(set->bases.begin(), set->bases.end(),
                                  [&](const SetBase& one) { return one.base->id() == base.id(); });

@@ -36,6 +36,7 @@ struct FoundRecord {
     RecordNumber record = 0;
     uint64_t commit =
         0;  // number of the last commit that the search saw: a record with a higher one was changed since
+    uint64_t set = 0;  // serial number of the set: unlike its number it is never given again
 };
 
 // One row in the form of WdbGetRows: the words of the descriptor (host byte order) and the data with its last
@@ -99,8 +100,9 @@ public:
     SearchSet* find(int32_t set) { return share(set).get(); }
     std::shared_ptr<SearchSet> share(int32_t set);
     // The hit parts of a record of a record set, ascending, and whether its head satisfied the search by
-    // itself. WDB_FAIL for a set without hit parts, WDB_E_CCL_SET.
-    Status hitParts(int32_t set, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts,
+    // itself. The set by its serial number. WDB_FAIL for a set without hit parts, WDB_E_CCL_SET when it is
+    // gone.
+    Status hitParts(uint64_t set, const OpenBase& base, RecordNumber record, std::vector<PartNumber>& parts,
                     bool& headHit);
 
     // A kept snapshot of the base became too old and is given up: sets over it whose order is not complete
@@ -116,12 +118,13 @@ private:
     Status run(const ccl::UnionCommand& command);
     Status makeWholeSet();
     Status fetchRecordRow(SearchSet& set, uint64_t place, RowItems& row);
-    void adopt(std::shared_ptr<SearchSet> set);
+    void adopt(std::shared_ptr<SearchSet> set, std::string command);
 
     SearchContext& context_;
     std::vector<std::shared_ptr<OpenBase>> bases_;
     std::vector<std::shared_ptr<SearchSet>>
-        sets_;  // by number - 1; null: dropped; unions share their members
+        sets_;           // by number - 1; null: dropped; unions share their members
+    uint64_t made_ = 0;  // sets so far
     CurrentResult current_;
     int32_t minimum_ = 1;
     CommandError error_;

@@ -31,6 +31,7 @@ struct SetBase {
 // A numbered set. Its records never change; their values are read when a row is fetched.
 struct SearchSet {
     int32_t number = 0;
+    uint64_t serial = 0;  // of all sets of the session
     SetKind kind = SetKind::Records;
     std::string command;
     std::vector<SetBase> bases;         // none: one row of constants

@@ -56,15 +56,6 @@ Result<std::unique_ptr<SearchSet>> SelectPlan::makeSet() {
     return set;
 }
 
-Status SelectPlan::bind(SearchSet& set) {
-    for (const ccl::TableRef& table : command_.tables) WDB_TRY(tables_.add(table));
-    WDB_TRY(bindColumns(tables_, command_.fields, set.columns, aggregates_, error_));
-    if (!command_.tables.empty()) return WDB_OK;
-    // A row of constants: nothing but a condition has a meaning beside it.
-    const bool more = !aggregates_.empty() || !command_.joins.empty() || !command_.group.empty();
-    return more ? fault(error_, WDB_E_CCL_UNSUPPORTED, 0) : WDB_OK;
-}
-
 namespace {
 
 // A column of a table as an entry of a row.
@@ -103,6 +94,16 @@ Status bindSort(const std::vector<ccl::SortItem>& items, const SearchSet& set, S
 }
 
 }  // namespace
+
+Status SelectPlan::bind(SearchSet& set) {
+    for (const ccl::TableRef& table : command_.tables) WDB_TRY(tables_.add(table));
+    WDB_TRY(bindColumns(tables_, command_.fields, set.columns, aggregates_, error_));
+    if (!command_.tables.empty()) return WDB_OK;
+    // A row of constants: nothing but a condition has a meaning beside it.
+    const bool more = !aggregates_.empty() || !command_.joins.empty() || !command_.group.empty();
+    return more ? fault(error_, WDB_E_CCL_UNSUPPORTED, 0)
+                : bindSort(command_.sort, set, tables_, sort_, error_);
+}
 
 // Are the rows the records of the one base?
 bool SelectPlan::isSimple() const {

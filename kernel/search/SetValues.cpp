@@ -14,17 +14,26 @@ namespace wdb {
 
 namespace {
 
-// The column that is meant: by name, else the first one. Null when there is none.
+bool isMeant(const ccl::SetValue& value, const OutputColumn& column) {
+    using Kind = OutputColumn::Kind;
+    if (const auto* aggregate = std::get_if<ccl::Aggregate>(&value.column))
+        return column.kind == Kind::Computed && equalsIgnoreCase(column.name, aggregateName(*aggregate));
+    const auto& wanted = std::get<ccl::Column>(value.column);
+    if (wanted.record) return column.kind == Kind::Record;
+    return column.kind == Kind::Field && equalsIgnoreCase(column.name, wanted.field);
+}
+
+bool isRecordNumber(const ccl::SetValue& value) {
+    const auto* wanted = std::get_if<ccl::Column>(&value.column);
+    return wanted != nullptr && wanted->record;
+}
+
+// The column that is meant: by name, else the only one. Null when there is none.
 const OutputColumn* columnOf(const ccl::SetValue& value, const std::vector<OutputColumn>& columns) {
-    const ccl::Column* wanted = std::get_if<ccl::Column>(&value.column);
-    for (const OutputColumn& column : columns) {
-        if (wanted == nullptr) break;
-        const bool meant = wanted->record ? column.kind == OutputColumn::Kind::Record
-                                          : column.kind == OutputColumn::Kind::Field &&
-                                                equalsIgnoreCase(column.name, wanted->field);
-        if (meant) return &column;
-    }
-    return columns.empty() ? nullptr : &columns.front();
+    const auto found = std::find_if(columns.begin(), columns.end(),
+                                    [&](const OutputColumn& column) { return isMeant(value, column); });
+    if (found != columns.end()) return &*found;
+    return columns.size() == 1 ? &columns.front() : nullptr;
 }
 
 }  // namespace
@@ -34,7 +43,10 @@ Status SetValues::collect(const ccl::SetValue& value, size_t position) {
     if (set == nullptr) return fault(error_, WDB_E_CCL_SET, position, std::to_string(value.set));
     if (set->kind != SetKind::Records) {
         const OutputColumn* column = columnOf(value, set->columns);
-        return column == nullptr ? WDB_OK : collectColumn(*set, *column);
+        const bool numbers = isRecordNumber(value) && (column == nullptr || !isMeant(value, *column));
+        if (numbers) return collectNumbers(*set);
+        if (column == nullptr) return fault(error_, WDB_E_CCL_FIELD, position);
+        return collectColumn(*set, *column);
     }
     // A record set has no columns: a field of its base, or its record numbers.
     OutputColumn column;
@@ -74,6 +86,22 @@ Status SetValues::collectColumn(SearchSet& set, const OutputColumn& column) {
         columnValues(source, reader.view(), form, [&](Slice value) {
             values_.push_back({type, std::string(value)});
         });
+    }
+    return WDB_OK;
+}
+
+// The record numbers of a set without such a column: those of its rows' first records.
+Status SetValues::collectNumbers(SearchSet& set) {
+    SetRowReader reader(set, context_);
+    for (uint64_t row = 0; row < set.rows(); ++row) {
+        const Status status = reader.read(row);
+        if (status == WDB_E_DELETED) continue;
+        WDB_TRY(status);
+        if (!reader.plain()) continue;
+        const auto tables = reader.view().tables;
+        const auto first = std::find_if(tables.begin(), tables.end(),
+                                        [](const RowRecord& record) { return record.number != 0; });
+        if (first != tables.end()) values_.push_back({FieldType::Integer, encodeInteger(first->number)});
     }
     return WDB_OK;
 }

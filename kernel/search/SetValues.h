@@ -14,13 +14,14 @@ namespace wdb {
 struct OutputColumn;
 
 // The values of one column of a set: all rows, all items, empty ones left out. A column is meant by its name,
-// or, when none has it, is the set's first one.
+// or, when none has it, is the set's only one.
 class SetValues {
 public:
     SetValues(SearchContext& context, Search& search, CommandError& error)
         : context_(context), search_(search), error_(error) {}
 
-    // WDB_E_CCL_SET for an unknown set, WDB_E_CCL_FIELD when a record set's base has no such field.
+    // WDB_E_CCL_SET for an unknown set, WDB_E_CCL_FIELD when a record set's base has no such field or no
+    // column of several is meant.
     Status collect(const ccl::SetValue& value, size_t position);
 
     // The texts as they are delivered.
@@ -33,6 +34,7 @@ public:
 
 private:
     Status collectColumn(SearchSet& set, const OutputColumn& column);
+    Status collectNumbers(SearchSet& set);
     Status collectRecords(SearchSet& set, const OutputColumn& column);
     std::vector<Operand> operands(FieldType type) const;
 

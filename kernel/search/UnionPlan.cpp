@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <numeric>
-#include <optional>
 #include <unordered_set>
 
-#include "kernel/record/Decimal.h"
 #include "kernel/record/Value.h"
 #include "kernel/record/ValueKey.h"
 #include "kernel/search/CommandFault.h"
@@ -26,27 +24,29 @@ bool isNumeric(FieldType type) {
     return type == FieldType::Integer || type == FieldType::Number;
 }
 
-// What a column is ordered as: its members' type, numbers of both kinds as numbers, anything else as texts.
+// What a column is ordered as: the type of the first member that has one, numbers of both kinds as numbers.
 FieldType orderType(const UnionRows& joined, size_t column) {
-    std::optional<FieldType> type;
     for (const UnionRows::Member& member : joined.members) {
-        if (member.columns[column].kind == OutputColumn::Kind::Null) continue;
-        const FieldType other = typeOf(member.columns[column]);
-        if (!type) type = other;
-        if (other == *type) continue;
-        type = isNumeric(*type) && isNumeric(other) ? FieldType::Number : FieldType::Phrase;
+        const OutputColumn& one = member.columns[column];
+        if (one.kind == OutputColumn::Kind::Null) continue;
+        if (isNumeric(typeOf(one))) return FieldType::Number;
+        return holdsItems(typeOf(one)) ? typeOf(one) : FieldType::Phrase;
     }
-    return type.value_or(FieldType::Phrase);
+    return FieldType::Phrase;
 }
 
-std::string orderKey(FieldType from, FieldType as, Slice value, const DateForm& form) {
+// Keys of values that the type reads stand before those that it cannot read, these as texts; NULL is empty.
+std::string orderKey(FieldType from, FieldType as, Slice value, SearchContext& context) {
+    constexpr char kRead = 1, kUnread = 2;
     if (value.empty() || from == FieldType::String) return {};
-    if (from == as && holdsItems(as) && as != FieldType::Number) return wholeValueKey(as, value);
+    if (from == as && as != FieldType::Number) return kRead + wholeValueKey(as, value);
+    const DateForm form = context.dateForm();
     std::string text;
     renderValue(from, value, form, text);
-    if (as != FieldType::Number) return normalize(text, kNormalizeValue);
-    const auto number = canonicalNumber(text);  // constants come as they were typed
-    return number ? wholeValueKey(as, *number) : std::string();
+    if (as == FieldType::Phrase) return kRead + normalize(text, kNormalizeValue);
+    const Result<std::string> read = parseValue(as, text, form, context.today(), DateUse::Compare);
+    if (read && !read->empty()) return kRead + wholeValueKey(as, *read);
+    return kUnread + normalize(text, kNormalizeValue);
 }
 
 }  // namespace
@@ -55,9 +55,10 @@ Result<std::unique_ptr<SearchSet>> UnionPlan::makeSet() {
     auto set = std::make_unique<SearchSet>();
     set->kind = SetKind::Union;
     set->joined = std::make_unique<UnionRows>();
-    for (const int32_t number : {command_.left, command_.right}) {
-        if (const Status status = addSide(number, *set); status != WDB_OK) return status;
-    }
+    if (const Status status = addSide(command_.left, command_.leftPosition, *set); status != WDB_OK)
+        return status;
+    if (const Status status = addSide(command_.right, command_.rightPosition, *set); status != WDB_OK)
+        return status;
     for (const ccl::SortItem& item : command_.sort) {
         if (item.item < 1 || static_cast<size_t>(item.item) > set->columns.size()) {
             return fault(error_, WDB_E_CCL_FIELD, item.position, std::to_string(item.item));
@@ -74,16 +75,16 @@ Result<std::unique_ptr<SearchSet>> UnionPlan::makeSet() {
 }
 
 // A union's members are taken over one by one.
-Status UnionPlan::addSide(int32_t number, SearchSet& set) {
+Status UnionPlan::addSide(int32_t number, uint32_t position, SearchSet& set) {
     const std::shared_ptr<SearchSet> side = search_.share(number);
     const bool usable = side != nullptr && (side->kind == SetKind::Rows || side->kind == SetKind::Union ||
                                             side->kind == SetKind::Values);
-    if (!usable) return fault(error_, WDB_E_CCL_SET, 0, std::to_string(number));
+    if (!usable) return fault(error_, WDB_E_CCL_SET, position, std::to_string(number));
     UnionRows& joined = *set.joined;
     if (joined.members.empty())
         set.columns = side->columns;
     else if (side->columns.size() != set.columns.size())
-        return fault(error_, WDB_E_CCL_SET, 0, std::to_string(number));
+        return fault(error_, WDB_E_CCL_SET, position, std::to_string(number));
     const uint64_t begin = joined.all;
     if (side->rows() > UINT32_MAX - begin) return WDB_E_MEMORY;
     for (const SetBase& base : side->bases) {
@@ -137,7 +138,7 @@ Status UnionPlan::makeKeys(SearchSet& set, Keys& keys) {
         for (size_t column = 0; column < types.size(); ++column) {
             const OutputColumn& source = reader.columns()[column];
             columns[column] =
-                orderKey(typeOf(source), types[column], firstValue(source, reader.view(), form), form);
+                orderKey(typeOf(source), types[column], firstValue(source, reader.view(), form), context_);
         }
         WDB_TRY(RowKeyMaker(reader.columns(), form, inlined).append(reader.view(), whole));
     }

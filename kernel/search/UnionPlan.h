@@ -19,7 +19,7 @@ public:
     Result<std::unique_ptr<SearchSet>> makeSet();
 
 private:
-    Status addSide(int32_t number, SearchSet& set);
+    Status addSide(int32_t number, uint32_t position, SearchSet& set);
     Status sort(SearchSet& set);
 
     // What sorting and comparing takes from every row: per row a key for each column, and the row's own.

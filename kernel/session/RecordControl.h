@@ -13,7 +13,7 @@ namespace wdb {
 struct RecordControl {
     // Where its record came from, when a search gave it.
     struct Origin {
-        int32_t set = 0;      // 0: not from a search
+        uint64_t set = 0;     // serial number; 0: not from a search
         int32_t ordinal = 0;  // from 1
     };
 

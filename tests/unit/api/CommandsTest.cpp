@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "tests/unit/api/ApiTest.h"
+#include "tests/unit/ccl/CommandLines.h"
 
 namespace {
 
@@ -63,6 +64,54 @@ TEST_F(Commands, TheObjectRunsWhatIsRunAtOnce) {
         EXPECT_EQ(order(line), atOnce) << line;
         EXPECT_EQ(result(), expected) << line;
         ASSERT_EQ(WdbLoadStatus(3), 1);
+    }
+}
+
+// Every line of the language, over bases that have what most of them name: the same status, result and first
+// row both ways, and the same place of a fault.
+TEST_F(Commands, AllLinesRunBothWays) {
+    createBase("ARTICLES", {{"TITLE", "PHRASE"}, {"PRICE", "NUMBER"}});
+    createBase("W", {{"Y", "INTEGER"}});
+    createBase("U", {{"TID", "INTEGER"}, {"B", "INTEGER"}, {"X", "INTEGER"}, {"Y", "INTEGER"}});
+    ASSERT_EQ(insert("ARTICLES", {"Alpha", "9.5"}), 1);
+    ASSERT_EQ(insert("U", {"1", "2", "3", "2"}), 1);
+    const auto outcome = [this](const char* line, bool atOnce) {
+        EXPECT_EQ(WdbSaveStatus(), 1);
+        EXPECT_EQ(ccl("BAS T"), 1);
+        EXPECT_EQ(ccl("FIND T.A=x"), 1);
+        EXPECT_EQ(ccl("SEL FRL(U) FIELD(U.B)"), 1);
+        EXPECT_EQ(ccl("SEL FRL(U) FIELD(U.B,COUNT(*)) GROUP(U.B)"), 1);
+        EXPECT_EQ(ccl("SEL FRL(U) FIELD(U.B)"), 1);
+        const int32_t status = atOnce ? ccl(line) : order(line);
+        std::string text = std::to_string(status);
+        if (status != 1) {
+            char subject[256] = {};
+            int32_t code = 0, position = 0, length = sizeof subject;
+            EXPECT_EQ(WdbLastError(&code, &position, subject, &length), 1) << line;
+            text += " " + std::to_string(code) + " at " + std::to_string(position) + " " + subject;
+        }
+        char* items = nullptr;
+        uint32_t* words = nullptr;
+        text += ", " + result();
+        if (WdbGetRows(0, 0, 1, &items, &words) == 1) {
+            text.append(reinterpret_cast<const char*>(words), words[1] * sizeof *words);
+            EXPECT_EQ(WdbDeallocate(items), 1);
+            EXPECT_EQ(WdbDeallocate(words), 1);
+        }
+        EXPECT_EQ(WdbLoadStatus(3), 1);
+        return text;
+    };
+    int ran = 0;
+    const auto same = [&](const char* line) {
+        const std::string atOnce = outcome(line, true);
+        EXPECT_EQ(outcome(line, false), atOnce) << line;
+        return atOnce.starts_with("1,");
+    };
+    for (const auto& row : command_lines::kAccepted) ran += same(row.line) ? 1 : 0;
+    EXPECT_GT(ran, 60) << "most lines find what they name";
+    for (const auto& row : command_lines::kRefused) {
+        if (*row.line == '\0') continue;  // the object takes no empty text
+        EXPECT_FALSE(same(row.line)) << row.line;
     }
 }
 

@@ -165,6 +165,22 @@ TEST_F(GroupTest, Unions) {
     EXPECT_EQ(select("SEL DISTINCT UNION(14,15) SORT(1)"), "9.0|- 10|") << "as numbers";
     EXPECT_EQ(select("SEL ALL UNION(16,17) SORT(2 DES)"), "x|2 -|1") << "beside NULL";
     EXPECT_EQ(select("SEL ALL UNION(16,18) SORT(1)"), "-|1 9.0|- 10|") << "NULL does not change the type";
+    // The left column's type orders; what it cannot read stands behind.
+    const Row mixed[] = {
+        {"10|SEL FRL() FIELD(\"9\")", "9 10", "a text that reads as a number"},
+        {"\"10\"|SEL FRL() FIELD(9)", "10 9", "a number as a text"},
+        {"10|SEL FRL() FIELD(\"-\")", "10 -", "no number"},
+        {"1|SEL FRL(T) FIELD(T.S) WHERE(T.R<3)", "1 Games net", "no numbers, as texts"},
+    };
+    for (const Row& row : mixed) {
+        const std::string sides = row.command;
+        const size_t split = sides.find('|');
+        const int32_t left = search.save().counter + 1;
+        ASSERT_EQ(search.execute("SEL FRL() FIELD(" + sides.substr(0, split) + ")"), WDB_OK);
+        ASSERT_EQ(search.execute(sides.substr(split + 1)), WDB_OK) << sides;
+        const std::string both = std::to_string(left) + "," + std::to_string(left + 1);
+        EXPECT_EQ(select("SEL ALL UNION(" + both + ") SORT(1)"), row.rows) << sides << ": " << row.reason;
+    }
     const int32_t first = 8;  // the first union above
     EXPECT_EQ(select("SEL ALL UNION(" + std::to_string(first) + ",3)"),
               "net|5 Games|-2 NET|5 games|- Net|2.0 web|-1 web|-1")

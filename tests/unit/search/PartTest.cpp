@@ -35,7 +35,7 @@ protected:
         for (int32_t i = 1; search.recordAt(0, i, found) == WDB_OK; ++i) {
             std::vector<PartNumber> parts;
             bool head = false;
-            const Status known = search.hitParts(0, *found.base, found.record, parts, head);
+            const Status known = search.hitParts(found.set, *found.base, found.record, parts, head);
             EXPECT_EQ(known == WDB_OK, !parts.empty());
             result += (i > 1 ? " " : "") + std::to_string(found.record) + ":";
             for (const PartNumber part : parts) result += std::to_string(part);
@@ -123,6 +123,17 @@ TEST_F(PartTest, HitPartsOfSeveralBases) {
     ASSERT_EQ(search.execute("BAS X=B,C"), WDB_OK);
     EXPECT_EQ(hits("PARTN=1"), "1:1 3:h 5:1 1:2") << "of each base its own";
     EXPECT_EQ(hits("NAME=a"), "1:12h 3:h 5:1h 2:h") << "heads too";
+    FoundRecord found;
+    ASSERT_EQ(search.recordAt(0, 1, found), WDB_OK);
+    const SearchState none;
+    search.restore(none);
+    ASSERT_EQ(search.execute("FIN PARTN=2"), WDB_E_CCL_NO_BASE);
+    ASSERT_EQ(search.execute("BAS X=B,C"), WDB_OK);
+    ASSERT_EQ(search.execute("FIN PARTN=2"), WDB_OK);
+    std::vector<PartNumber> parts;
+    bool head = false;
+    EXPECT_EQ(search.hitParts(found.set, *found.base, 1, parts, head), WDB_E_CCL_SET)
+        << "a later set with the number of one that is gone is another set";
 }
 
 }  // namespace

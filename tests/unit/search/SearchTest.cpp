@@ -3,8 +3,29 @@
 namespace wdb {
 namespace {
 
+struct Row {
+    const char* condition;
+    const char* records;
+    const char* reason;
+};
+
 class SearchTest : public SearchFixture {
 protected:
+    // Rows of a command that makes a set k, and what a criterion with its values finds: "criterion: records".
+    void expectValues(std::span<const Row> rows) {
+        for (const Row& row : rows) {
+            ASSERT_EQ(search.execute(row.condition), WDB_OK) << row.condition;
+            SearchCounts made;
+            ASSERT_EQ(search.currentResult(made), WDB_OK);
+            std::string criterion = row.records;
+            const size_t end = criterion.find(": ");
+            const std::string expected = criterion.substr(end + 2);
+            criterion.resize(end);
+            criterion.replace(criterion.find("k."), 1, std::to_string(made.set));
+            EXPECT_EQ(find(criterion), expected)
+                << row.condition << ", " << row.records << ": " << row.reason;
+        }
+    }
     void SetUp() override {
         SearchFixture::SetUp();
         create("ART", {{"NAME", FieldType::Phrase},
@@ -33,12 +54,6 @@ protected:
         ASSERT_EQ(search.execute("DEF FIN MIN=0"), WDB_OK);
         ASSERT_EQ(search.execute("BAS ART"), WDB_OK);
     }
-};
-
-struct Row {
-    const char* condition;
-    const char* records;
-    const char* reason;
 };
 
 TEST_F(SearchTest, ConditionsFindTheirRecords) {
@@ -188,16 +203,34 @@ TEST_F(SearchTest, SetsAndTheirValues) {
         {"SEL SFX FRL() FIELD(\" \")", "NOTE>k.A: ", "nothing stands so to the empty value"},
         {"SEL SFX FRL() FIELD(NULL)", "NOTE>k.A: ", "NULLs are left out"},
     };
-    for (const Row& row : rows) {
-        ASSERT_EQ(search.execute(row.condition), WDB_OK) << row.condition;
-        SearchCounts made;
-        ASSERT_EQ(search.currentResult(made), WDB_OK);
-        std::string criterion = row.records;
-        const size_t end = criterion.find(": ");
-        const std::string expected = criterion.substr(end + 2);
-        criterion.resize(end);
-        criterion.replace(criterion.find("k."), 1, std::to_string(made.set));
-        EXPECT_EQ(find(criterion), expected) << row.condition << ", " << row.records << ": " << row.reason;
+    const Row named[] = {
+        {"SEL SFX FRL(ART) FIELD(ART.QTY) WHERE(ART.R<3)", "R=k.R: 1 2", "the rows' record numbers"},
+        {"SEL FRL(ART) FIELD(ART.R,ART.QTY) WHERE(ART.R<3)", "R=k.R: 1 2", "a column of record numbers"},
+        {"SEL SFX FRL() FIELD(2)", "R=k.R: ", "a row without a record"},
+        {"SEL SFX FRL(ART) FIELD(ART.QTY) WHERE(ART.R<3) GROUP(ART.QTY)", "R=k.R: ", "groups are no records"},
+        {"SEL FRL(ART) FIELD(MIN(ART.QTY),MAX(ART.QTY))", "QTY=k.MAX(ART.QTY): 2", "the aggregate asked for"},
+        {"SEL FRL(ART) FIELD(MIN(ART.QTY),MAX(ART.QTY))", "QTY=k.SUM(ART.QTY): #16994", "none of several"},
+        {"SEL FRL(ART) FIELD(ART.QTY,ART.NOTE)", "QTY=k.NAME: #16994", "none of several"},
+        {"SEL FRL(ART) FIELD(MAX(ART.QTY))", "QTY=k.SUM(ART.QTY): 2", "the only one"},
+    };
+    expectValues(rows);
+    expectValues(named);
+}
+
+TEST_F(SearchTest, TheSetOfAllRecordsBelongsToTheCommandThatMadeIt) {
+    ASSERT_EQ(search.execute("BAS ART"), WDB_OK);
+    EXPECT_EQ(search.execute("FIN S=0 AND QTY=ten"), WDB_E_VALUE);
+    EXPECT_EQ(search.save().counter, 0) << "a failing command leaves none";
+    EXPECT_TRUE(search.save().current.wholeBases);
+    ASSERT_EQ(search.execute("FIN S=0 AND QTY=10"), WDB_OK);
+    EXPECT_EQ(search.find(1)->command, "FIN RXX = FRL 1");
+    EXPECT_EQ(search.find(2)->command, "FIN S=0 AND QTY=10") << "each set its own";
+    const std::pair<const char*, int> faults[] = {{"SEL ALL UNION(1,99)", 14},
+                                                  {"SEL DISTINCT UNION(98,2)", 19},
+                                                  {"SELECT FROM() FIELD(1) SORT(9)", 28}};
+    for (const auto& [line, position] : faults) {
+        EXPECT_NE(search.execute(line), WDB_OK) << line;
+        EXPECT_EQ(search.error().position, position) << line;
     }
 }
 
@@ -209,6 +242,7 @@ TEST_F(SearchTest, SelectionsGiveRows) {
          "texts by reference"},
         {"SEL FRL(ART) FIELD(5,\"a\"\"b\",NULL,-1.25) WHERE(R=1)", "5|a\"b|-|-1.25", "constants are echoed"},
         {"SEL FRL(ART) FIELD(ART.QTY.2,ART.QTY.1-3) WHERE(R<=2)", "-|10 20|-3;20", "subfields"},
+        {"SEL FRL(ART) FIELD(ART.QTY.2-2,ART.QTY.1-1) WHERE(R=4)", "-;7|-", "ranges of one item"},
         {"SEL FRL(ART) FIELD(ART.PRICE,ART.DAY,ART.AT) WHERE(R=1)", "1.50|2024-01-05|09:30:00", "rendered"},
         {"SEL FRL() FIELD(1,\"x\",NULL)", "1|x|-", "a row of constants"},
         {"SEL FRL() FIELD(1) WHERE(R=FRL 1)", "1", "a condition that is true"},
