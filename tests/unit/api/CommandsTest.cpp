@@ -77,6 +77,7 @@ TEST_F(Commands, AllLinesRunBothWays) {
     ASSERT_EQ(insert("U", {"1", "2", "3", "2"}), 1);
     const auto outcome = [this](const char* line, bool atOnce) {
         EXPECT_EQ(WdbSaveStatus(), 1);
+        EXPECT_EQ(ccl("DEF FIN MIN=0"), 1);
         EXPECT_EQ(ccl("BAS T"), 1);
         EXPECT_EQ(ccl("FIND T.A=x"), 1);
         EXPECT_EQ(ccl("SEL FRL(U) FIELD(U.B)"), 1);

@@ -1,3 +1,4 @@
+#include "kernel/search/SearchSet.h"
 #include "tests/unit/search/SearchFixture.h"
 
 namespace wdb {
