@@ -31,19 +31,21 @@ class OperationTable {
 public:
     std::string positions;  // pool
 
-    uint32_t key(Slice bytes) {
-        const uint32_t number = keys_.intern(bytes);
-        if (number == operations_.size()) operations_.emplace_back();
-        return number;
-    }
+    uint32_t key(Slice bytes) { return keys_.intern(bytes); }
     // Records must ascend from call to call.
-    void add(uint32_t key, const Operation& operation) { operations_[key].push_back(operation); }
+    void add(uint32_t key, const Operation& operation) { operations_.emplace_back(key, operation); }
 
     template <typename Apply>
     Status forEachKey(Apply&& apply) const {
-        for (const uint32_t number : keys_.sorted()) {
-            if (operations_[number].empty()) continue;
-            const Status status = apply(keys_.term(number), operations_[number]);
+        std::vector<size_t> ends(keys_.size() + 1);  // of a key's operations, while they are placed
+        for (const auto& [key, operation] : operations_) ++ends[key + 1];
+        for (size_t key = 1; key < ends.size(); ++key) ends[key] += ends[key - 1];
+        std::vector<Operation> placed(operations_.size());
+        for (const auto& [key, operation] : operations_) placed[ends[key]++] = operation;
+        for (const uint32_t key : keys_.sorted()) {
+            const size_t begin = key == 0 ? 0 : ends[key - 1];
+            if (begin == ends[key]) continue;
+            const Status status = apply(keys_.term(key), std::span(placed).subspan(begin, ends[key] - begin));
             if (!ok(status)) return status;
         }
         return WDB_OK;
@@ -51,7 +53,7 @@ public:
 
 private:
     TermTable keys_;
-    std::vector<std::vector<Operation>> operations_;
+    std::vector<std::pair<uint32_t, Operation>> operations_;
 };
 
 std::vector<const IndexChange*> byRecord(const std::vector<IndexChange>& changes) {
@@ -68,7 +70,7 @@ class ContainerMerger {
 public:
     ContainerMerger(WriteTxn& txn, Table table) : txn_(txn), table_(table) {}
 
-    Status apply(Slice key, const std::vector<Operation>& operations) {
+    Status apply(Slice key, std::span<const Operation> operations) {
         for (size_t i = 0; i < operations.size();) {
             const auto chunk = static_cast<uint16_t>(operations[i].record >> 16);
             added_.clear();
@@ -124,22 +126,23 @@ class PositionMerger {
 public:
     PositionMerger(WriteTxn& txn, const std::string& pool) : txn_(txn), pool_(pool) {}
 
-    Status apply(Slice key, const std::vector<Operation>& operations) {
+    Status apply(Slice key, std::span<const Operation> operations) {
         for (size_t i = 0; i < operations.size();) {
             RecordNumber limit = 0;  // first record of the block behind the one that is changed, 0: none
             WDB_TRY(takeBlock(key, operations[i].record, limit));
             size_t end = i + 1;
             while (end < operations.size() && (limit == 0 || operations[end].record < limit)) ++end;
-            WDB_TRY(writeBlocks(key, {operations.data() + i, end - i}));
+            WDB_TRY(writeBlocks(key, operations.subspan(i, end - i)));
             i = end;
         }
         return WDB_OK;
     }
 
 private:
-    // Copies the block that a record belongs to, which may be none, and takes it out of the table.
+    // Copies the block that a record belongs to, which may be none. It is to be written over or taken out.
     Status takeBlock(Slice key, RecordNumber record, RecordNumber& limit) {
         block_.clear();
+        stands_ = false;
         const auto mine = [&](const Cursor& cursor) {
             return cursor.key().size() == key.size() + 4 && cursor.key().starts_with(key);
         };
@@ -168,8 +171,8 @@ private:
         status = cursor.next();
         if (!ok(status) && status != WDB_FAIL) return status;
         if (ok(status) && mine(cursor)) limit = first(cursor);
-        cursor.close();
-        return txn_.remove(word_table::kPositions, key_);
+        stands_ = true;
+        return WDB_OK;
     }
 
     Status writeBlocks(Slice key, std::span<const Operation> operations) {
@@ -193,7 +196,11 @@ private:
                               Slice(pool_).substr(operation.positionsAt, operation.positionsSize)));
         }
         if (old != WDB_FAIL) return old;
-        return flush(key);
+        WDB_TRY(flush(key));
+        if (!stands_) return WDB_OK;
+        key_.assign(key);
+        appendBig(key_, first_);
+        return txn_.remove(word_table::kPositions, key_);
     }
 
     Status write(Slice key, RecordNumber record, Slice positions) {
@@ -204,6 +211,7 @@ private:
 
     Status flush(Slice key) {
         if (writer_.empty()) return WDB_OK;
+        if (writer_.firstRecord() == first_) stands_ = false;
         key_.assign(key);
         appendBig(key_, writer_.firstRecord());
         const Status status = txn_.put(word_table::kPositions, key_, writer_.finish());
@@ -216,6 +224,7 @@ private:
     std::string key_;
     std::string block_;  // the block that is changed, empty: none
     RecordNumber first_ = 0;
+    bool stands_ = false;  // it is in the table as it was
     PositionBlockWriter writer_;
 };
 
@@ -226,8 +235,6 @@ struct WordList {
 
     void present(FieldNumber) {}
     void multi(FieldNumber) {}
-    void value(FieldNumber, Slice, bool) {}
-    void column(FieldNumber, int64_t) {}
     void word(FieldNumber, Slice key, uint32_t position) { words.emplace_back(table.key(key), position); }
 };
 
@@ -289,7 +296,6 @@ struct ValueList {
     }
     void present(FieldNumber field) { set(field, SetKind::Present); }
     void multi(FieldNumber field) { set(field, SetKind::Multi); }
-    void word(FieldNumber, Slice, uint32_t) {}
     void value(FieldNumber, Slice key, bool) { valueKeys.push_back(values.key(key)); }
     void column(FieldNumber field, int64_t number) { columns[field] = number; }
 };
@@ -367,11 +373,10 @@ Status mergeWords(WriteTxn& words, const Schema& schema, const std::vector<Index
     }
     ContainerMerger containers(words, word_table::kPostings);
     PositionMerger blocks(words, table.positions);
-    const Status applied =
-        table.forEachKey([&](Slice key, const std::vector<Operation>& operations) -> Status {
-            WDB_TRY(containers.apply(key, operations));
-            return blocks.apply(key, operations);
-        });
+    const Status applied = table.forEachKey([&](Slice key, std::span<const Operation> operations) -> Status {
+        WDB_TRY(containers.apply(key, operations));
+        return blocks.apply(key, operations);
+    });
     WDB_TRY(applied);
     return writeWordMeta(words, position);
 }

@@ -27,14 +27,28 @@ inline int64_t columnValue(FieldType type, Slice canonical) {
     return type == FieldType::Integer ? decodeInteger(canonical) : decodeDay(canonical);
 }
 
+// What a sink of the inverter (below) takes.
+template <typename Sink>
+concept TakesWords = requires(Sink& sink) {
+    sink.word(FieldNumber{}, Slice(), uint32_t{});
+};
+template <typename Sink>
+concept TakesValues = requires(Sink& sink) {
+    sink.value(FieldNumber{}, Slice(), true);
+};
+template <typename Sink>
+concept TakesColumns = requires(Sink& sink) {
+    sink.column(FieldNumber{}, int64_t{});
+};
+
 // Turns a record into what the indexes hold of it, the same for all of them. Used by one thread. Sinks have
 //   void present(FieldNumber)                     the field has a value
 //   void multi(FieldNumber)                       it has more than one item
 //   void word(FieldNumber, Slice key, uint32_t position)     key: field, term, 0
 //   void value(FieldNumber, Slice key, bool first)           key: field, value key; may repeat; first: of the
 //   first item void column(FieldNumber, int64_t value)       of a single item
-// Items that are no canonical values of their type count as present only. Fields that the schema does not
-// know are skipped.
+// word, value and column may be left out: what a sink does not take is not worked out. Items that are no
+// canonical values of their type count as present only. Fields that the schema does not know are skipped.
 class RecordInverter {
 public:
     template <typename Sink>
@@ -125,36 +139,42 @@ private:
     // Answers the position of the last word.
     template <typename Sink>
     uint32_t words(FieldNumber field, Slice text, uint32_t position, Sink& sink) {
-        constexpr size_t begin = sizeof field;
-        std::array<char, begin + kMaxTerm + 1> key;
-        storeBig(key.data(), field);
         uint32_t last = position;
-        analyzer_.words(text, [&](const Word& word) {
-            const size_t size = std::min(word.term.size(), kMaxTerm);
-            std::memcpy(&key[begin], word.term.data(), size);
-            key[begin + size] = '\0';
-            last = position + word.position;
-            sink.word(field, Slice(key.data(), begin + size + 1), last);
-        });
+        if constexpr (TakesWords<Sink>) {
+            constexpr size_t begin = sizeof field;
+            std::array<char, begin + kMaxTerm + 1> key;
+            storeBig(key.data(), field);
+            analyzer_.words(text, [&](const Word& word) {
+                const size_t size = std::min(word.term.size(), kMaxTerm);
+                std::memcpy(&key[begin], word.term.data(), size);
+                key[begin + size] = '\0';
+                last = position + word.position;
+                sink.word(field, Slice(key.data(), begin + size + 1), last);
+            });
+        }
         return last;
     }
 
     template <typename Sink>
     void values(const FieldDefinition& field, const ItemList& items, bool first, Sink& sink) {
-        for (const Slice item : items) {
-            if (!item.empty() && isCanonical(field.type, item)) {
-                startKey(field.number);
-                appendValueKey(field.type, item, key_);
-                sink.value(field.number, key_, first);
+        if constexpr (TakesValues<Sink>) {
+            for (const Slice item : items) {
+                if (!item.empty() && isCanonical(field.type, item)) {
+                    startKey(field.number);
+                    appendValueKey(field.type, item, key_);
+                    sink.value(field.number, key_, first);
+                }
+                first = false;
             }
-            first = false;
         }
     }
 
     template <typename Sink>
     void column(const FieldDefinition& field, Slice item, Sink& sink) {
-        if (hasColumn(field.type) && isCanonical(field.type, item))
-            sink.column(field.number, columnValue(field.type, item));
+        if constexpr (TakesColumns<Sink>) {
+            if (hasColumn(field.type) && isCanonical(field.type, item))
+                sink.column(field.number, columnValue(field.type, item));
+        }
     }
 
     Analyzer analyzer_;
