@@ -165,6 +165,7 @@ Status compactBase(SystemDirectory& home, const std::shared_ptr<OpenBase>& base,
     if (!present) return present.status();
     BaseDefinition next = **present;
     WDB_TRY(home.planFiles(next, hold));
+    std::shared_ptr<OpenBase> opened;
     {
         const auto state = base->snapshot();
         if (!state) return state.status();
@@ -172,6 +173,12 @@ Status compactBase(SystemDirectory& home, const std::shared_ptr<OpenBase>& base,
         MadeFiles made;
         WDB_TRY(copyState(*state, next, made, progress));
         WDB_TRY(progress.finish());
+        // What cannot be opened shall not become the base; what opening makes beside the files is made while
+        // a failure changes nothing yet.
+        auto copy = OpenBase::open(std::make_shared<const BaseDefinition>(next), false);
+        if (!copy) return copy.status();
+        opened = std::move(*copy);
+        WDB_TRY(opened->useIndex());
         WDB_TRY(file_system::syncDirectory(next.directory));
         made.keep();
     }

@@ -72,7 +72,8 @@ const Damage kDamages[] = {
      true},
     {"a bit of a page's head",
      [](std::string bytes, const std::string&, Random& random) {
-         bytes[somePage(bytes, random) + random() % 64] ^= static_cast<char>(1 << random() % 8);
+         bytes[somePage(bytes, random) + random() % std::min<size_t>(64, bytes.size())] ^=
+             static_cast<char>(1 << random() % 8);
          return bytes;
      },
      true},

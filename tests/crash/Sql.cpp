@@ -1,5 +1,6 @@
 #include "tests/crash/Sql.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "include/sqlengine.h"
@@ -13,9 +14,14 @@ int32_t runSql(const std::string& sql) {
     data.textLength = static_cast<std::int32_t>(text.size());
     data.wdb_options = 36;
     const int32_t status = execsql(&data, nullptr);
-    const bool answered = data.output != nullptr && data.outputLength > 0;
+    const std::string answer(data.output == nullptr ? "" : data.output,
+                             static_cast<size_t>(data.output == nullptr ? 0 : data.outputLength));
     std::free(data.output);
-    return WDB_SUCCESS(status) && !answered ? WDB_FAIL : status;
+    // A statement that fails says so in a fault of its own.
+    const bool fault = answer.find("<Fault faultCode=\"") != std::string::npos;
+    if (!answer.empty() && fault != WDB_SUCCESS(status)) return status;
+    std::fprintf(stderr, "%s: status %d with the answer %s\n", sql.c_str(), status, answer.c_str());
+    std::abort();
 }
 
 namespace {

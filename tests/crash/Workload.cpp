@@ -294,7 +294,7 @@ Statement randomStatement(Random& random, const Contents& contents, int serial) 
     if (choice < 80) return pairOf(name, randomRow(random));
     if (choice < 88) return several(random, contents, base);
     if (choice < 96) return bulkLoad("load" + std::to_string(serial), 20);
-    return rebuildIndex(base);
+    return choice < 98 ? rebuildIndex(base) : compact(base);
 }
 
 Statement bulkLoad(const std::string& prefix, int rows) {
@@ -321,6 +321,10 @@ Statement rebuildIndex(size_t base) {
     return {"rebuild", [=] { return WdbBatchLoadIndex(1, kBases[base], ""); }, [](Contents&) {}};
 }
 
+Statement compact(size_t base) {
+    return {"compact", [=] { return WdbCompactBase(kBases[base]); }, [](Contents&) {}};
+}
+
 std::vector<Statement> kernelStatements() {
     Contents contents;
     Random random(3);
@@ -338,6 +342,8 @@ std::vector<Statement> kernelStatements() {
         together("unit of two bases, changing", {updateOf(0, "row3", big, contents), eraseOf(1, "row5")}),
         bulkLoad("load", 60),
         rebuildIndex(0),
+        {"rebuild one field", [] { return WdbRebuildIndex(kBases[0], "NOTE"); }, [](Contents&) {}},
+        compact(0),
     };
 }
 

@@ -55,7 +55,7 @@ using Random = std::mt19937;
 Row randomRow(Random& random);
 
 // A statement that the contents allow: one record, some records in a unit, a unit over both bases, a load, an
-// index rebuilt.
+// index rebuilt, a base compacted.
 Statement randomStatement(Random& random, const Contents& contents, int serial);
 
 // One statement of each kind for a home made by prepare(), through the kernel's interface.
@@ -71,6 +71,9 @@ Statement bulkLoad(const std::string& prefix, int rows);
 std::vector<Statement> queueFilling();
 
 Statement rebuildIndex(size_t base);
+
+// Writes the base's files anew.
+Statement compact(size_t base);
 
 // Reads everything there is through searches and records.
 int32_t readContents(Contents& contents);
