@@ -32,7 +32,7 @@ Status baseInfo(Session& session, const char* baseName, int32_t item, void* info
     const BaseDefinition& base = **definition;
     auto* text = static_cast<char*>(info);
     if (item == 2) return putText(&session, base.baseFile, text, length);
-    if (!session.mayRead(base)) return session.fail(WDB_E_BASE, name);
+    if (!session.rights.mayRead(base)) return session.fail(WDB_E_BASE, name);
     switch (item) {
         case 1:
             return putText(&session, base.comment, text, length);
@@ -53,12 +53,13 @@ Status baseInfo(Session& session, const char* baseName, int32_t item, void* info
 
 Status checkBase(Session& session, const char* baseName, int32_t mode) {
     session.checkedBase.reset();
+    session.accessTarget.reset();
     if (mode != 1 && mode != 3) return WDB_E_ARGUMENT;
     const InText name(session, baseName);
     const auto base = session.findBase(trimName(name));
     if (!base) return base.status();
     auto definition = (*base)->definition();
-    if (mode == 3 && !session.owns(*definition)) return session.fail(WDB_E_RIGHT, name);
+    if (mode == 3 && !session.rights.owns(*definition)) return session.fail(WDB_E_RIGHT, name);
     session.checkedBase = std::move(definition);
     return WDB_OK;
 }
@@ -82,8 +83,8 @@ Status integrityRules(Session& session, WdbIntegrityRules** rules) {
     if (rules == nullptr) return WDB_E_ARGUMENT;
     if (session.checkedBase == nullptr) return WDB_E_NOT_CHECKED;
     const auto checked = session.directory->definition(session.checkedBase->name);
-    if (!checked || (*checked)->id != session.checkedBase->id) {
-        session.checkedBase.reset();  // it was dropped meanwhile
+    if (!checked || (*checked)->id != session.checkedBase->id || !session.rights.mayRead(**checked)) {
+        session.checkedBase.reset();  // it was dropped meanwhile, or taken away from the user
         return WDB_E_NOT_CHECKED;
     }
     const auto all = session.directory->definitions();

@@ -122,9 +122,20 @@ Status putDefaultValue(Session& session, const WdbFieldSpec* field, const char* 
     return ok(status) ? status : session.fail(status, nameOf(record.name));
 }
 
+// A rule tells of the values that it refers to; so they must be readable. (A new base may refer to itself.)
+Status mayRefer(Session& session, std::string_view table, std::string_view column) {
+    const auto base = session.directory->definition(trimName(table));
+    if (!base) return WDB_OK;  // the editor knows what is wrong
+    if (!session.rights.mayRead(**base)) return session.fail(WDB_E_BASE, table);
+    const FieldDefinition* field = (*base)->schema->find(trimName(column));
+    if (field == nullptr || session.rights.mayRead(**base, field->number)) return WDB_OK;
+    return session.fail(WDB_E_RIGHT, column);
+}
+
 Status setForeignKey(Session& session, const char* column, const char* table, const char* referred,
                      int32_t updateAction, int32_t deleteAction) {
     const InText columnText(session, column), tableText(session, table), referredText(session, referred);
+    WDB_TRY(mayRefer(session, tableText, referredText));
     const Status status =
         session.editor.setForeignKey(columnText, tableText, referredText, updateAction, deleteAction);
     return ok(status) ? status : session.fail(status, columnText);
@@ -145,6 +156,9 @@ Status deleteBaseDef(Session& session) {
 
 Status setBaseOwner(Session& session, const char* baseName, const char* owner) {
     const InText name(session, baseName), user(session, owner);
+    const auto base = session.directory->definition(trimName(name));
+    if (!base || !session.rights.mayRead(**base)) return session.fail(WDB_E_BASE, name);
+    if (!session.rights.owns(**base)) return session.fail(WDB_E_RIGHT, name);
     WDB_TRY(readyForCatalog(session));
     const Status status = session.editor.setBaseOwner(session.actor(), name, user, session.writer.patience());
     session.snapshots.dropAll();

@@ -49,6 +49,12 @@ bool isThere(const RecordControl& control, const FieldDefinition& field, Positio
     return static_cast<uint32_t>(position.item) <= record.itemCount(control.partOf(field), field.number);
 }
 
+// A field is for those who may read it and, in a control with write access, for those who may write it.
+bool mayPlace(Session& session, const RecordControl& control, FieldNumber field) {
+    if (control.listed || session.rights.mayRead(*control.definition, field)) return true;
+    return control.writable && session.rights.mayWrite(*control.definition, field);
+}
+
 Status checkPosition(Session& session, RecordControl& control, int32_t number, Position position,
                      const FieldDefinition*& field) {
     if (!control.attached()) return WDB_E_NO_RECORD;
@@ -56,7 +62,7 @@ Status checkPosition(Session& session, RecordControl& control, int32_t number, P
                 ? nullptr
                 : control.schema().find(static_cast<FieldNumber>(number));
     if (field == nullptr) return WDB_E_FIELD;
-    if (!control.listed && !session.mayRead(*control.definition, field->number)) return WDB_E_RIGHT;
+    if (!mayPlace(session, control, field->number)) return WDB_E_RIGHT;
     const auto [paragraph, item] = position;
     if (paragraph < 0 || item < 0 || (paragraph > 0 && item > 0)) return WDB_E_ARGUMENT;
     if (paragraph > 0 && field->type != FieldType::Text) return WDB_E_ARGUMENT;

@@ -18,7 +18,7 @@ Result<std::shared_ptr<OpenBase>> ownBase(Session& session, std::string_view nam
     auto base = session.findBase(trimName(name));
     if (!base) return base;
     if (session.writer.readOnly()) return WDB_E_READ_ONLY;
-    if (!session.owns(*(*base)->definition())) return session.fail(WDB_E_RIGHT, name);
+    if (!session.rights.owns(*(*base)->definition())) return session.fail(WDB_E_RIGHT, name);
     WDB_TRY(session.writer.commit());
     return base;
 }
@@ -87,14 +87,14 @@ Status backup(Session& session, const char* baseName, const char* directory) {
     if (directory == nullptr || *directory == '\0') return WDB_E_ARGUMENT;
     Progress progress = session.progress();
     if (baseName == nullptr) {
-        if (!session.administrator()) return WDB_E_RIGHT;
+        if (!session.rights.administrator()) return WDB_E_RIGHT;
         WDB_TRY(session.writer.commit());
         return backupHome(*session.directory, directory, session.writer.patience(), progress);
     }
     const InText name(session, baseName);
     const auto base = session.findBase(trimName(name));
     if (!base) return base.status();
-    if (!session.owns(*(*base)->definition())) return session.fail(WDB_E_RIGHT, name);
+    if (!session.rights.owns(*(*base)->definition())) return session.fail(WDB_E_RIGHT, name);
     WDB_TRY(session.writer.commit());
     return backupBase(**base, directory, progress);
 }

@@ -35,6 +35,7 @@ Status hitParts(Session& session, WdbRecordControl* handle, int32_t ordinal, con
     const RecordControl* control = session.control(handle);
     if (control == nullptr) return WDB_E_HANDLE;
     if (!control->attached() || !control->record.any()) return WDB_E_NO_RECORD;
+    if (!control->listed && !session.rights.mayRead(*control->definition)) return WDB_E_BASE;
     const auto hits = hitPartsOf(session, *control);
     if (!hits) return hits.status();
     putNumber(out.count, static_cast<int64_t>(hits->parts.size()));
@@ -48,6 +49,7 @@ Status partCount(Session& session, WdbRecordControl* handle, int32_t* count) {
     RecordControl* control = session.control(handle);
     if (control == nullptr) return WDB_E_HANDLE;
     if (!control->attached() || !control->record.any()) return WDB_E_NO_RECORD;
+    if (!control->listed && !session.rights.mayRead(*control->definition)) return WDB_E_BASE;
     putNumber(count, control->record.partCount());
     return WDB_OK;
 }

@@ -18,7 +18,7 @@ Status setBase(Session& session, WdbRecordControl* handle, const char* baseName,
     const auto base = session.findBase(name);
     if (!base) return base.status();
     const bool write = mode != WDB_MODE_READ;
-    if (write && !session.mayWrite(*(*base)->definition())) return session.fail(WDB_E_RIGHT, name);
+    if (write && !session.rights.mayWrite(*(*base)->definition())) return session.fail(WDB_E_RIGHT, name);
     session.attach(*control, *base);
     control->writable = write;
     return WDB_OK;
@@ -38,7 +38,6 @@ Status getRecordInSearch(Session& session, WdbRecordControl* handle, int32_t set
     }
     FoundRecord found;
     WDB_TRY(session.search.recordAt(set, ordinal, found));
-    if (!session.mayRead(*found.base->definition())) return WDB_E_BASE;
     WDB_TRY(session.loadRecord(*control, found.base, found.record, found.commit));
     control->writable = false;
     control->origin = {found.set, ordinal};
@@ -104,13 +103,13 @@ Status showControl(Session& session, int32_t kind, int32_t option, const char* f
     if (kind != 1 || option != 0 || !from || !to) return WDB_E_ARGUMENT;
     auto bases = session.directory->definitions();
     if (!bases) return bases.status();
-    std::erase_if(*bases, [&](const auto& base) { return !session.mayRead(*base); });
+    std::erase_if(*bases, [&](const auto& base) { return !session.rights.mayUse(*base); });
     session.dropListEntry();
     session.controlList.open(std::move(*bases), *from, *to);
     return WDB_OK;
 }
 
-// The number of records as text; empty when the base cannot be read.
+// The number of records as text; empty when the base cannot, or may not, be read.
 std::string countText(Session& session, const BaseDefinition& definition) {
     const auto base = session.directory->find(definition.name);
     if (!base) return {};

@@ -28,7 +28,7 @@ struct Item {
 Result<Item> sessionItem(const Session& session, int32_t item) {
     switch (item) {
         case WDB_SI_USER:
-            return Item{0, session.user.name};
+            return Item{0, session.rights.user()};
         case WDB_SI_DATE_FORM:
             return Item{session.dates.number, separators(session.dates)};
         case WDB_SI_LANGUAGE:
@@ -125,7 +125,7 @@ Status setResource(Session& session, int32_t level, const char* name, const char
     if (level != kLastingLevel || trimName(nameText).empty() || valueText.view().size() > kMaxSetting)
         return WDB_E_ARGUMENT;
     if (session.writer.readOnly()) return WDB_E_READ_ONLY;
-    if (!session.administrator()) return WDB_E_RIGHT;
+    if (!session.rights.administrator()) return WDB_E_RIGHT;
     WDB_TRY(session.writer.commit());
     const auto hold = session.directory->acquireWriter(session.writer.patience());
     return hold ? session.directory->storeSetting(nameText, wanted, *hold) : hold.status();

@@ -47,7 +47,7 @@ Status nextTerm(Session& session, const char* baseName, int32_t number, char* te
                                        ? nullptr
                                        : (*state)->schema().find(static_cast<FieldNumber>(number));
     if (field == nullptr) return WDB_E_FIELD;
-    if (!session.mayRead(*(*base)->definition(), field->number)) return WDB_E_RIGHT;
+    if (!session.rights.mayRead(*(*base)->definition(), field->number)) return WDB_E_RIGHT;
     const InText from(session, std::string_view(term, strnlen(term, static_cast<size_t>(*length))));
     auto key = keyOfText(session, *field, from);
     if (!key) return session.fail(key.status(), from.view().substr(0, kMaxSetting));

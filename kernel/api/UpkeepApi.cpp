@@ -61,7 +61,7 @@ Status baseStatus(Session& session, const char* baseName, const StatusOut& out) 
 Status beginLoad(Session& session, const char* baseName) {
     const auto base = session.findBase(trimName(InText(session, baseName)));
     if (!base) return base.status();
-    if (!session.mayWrite(*(*base)->definition())) return WDB_E_RIGHT;
+    if (!session.rights.mayMakeRecords(*(*base)->definition())) return WDB_E_RIGHT;
     return session.writer.beginLoad(
         *base, [&session](uint64_t done, uint64_t total) { return session.progressed(done, total); });
 }
@@ -76,7 +76,7 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
     if ((options & ~3u) != 0) return WDB_E_ARGUMENT;
     const auto base = session.findBase(trimName(InText(session, baseName)));
     if (!base) return base.status();
-    if (!session.owns(*(*base)->definition())) return WDB_E_RIGHT;
+    if (!session.rights.owns(*(*base)->definition())) return WDB_E_RIGHT;
     if (session.writer.loadBase(**base) != nullptr) return WDB_E_LOCKED;
     const auto sink = [&](Severity severity, RecordNumber record, const std::string& text) {
         if (report != nullptr) {

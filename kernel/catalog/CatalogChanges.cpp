@@ -121,6 +121,7 @@ Status SystemDirectory::dropBase(Slice name, const WriterHold&) {
             WDB_TRY(txn.put(kBases, foldName(stored.name), encodeDefinition(stored)));
         }
         for (const std::string& path : files) WDB_TRY(txn.put(kFiles, storedPath(path), Slice()));
+        WDB_TRY(dropAccess(txn, (*dropped)->id));
         return txn.remove(kBases, foldName((*dropped)->name));
     });
     WDB_TRY(published);
@@ -228,13 +229,6 @@ Status SystemDirectory::removeLeftovers(const WriterHold&) {
         const Status status = txn->remove(kFiles, path);
         if (!ok(status) && status != WDB_FAIL) return status;
     }
-    return txn->commit();
-}
-
-Status SystemDirectory::storeUser(const UserRecord& user, const WriterHold&) {
-    auto txn = catalog_->write();
-    if (!txn) return txn.status();
-    WDB_TRY(txn->put(kUsers, foldName(user.name), encodeUser(user)));
     return txn->commit();
 }
 

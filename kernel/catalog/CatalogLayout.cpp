@@ -1,5 +1,8 @@
 #include "kernel/catalog/CatalogLayout.h"
 
+#include <cstring>
+
+#include "kernel/common/ByteOrder.h"
 #include "kernel/common/ByteReader.h"
 
 namespace wdb::catalog_layout {
@@ -41,6 +44,37 @@ Result<UserRecord> decodeUser(Slice bytes) {
     user.rights = in.number<uint32_t>();
     if (!in.atEnd()) return Status{WDB_E_CORRUPT};
     return user;
+}
+
+std::string accessKey(BaseId base, Slice name) {
+    std::string key;
+    appendBig(key, base);
+    return key.append(foldName(name));
+}
+
+std::string encodeAccess(const WdbAccessRecord& record) {
+    std::string bytes(sizeof record, '\0');
+    std::memcpy(bytes.data(), &record, sizeof record);
+    bytes.resize(bytes.find_last_not_of('\0') + 1);
+    return bytes;
+}
+
+Result<WdbAccessRecord> decodeAccess(Slice bytes) {
+    WdbAccessRecord record{};
+    if (bytes.size() > sizeof record) return Status{WDB_E_CORRUPT};
+    std::memcpy(&record, bytes.data(), bytes.size());
+    return record;
+}
+
+Status dropAccess(WriteTxn& txn, BaseId base) {
+    const std::string prefix = accessKey(base, {});
+    Cursor cursor = txn.cursor(kAccess);
+    Status status = cursor.seek(prefix);
+    while (ok(status) && cursor.key().starts_with(prefix)) {
+        WDB_TRY(cursor.remove());
+        status = cursor.next();
+    }
+    return status == WDB_FAIL ? WDB_OK : status;
 }
 
 std::map<std::string, std::string, std::less<>> parseSettings(Slice text) {

@@ -40,7 +40,7 @@ Status DefinitionEditor::getBaseDef(const Actor& actor, Slice name, WdbBaseDef* 
     if (!stored && stored.status() != WDB_E_BASE) return stored.status();
     Current current;
     if (stored) {
-        if (!actor.administrator && !sameName((*stored)->owner, actor.user)) return WDB_E_RIGHT;
+        if (!actor.owns(**stored)) return WDB_E_RIGHT;
         current.definition = **stored;
         current.fields = (*stored)->schema->fields();
         current.isNew = false;
@@ -54,6 +54,10 @@ Status DefinitionEditor::getBaseDef(const Actor& actor, Slice name, WdbBaseDef* 
     return WDB_OK;
 }
 
+bool Actor::owns(const BaseDefinition& base) const {
+    return administrator || (!user.empty() && sameName(base.owner, user));
+}
+
 Status DefinitionEditor::deleteBaseDef(const Actor& actor, std::chrono::milliseconds patience) {
     if (!current_ || current_->isNew) return WDB_E_NO_DEFINITION;
     if (actor.readOnly) return WDB_E_READ_ONLY;
@@ -64,7 +68,7 @@ Status DefinitionEditor::deleteBaseDef(const Actor& actor, std::chrono::millisec
     const auto stored = directory_->definition(name);
     // Dropped meanwhile, and perhaps another one made: not the base that was meant.
     if (!stored || (*stored)->id != id) return WDB_E_NO_DEFINITION;
-    if (!actor.administrator && !sameName((*stored)->owner, actor.user)) return WDB_E_RIGHT;
+    if (!actor.owns(**stored)) return WDB_E_RIGHT;
     WDB_TRY(directory_->dropBase(name, *hold));
     current_.reset();
     return WDB_OK;
@@ -79,7 +83,7 @@ Status DefinitionEditor::setBaseOwner(const Actor& actor, Slice name, Slice owne
     if (!hold) return hold.status();
     const auto stored = directory_->definition(trimName(name));
     if (!stored) return stored.status();
-    if (!actor.administrator && !sameName((*stored)->owner, actor.user)) return WDB_E_RIGHT;
+    if (!actor.owns(**stored)) return WDB_E_RIGHT;
     BaseDefinition next = **stored;
     next.owner = user->name;
     WDB_TRY(directory_->storeBase(next, *hold));

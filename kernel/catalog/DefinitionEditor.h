@@ -15,10 +15,11 @@ namespace wdb {
 
 // On whose behalf a definition is edited.
 struct Actor {
-    std::string user;
+    std::string user;  // as which he owns bases
     bool administrator = false;
     bool mayCreate = false;  // bases
     bool readOnly = false;
+    bool owns(const BaseDefinition& base) const;
 };
 
 // The current base definition of a session: a copy of a stored one or a new one, edited field by field and
@@ -71,7 +72,7 @@ private:
     Result<BaseDefinition> assemble(const WdbBaseDef& record) const;
     Status createNew(BaseDefinition next, const Actor& actor, const Locations& locations,
                      const WriterHold& hold, int64_t now);
-    Status changeStored(BaseDefinition next, const WriterHold& hold, int64_t now);
+    Status changeStored(BaseDefinition next, const Actor& actor, const WriterHold& hold, int64_t now);
 
     std::shared_ptr<SystemDirectory> directory_;
     std::optional<Current> current_;

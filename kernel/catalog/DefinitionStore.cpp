@@ -146,7 +146,7 @@ Status DefinitionEditor::putBaseDef(const Actor& actor, const WdbBaseDef& record
     const auto hold = directory_->acquireWriter(patience);
     if (!hold) return hold.status();
     WDB_TRY(current_->isNew ? createNew(std::move(*next), actor, locations, *hold, now)
-                            : changeStored(std::move(*next), *hold, now));
+                            : changeStored(std::move(*next), actor, *hold, now));
     const auto stored = directory_->definition(name);
     if (!stored) return stored.status();
     current_->definition = **stored;
@@ -157,6 +157,7 @@ Status DefinitionEditor::putBaseDef(const Actor& actor, const WdbBaseDef& record
 
 Status DefinitionEditor::createNew(BaseDefinition next, const Actor& actor, const Locations& locations,
                                    const WriterHold& hold, int64_t now) {
+    if (!actor.administrator && !actor.mayCreate) return WDB_E_RIGHT;
     std::optional<std::string> directory;
     const std::pair<const std::string*, Slice> files[] = {
         {&next.baseFile, ".BAF"}, {&next.indexFile, ".BIF"}, {&next.valueFile, ".VIF"}};
@@ -174,7 +175,8 @@ Status DefinitionEditor::createNew(BaseDefinition next, const Actor& actor, cons
     return directory_->createBase(std::move(next), now, hold);
 }
 
-Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hold, int64_t now) {
+Status DefinitionEditor::changeStored(BaseDefinition next, const Actor& actor, const WriterHold& hold,
+                                      int64_t now) {
     const auto base = directory_->find(next.name, &hold);
     if (!base) return base.status();
     const auto before = directory_->definition(next.name);
@@ -183,6 +185,9 @@ Status DefinitionEditor::changeStored(BaseDefinition next, const WriterHold& hol
     if ((*before)->id != next.id || (*before)->schema->fields() != current_->definition.schema->fields()) {
         return WDB_E_DEFINITION;
     }
+    // Nor does who changes the fields give or take the base.
+    if (!actor.owns(**before)) return WDB_E_RIGHT;
+    next.owner = (*before)->owner;
     next.baseName = (*before)->baseName;
     next.wordName = (*before)->wordName;
     next.valueName = (*before)->valueName;

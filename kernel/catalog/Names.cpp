@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "include/wdb.h"
+#include "kernel/common/Ascii.h"
+#include "kernel/record/Schema.h"
 
 namespace wdb {
 
@@ -31,6 +33,15 @@ bool validFieldName(Slice name) {
     return std::none_of(name.begin(), name.end(), [](unsigned char c) {
         return c < ' ' || c == 127 || c == '"' || c == '.' || c == ',' || c == '(' || c == ')';
     });
+}
+
+bool validGrantee(Slice name) {
+    return !name.empty() && name.size() <= WDB_BASE_NAME_MAX && name.front() != ' ' &&
+           std::none_of(name.begin(), name.end(), [](unsigned char c) { return c < ' ' || c == 127; });
+}
+
+bool validUserName(Slice name) {
+    return validGrantee(name) && !equalsIgnoreCase(trimName(name), kPublic);
 }
 
 }  // namespace wdb

@@ -2,6 +2,7 @@
 
 #include "kernel/catalog/CatalogLayout.h"
 #include "kernel/catalog/FileSystem.h"
+#include "kernel/catalog/Names.h"
 #include "kernel/catalog/Passwords.h"
 #include "kernel/storage/OpenFiles.h"
 
@@ -36,6 +37,7 @@ Result<std::unique_ptr<SystemDirectory>> SystemDirectory::make(const std::string
     made->readOnly_ = options.readOnly;
     const bool present = file_system::exists(home + "/system.mdb");
     if (!present && !options.create) return Status{WDB_E_ARGUMENT};
+    if (!present && !validUserName(options.owner)) return Status{WDB_E_USER};
     auto lock = WriterLock::open(home + "/writer.lock");
     if (!lock) return lock.status();
     made->lock_ = std::move(*lock);
@@ -65,7 +67,7 @@ Status SystemDirectory::createCatalog(const DirectoryOptions& options) {
         if (!txn) return txn.status();
         const UserRecord owner{options.owner, *hash, WDB_USER_ADMIN | WDB_USER_CREATE};
         WDB_TRY(txn->put(kMeta, kMetaKey, encodeMeta({})));
-        if (!foldName(owner.name).empty()) WDB_TRY(txn->put(kUsers, foldName(owner.name), encodeUser(owner)));
+        WDB_TRY(txn->put(kUsers, foldName(owner.name), encodeUser(owner)));
         WDB_TRY(txn->commit());
         WDB_TRY((*catalog)->sync());
     }
@@ -258,22 +260,6 @@ Result<std::vector<std::shared_ptr<const BaseDefinition>>> SystemDirectory::defi
 
 Result<ReadTxn> SystemDirectory::readCatalog() {
     return catalog_->read();
-}
-
-Result<UserRecord> SystemDirectory::user(Slice name) {
-    const auto txn = catalog_->read();
-    if (!txn) return txn.status();
-    Slice bytes;
-    const Status status = txn->get(kUsers, foldName(name), bytes);
-    if (!ok(status)) return status == WDB_FAIL ? Status{WDB_E_USER} : status;
-    return decodeUser(bytes);
-}
-
-Result<UserRecord> SystemDirectory::authenticate(Slice name, Slice password) {
-    auto user = this->user(name);
-    if (!user) return user.status();
-    if (!passwordMatches(user->passwordHash, password)) return Status{WDB_E_USER};
-    return user;
 }
 
 std::optional<std::string> SystemDirectory::setting(Slice name) {

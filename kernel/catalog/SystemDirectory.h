@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "include/wdb.h"
 #include "kernel/catalog/BaseDefinition.h"
 #include "kernel/catalog/OpenBase.h"
 #include "kernel/catalog/UnitRecord.h"
@@ -101,12 +102,26 @@ public:
     // Removes the files that no entry names.
     Status removeLeftovers(const WriterHold& hold);
 
-    // --- users ---
-    // WDB_E_USER.
-    Result<UserRecord> user(Slice name);
-    // WDB_E_USER when the user is unknown or the password is wrong.
-    Result<UserRecord> authenticate(Slice name, Slice password);
+    // Moves whenever something in the catalogue changed, in whichever process; unsettled (SharedCounter)
+    // while it is changing.
+    uint64_t version() const { return lock_->catalogVersion().load(); }
+
+    // --- users and their rights ---
+    // WDB_E_USER when the user is unknown or the password is wrong, after the same time in both cases.
+    Result<UserRecord> authenticate(Slice name, Slice password) const;
+    // WDB_E_USER when there is none.
+    Result<UserRecord> user(Slice name) const;
+    // The first user behind a name, which need not be a user's, by folded name. WDB_FAIL behind the last one.
+    Result<UserRecord> nextUser(Slice name) const;
+    // Adds or changes a user. WDB_E_RIGHT when no administrator would be left.
     Status storeUser(const UserRecord& user, const WriterHold& hold);
+    // Removes a user with the access records. WDB_E_USER; WDB_E_RIGHT for the last administrator.
+    Status removeUser(Slice name, const WriterHold& hold);
+    // The access record of a base for a name, which need not be a user's: zeroes when there is none.
+    Result<WdbAccessRecord> accessRecord(BaseId base, Slice name) const;
+    // WDB_E_BASE when the base is not there any more.
+    Status storeAccess(const BaseDefinition& base, Slice name, const WdbAccessRecord& record,
+                       const WriterHold& hold);
 
     // --- lasting settings, names without regard to case; then the lines of conf/welk.rcs ---
     std::optional<std::string> setting(Slice name);

@@ -43,6 +43,7 @@ Status RecordPut::check(const ChangedByOthers& changed) {
 }
 
 Status RecordPut::checkWanted() const {
+    if (!context_->mayChange(*base_->definition, 0)) return WDB_E_RIGHT;
     if (wanted_ == 0) return WDB_OK;
     const Status used = base_->writer->image(wanted_).status();
     return used == WDB_OK || used == WDB_E_DELETED ? WDB_E_DUPLICATE : used == WDB_FAIL ? WDB_OK : used;
@@ -52,9 +53,20 @@ Status RecordPut::readStored(const ChangedByOthers& changed) {
     const auto stored = storedRecord(*base_->writer, number_);
     if (!stored) return stored.status();
     if (changed(stored->commit())) return WDB_E_CHANGED;
+    WDB_TRY(checkRights(*stored));
     keysBefore_ = keysOf(*base_->definition, *stored);
     objectsBefore_ = objectsOf(*base_->definition->schema, *stored);
     return WDB_OK;
+}
+
+// Who may not write all fields may write some: what counts is what the stored record would lose or get.
+Status RecordPut::checkRights(const RecordView& stored) const {
+    if (context_->mayChange(*base_->definition, 0)) return WDB_OK;
+    std::vector<FieldNumber> fields = changedFields(*base_->definition->schema, stored, *record_);
+    for (const PendingObject& object : objects_) fields.push_back(object.field);
+    const bool may = std::ranges::all_of(
+        fields, [&](FieldNumber field) { return context_->mayChange(*base_->definition, field); });
+    return may ? WDB_OK : WDB_E_RIGHT;
 }
 
 Status RecordPut::fillDefaults() {

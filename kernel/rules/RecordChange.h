@@ -29,9 +29,10 @@ using ChangedByOthers = std::function<bool(uint64_t commit)>;
 // (write). A refused put leaves base, unit and record as they were; a failed write leaves the unit torn, to
 // be dropped as a whole.
 //
-// check, in this order: the stored record is still the one that was read; defaults and serial numbers of a
-// new record; empty items at the end dropped; mandatory fields; unique keys; the rules that lead to other
-// records. write: large objects, keys, the image with its queue entry, the records that rules change.
+// check, in this order: the stored record is still the one that was read; the right to write what changes;
+// defaults and serial numbers of a new record; empty items at the end dropped; mandatory fields; unique keys;
+// the rules that lead to other records. write: large objects, keys, the image with its queue entry, the
+// records that rules change.
 class RecordPut {
 public:
     // `number` 0 stores a new record. All arguments outlive the put.
@@ -40,8 +41,8 @@ public:
     // Stores a new record under this number instead of the next one: WDB_E_DUPLICATE when it was used before.
     void under(RecordNumber number) { wanted_ = number; }
 
-    // WDB_E_CHANGED, WDB_E_DELETED, WDB_E_MANDATORY, WDB_E_DUPLICATE, WDB_E_VALUE (serial numbers used up),
-    // what ReferentialActions::plan answers, storage errors.
+    // WDB_E_CHANGED, WDB_E_DELETED, WDB_E_RIGHT, WDB_E_MANDATORY, WDB_E_DUPLICATE, WDB_E_VALUE (serial
+    // numbers used up), what ReferentialActions::plan answers, storage errors.
     Status check(const ChangedByOthers& changed);
     Status write();
 
@@ -53,6 +54,7 @@ public:
 private:
     Status checkWanted() const;
     Status readStored(const ChangedByOthers& changed);
+    Status checkRights(const RecordView& stored) const;
     Status fillDefaults();
     Status checkMandatory() const;
     Status checkRules();

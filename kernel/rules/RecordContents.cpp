@@ -65,6 +65,33 @@ void forEachItem(RecordData& record, FieldNumber field, const ItemVisitor& visit
     }
 }
 
+std::vector<FieldNumber> changedFields(const Schema& schema, const RecordView& before,
+                                       const RecordData& after) {
+    const auto differs = [](const ItemList& was, const FieldValues* is) {
+        const size_t now = is == nullptr ? 0 : is->items.size();
+        const size_t items = std::max<size_t>(was.size(), now);
+        for (size_t i = 0; i < items; ++i) {
+            const Slice item = i < now ? Slice(is->items[i]) : Slice();
+            if (was.at(static_cast<uint32_t>(i) + 1) != item) return true;
+        }
+        return false;
+    };
+    const auto changed = [&](const FieldDefinition& field) {
+        if (!field.part) return differs(before.items(field.number), after.head.find(field.number));
+        if (before.partCount() != after.parts.size()) return true;
+        for (PartNumber part = 1; part <= before.partCount(); ++part) {
+            if (differs(before.items(part, field.number), after.parts[part - 1].find(field.number)))
+                return true;
+        }
+        return false;
+    };
+    std::vector<FieldNumber> fields;
+    for (const FieldDefinition& field : schema.fields()) {
+        if (changed(field)) fields.push_back(field.number);
+    }
+    return fields;
+}
+
 void noteSerial(BaseWriter& writer, const Schema& schema, const RecordData& record) {
     const FieldDefinition* serial = schema.serial();
     const FieldValues* values = serial == nullptr ? nullptr : record.head.find(serial->number);

@@ -22,6 +22,10 @@ bool hasValue(const RecordData& record, FieldNumber field);
 // The items of a field in head and parts; empty ones too.
 using ItemVisitor = std::function<void(PartNumber part, size_t place, std::string& item)>;
 void forEachItem(RecordData& record, FieldNumber field, const ItemVisitor& visit);
+// The fields whose values differ, in the head or a part, by number; empty items at the end count for nothing.
+// With another number of parts every field of the parts differs.
+std::vector<FieldNumber> changedFields(const Schema& schema, const RecordView& before,
+                                       const RecordData& after);
 // Tells the base of the highest serial number that it has seen.
 void noteSerial(BaseWriter& writer, const Schema& schema, const RecordData& record);
 

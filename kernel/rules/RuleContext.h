@@ -20,7 +20,7 @@ public:
     // The base's part of the unit, or null when the unit has not written to it.
     virtual UnitBase* joined(const OpenBase& base) const = 0;
     virtual Result<UnitBase*> join(const std::shared_ptr<OpenBase>& base) = 0;
-    // Whether the session's user may write a field of a base, or (field 0) delete its records.
+    // Whether the session's user may write a field of a base, or (field 0) make and delete its records.
     virtual bool mayChange(const BaseDefinition& base, FieldNumber field) const = 0;
 };
 

@@ -22,6 +22,17 @@ int32_t clamp(uint64_t count) {
     return static_cast<int32_t>(std::min(count, kMax));
 }
 
+class Running {
+public:
+    explicit Running(bool& flag) : flag_(flag) { flag_ = true; }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running() { flag_ = false; }
+
+private:
+    bool& flag_;
+};
+
 }  // namespace
 
 Search::Search(SearchContext& context) : context_(context) {}
@@ -37,7 +48,9 @@ Status Search::execute(Slice command) {
     Result<ccl::Command> read = ccl::readCommand(command, context_.commandWords(), &position);
     if (!read) return fail(read.status(), position);
     command_ = command;
+    forgetUse();
     const SearchState before = save();
+    const Running running(running_);
     const Status status = std::visit([this](const auto& one) { return run(one); }, *read);
     if (status == WDB_OK) return status;
     if (error_.code != status) error_ = {status, 0, {}};
@@ -95,7 +108,27 @@ Status Search::run(const ccl::UnionCommand& command) {
     return WDB_OK;
 }
 
+// A new command, or a set that no command makes.
+void Search::forgetUse() {
+    if (running_) return;
+    if (FieldUse* use = context_.fieldUse()) use->clear();
+    commandRights_ = context_.rightsState();
+}
+
+bool Search::allowed(SearchSet& set) {
+    const uint64_t state = context_.rightsState();
+    if (set.rightsState != state) {
+        if (!context_.mayStillRead(set.use)) return false;
+        set.rightsState = state;
+        if (set.kind == SetKind::Records) set.columns.clear();  // other fields may be readable by now
+    }
+    if (FieldUse* use = context_.fieldUse(); use != nullptr && running_) use->note(set.use);
+    return true;
+}
+
 void Search::adopt(std::shared_ptr<SearchSet> set, std::string command) {
+    if (const FieldUse* use = context_.fieldUse()) set->use = *use;
+    set->rightsState = commandRights_;
     set->command = std::move(command);
     set->serial = ++made_;
     set->number = static_cast<int32_t>(sets_.size()) + 1;
@@ -104,6 +137,7 @@ void Search::adopt(std::shared_ptr<SearchSet> set, std::string command) {
 }
 
 Status Search::makeWholeSet() {
+    forgetUse();
     auto set = std::make_unique<SearchSet>();
     for (const std::shared_ptr<OpenBase>& base : bases_) {
         if (base->gone()) continue;
@@ -125,7 +159,7 @@ std::shared_ptr<SearchSet> Search::share(int32_t number) {
     if (set == nullptr) return nullptr;
     const bool gone = std::any_of(set->bases.begin(), set->bases.end(),
                                   [](const SetBase& base) { return base.base->gone(); });
-    return gone ? nullptr : set;
+    return gone || !allowed(*set) ? nullptr : set;
 }
 
 Status Search::currentResult(SearchCounts& result) {

@@ -96,7 +96,8 @@ public:
     const std::vector<std::shared_ptr<OpenBase>>& bases() const { return bases_; }
     int32_t liveSets() const;
 
-    // Null for numbers that no set has; 0 is the current result.
+    // Null for numbers that no set has, and for sets that were made of what the user may not read any more; 0
+    // is the current result.
     SearchSet* find(int32_t set) { return share(set).get(); }
     std::shared_ptr<SearchSet> share(int32_t set);
     // The hit parts of a record of a record set, ascending, and whether its head satisfied the search by
@@ -119,6 +120,9 @@ private:
     Status makeWholeSet();
     Status fetchRecordRow(SearchSet& set, uint64_t place, RowItems& row);
     void adopt(std::shared_ptr<SearchSet> set, std::string command);
+    // May the user still see what the set shows?
+    bool allowed(SearchSet& set);
+    void forgetUse();
 
     SearchContext& context_;
     std::vector<std::shared_ptr<OpenBase>> bases_;
@@ -128,7 +132,9 @@ private:
     CurrentResult current_;
     int32_t minimum_ = 1;
     CommandError error_;
-    std::string command_;  // the present one, for the set that it makes
+    bool running_ = false;        // a command, whose use of fields is being noted
+    uint64_t commandRights_ = 0;  // rightsState() when it began
+    std::string command_;         // the present one, for the set that it makes
 };
 
 }  // namespace wdb

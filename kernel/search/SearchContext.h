@@ -9,6 +9,7 @@
 #include "kernel/ccl/CommandWords.h"
 #include "kernel/common/Status.h"
 #include "kernel/record/DateForm.h"
+#include "kernel/search/FieldUse.h"
 #include "kernel/text/Analyzer.h"
 
 namespace wdb {
@@ -22,6 +23,12 @@ public:
     virtual Result<std::shared_ptr<OpenBase>> findBase(Slice name) = 0;
     // May the user read this field? (A field that may not be read is to a search as one that does not exist.)
     virtual bool mayRead(const BaseDefinition& base, FieldNumber field) = 0;
+    // As long as it stays the same, what could be read can still be read.
+    virtual uint64_t rightsState() { return 0; }
+    // Where mayRead() notes the fields that it allows, if any.
+    virtual FieldUse* fieldUse() { return nullptr; }
+    // Can all these fields still be read?
+    virtual bool mayStillRead(const FieldUse&) { return true; }
     // The state of a base that the present call sees, the session's own unit included. Valid until the call
     // ends; the same one for the same base within a call.
     virtual Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) = 0;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kernel/index/RecordSet.h"
+#include "kernel/search/FieldUse.h"
 #include "kernel/search/Ordering.h"
 #include "kernel/search/OutputColumn.h"
 #include "kernel/search/RowBlock.h"
@@ -42,6 +43,8 @@ struct SearchSet {
     std::unique_ptr<UnionRows> joined;  // of a union, whose `bases` are those of its members
     std::vector<RecordNumber> window;   // records by number from the place windowStart on, for row after row
     uint64_t windowStart = 0;
+    FieldUse use;              // what was read to make the set
+    uint64_t rightsState = 0;  // under which all that could be read, as far as is known
 
     uint64_t rows() const;
     // Records of the first base: those of its rows.

@@ -1,6 +1,7 @@
 #include "kernel/session/Session.h"
 
-#include "kernel/common/Ascii.h"
+#include <algorithm>
+
 #include "kernel/jobs/IndexJob.h"
 #include "kernel/rules/RecordChange.h"
 #include "kernel/session/UnitRules.h"
@@ -34,12 +35,13 @@ Result<std::unique_ptr<Session>> Session::open(const std::string& home, std::str
     if (!directory) return directory.status();
     auto who = (*directory)->authenticate(trimName(user), password);
     if (!who) return who.status();
-    return std::make_unique<Session>(std::move(*directory), std::move(*who), options, number);
+    return std::make_unique<Session>(std::move(*directory), who->name, options, number);
 }
 
-Session::Session(std::shared_ptr<SystemDirectory> home, UserRecord who, uint32_t options, uint16_t number)
+Session::Session(std::shared_ptr<SystemDirectory> home, const std::string& who, uint32_t options,
+                 uint16_t number)
     : directory(std::move(home)),
-      user(std::move(who)),
+      rights(directory, who),
       asyncIndex((options & WDB_OPEN_ASYNC_INDEX) != 0),
       settings(*directory),
       writer(directory, settings, clock, snapshots, (options & WDB_OPEN_READ_ONLY) != 0),
@@ -53,13 +55,25 @@ Session::~Session() {
     writer.drop();
 }
 
-bool Session::owns(const BaseDefinition& base) const {
-    return administrator() || equalsIgnoreCase(trimName(base.owner), trimName(user.name));
+Actor Session::actor() {
+    return {rights.owner(), rights.administrator(), rights.mayCreate(), writer.readOnly()};
 }
 
-Actor Session::actor() const {
-    return {user.name, administrator(), administrator() || (user.rights & WDB_USER_CREATE) != 0,
-            writer.readOnly()};
+bool Session::mayRead(const BaseDefinition& base, FieldNumber field) {
+    if (!rights.mayRead(base, field)) return false;
+    fieldUse_.note(base.id, rights.owns(base) ? kEveryField : field);
+    return true;
+}
+
+bool Session::mayStillRead(const FieldUse& use) {
+    const auto all = directory->definitions();
+    return all && std::ranges::all_of(use.fields(), [&](const FieldUse::Field& field) {
+               const auto base =
+                   std::ranges::find(*all, field.first, [](const auto& one) { return one->id; });
+               if (base == all->end()) return false;
+               return field.second == kEveryField ? rights.owns(**base)
+                                                  : rights.mayRead(**base, field.second);
+           });
 }
 
 Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
@@ -68,11 +82,12 @@ Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
         fail(base.status(), name);
         return base.status();
     }
-    if (!mayRead(*(*base)->definition())) return fail(WDB_E_BASE, name);
+    if (!rights.mayRead(*(*base)->definition())) return fail(WDB_E_BASE, name);
     return base;
 }
 
 Result<const BaseSnapshot*> Session::snapshot(const std::shared_ptr<OpenBase>& base) {
+    if (!rights.mayRead(*base->definition())) return WDB_E_BASE;
     if (!statuses.empty() && snapshots.age(*base) > kSnapshotYoung &&
         snapshots.age(*base).count() >= settings.number("WDB_SNAPSHOT_MAX", kSnapshotMax)) {
         search.snapshotGivenUp(*base);
@@ -99,6 +114,7 @@ void Session::attach(RecordControl& control, const std::shared_ptr<OpenBase>& ba
 
 Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                            uint64_t version) {
+    if (!rights.mayRead(*base->definition())) return WDB_E_BASE;
     if (const UnitBase* load = writer.loadBase(*base)) {
         const auto image = load->writer->image(number);
         if (!image) return image.status();
@@ -128,6 +144,7 @@ Status Session::loadNext(RecordControl& control, RecordNumber after) {
         const Status walked = reader.forEachRecord(after + 1, take);
         return ok(walked) || walked == WDB_FAIL ? taken : walked;
     };
+    if (!rights.mayRead(*base->definition())) return WDB_E_BASE;
     if (const UnitBase* load = writer.loadBase(*base)) return first(*load->writer);
     const auto found = snapshot(base);
     return found ? first((*found)->reader()) : found.status();
@@ -140,14 +157,15 @@ void Session::takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>
     control.record.load(number, view, version == 0 ? view.commit() : version);
 }
 
-Status Session::mayChange(const RecordControl& control) const {
+Status Session::mayChange(const RecordControl& control) {
     if (!control.attached()) return WDB_E_NO_RECORD;
     if (control.listed || !control.writable || writer.readOnly()) return WDB_E_READ_ONLY;
-    return mayWrite(*control.definition) ? WDB_OK : WDB_E_RIGHT;
+    return rights.mayWrite(*control.definition) ? WDB_OK : WDB_E_RIGHT;
 }
 
 Status Session::selectPart(RecordControl& control, int32_t part) {
     if (!control.attached() || !control.record.any()) return WDB_E_NO_RECORD;
+    if (!control.listed && !rights.mayRead(*control.definition)) return WDB_E_BASE;
     if (part < 0 || static_cast<PartNumber>(part) > control.record.partCount()) return WDB_E_PART;
     control.part = static_cast<PartNumber>(part);
     return WDB_OK;
@@ -187,7 +205,7 @@ Status Session::removePart(RecordControl& control, int32_t part) {
 Status Session::putRecord(RecordControl& control, RecordNumber wanted) {
     if (!control.attached() || control.deleted) return WDB_E_NO_RECORD;
     if (control.listed || !control.writable) return WDB_E_READ_ONLY;
-    if (!mayWrite(*control.definition)) return WDB_E_RIGHT;
+    if (!rights.mayWrite(*control.definition)) return WDB_E_RIGHT;
     if (wanted != 0 && control.record.number() != 0) return WDB_E_ARGUMENT;
     if (!control.record.any()) control.record.makeNew();
     const auto base = writer.begin(control.base, statuses.top());
@@ -214,7 +232,7 @@ Status Session::deleteRecord(RecordControl& control) {
     if (control.listed) return WDB_E_READ_ONLY;
     if (!control.attached() || !control.record.any() || control.record.number() == 0) return WDB_E_NO_RECORD;
     if (!control.writable) return WDB_E_READ_ONLY;
-    if (!mayWrite(*control.definition)) return WDB_E_RIGHT;
+    if (!rights.mayMakeRecords(*control.definition)) return WDB_E_RIGHT;
     const auto base = writer.begin(control.base, statuses.top());
     if (!base) return base.status();
     SessionWriter::Scope write(writer);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "include/wdb.h"
 #include "kernel/catalog/DefinitionEditor.h"
 #include "kernel/catalog/SystemDirectory.h"
+#include "kernel/rights/Rights.h"
 #include "kernel/search/Search.h"
 #include "kernel/search/SearchContext.h"
 #include "kernel/session/Charset.h"
@@ -36,6 +38,12 @@ struct RuleList {
     std::vector<WdbIntegrityRule> rules;
 };
 
+// Whose access record of which base is in hand.
+struct AccessTarget {
+    std::shared_ptr<const BaseDefinition> base;
+    std::string user;
+};
+
 // What a session holds beyond its calls, and what it answers to searches. One thread at a time works with it;
 // the API (kernel/api) calls it through the thread's bound session. Members are public where the API works on
 // the part itself; the functions here are those that concern several parts.
@@ -46,12 +54,12 @@ public:
     static Result<std::unique_ptr<Session>> open(const std::string& home, std::string_view user,
                                                  std::string_view password, uint32_t options,
                                                  uint16_t number);
-    Session(std::shared_ptr<SystemDirectory> home, UserRecord who, uint32_t options, uint16_t number);
+    Session(std::shared_ptr<SystemDirectory> home, const std::string& who, uint32_t options, uint16_t number);
     ~Session() override;
 
     // --- the session's parts ---
     const std::shared_ptr<SystemDirectory> directory;
-    const UserRecord user;
+    Rights rights;
     const bool asyncIndex;
     SessionClock clock;
     Settings settings;
@@ -70,17 +78,13 @@ public:
     RowBuffers rowBuffers;
     std::vector<std::unique_ptr<RuleList>> ruleLists;
     std::shared_ptr<const BaseDefinition> checkedBase;  // null: none
+    std::optional<AccessTarget> accessTarget;
     Hooks hooks;
     LastError lastError;
     RowItems row;  // of the latest row fetched; kept for its memory
 
-    // --- rights ---
-    bool administrator() const { return (user.rights & WDB_USER_ADMIN) != 0; }
-    // Owner or administrator.
-    bool owns(const BaseDefinition& base) const;
-    bool mayRead(const BaseDefinition& base) const { return owns(base); }
-    bool mayWrite(const BaseDefinition& base) const { return owns(base); }
-    Actor actor() const;
+    // On whose behalf definitions are edited, as of now.
+    Actor actor();
 
     // --- bases and records ---
     Result<uint64_t> recordCount(const std::shared_ptr<OpenBase>& base);
@@ -138,7 +142,10 @@ public:
 
     // --- SearchContext ---
     Result<std::shared_ptr<OpenBase>> findBase(Slice name) override;
-    bool mayRead(const BaseDefinition& base, FieldNumber) override { return owns(base); }
+    bool mayRead(const BaseDefinition& base, FieldNumber field) override;
+    uint64_t rightsState() override { return rights.state(); }
+    FieldUse* fieldUse() override { return &fieldUse_; }
+    bool mayStillRead(const FieldUse& use) override;
     // Given up and taken anew when it is older than the setting WDB_SNAPSHOT_MAX.
     Result<const BaseSnapshot*> snapshot(const std::shared_ptr<OpenBase>& base) override;
     bool watched() const override { return hooks.step != nullptr; }
@@ -155,10 +162,11 @@ private:
     void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                     const RecordView& view, uint64_t version);
     void dropCursors(RecordControl& control);
-    Status mayChange(const RecordControl& control) const;
+    Status mayChange(const RecordControl& control);
     void publishCounts();
 
     Analyzer analyzer_;
+    FieldUse fieldUse_;
     IndexJobs jobs_;
     Counts counts_;
 };

@@ -20,8 +20,8 @@ Result<UnitBase*> UnitRules::join(const std::shared_ptr<OpenBase>& base) {
     return session_->writer.join(base);
 }
 
-bool UnitRules::mayChange(const BaseDefinition& base, FieldNumber) const {
-    return session_->mayWrite(base);
+bool UnitRules::mayChange(const BaseDefinition& base, FieldNumber field) const {
+    return field == 0 ? session_->rights.mayMakeRecords(base) : session_->rights.mayWrite(base, field);
 }
 
 }  // namespace wdb
