@@ -302,10 +302,4 @@ TEST_F(Handles, ReadOnlySessionsWriteNothing) {
     EXPECT_EQ(WdbCloseSession(&reader), 1);
 }
 
-TEST_F(Handles, LaterFunctionsSaySo) {
-    WdbAccessRecord record{};
-    EXPECT_EQ(WdbGetDbAccess("ann", &record), WDB_E_UNSUPPORTED);
-    EXPECT_EQ(WdbPutUser("ann", "", 0), WDB_E_UNSUPPORTED);
-}
-
 }  // namespace
