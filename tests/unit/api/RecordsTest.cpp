@@ -265,6 +265,23 @@ TEST_F(Records, LargeObjects) {
     }
 }
 
+TEST_F(Records, DefaultsAtTheEnds) {
+    createBase("ENDS", {{"NAME", "PHRASE"}, {"NUMBER", "INTEGER"}});
+    WdbFieldSpec field = spec({"NUMBER", "INTEGER"});
+    int32_t record = 0;
+    for (const char* value : {"-2147483648", "2147483647", "-2147483647"}) {
+        WdbBaseDef base{};
+        ASSERT_EQ(WdbGetBaseDef("ENDS", &base), 1);
+        ASSERT_EQ(WdbPutDefaultValue(&field, value), 1);
+        ASSERT_EQ(WdbPutBaseDef(&base), 1);
+        ASSERT_EQ(insert("ENDS", {"x"}), 1);
+        WdbRecordControl* made = control("ENDS", WDB_MODE_READ);
+        ASSERT_EQ(WdbGetRecordInBase(made, ++record), 1);
+        EXPECT_EQ(get(made, 2), value);
+        EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+    }
+}
+
 TEST_F(Records, KeysMandatoryDefaultsSerials) {
     createBase("KEYED", {{"ID", "INTEGER", false, true}, {"NAME", "PHRASE", true}, {"CITY", "PHRASE"}},
                "NAME");
