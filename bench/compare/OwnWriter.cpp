@@ -13,8 +13,8 @@ namespace {
 std::string quoted(const std::string& text) {
     std::string out = "'";
     for (const char c : text) {
+        if (c == '\'') out += '\\';
         out += c;
-        if (c == '\'') out += c;
     }
     return out + "'";
 }
