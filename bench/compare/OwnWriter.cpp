@@ -104,8 +104,12 @@ private:
         data.wdb_options = SQLENGINE_EXPORT_ALLOC | SQLENGINE_IEOPT_MEMORY;
         const bool done = (execsql(&data, nullptr) & 1) != 0;
         if (!done) die(sql.substr(0, 200) + ": " + (data.output != nullptr ? data.output : data.message));
-        const char* count = data.output == nullptr ? nullptr : std::strstr(data.output, "rowCount=\"");
-        const long long rows = count == nullptr ? 0 : std::atoll(count + std::strlen("rowCount=\""));
+        const std::string answer = data.output == nullptr ? "" : data.output;
+        // A statement that changes rows answers one row, with their count.
+        const bool changed = answer.find("columnLabel=\"Row Count\"") != std::string::npos;
+        const std::string before = changed ? "<P>" : "rowCount=\"";
+        const size_t at = answer.find(before);
+        const long long rows = at == std::string::npos ? 0 : std::atoll(answer.c_str() + at + before.size());
         std::free(data.output);
         return rows;
     }
