@@ -221,6 +221,12 @@ TEST_F(Rights, AreAskedOnEveryRoad) {
         {"index rebuilt", [] { return WdbBatchLoadIndex(1, "T", ""); }, WDB_E_RIGHT},
         {"verify", [] { return WdbVerifyBase("T", 0, nullptr, nullptr); }, WDB_E_RIGHT},
         {"verify a hidden base", [] { return WdbVerifyBase("S", 0, nullptr, nullptr); }, WDB_E_BASE},
+        {"copy", [] { return WdbBackupBase("T", "/tmp/none"); }, WDB_E_RIGHT},
+        {"copy of everything", [] { return WdbBackupBase(nullptr, "/tmp/none"); }, WDB_E_RIGHT},
+        {"compact", [] { return WdbCompactBase("T"); }, WDB_E_RIGHT},
+        {"wait for a hidden base", [] { return WdbWaitIndex("S", 0); }, WDB_E_BASE},
+        {"owner", [] { return WdbSetBaseOwner("T", "ann"); }, WDB_E_RIGHT},
+        {"owner of a hidden base", [] { return WdbSetBaseOwner("S", "ann"); }, WDB_E_BASE},
         {"load", [] { return WdbBeginLoad("T", 0); }, WDB_E_RIGHT},
         {"lasting setting", [] { return WdbSetResource(4, "X", "y"); }, WDB_E_RIGHT},
     };
@@ -303,6 +309,27 @@ TEST_F(Rights, BelongToTheBaseAndNotToItsName) {
     EXPECT_EQ(record.baseRights, 0) << "the records went with the user of that name before";
     ASSERT_EQ(WdbGetDbAccess("ann", &record), 1);
     EXPECT_EQ(record.baseRights, 3);
+    WdbBaseDef definition{};
+    ASSERT_EQ(WdbGetBaseDef("T", &definition), 1);
+    ASSERT_EQ(WdbDeleteBaseDef(), 1);
+    EXPECT_EQ(WdbPutDbAccess(&record), WDB_E_NOT_CHECKED) << "nothing to give any more";
+    createBase("T", {{"A", "PHRASE"}});
+    asAnn();
+    EXPECT_EQ(ccl("BAS T"), WDB_E_BASE) << "another base";
+}
+
+TEST_F(Rights, AreAskedAgainWhenADefinitionIsStored) {
+    ASSERT_EQ(WdbSetBaseOwner("T", "ann"), 1);
+    asAnn();
+    WdbBaseDef definition{};
+    ASSERT_EQ(WdbGetBaseDef("T", &definition), 1);
+    asBoss();
+    ASSERT_EQ(WdbSetBaseOwner("T", "boss"), 1);
+    asAnn();
+    copy(definition.comment, "mine");
+    EXPECT_EQ(WdbPutBaseDef(&definition), WDB_E_RIGHT);
+    EXPECT_EQ(WdbDeleteBaseDef(), WDB_E_RIGHT);
+    EXPECT_EQ(ccl("BAS T"), WDB_E_BASE);
 }
 
 TEST_F(Rights, RecordsAreTakenInHandInOrder) {
