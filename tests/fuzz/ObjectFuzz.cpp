@@ -1,5 +1,6 @@
 // Any bytes as a fetch key, and any bytes as an object, above the real kernel with one small table. The first
-// byte chooses: a key for sqlgetobject or for GET OBJECT, or an object that is stored and must come back.
+// byte chooses: a key for sqlgetobject or for GET OBJECT, an object that is stored and must come back, or
+// what SET OBJECT gets as its data.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -105,19 +106,37 @@ void storeAndFetch(bool text, std::string_view object) {
     expect(fetched.output == (text ? linesOf(object) : std::string(object)));
 }
 
+// What is no file's name: that would read files of the machine.
+void setByStatement(bool text, std::string_view data) {
+    const std::string head = std::string("UPDATE O SET OBJECT (") + (text ? "T" : "B") + ", '";
+    if (data.starts_with("file=")) return;
+    const Reply stored = call(execsql, head + std::string(data) + "') WHERE N = 1", 36);
+    expect(stored.answered);
+    if (stored.status != 1) return expect(stored.output.find("<Fault faultCode=\"") != std::string::npos);
+    const Reply fetched = call(sqlgetobject, text ? "FETCHKEY=4f-1-0-2\n" : "FETCHKEY=4F-1-0-3\n", 37);
+    expect(fetched.status == 1 && fetched.answered);
+    const bool plain = data.starts_with("data=") && data.find_first_of("\\'") == std::string_view::npos &&
+                       data.find('\0') == std::string_view::npos;
+    if (plain) expect(fetched.output == (text ? linesOf(data.substr(5)) : std::string(data.substr(5))));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     static const Home home;
     if (size < 1) return 0;
     const std::string_view rest(reinterpret_cast<const char*>(bytes) + 1, size - 1);
-    switch (bytes[0] % 4) {
+    switch (bytes[0] % 6) {
         case 0:
         case 1:
-            fetch(rest, bytes[0] % 4 == 1, (bytes[0] & 4) != 0 ? 37 : 36);
+            fetch(rest, bytes[0] % 6 == 1, bytes[0] >= 128 ? 37 : 36);
+            break;
+        case 2:
+        case 3:
+            storeAndFetch(bytes[0] % 6 == 2, rest);
             break;
         default:
-            storeAndFetch(bytes[0] % 4 == 2, rest);
+            setByStatement(bytes[0] % 6 == 4, rest);
     }
     WdbLiveCounts live{};
     expect(WdbLiveHandles(&live) == WDB_OK);
