@@ -72,9 +72,10 @@ private:
 };
 
 // A text as it is stored: lines end at LF, a CR before it belongs to the end, a line end at the very end adds
-// no line.
+// no line. A line end alone is the empty text.
 std::string linesOf(std::string_view text) {
     std::string lines;
+    if (text == "\n" || text == "\r\n") return lines;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
         std::string_view line = text.substr(0, end);
