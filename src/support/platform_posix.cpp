@@ -18,11 +18,18 @@
 
 namespace wsql::platform {
 
+namespace {
+// A call of its own: next to the clearing of its block the compiler makes calloc of it.
+[[gnu::noinline]] void* smallBlock(std::size_t size) {
+    return std::realloc(nullptr, size);
+}
+}  // namespace
+
 void* heapAllocate(std::size_t size) {
     // The C library keeps small blocks at hand for malloc and realloc only.
     constexpr std::size_t kSmall = 1032;
     size = std::max<std::size_t>(size, 1);
-    void* block = size <= kSmall ? std::realloc(nullptr, size) : std::calloc(1, size);
+    void* block = size <= kSmall ? smallBlock(size) : std::calloc(1, size);
     if (block == nullptr) throw std::bad_alloc();
     if (size <= kSmall) std::memset(block, 0, size);
     return block;
