@@ -97,13 +97,21 @@ void RecordPut::undo() {
     filled_.clear();
 }
 
+// An object that is handed in decides for its place alone: what was stored there goes, also for an empty one.
+bool RecordPut::holdsValue(FieldNumber field) const {
+    for (PartNumber part = 0; part <= record_->parts.size(); ++part) {
+        const auto pending = std::ranges::find_if(objects_, [&](const PendingObject& object) {
+            return object.part == part && object.field == field;
+        });
+        if (pending == objects_.end() ? hasValue(*record_->fields(part), field) : pending->bytes->size() > 0)
+            return true;
+    }
+    return false;
+}
+
 Status RecordPut::checkMandatory() const {
     for (const FieldDefinition& field : base_->definition->schema->fields()) {
-        if (!field.mandatory || hasValue(*record_, field.number)) continue;
-        const bool pending = std::ranges::any_of(objects_, [&](const PendingObject& object) {
-            return object.field == field.number && object.bytes->size() > 0;
-        });
-        if (!pending) return WDB_E_MANDATORY;
+        if (field.mandatory && !holdsValue(field.number)) return WDB_E_MANDATORY;
     }
     return WDB_OK;
 }

@@ -56,6 +56,7 @@ private:
     Status readStored(const ChangedByOthers& changed);
     Status checkRights(const RecordView& stored) const;
     Status fillDefaults();
+    bool holdsValue(FieldNumber field) const;
     Status checkMandatory() const;
     Status checkRules();
     Status storeObjects();

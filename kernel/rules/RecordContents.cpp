@@ -24,12 +24,6 @@ const FieldsData& fieldsOf(const RecordData& record, PartNumber part) {
     return part == 0 ? record.head : record.parts[part - 1];
 }
 
-bool anyValue(const FieldsData& fields, FieldNumber field) {
-    const FieldValues* values = fields.find(field);
-    return values != nullptr &&
-           std::ranges::any_of(values->items, [](const std::string& item) { return !item.empty(); });
-}
-
 }  // namespace
 
 Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number) {
@@ -51,9 +45,15 @@ std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordData& r
     });
 }
 
+bool hasValue(const FieldsData& fields, FieldNumber field) {
+    const FieldValues* values = fields.find(field);
+    return values != nullptr &&
+           std::ranges::any_of(values->items, [](const std::string& item) { return !item.empty(); });
+}
+
 bool hasValue(const RecordData& record, FieldNumber field) {
-    return anyValue(record.head, field) ||
-           std::ranges::any_of(record.parts, [&](const FieldsData& part) { return anyValue(part, field); });
+    return hasValue(record.head, field) ||
+           std::ranges::any_of(record.parts, [&](const FieldsData& part) { return hasValue(part, field); });
 }
 
 void forEachItem(RecordData& record, FieldNumber field, const ItemVisitor& visit) {

@@ -17,6 +17,7 @@ Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number);
 // The large objects of a record, its parts included.
 std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordView& record);
 std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordData& record);
+bool hasValue(const FieldsData& fields, FieldNumber field);
 // Whether the head or a part has a value of the field.
 bool hasValue(const RecordData& record, FieldNumber field);
 // The items of a field in head and parts; empty ones too.

@@ -282,6 +282,30 @@ TEST_F(Records, DefaultsAtTheEnds) {
     }
 }
 
+TEST_F(Records, MandatoryObjectsAreNotEmptied) {
+    createBase("SCANS", {{"ID", "INTEGER", false, true}, {"IMAGE", "STRING", true}});
+    WdbRecordControl* made = control("SCANS", WDB_MODE_WRITE);
+    WdbCursor* cursor = nullptr;
+    ASSERT_EQ(WdbSetCursor(&cursor, made, 2, 0, 0), 1);
+    EXPECT_EQ(WdbPutRecord(made, nullptr), WDB_E_MANDATORY);
+    ASSERT_EQ(WdbPutBlobBlock(cursor, 5, "bytes"), 1);
+    int32_t number = 0;
+    ASSERT_EQ(WdbPutRecord(made, &number), 1);
+    EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
+
+    ASSERT_EQ(WdbSetCursor(&cursor, made, 2, 0, 0), 1);
+    ASSERT_EQ(WdbPutBlobBlock(cursor, 0, ""), 1) << "the first call on a new cursor replaces";
+    EXPECT_EQ(WdbPutRecord(made, nullptr), WDB_E_MANDATORY);
+    EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
+    ASSERT_EQ(WdbGetRecordInBase(made, number), 1);
+    ASSERT_EQ(WdbSetCursor(&cursor, made, 2, 0, 0), 1);
+    int32_t size = 0;
+    ASSERT_EQ(WdbGetBlobSize(cursor, &size), 1);
+    EXPECT_EQ(size, 5) << "nothing was stored";
+    EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+}
+
 TEST_F(Records, KeysMandatoryDefaultsSerials) {
     createBase("KEYED", {{"ID", "INTEGER", false, true}, {"NAME", "PHRASE", true}, {"CITY", "PHRASE"}},
                "NAME");
