@@ -11,6 +11,7 @@
 
 #include "kernel/common/ByteOrder.h"
 #include "kernel/common/Ids.h"
+#include "kernel/storage/OpenFileLock.h"
 #include "kernel/storage/PageWalker.h"
 
 namespace wdb {
@@ -20,15 +21,6 @@ namespace {
 constexpr char kNoteMagic[] = "wdbclean";
 constexpr std::chrono::seconds kWalkPatience{120};
 constexpr std::chrono::milliseconds kWalkPause{2};
-
-// A lock of the open file, which nothing else that the process does with the file can drop.
-bool setLock(int file, short type) {
-    struct flock region {};
-    region.l_type = type;
-    region.l_whence = SEEK_SET;
-    region.l_len = 1;
-    return ::fcntl(file, F_OFD_SETLK, &region) == 0;
-}
 
 std::string readSmall(const std::string& path) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -54,14 +46,14 @@ Status FileGuard::enter(bool fresh, bool always) {
     const auto deadline = std::chrono::steady_clock::now() + kWalkPatience;
     for (;;) {
         // Files that may only be read take no lock of a writer's kind: they are looked at under the other.
-        if (setLock(file_, F_WRLCK) || errno == EBADF) {
+        if (setOpenFileLock(file_, F_WRLCK) || errno == EBADF) {
             const Status status = fresh ? WDB_OK : inspect(always);
             sound_ = ok(status);
-            return setLock(file_, F_RDLCK) ? status : WDB_E_STORAGE;
+            return setOpenFileLock(file_, F_RDLCK) ? status : WDB_E_STORAGE;
         }
         if (errno != EAGAIN && errno != EACCES && errno != EINTR) return WDB_E_STORAGE;
         // Shared: the file is in use and was looked at. Neither: somebody is looking.
-        if (setLock(file_, F_RDLCK)) {
+        if (setOpenFileLock(file_, F_RDLCK)) {
             sound_ = true;
             return WDB_OK;
         }
@@ -93,7 +85,7 @@ std::string FileGuard::note() const {
 
 FileGuard::~FileGuard() {
     if (file_ < 0) return;
-    if (sound_ && setLock(file_, F_WRLCK)) writeNote();
+    if (sound_ && setOpenFileLock(file_, F_WRLCK)) writeNote();
     ::close(file_);
 }
 

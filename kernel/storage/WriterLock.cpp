@@ -9,6 +9,8 @@
 #include <thread>
 #include <utility>
 
+#include "kernel/storage/OpenFileLock.h"
+
 namespace wdb {
 
 namespace {
@@ -19,15 +21,6 @@ constexpr size_t kCatalogVersionAt = 64;
 constexpr size_t kUnitPendingAt = 128;
 constexpr size_t kUnitVoidAt = 192;
 static_assert(std::atomic<uint64_t>::is_always_lock_free && sizeof(std::atomic<uint64_t>) == 8);
-
-// A lock of the open file, not of the process: it knows nothing of other descriptors of this process.
-bool setLock(int file, short type) {
-    struct flock region {};
-    region.l_type = type;
-    region.l_whence = SEEK_SET;
-    region.l_len = 1;
-    return ::fcntl(file, F_OFD_SETLK, &region) == 0;
-}
 
 }  // namespace
 
@@ -84,7 +77,7 @@ Status WriterLock::lockFile(std::chrono::steady_clock::time_point deadline) {
     constexpr std::chrono::microseconds kFirstPause{50};
     constexpr std::chrono::microseconds kLongestPause{2000};
     for (auto pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
-        if (setLock(file_, F_WRLCK)) return WDB_OK;
+        if (setOpenFileLock(file_, F_WRLCK)) return WDB_OK;
         if (errno != EAGAIN && errno != EACCES && errno != EINTR) return WDB_E_STORAGE;
         if (std::chrono::steady_clock::now() >= deadline) return WDB_E_LOCKED;
         std::this_thread::sleep_for(pause);
@@ -92,7 +85,7 @@ Status WriterLock::lockFile(std::chrono::steady_clock::time_point deadline) {
 }
 
 void WriterLock::release() {
-    setLock(file_, F_UNLCK);
+    setOpenFileLock(file_, F_UNLCK);
     std::lock_guard lock(mutex_);
     held_ = false;
     freed_.notify_one();
