@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <thread>
 
 #include "kernel/storage/LmdbStatus.h"
 #include "kernel/storage/OpenFiles.h"
@@ -206,8 +207,26 @@ int Environment::beginRead(MDB_txn*& txn) {
             pool_.pop_back();
         }
     }
-    if (txn == nullptr) return callLmdb([&] { return mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn); });
-    const int code = callLmdb([&] { return mdb_txn_renew(txn); });
+    int code = MDB_SUCCESS;
+    if (txn == nullptr) {
+        code = callLmdb([&] { return mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn); });
+        if (code != MDB_SUCCESS) return code;
+    } else {
+        code = callLmdb([&] { return mdb_txn_renew(txn); });
+    }
+    // The number of the state comes from the lock file and the state itself from the page that the number
+    // names, which the second commit after it overwrites: a reader that is held up between the two has a
+    // state that is not announced yet, and its next look would see an older one. A state is taken when
+    // nothing newer was on its way behind it; a writer that is held up there is not waited for.
+    constexpr int kTries = 64;
+    for (int i = 0; i < kTries && code == MDB_SUCCESS; ++i) {
+        MDB_envinfo info;
+        code = mdb_env_info(env_, &info);
+        if (code != MDB_SUCCESS || info.me_last_txnid == mdb_txn_id(txn)) break;
+        if (i > 0) std::this_thread::yield();
+        mdb_txn_reset(txn);
+        code = callLmdb([&] { return mdb_txn_renew(txn); });
+    }
     if (code != MDB_SUCCESS) mdb_txn_abort(txn);
     return code;
 }
