@@ -7,6 +7,11 @@
 
 namespace compare {
 
+// What is compared. Text: the query is a text that is taken apart anew, and the answer is written as an XML
+// document, which is what a host of this engine gets. Prepared: the others have their statements prepared,
+// and their rows are read and not written; this engine has no such way and does as ever.
+enum class Way { Text, Prepared };
+
 // Something that answers the queries. Faults end the program with a message: a comparison with a broken
 // engine is worth nothing.
 class Engine {
@@ -16,15 +21,15 @@ public:
     // Whether it has an answer for the kind at all; also the place for what is done once, outside the
     // measured time (settings, prepared statements).
     virtual bool prepare(Kind kind) = 0;
-    // The exact total and the rows of the page, read to the last byte.
+    // The exact total and the rows of the page, as the way says.
     virtual Answer answer(const Query& query) = 0;
 };
 
 // Each opens what the loading steps made under `data`; `loadX` reads the collection's CSV files there.
 std::unique_ptr<Engine> openOwn(const std::string& data);
-std::unique_ptr<Engine> openSqlite(const std::string& data);
-std::unique_ptr<Engine> openXapian(const std::string& data);
-std::unique_ptr<Engine> openPostgres(const std::string& data);
+std::unique_ptr<Engine> openSqlite(const std::string& data, Way way);
+std::unique_ptr<Engine> openXapian(const std::string& data, Way way);
+std::unique_ptr<Engine> openPostgres(const std::string& data, Way way);
 
 void loadSqlite(const std::string& data);
 void loadXapian(const std::string& data);

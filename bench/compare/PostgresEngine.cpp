@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bench/compare/Csv.h"
+#include "bench/compare/Document.h"
 #include "bench/compare/Engine.h"
 #include "kernel/text/Analyzer.h"
 
@@ -107,7 +108,7 @@ std::vector<std::string> parametersOf(const Query& query) {
 
 class PostgresEngine : public Engine {
 public:
-    explicit PostgresEngine(const std::string& data) : connection_(connect(databaseOf(data))) {}
+    PostgresEngine(const std::string& data, Way way) : way_(way), connection_(connect(databaseOf(data))) {}
     PostgresEngine(const PostgresEngine&) = delete;
     PostgresEngine& operator=(const PostgresEngine&) = delete;
     ~PostgresEngine() override { PQfinish(connection_); }
@@ -123,10 +124,12 @@ public:
         run(connection_, texts.from.find("@@") == std::string::npos
                              ? "SET plan_cache_mode = auto"
                              : "SET plan_cache_mode = force_custom_plan");
-        prepareOne("total", "SELECT count(*) " + (texts.counted.empty() ? texts.from : texts.counted));
-        prepareOne("rows", "SELECT " + texts.columns + ' ' + texts.from + texts.order + " LIMIT " +
-                               std::to_string(kPageRows) + " OFFSET " +
-                               std::to_string(kind == Kind::Page500 ? (kFarPage - 1) * kPageRows : 0));
+        total_ = {"total", "SELECT count(*) " + (texts.counted.empty() ? texts.from : texts.counted)};
+        rows_ = {"rows", "SELECT " + texts.columns + ' ' + texts.from + texts.order + " LIMIT " +
+                             std::to_string(kPageRows) + " OFFSET " +
+                             std::to_string(kind == Kind::Page500 ? (kFarPage - 1) * kPageRows : 0)};
+        prepareOne(total_);
+        prepareOne(rows_);
         return true;
     }
 
@@ -134,13 +137,17 @@ public:
     Answer answer(const Query& query) override {
         const std::vector<std::string> parameters = parametersOf(query);
         PQenterPipelineMode(connection_);
-        send("total", query.kind == Kind::Group ? std::vector<std::string>() : parameters);
-        send("rows", parameters);
+        send(total_, query.kind == Kind::Group ? std::vector<std::string>() : parameters);
+        send(rows_, parameters);
         PQpipelineSync(connection_);
         Answer out;
         read([&](PGresult* result) { out.total = std::atoll(PQgetvalue(result, 0, 0)); });
         read([&](PGresult* result) {
             out.rows = PQntuples(result);
+            if (way_ == Way::Text) {
+                out.bytes = write(result, out.total);
+                return;
+            }
             for (int row = 0; row < out.rows; ++row) {
                 for (int column = 0; column < PQnfields(result); ++column)
                     out.bytes += static_cast<size_t>(PQgetlength(result, row, column));
@@ -154,18 +161,38 @@ public:
     }
 
 private:
-    void prepareOne(const char* name, const std::string& sql) {
-        PGresult* result = PQprepare(connection_, name, sql.c_str(), 0, nullptr);
-        if (PQresultStatus(result) != PGRES_COMMAND_OK) die(sql + ": " + PQerrorMessage(connection_));
+    struct Statement {
+        std::string name, sql;
+    };
+
+    void prepareOne(const Statement& statement) {
+        PGresult* result = PQprepare(connection_, statement.name.c_str(), statement.sql.c_str(), 0, nullptr);
+        if (PQresultStatus(result) != PGRES_COMMAND_OK)
+            die(statement.sql + ": " + PQerrorMessage(connection_));
         PQclear(result);
     }
 
-    void send(const char* name, const std::vector<std::string>& parameters) {
+    size_t write(PGresult* result, long long total) {
+        document_.begin(total);
+        for (int row = 0; row < PQntuples(result); ++row) {
+            document_.row(row + 1);
+            for (int column = 0; column < PQnfields(result); ++column)
+                document_.column(column + 1, {PQgetvalue(result, row, column),
+                                              static_cast<size_t>(PQgetlength(result, row, column))});
+            document_.endRow();
+        }
+        return document_.end();
+    }
+
+    void send(const Statement& statement, const std::vector<std::string>& parameters) {
         std::vector<const char*> texts;
         for (const std::string& parameter : parameters) texts.push_back(parameter.c_str());
-        if (PQsendQueryPrepared(connection_, name, static_cast<int>(texts.size()), texts.data(), nullptr,
-                                nullptr, 0) != 1)
-            die(PQerrorMessage(connection_));
+        const int count = static_cast<int>(texts.size());
+        const int sent = way_ == Way::Text ? PQsendQueryParams(connection_, statement.sql.c_str(), count,
+                                                               nullptr, texts.data(), nullptr, nullptr, 0)
+                                           : PQsendQueryPrepared(connection_, statement.name.c_str(), count,
+                                                                 texts.data(), nullptr, nullptr, 0);
+        if (sent != 1) die(PQerrorMessage(connection_));
     }
 
     template <typename Use>
@@ -177,7 +204,10 @@ private:
         PQclear(PQgetResult(connection_));  // the null that ends this statement's results
     }
 
+    Way way_;
     PGconn* connection_;
+    Statement total_, rows_;
+    Document document_;
 };
 
 // A field of COPY's text form.
@@ -284,8 +314,8 @@ void loadPostgres(const std::string& data) {
     PQfinish(connection);
 }
 
-std::unique_ptr<Engine> openPostgres(const std::string& data) {
-    return std::make_unique<PostgresEngine>(data);
+std::unique_ptr<Engine> openPostgres(const std::string& data, Way way) {
+    return std::make_unique<PostgresEngine>(data, way);
 }
 
 }  // namespace compare

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "bench/compare/Csv.h"
+#include "bench/compare/Document.h"
 #include "bench/compare/Engine.h"
 
 namespace compare {
@@ -15,9 +16,9 @@ namespace {
 class Statement {
 public:
     Statement() = default;
-    Statement(sqlite3* db, const std::string& sql) {
-        if (sqlite3_prepare_v3(db, sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &statement_, nullptr) !=
-            SQLITE_OK)
+    // `flags`: SQLITE_PREPARE_PERSISTENT for one that is used often.
+    Statement(sqlite3* db, const std::string& sql, unsigned flags = 0) {
+        if (sqlite3_prepare_v3(db, sql.c_str(), -1, flags, &statement_, nullptr) != SQLITE_OK)
             die(sql + ": " + sqlite3_errmsg(db));
     }
     Statement(Statement&& other) noexcept : statement_(std::exchange(other.statement_, nullptr)) {}
@@ -38,10 +39,10 @@ public:
     }
     void reset() { sqlite3_reset(statement_); }
     long long number(int column) { return sqlite3_column_int64(statement_, column); }
-    size_t bytes(int column) {
-        // As a text, so that numbers are written out as the others do.
-        sqlite3_column_text(statement_, column);
-        return static_cast<size_t>(sqlite3_column_bytes(statement_, column));
+    // As a text, so that numbers are written out as the others do.
+    std::string_view text(int column) {
+        const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+        return {bytes, static_cast<size_t>(sqlite3_column_bytes(statement_, column))};
     }
     int columns() { return sqlite3_column_count(statement_); }
     int parameters() { return sqlite3_bind_parameter_count(statement_); }
@@ -125,8 +126,8 @@ void run(sqlite3* db, const char* sql) {
 
 class SqliteEngine : public Engine {
 public:
-    explicit SqliteEngine(const std::string& data)
-        : db_(openDatabase(data + "/sqlite.db", SQLITE_OPEN_READONLY)) {
+    SqliteEngine(const std::string& data, Way way)
+        : db_(openDatabase(data + "/sqlite.db", SQLITE_OPEN_READONLY)), way_(way) {
         run(db_, "PRAGMA mmap_size = 8589934592; PRAGMA cache_size = -524288; PRAGMA temp_store = MEMORY");
     }
     SqliteEngine(const SqliteEngine&) = delete;
@@ -142,27 +143,43 @@ public:
     bool prepare(Kind kind) override {
         if (kind == Kind::WordInfix) return false;
         const Texts texts = textsOf(kind);
-        count_ = Statement(db_, "SELECT count(*) " + (texts.counted.empty() ? texts.from : texts.counted));
-        rows_ = Statement(db_, "SELECT " + texts.columns + ' ' + texts.from + texts.order + " LIMIT " +
-                                   std::to_string(kPageRows) + " OFFSET " +
-                                   std::to_string(kind == Kind::Page500 ? (kFarPage - 1) * kPageRows : 0));
+        countText_ = "SELECT count(*) " + (texts.counted.empty() ? texts.from : texts.counted);
+        rowsText_ = "SELECT " + texts.columns + ' ' + texts.from + texts.order + " LIMIT " +
+                    std::to_string(kPageRows) + " OFFSET " +
+                    std::to_string(kind == Kind::Page500 ? (kFarPage - 1) * kPageRows : 0);
+        prepareBoth();
         return true;
     }
 
     Answer answer(const Query& query) override {
+        if (way_ == Way::Text) prepareBoth();
         Answer out;
         bind(count_, query);
         if (count_.step()) out.total = count_.number(0);
         count_.reset();
+        if (way_ == Way::Text) document_.begin(out.total);
         bind(rows_, query);
-        for (; rows_.step(); ++out.rows) {
-            for (int column = 0; column < rows_.columns(); ++column) out.bytes += rows_.bytes(column);
+        while (rows_.step()) {
+            ++out.rows;
+            if (way_ == Way::Text) document_.row(out.rows);
+            for (int column = 0; column < rows_.columns(); ++column) {
+                const std::string_view text = rows_.text(column);
+                out.bytes += text.size();
+                if (way_ == Way::Text) document_.column(column + 1, text);
+            }
+            if (way_ == Way::Text) document_.endRow();
         }
         rows_.reset();
+        if (way_ == Way::Text) out.bytes = document_.end();
         return out;
     }
 
 private:
+    void prepareBoth() {
+        const unsigned flags = way_ == Way::Prepared ? SQLITE_PREPARE_PERSISTENT : 0;
+        count_ = Statement(db_, countText_, flags);
+        rows_ = Statement(db_, rowsText_, flags);
+    }
     static void bind(Statement& statement, const Query& query) {
         if (statement.parameters() == 0) return;
         switch (query.kind) {
@@ -187,6 +204,9 @@ private:
     }
 
     sqlite3* db_;
+    Way way_;
+    std::string countText_, rowsText_;
+    Document document_;
     Statement count_;
     Statement rows_;
 };
@@ -252,8 +272,8 @@ void loadSqlite(const std::string& data) {
     if (sqlite3_close(db) != SQLITE_OK) die("cannot close the database");
 }
 
-std::unique_ptr<Engine> openSqlite(const std::string& data) {
-    return std::make_unique<SqliteEngine>(data);
+std::unique_ptr<Engine> openSqlite(const std::string& data, Way way) {
+    return std::make_unique<SqliteEngine>(data, way);
 }
 
 }  // namespace compare

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "bench/compare/Csv.h"
+#include "bench/compare/Document.h"
 #include "bench/compare/Engine.h"
 #include "kernel/text/Analyzer.h"
 
@@ -56,7 +57,8 @@ Xapian::Query queryOf(const Query& query) {
 
 class XapianEngine : public Engine {
 public:
-    explicit XapianEngine(const std::string& data) : database_(data + "/xapian"), enquire_(database_) {
+    XapianEngine(const std::string& data, Way way)
+        : way_(way), database_(data + "/xapian"), enquire_(database_) {
         enquire_.set_weighting_scheme(Xapian::BoolWeight());
         enquire_.set_docid_order(Xapian::Enquire::ASCENDING);
     }
@@ -94,12 +96,30 @@ public:
         Answer out;
         out.total = hits.get_matches_lower_bound();
         if (out.total != hits.get_matches_upper_bound()) die("no exact total");
-        for (Xapian::MSetIterator hit = hits.begin(); hit != hits.end(); ++hit, ++out.rows)
-            out.bytes += hit.get_document().get_data().size();
+        if (way_ == Way::Text) document_.begin(out.total);
+        const bool sizes = query.kind == Kind::FirstPage || query.kind == Kind::Page500;
+        for (Xapian::MSetIterator hit = hits.begin(); hit != hits.end(); ++hit) {
+            ++out.rows;
+            const std::string data = hit.get_document().get_data();
+            out.bytes += data.size();
+            if (way_ == Way::Text) writeRow(out.rows, data, sizes);
+        }
+        if (way_ == Way::Text) out.bytes = document_.end();
         return out;
     }
 
 private:
+    // Name, version and size stand in the data with tabulators between them.
+    void writeRow(int number, std::string_view data, bool sizes) {
+        const size_t first = data.find('\t'), second = data.find('\t', first + 1);
+        document_.row(number);
+        document_.column(1, data.substr(0, first));
+        document_.column(2, sizes ? data.substr(second + 1) : data.substr(first + 1, second - first - 1));
+        document_.endRow();
+    }
+
+    Way way_;
+    Document document_;
     Xapian::Database database_;
     Xapian::Enquire enquire_;
 };
@@ -127,8 +147,8 @@ void loadXapian(const std::string& data) {
     database.close();
 }
 
-std::unique_ptr<Engine> openXapian(const std::string& data) {
-    return std::make_unique<XapianEngine>(data);
+std::unique_ptr<Engine> openXapian(const std::string& data, Way way) {
+    return std::make_unique<XapianEngine>(data, way);
 }
 
 }  // namespace compare

@@ -1,7 +1,9 @@
 // Asks the same queries of all engines and prints a table.
 //
 //   compare load sqlite|xapian|postgres FOLDER    reads the collection's CSV files into FOLDER
-//   compare run small|large FOLDER [KEY...]       measures; with keys only those lines of the table
+//   compare run [--prepared] small|large FOLDER [KEY...]    measures; with keys only those lines of the
+//   table.
+//       --prepared: the others' statements are prepared, and their rows are read and not written as documents
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -82,12 +84,12 @@ std::string differences(const Cell& ours, const Cell& other) {
 
 class Table {
 public:
-    Table(const std::string& folder, bool large) : folder_(folder), large_(large) {
+    Table(const std::string& folder, bool large, Way way) : folder_(folder), large_(large) {
         engines_.push_back(openOwn(folder));
         // Those that were not loaded are left out.
-        if (loaded("sqlite")) engines_.push_back(openSqlite(folder));
-        if (loaded("xapian")) engines_.push_back(openXapian(folder));
-        if (loaded("postgres")) engines_.push_back(openPostgres(folder));
+        if (loaded("sqlite")) engines_.push_back(openSqlite(folder, way));
+        if (loaded("xapian")) engines_.push_back(openXapian(folder, way));
+        if (loaded("postgres")) engines_.push_back(openPostgres(folder, way));
     }
 
     void header() const {
@@ -143,7 +145,7 @@ private:
 int usage() {
     std::fprintf(stderr,
                  "usage: compare load sqlite|xapian|postgres FOLDER\n"
-                 "       compare run small|large FOLDER [KEY...]\n");
+                 "       compare run [--prepared] small|large FOLDER [KEY...]\n");
     return 2;
 }
 
@@ -166,9 +168,15 @@ int main(int argc, char** argv) {
     using namespace compare;
     if (argc < 4) return usage();
     if (std::strcmp(argv[1], "load") == 0) return load(argv[2], argv[3]);
+    if (std::strcmp(argv[1], "run") != 0) return usage();
+    const Way way = std::strcmp(argv[2], "--prepared") == 0 ? Way::Prepared : Way::Text;
+    if (way == Way::Prepared) {
+        ++argv;
+        if (--argc < 4) return usage();
+    }
     const bool large = std::strcmp(argv[2], "large") == 0;
-    if (std::strcmp(argv[1], "run") != 0 || (!large && std::strcmp(argv[2], "small") != 0)) return usage();
-    Table table(argv[3], large);
+    if (!large && std::strcmp(argv[2], "small") != 0) return usage();
+    Table table(argv[3], large, way);
     table.header();
     for (const QueryKind& kind : kQueries) {
         const bool wanted = argc == 4 || std::any_of(argv + 4, argv + argc, [&](const char* key) {
