@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "kernel/search/KeptRecords.h"
 #include "kernel/search/PlacedRows.h"
 #include "kernel/search/RowView.h"
 #include "kernel/search/Tuples.h"
@@ -16,6 +17,7 @@ struct RowBlock {
     std::vector<ComputedColumn> computed;
     bool plain = true;  // rows are those of records; else computed ones, without record numbers
     std::unique_ptr<PlacedRows> order;  // null: as they stand
+    std::shared_ptr<KeptRecords> kept;  // of rows that are not plain, once the set is numbered
 
     // Keeps the rows at these places, before they are ordered.
     void gather(const std::vector<uint32_t>& places) {
@@ -35,8 +37,10 @@ struct RowBlock {
 struct UnionRows {
     struct Member {
         std::shared_ptr<SearchSet> set;
-        std::vector<OutputColumn> columns;  // the set's, with names that tell the base
-        uint64_t begin = 0;                 // its first row among all rows
+        std::vector<OutputColumn> columns;    // the set's, with names that tell the base
+        uint64_t begin = 0;                   // its first row among all rows
+        bool fixed = false;                   // duplicates were dropped: the values are those of that time
+        std::shared_ptr<KeptRecords> kept{};  // of a fixed member of plain rows, once the union is numbered
     };
     std::vector<Member> members;
     uint64_t all = 0;  // rows of all members

@@ -7,6 +7,7 @@
 #include "kernel/ccl/Reader.h"
 #include "kernel/search/CommandFault.h"
 #include "kernel/search/FindPlan.h"
+#include "kernel/search/KeepValues.h"
 #include "kernel/search/RowWriter.h"
 #include "kernel/search/SearchSet.h"
 #include "kernel/search/SelectPlan.h"
@@ -132,6 +133,11 @@ void Search::adopt(std::shared_ptr<SearchSet> set, std::string command) {
     set->command = std::move(command);
     set->serial = ++made_;
     set->number = static_cast<int32_t>(sets_.size()) + 1;
+    if (fixesValues(*set)) {
+        prepareValues(*set);
+        std::erase_if(unkept_, [](const auto& one) { return one.expired(); });
+        unkept_.push_back(set);
+    }
     sets_.push_back(std::move(set));
     current_ = {false, sets_.back()->number};
 }
@@ -278,6 +284,15 @@ void Search::restore(const SearchState& state) {
 int32_t Search::liveSets() const {
     return static_cast<int32_t>(
         std::count_if(sets_.begin(), sets_.end(), [](const auto& set) { return set != nullptr; }));
+}
+
+void Search::keepValues() noexcept {
+    if (unkept_.empty() || keeping_) return;
+    const Running keeping(keeping_);
+    for (const std::weak_ptr<SearchSet>& one : unkept_) {
+        if (const std::shared_ptr<SearchSet> set = one.lock()) wdb::keepValues(*set, context_);
+    }
+    unkept_.clear();
 }
 
 void Search::snapshotGivenUp(const OpenBase& base) {

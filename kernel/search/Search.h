@@ -109,6 +109,10 @@ public:
     // A kept snapshot of the base became too old and is given up: sets over it whose order is not complete
     // can only answer WDB_E_CHANGED for the rows that are missing.
     void snapshotGivenUp(const OpenBase& base);
+    // The session's view of its bases is about to change: values that belong to the time when a set was made
+    // are copied.
+    void keepValues() noexcept;
+    bool keepsValues() const { return keeping_; }
 
 private:
     Status fail(Status code, size_t position, std::string subject = {});
@@ -127,11 +131,13 @@ private:
     SearchContext& context_;
     std::vector<std::shared_ptr<OpenBase>> bases_;
     std::vector<std::shared_ptr<SearchSet>>
-        sets_;           // by number - 1; null: dropped; unions share their members
-    uint64_t made_ = 0;  // sets so far
+        sets_;  // by number - 1; null: dropped; unions share their members
+    std::vector<std::weak_ptr<SearchSet>> unkept_;  // whose values keepValues() has to copy; by age
+    uint64_t made_ = 0;                             // sets so far
     CurrentResult current_;
     int32_t minimum_ = 1;
     CommandError error_;
+    bool keeping_ = false;        // keepValues() is at work
     bool running_ = false;        // a command, whose use of fields is being noted
     uint64_t commandRights_ = 0;  // rightsState() when it began
     std::string command_;         // the present one, for the set that it makes

@@ -5,7 +5,7 @@
 namespace wdb {
 
 Status SetRowReader::read(uint64_t row) {
-    return set_.joined ? readUnion(row) : readFrom(set_, row);
+    return set_.joined ? readUnion(row) : readFrom(set_, row, nullptr);
 }
 
 Status SetRowReader::readUnion(uint64_t row) {
@@ -15,30 +15,38 @@ Status SetRowReader::readUnion(uint64_t row) {
         joined.members.begin(), joined.members.end(), place,
         [](uint64_t wanted, const UnionRows::Member& member) { return wanted < member.begin; });
     UnionRows::Member& member = *std::prev(next);
-    const Status status = readFrom(*member.set, place - member.begin);
+    const Status status = readFrom(*member.set, place - member.begin, member.kept.get());
     columns_ = member.columns;
     return status;
 }
 
-Status SetRowReader::readFrom(SearchSet& set, uint64_t row) {
+Status SetRowReader::readFrom(SearchSet& set, uint64_t row, const KeptRecords* kept) {
     columns_ = set.columns;
     view_ = {};
     plain_ = true;
-    if (set.block) return readBlock(set, row);
-    return set.bases.empty() ? WDB_OK : readSimple(set, row);
+    if (set.block && set.block->kept) kept = set.block->kept.get();
+    if (kept != nullptr && !kept->made()) kept = nullptr;
+    if (kept != nullptr && kept->status() != WDB_OK) return kept->status();
+    if (set.block) return readBlock(set, row, kept);
+    return set.bases.empty() ? WDB_OK : readSimple(set, row, kept);
 }
 
-Status SetRowReader::readBlock(SearchSet& set, uint64_t row) {
+Status SetRowReader::readBlock(SearchSet& set, uint64_t row, const KeptRecords* kept) {
     RowBlock& block = *set.block;
-    if (opened_ != &set) {
+    if (opened_ != &set || openedKept_ != kept) {
         std::vector<const BaseSnapshot*> snapshots;
         for (const SetBase& base : set.bases) {
             const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
             if (!snapshot) return snapshot.status();
             snapshots.push_back(*snapshot);
         }
-        reader_.emplace(std::move(snapshots), block.rows);
+        if (kept == nullptr && block.kept && block.kept->made()) {  // one of them was too old just now
+            kept = block.kept.get();
+            if (kept->status() != WDB_OK) return kept->status();
+        }
+        reader_.emplace(std::move(snapshots), block.rows, kept);
         opened_ = &set;
+        openedKept_ = kept;
     }
     const size_t place = block.rowAt(row);
     WDB_TRY(reader_->read(place));
@@ -48,12 +56,20 @@ Status SetRowReader::readBlock(SearchSet& set, uint64_t row) {
     return WDB_OK;
 }
 
-Status SetRowReader::readSimple(SearchSet& set, uint64_t row) {
+Status SetRowReader::readSimple(SearchSet& set, uint64_t row, const KeptRecords* kept) {
     SetBase& base = set.bases.front();
     const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
     if (!snapshot) return snapshot.status();
     const Result<RecordNumber> number = set.recordInRow(base, row, **snapshot, context_);
     if (!number) return number.status();
+    if (kept != nullptr) {
+        const std::string* image = kept->find(0, *number);
+        if (image == nullptr && kept->has(0)) return WDB_E_DELETED;
+        if (image != nullptr) record_ = RecordView::trusted(*image);
+        only_ = {image != nullptr ? &record_ : nullptr, *number, 0, false, *snapshot};
+        view_ = {{&only_, 1}, {}, 0};
+        return WDB_OK;
+    }
     const Result<RecordView> record = (*snapshot)->record(*number);
     if (!record) return record.status() == WDB_FAIL ? Status{WDB_E_DELETED} : record.status();
     record_ = *record;

@@ -23,14 +23,16 @@ public:
     bool plain() const { return plain_; }
 
 private:
-    Status readSimple(SearchSet& set, uint64_t row);
-    Status readBlock(SearchSet& set, uint64_t row);
+    // kept: null, or where the values are read.
+    Status readSimple(SearchSet& set, uint64_t row, const KeptRecords* kept);
+    Status readBlock(SearchSet& set, uint64_t row, const KeptRecords* kept);
     Status readUnion(uint64_t row);
-    Status readFrom(SearchSet& set, uint64_t row);
+    Status readFrom(SearchSet& set, uint64_t row, const KeptRecords* kept);
 
     SearchSet& set_;
     SearchContext& context_;
-    SearchSet* opened_ = nullptr;  // whose rows reader_ reads
+    SearchSet* opened_ = nullptr;  // whose rows reader_ reads, and from where
+    const KeptRecords* openedKept_ = nullptr;
     std::optional<TupleReader> reader_;
     RecordView record_;
     RowRecord only_;

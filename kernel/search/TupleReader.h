@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kernel/catalog/BaseSnapshot.h"
+#include "kernel/search/KeptRecords.h"
 #include "kernel/search/RowView.h"
 #include "kernel/search/Tuples.h"
 
@@ -12,8 +13,10 @@ namespace wdb {
 // Reads the records of rows, one row at a time. Deleted records are marked.
 class TupleReader {
 public:
-    // snapshots: one per table. Both outlive the reader.
-    TupleReader(std::vector<const BaseSnapshot*> snapshots, const Tuples& rows);
+    // snapshots: one per table. kept: null, or what the records are read from instead. All outlive the
+    // reader.
+    TupleReader(std::vector<const BaseSnapshot*> snapshots, const Tuples& rows,
+                const KeptRecords* kept = nullptr);
 
     // Replaces records(). WDB_E_CORRUPT.
     Status read(size_t row);
@@ -22,8 +25,11 @@ public:
     bool allDeleted() const;
 
 private:
+    Status load(uint32_t table, RowRecord& record);
+
     std::vector<const BaseSnapshot*> snapshots_;
     const Tuples& rows_;
+    const KeptRecords* kept_;
     std::vector<RecordView> views_;
     std::vector<RowRecord> records_;
 };

@@ -68,6 +68,7 @@ Result<std::unique_ptr<SearchSet>> UnionPlan::makeSet() {
             return fault(error_, WDB_E_TYPE, item.position, column.name);
         }
     }
+    for (UnionRows::Member& member : set->joined->members) member.fixed = member.fixed || !command_.all;
     if (!command_.all || !command_.sort.empty()) {
         if (const Status status = sort(*set); status != WDB_OK) return status;
     }
@@ -110,7 +111,7 @@ Status UnionPlan::addSide(int32_t number, uint32_t position, SearchSet& set) {
         }
         return WDB_OK;
     }
-    UnionRows::Member member{side, side->columns, begin};
+    UnionRows::Member member{side, side->columns, begin, false, nullptr};
     for (OutputColumn& column : member.columns) {
         if (column.kind == OutputColumn::Kind::Field)
             column.name = side->bases[column.table].definition->name + "." + column.name;

@@ -49,9 +49,12 @@ Session::Session(std::shared_ptr<SystemDirectory> home, const std::string& who, 
       editor(directory),
       controls(controlTag(number)),
       cursors(cursorTag(number)),
-      jobs_(directory) {}
+      jobs_(directory) {
+    snapshots.onChange([this] { search.keepValues(); });
+}
 
 Session::~Session() {
+    snapshots.onChange({});
     writer.drop();
 }
 
@@ -88,7 +91,7 @@ Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
 
 Result<const BaseSnapshot*> Session::snapshot(const std::shared_ptr<OpenBase>& base) {
     if (!rights.mayRead(*base->definition())) return WDB_E_BASE;
-    if (!statuses.empty() && snapshots.age(*base) > kSnapshotYoung &&
+    if (!statuses.empty() && !search.keepsValues() && snapshots.age(*base) > kSnapshotYoung &&
         snapshots.age(*base).count() >= settings.number("WDB_SNAPSHOT_MAX", kSnapshotMax)) {
         search.snapshotGivenUp(*base);
         snapshots.drop(*base);

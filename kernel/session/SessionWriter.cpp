@@ -45,6 +45,7 @@ Result<UnitBase*> SessionWriter::begin(const std::shared_ptr<OpenBase>& base, ui
         if (load_->base() != base) return WDB_E_LOCKED;
         return &load_->unitBase();
     }
+    snapshots_->change();  // those with the unit show the write
     if (unit_ == nullptr) {
         auto hold = directory_->acquireWriter(patience());
         if (!hold) return hold.status();

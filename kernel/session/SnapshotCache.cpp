@@ -30,10 +30,12 @@ std::chrono::seconds SnapshotCache::age(const OpenBase& base) const {
 }
 
 void SnapshotCache::drop(const OpenBase& base) {
+    change();
     std::erase_if(kept_, [&](const Kept& kept) { return &kept.snapshot->base() == &base; });
 }
 
 void SnapshotCache::dropTakenUnder(uint64_t saved) {
+    change();
     std::erase_if(kept_, [&](const Kept& kept) { return kept.saved == saved; });
 }
 

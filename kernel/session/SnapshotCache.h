@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -24,8 +25,18 @@ public:
     // What was handed out is in nobody's hand any more.
     void callEnded() { ++call_; }
 
+    // Called before a snapshot that is kept goes, or shows something else; the snapshots can still be read.
+    void onChange(std::function<void()> listener) { listener_ = std::move(listener); }
+    // The session is about to write.
+    void change() {
+        if (listener_ && !kept_.empty()) listener_();
+    }
+
     void drop(const OpenBase& base);
-    void dropAll() { kept_.clear(); }
+    void dropAll() {
+        change();
+        kept_.clear();
+    }
     // Those taken while this saved status was on top.
     void dropTakenUnder(uint64_t saved);
     // The status went without a restore: its snapshots live as long as another one.
@@ -44,6 +55,7 @@ private:
     };
     const Kept* find(const OpenBase& base) const;
     std::vector<Kept> kept_;
+    std::function<void()> listener_;
     uint64_t call_ = 1;
 };
 
