@@ -41,7 +41,10 @@ Status OpenBase::useIndex() {
     const std::lock_guard lock(mutex_);
     files_ = *files;
     delta_ = std::make_shared<Delta>(definition->schema, low);
-    if (indexed_ == 0) indexed_ = meta->merged;
+    if (indexed_ == 0) {
+        indexed_ = meta->merged;
+        indexedUpTo_ = meta->queueCount == 0 ? meta->modified : 0;
+    }
     return WDB_OK;
 }
 
@@ -191,15 +194,25 @@ Status OpenBase::catchUp(int64_t now) {
     const auto state = snapshot();
     if (!state) return state.status();
     const std::lock_guard lock(mutex_);
-    indexed_ = std::max({now, state->meta().modified, indexed_ + 1});
+    indexed_ = std::max({now, shown(state->meta().modified), indexed_ + 1});
+    indexedUpTo_ = std::max(indexedUpTo_, state->meta().modified);
     return WDB_OK;
+}
+
+int64_t OpenBase::shown(int64_t modified) {
+    if (modified > shownFor_) {
+        const int64_t unindexed = modified > indexedUpTo_ ? indexed_ + 1 : 0;
+        shownAs_ = std::max({modified, shownAs_ + 1, unindexed});
+        shownFor_ = modified;
+    }
+    return modified == shownFor_ ? shownAs_ : modified;
 }
 
 Result<BaseStamps> OpenBase::stamps(const UnitBase* unit) {
     BaseStamps stamps;
     if (unit != nullptr) {
         const BaseMeta& meta = unit->writer->meta();
-        stamps = {meta.modified + (unit->writer->changed() ? 1 : 0), 0, meta.liveCount, meta.queueCount};
+        stamps = {meta.modified, 0, meta.liveCount, meta.queueCount};
     } else {
         const auto records = file()->read();
         if (!records) return records.status();
@@ -209,6 +222,8 @@ Result<BaseStamps> OpenBase::stamps(const UnitBase* unit) {
     }
     const std::lock_guard lock(mutex_);
     stamps.indexed = indexed_;
+    stamps.modified = shown(stamps.modified);
+    if (unit != nullptr && unit->writer->changed()) stamps.modified = std::max(stamps.modified, indexed_) + 1;
     return stamps;
 }
 

@@ -74,6 +74,8 @@ private:
     std::shared_ptr<Delta> deltaFor(const IndexFiles* files, Position merged);
     Status feed(const std::shared_ptr<Delta>& delta, const BaseReader& reader, Position position);
     void giveUpDelta(const std::shared_ptr<Delta>& delta) noexcept;
+    // The modification date to show for a stored one; the mutex is held.
+    int64_t shown(int64_t modified);
 
     BaseId id_ = 0;
     bool readOnly_ = false;
@@ -84,7 +86,13 @@ private:
     std::shared_ptr<const BaseDefinition> definition_;
     std::shared_ptr<const IndexFiles> files_;
     std::shared_ptr<Delta> delta_;  // null before useIndex() and after one was given up
-    int64_t indexed_ = 0;           // index date of this process
+    // Dates that this process shows, in microseconds. A clock that steps back would let the date of a change
+    // stand before that of an earlier index job: it is shown as later than that, and later than all shown
+    // before.
+    int64_t indexed_ = 0;      // of the last index job
+    int64_t indexedUpTo_ = 0;  // stored date of the last change that it has taken in
+    int64_t shownFor_ = 0;     // stored date of the latest change seen, and what is shown for it
+    int64_t shownAs_ = 0;
     std::atomic<bool> gone_{false};
 };
 

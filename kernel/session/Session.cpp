@@ -314,7 +314,14 @@ Status Session::progressed(uint64_t done, uint64_t total) {
 }
 
 Status Session::submitJob(const std::shared_ptr<OpenBase>& base) {
-    return jobs_.submit(base, !writer.readOnly(), clock.nowMicros());
+    if (!writer.hasWritten()) return jobs_.submit(base, !writer.readOnly(), clock.nowMicros());
+    // A job that ran now would not see what the unit has written, and its date would say that it has.
+    if (std::ranges::find(putOff_, base) == putOff_.end()) putOff_.push_back(base);
+    return WDB_OK;
+}
+
+void Session::submitPutOff() {
+    for (const auto& base : std::exchange(putOff_, {})) static_cast<void>(submitJob(base));
 }
 
 Status Session::fail(Status status, std::string_view subject, int32_t position) {
@@ -327,6 +334,7 @@ Status Session::fail(Status status, std::string_view subject, int32_t position) 
 void Session::endCall(Status status) {
     snapshots.callEnded();
     if (statuses.empty()) snapshots.dropTemporary();
+    if (!putOff_.empty() && !writer.hasWritten()) submitPutOff();
     publishCounts();
     if (ok(status) || status == WDB_FAIL) {
         lastError.fresh = false;

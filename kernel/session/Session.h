@@ -112,7 +112,8 @@ public:
     Progress progress();
     Status progressed(uint64_t done, uint64_t total);
 
-    // An index job of kind 2 in the background.
+    // An index job of kind 2 in the background; one that is asked for inside a unit begins when the unit has
+    // ended.
     Status submitJob(const std::shared_ptr<OpenBase>& base);
 
     // --- handles: null unless alive ---
@@ -159,6 +160,7 @@ public:
     Analyzer& analyzer() override { return analyzer_; }
 
 private:
+    void submitPutOff();
     void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                     const RecordView& view, uint64_t version);
     void dropCursors(RecordControl& control);
@@ -168,6 +170,7 @@ private:
     Analyzer analyzer_;
     FieldUse fieldUse_;
     IndexJobs jobs_;
+    std::vector<std::shared_ptr<OpenBase>> putOff_;  // bases of jobs that wait for the end of the unit
     Counts counts_;
 };
 

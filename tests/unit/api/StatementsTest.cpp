@@ -53,6 +53,49 @@ TEST_F(Statements, AStatusThatDoesNotFitLeavesBothDatesAlone) {
     EXPECT_EQ(WdbBaseStatus("T", one, &length, nullptr, nullptr, nullptr, nullptr), 1) << "the size needed";
 }
 
+TEST_F(Statements, AChangeIsLaterThanTheLastIndexJobWhateverTheClockSays) {
+    std::string last;
+    const auto expectBehind = [&](const std::string& when) {
+        const Stamps now = stamps();
+        EXPECT_GT(now.modified, now.indexed) << when;
+        EXPECT_GT(now.modified, last) << when;
+        last = now.modified;
+    };
+    for (const char* clock : {"2026-03-04 05:06:07", "2026-03-04 05:06:07", "2026-03-04 05:06:00"}) {
+        ASSERT_EQ(WdbSetClock(clock), 1);
+        ASSERT_EQ(insert("T", {clock}), 1);
+        expectBehind("one change");
+        ASSERT_EQ(insert("T", {clock}), 1);
+        expectBehind("a second one");
+        for (int job = 0; job < 3; ++job) {
+            const std::string before = stamps().indexed;
+            ASSERT_EQ(WdbBatchLoadIndex(2, "T", ""), 1);
+            EXPECT_GT(stamps().indexed, before);
+            EXPECT_GE(stamps().indexed, stamps().modified);
+        }
+        ASSERT_EQ(WdbSaveStatus(), 1);
+        ASSERT_EQ(insert("T", {clock}), 1);
+        EXPECT_GT(stamps().modified, stamps().indexed) << "inside a unit";
+        ASSERT_EQ(WdbLoadStatus(3), 1);
+        expectBehind("a unit");
+    }
+}
+
+TEST_F(Statements, AJobInTheBackgroundWaitsForTheUnit) {
+    ASSERT_EQ(UpdateRCS("SQL_BATCHINDEX", "1"), 1);
+    ASSERT_EQ(WdbSaveStatus(), 1);
+    ASSERT_EQ(insert("T", {"a"}), 1);
+    const std::string before = stamps().indexed;
+    for (int i = 0; i < 2; ++i) ASSERT_EQ(WdbBatchLoadIndex(2, "T", ""), 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    EXPECT_EQ(stamps().indexed, before);
+    ASSERT_EQ(WdbLoadStatus(3), 1);
+    const std::string modified = stamps().modified;
+    for (int i = 0; i < 500 && stamps().indexed == before; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_GE(stamps().indexed, modified) << "the job has seen what the unit wrote";
+}
+
 TEST_F(Statements, ASnapshotThatIsTooOldIsGivenUp) {
     for (const char* name : {"b", "a", "c"}) ASSERT_EQ(insert("T", {name}), 1);
     ASSERT_EQ(UpdateRCS("WDB_SNAPSHOT_MAX", "1"), 1);
