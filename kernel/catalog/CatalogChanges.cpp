@@ -148,6 +148,7 @@ Status SystemDirectory::buildIndex(OpenBase& base, const WriterHold& hold, Progr
     if (!present) return present.status();
     BaseDefinition next = **present;
     WDB_TRY(planIndexFiles(next, hold));
+    WDB_TRY(base.file()->environment().sync());
     const auto records = base.file()->read();
     if (!records) return records.status();
     const BaseReader reader(*records);

@@ -83,7 +83,8 @@ public:
         }
         return WDB_OK;
     }
-    Status commit() { return done_ ? WDB_OK : writer_->writeTxn().commit(); }
+    // Also when everything stands there already: then who wrote it may have fallen before its sync.
+    Status commit() { return writer_->writeTxn().commit(); }
 
 private:
     // The meta entry comes first: when it stands in the file already, so does the rest.

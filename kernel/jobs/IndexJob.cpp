@@ -77,6 +77,7 @@ Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& g
     const auto definition = base->definition();
     const auto files = base->indexFiles();
     if (files == nullptr) return WDB_E_CORRUPT;
+    WDB_TRY(base->file()->environment().sync());
     const Result<QueueState> queue = readQueue(base);
     if (!queue) return queue.status();
     if (queue->meta.queueCount >= kRebuildRecords && queue->meta.queueCount >= queue->meta.liveCount / 2) {

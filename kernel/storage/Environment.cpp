@@ -54,8 +54,10 @@ Result<std::shared_ptr<Environment>> Environment::open(const std::string& path,
             auto guard = FileGuard::open(path, options.create, options.walkAlways);
             if (!guard) return guard.status();
             made->guard_ = std::move(*guard);
+            made->seal_.emplace(made->guard_->file());
             WDB_TRY(made->openFile());
             WDB_TRY(made->openTables(options.create));
+            if (options.create && !options.unpublished) WDB_TRY(made->sync());
             return made;
         });
     if (!opened && options.create) {
@@ -79,8 +81,8 @@ Status Environment::openFile() {
     mdb_env_set_maxdbs(env_, static_cast<MDB_dbi>(tables_.size()));
     mdb_env_set_maxreaders(env_, kMaxReaders);
     mdb_env_set_mapsize(env_, mapSize_);
-    unsigned flags = MDB_NOSUBDIR | MDB_NOTLS | MDB_NORDAHEAD;
-    if (options_.unpublished) flags |= MDB_NOSYNC;
+    // Syncs are made by the seal.
+    const unsigned flags = MDB_NOSUBDIR | MDB_NOTLS | MDB_NORDAHEAD | MDB_NOSYNC;
     int code = callLmdb([&] { return mdb_env_open(env_, path_.c_str(), flags, 0600); });
     if ((code == EACCES || code == EROFS) && options_.readOnly) {
         mdb_env_close(env_);
@@ -293,6 +295,14 @@ Status Environment::makeReady() {
     return grow_.load() ? grown : WDB_OK;
 }
 
+Status Environment::prepareCommit(uint64_t before) {
+    return options_.unpublished ? WDB_OK : seal_->prepare(before);
+}
+
+Status Environment::makeDurable(uint64_t txn) {
+    return options_.unpublished ? WDB_OK : seal_->seal(txn);
+}
+
 void Environment::writeEnded(bool failed, bool full) {
     if (full) grow_.store(true);
     if (failed) reopen_.store(true);
@@ -300,11 +310,12 @@ void Environment::writeEnded(bool failed, bool full) {
 }
 
 Status Environment::sync() {
-    WDB_TRY(lmdbStatus(callLmdb([&] { return mdb_env_sync(env_, 1); })));
-    if (options_.unpublished) {
-        mdb_env_set_flags(env_, MDB_NOSYNC, 0);
-        options_.unpublished = false;
+    if (!options_.unpublished && !options_.create) {
+        auto txn = write();
+        return txn ? txn->commit() : txn.status();
     }
+    WDB_TRY(lmdbStatus(callLmdb([&] { return mdb_env_sync(env_, 1); })));
+    options_.unpublished = options_.create = false;
     return syncDirectoryOf(path_);
 }
 

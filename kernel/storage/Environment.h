@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -12,6 +13,7 @@
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
+#include "kernel/storage/CommitSeal.h"
 #include "kernel/storage/FileGuard.h"
 #include "kernel/storage/Gate.h"
 
@@ -121,8 +123,9 @@ public:
     Status remove(Table table, uint64_t key);
     Status clear(Table table);
 
-    // Durable when it answers WDB_OK (unless the file is unpublished). After anything else nothing was
-    // written, and the environment reopens its file before the next transaction.
+    // Durable when it answers WDB_OK (unless the file is unpublished). Anything else means that nothing was
+    // written, or that the disk refused the state that readers see already (CommitSeal::seal): the next
+    // commit waits until it is there.
     Status commit();
     void abort();
 
@@ -190,7 +193,9 @@ public:
     // Waits for another writer of the file; the writer's lock of the home directory is held by then, so
     // nobody is there. WDB_E_READ_ONLY when the file was opened for reading.
     Result<WriteTxn> write();
-    // Brings an unpublished file to the disk, its directory entry included.
+    // Brings an unpublished file to the disk, its directory entry included. Of others it makes sure of the
+    // last state, which a process may have committed that fell before its sync: to be called, with no write
+    // transaction open, before something durable is made of what was read.
     Status sync();
 
     // Walks through every page of the last committed state. WDB_E_CORRUPT with a reason.
@@ -218,12 +223,15 @@ private:
     Status growMap(size_t size);  // 0: to what another process made it
     int beginRead(MDB_txn*& txn);
     void endRead(MDB_txn* txn);
+    Status prepareCommit(uint64_t before);
+    Status makeDurable(uint64_t txn);
     void writeEnded(bool failed, bool full);
 
     const std::string path_;
     const std::vector<TableSpec> tables_;
     EnvironmentOptions options_;
     std::unique_ptr<FileGuard> guard_;  // goes after the library has closed the file
+    std::optional<CommitSeal> seal_;
     MDB_env* env_ = nullptr;
     std::vector<unsigned> handles_;  // LMDB's number of each table
     std::atomic<size_t> mapSize_;

@@ -11,6 +11,7 @@
 
 #include "kernel/common/ByteOrder.h"
 #include "kernel/common/Ids.h"
+#include "kernel/storage/CommitSeal.h"
 #include "kernel/storage/OpenFileLock.h"
 #include "kernel/storage/PageWalker.h"
 
@@ -65,6 +66,7 @@ Status FileGuard::enter(bool fresh, bool always) {
 Status FileGuard::inspect(bool always) const {
     const std::string present = note();
     const bool clean = !always && !present.empty() && readSmall(path_ + "-clean") == present;
+    if (!clean) WDB_TRY(recoverLastState(file_));
     std::string reason;
     return walkPages(file_, clean ? WalkDepth::Tables : WalkDepth::Whole, std::nullopt, reason);
 }
@@ -95,6 +97,7 @@ void FileGuard::writeNote() const {
     if (::fstat(file_, &here) != 0 || ::stat(path_.c_str(), &named) != 0) return;
     // Removed, or replaced by hand, meanwhile.
     if (here.st_ino != named.st_ino || here.st_dev != named.st_dev) return;
+    if (!noteDurable(file_)) return;
     const std::string bytes = note();
     const std::string path = path_ + "-clean";
     if (bytes.empty() || readSmall(path) == bytes) return;

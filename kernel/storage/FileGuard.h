@@ -11,7 +11,8 @@ namespace wdb {
 // What a process does around the use of a storage file, so that damage is met before the storage library is.
 // While a file is in use each process holds a shared lock on it; the first one to come is alone for a moment
 // and looks whether the file is as the last one noted it at its end: size, time of change, last transaction.
-// If not, the whole file is walked. The note is the file `PATH-clean`; to lose it costs a walk.
+// If not, its last whole state is put in force (CommitSeal.h) and the whole file is walked. The note is the
+// file `PATH-clean`; to lose it costs a walk.
 class FileGuard {
 public:
     // Waits while another process walks the file. With `always` the first one walks the file whatever the
@@ -23,7 +24,7 @@ public:
     // The storage library has closed the file. The last process notes what it leaves.
     ~FileGuard();
 
-    // Open for reading.
+    // Open for reading, and for writing where the file may be written.
     int file() const { return file_; }
 
 private:

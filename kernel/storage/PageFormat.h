@@ -30,6 +30,7 @@ inline constexpr size_t kMainTreeAt = 88;
 inline constexpr size_t kLastPageAt = 136;
 inline constexpr size_t kTxnAt = 144;
 inline constexpr size_t kMetaEnd = 152;
+inline constexpr size_t kSealAt = 160;  // ours, see CommitSeal.h; within the first 512 bytes
 
 // Record of a tree, 48 bytes: in the meta page, and as value of a table's name in the main tree.
 inline constexpr size_t kTreeRecord = 48;

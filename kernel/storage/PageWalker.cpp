@@ -1,15 +1,16 @@
 #include "kernel/storage/PageWalker.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
 #include "kernel/common/ByteOrder.h"
 #include "kernel/common/Ids.h"
 #include "kernel/storage/Environment.h"
+#include "kernel/storage/MetaPage.h"
 #include "kernel/storage/PageFormat.h"
 
 namespace wdb {
@@ -18,74 +19,7 @@ namespace {
 
 using namespace page_format;
 
-struct Tree {
-    uint16_t flags = 0;
-    uint16_t depth = 0;
-    uint64_t branches = 0;
-    uint64_t leaves = 0;
-    uint64_t overflows = 0;
-    uint64_t entries = 0;
-    uint64_t root = kNoPage;
-    bool operator==(const Tree&) const = default;
-};
-
-Tree treeAt(const char* at) {
-    Tree tree;
-    tree.flags = loadLittle<uint16_t>(at + kTreeFlagsAt);
-    tree.depth = loadLittle<uint16_t>(at + kTreeDepthAt);
-    tree.branches = loadLittle<uint64_t>(at + kTreeBranchesAt);
-    tree.leaves = loadLittle<uint64_t>(at + kTreeLeavesAt);
-    tree.overflows = loadLittle<uint64_t>(at + kTreeOverflowsAt);
-    tree.entries = loadLittle<uint64_t>(at + kTreeEntriesAt);
-    tree.root = loadLittle<uint64_t>(at + kTreeRootAt);
-    return tree;
-}
-
-struct Meta {
-    uint32_t pageSize = 0;
-    uint64_t lastPage = 0;
-    uint64_t txn = 0;
-    Tree free;
-    Tree main;
-};
-
-bool readAt(int file, uint64_t offset, char* to, size_t size) {
-    while (size > 0) {
-        const ssize_t got = ::pread(file, to, size, static_cast<off_t>(offset));
-        if (got <= 0) return false;
-        to += got;
-        offset += static_cast<uint64_t>(got);
-        size -= static_cast<size_t>(got);
-    }
-    return true;
-}
-
-// One of the two meta pages. A new file's have both transaction 0.
-bool readMeta(int file, uint64_t number, uint32_t pageSize, Meta& meta) {
-    char bytes[kMetaEnd];
-    if (!readAt(file, number * pageSize, bytes, sizeof bytes)) return false;
-    if (loadLittle<uint64_t>(bytes) != number || loadLittle<uint16_t>(bytes + kFlagsAt) != kMetaPage ||
-        loadLittle<uint32_t>(bytes + kMagicAt) != kMagic ||
-        loadLittle<uint32_t>(bytes + kVersionAt) != kDataVersion)
-        return false;
-    meta.free = treeAt(bytes + kFreeTreeAt);
-    meta.main = treeAt(bytes + kMainTreeAt);
-    meta.pageSize = loadLittle<uint32_t>(bytes + kFreeTreeAt + kTreePadAt);
-    meta.lastPage = loadLittle<uint64_t>(bytes + kLastPageAt);
-    meta.txn = loadLittle<uint64_t>(bytes + kTxnAt);
-    const bool sized = meta.pageSize >= kLeastPage && meta.pageSize <= kLargestPage &&
-                       (meta.pageSize & (meta.pageSize - 1)) == 0 &&
-                       (pageSize == 0 || meta.pageSize == pageSize);
-    const bool placed = meta.txn == 0 || (meta.txn & 1) == number;
-    const bool flags =
-        (meta.free.flags & (kFixedMap | kReverseKey | kDupSort | kIntegerKey)) == kIntegerKey &&
-        meta.main.flags == 0;
-    return sized && placed && flags && meta.lastPage >= 1 && meta.lastPage < (uint64_t{1} << 47);
-}
-
-bool readMetas(int file, Meta& first, Meta& second) {
-    return readMeta(file, 0, 0, first) && readMeta(file, 1, first.pageSize, second);
-}
+using Tree = TreeRecord;
 
 struct Node {
     uint16_t flags = 0;
@@ -106,11 +40,12 @@ public:
     Walker(int file, WalkDepth depth, std::string& reason) : file_(file), depth_(depth), reason_(reason) {}
 
     Status run(std::optional<uint64_t> txn) {
-        Meta first, second;
+        std::array<MetaPage, 2> metas;
         struct stat info {};
         if (::fstat(file_, &info) != 0) return WDB_E_STORAGE;
         fileSize_ = static_cast<uint64_t>(info.st_size);
-        if (!readMetas(file_, first, second)) return wrong("The meta pages are damaged");
+        if (!readMetas(file_, metas)) return wrong("The meta pages are damaged");
+        const auto& [first, second] = metas;
         meta_ = first.txn < second.txn ? second : first;
         if (txn && *txn != meta_.txn) {
             if (first.txn != *txn && second.txn != *txn) return WDB_FAIL;
@@ -339,7 +274,7 @@ private:
     const WalkDepth depth_;
     std::string& reason_;
     uint64_t fileSize_ = 0;
-    Meta meta_;
+    MetaPage meta_;
     std::vector<bool> seen_;
     bool integerKeys_ = false;
     size_t keySize_ = 0;  // of the tree that is walked, when its keys are integers
@@ -352,9 +287,9 @@ Status walkPages(int file, WalkDepth depth, std::optional<uint64_t> txn, std::st
 }
 
 std::optional<uint64_t> lastTransaction(int file) {
-    Meta first, second;
-    if (!readMetas(file, first, second)) return std::nullopt;
-    return std::max(first.txn, second.txn);
+    std::array<MetaPage, 2> metas;
+    if (!readMetas(file, metas)) return std::nullopt;
+    return std::max(metas[0].txn, metas[1].txn);
 }
 
 }  // namespace wdb

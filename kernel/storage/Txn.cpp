@@ -146,11 +146,17 @@ Status WriteTxn::commit() {
         abort();
         return WDB_E_STORAGE;
     }
+    const uint64_t number = id();
+    if (const Status status = environment_->prepareCommit(number - 1); !ok(status)) {
+        abort();
+        return WDB_E_STORAGE;
+    }
     MDB_txn* txn = std::exchange(txn_, nullptr);
     const int code = callLmdb([&] { return mdb_txn_commit(txn); });
+    const Status status = code == MDB_SUCCESS ? environment_->makeDurable(number) : WDB_E_STORAGE;
     environment_->writeEnded(code != MDB_SUCCESS, code == MDB_MAP_FULL);
     environment_.reset();
-    return code == MDB_SUCCESS ? WDB_OK : WDB_E_STORAGE;
+    return status;
 }
 
 void WriteTxn::abort() {

@@ -145,7 +145,10 @@ std::string Disk::left(const File& file, const Loss& loss, std::mt19937& random)
         for (size_t at = 0; at < waiting.bytes.size();) {
             const size_t size =
                 std::min(waiting.bytes.size() - at, loss.sector - (waiting.offset + at) % loss.sector);
-            if (random() % 100 < loss.percent)
+            constexpr uint64_t kNamesEnd = 2 * 4096;
+            const bool name = waiting.offset + at < kNamesEnd;
+            const bool spared = loss.spared == Spared::Any || name == (loss.spared == Spared::Names);
+            if (random() % 100 < loss.percent && spared)
                 change(bytes, {TraceKind::Write, waiting.offset + at, waiting.bytes.substr(at, size)});
             at += size;
         }

@@ -21,11 +21,19 @@ struct TraceEvent {
 
 std::vector<TraceEvent> readTrace(const std::string& file);
 
+// Which writes that were not synced a loss may leave at all.
+enum class Spared {
+    Any,
+    Names,   // of a file's first two pages, which name its states
+    Others,  // not of these
+};
+
 // How writes that were not synced come out.
 struct Loss {
     uint32_t seed;
     size_t sector;     // a write falls into pieces of so many bytes, each of which is there or not
     unsigned percent;  // of the pieces that are there
+    Spared spared = Spared::Any;
 };
 
 class Disk {

@@ -30,7 +30,16 @@ int workTraced(const std::string& home, const std::string& trace, const std::vec
 }
 
 constexpr Loss kLosses[] = {
-    {1, 4096, 0}, {2, 4096, 50}, {3, 512, 50}, {4, 512, 90}, {5, 4096, 100}, {6, 512, 10},
+    {1, 4096, 0},
+    {2, 4096, 50},
+    {3, 512, 50},
+    {4, 512, 90},
+    {5, 4096, 100},
+    {6, 512, 10},
+    // The page that names a state without the state, and the other way round; and all but some of both.
+    {7, 4096, 100, Spared::Names},
+    {8, 4096, 100, Spared::Others},
+    {9, 4096, 95},
 };
 
 class Replay {
