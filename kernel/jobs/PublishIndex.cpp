@@ -15,6 +15,9 @@ BulkIndexOptions bulkOptions(const BaseDefinition& definition) {
 Status trimQueue(const OpenBase& base) {
     const auto files = base.indexFiles();
     if (files == nullptr) return WDB_E_CORRUPT;
+    // What leaves the queue is nowhere else: who merged it may have fallen before the sync.
+    WDB_TRY(files->words->sync());
+    WDB_TRY(files->values->sync());
     const auto words = files->words->read();
     const auto values = files->values->read();
     if (!words || !values) return WDB_E_STORAGE;

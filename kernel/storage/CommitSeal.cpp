@@ -25,8 +25,8 @@ constexpr size_t kCopies = 2;  // one byte that flips does not unmake a commit
 enum class SealKind : uint64_t {
     Checked = 1,  // the checksum tells whether the state is whole
     Durable = 2,  // the state was on the disk before the seal was written; no checksum
-    Unwritten =
-        3  // as Checked; a sync failed, pages that the system holds for written may be missing on the disk
+    // As Checked; a sync failed, pages that the system holds for written may be missing on the disk.
+    Unwritten = 3
 };
 
 struct Seal {
@@ -178,11 +178,13 @@ Status CommitSeal::prepare(uint64_t txn) {
 
 Status CommitSeal::seal(uint64_t txn) {
     std::lock_guard lock(mutex_);
-    if (durable_ == txn) return WDB_OK;
+    if (durable_ >= txn) return WDB_OK;
     std::array<MetaPage, 2> metas;
     if (!readMetas(file_, metas)) return WDB_E_STORAGE;
     const MetaPage& meta = metas[txn & 1];
-    if (meta.txn != txn) return WDB_OK;  // nothing was written
+    if (meta.txn < txn) return WDB_OK;  // nothing was written
+    // Somebody committed the next state already, and made this one durable before (prepare()).
+    if (std::max(metas[0].txn, metas[1].txn) > txn) return WDB_OK;
     std::vector<PageRun> runs;
     const auto seal = compute(file_, metas, txn, runs);
     if (!seal || !writeSeal(file_, meta, *seal)) return WDB_E_STORAGE;

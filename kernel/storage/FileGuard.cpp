@@ -66,7 +66,11 @@ Status FileGuard::enter(bool fresh, bool always) {
 Status FileGuard::inspect(bool always) const {
     const std::string present = note();
     const bool clean = !always && !present.empty() && readSmall(path_ + "-clean") == present;
-    if (!clean) WDB_TRY(recoverLastState(file_));
+    if (!clean) {
+        // Who may only read the file is not alone with it: what others use is in force, and theirs.
+        const Status status = recoverLastState(file_);
+        if (!ok(status) && !othersLockOpenFile(file_)) return status;
+    }
     std::string reason;
     return walkPages(file_, clean ? WalkDepth::Tables : WalkDepth::Whole, std::nullopt, reason);
 }

@@ -15,4 +15,13 @@ inline bool setOpenFileLock(int file, short type) {
     return ::fcntl(file, F_OFD_SETLK, &region) == 0;
 }
 
+// Whether others hold a lock of that byte, of either kind.
+inline bool othersLockOpenFile(int file) {
+    struct flock region {};
+    region.l_type = F_WRLCK;
+    region.l_whence = SEEK_SET;
+    region.l_len = 1;
+    return ::fcntl(file, F_OFD_GETLK, &region) == 0 && region.l_type != F_UNLCK;
+}
+
 }  // namespace wdb
