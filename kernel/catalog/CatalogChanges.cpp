@@ -223,6 +223,9 @@ Status SystemDirectory::removeLeftovers(const WriterHold&) {
             stored.emplace_back(cursor.key());
     }
     if (stored.empty()) return WDB_OK;
+    // A state that no sync has brought to the disk may be taken back, and with it these files come to be in
+    // use.
+    WDB_TRY(catalog_->sync());
     for (const std::string& path : stored) file_system::removeStorage(fullPath(path));
     auto txn = catalog_->write();
     if (!txn) return txn.status();

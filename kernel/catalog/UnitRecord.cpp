@@ -134,6 +134,8 @@ Result<uint64_t> present(Environment& catalog) {
 }
 
 Status apply(Environment& catalog, const PathOf& pathOf) {
+    // Who stored the list may have fallen before its sync, and the first base must not outlive the list.
+    WDB_TRY(catalog.sync());
     const auto txn = catalog.read();
     if (!txn) return txn.status();
     std::unique_ptr<Redo> redo;
