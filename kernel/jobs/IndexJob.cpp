@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "kernel/index/IndexFormat.h"
+#include "kernel/jobs/IndexShrink.h"
 #include "kernel/jobs/PublishIndex.h"
 #include "kernel/jobs/QueueChanges.h"
 
@@ -87,7 +88,10 @@ Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& g
     const BaseReader reader(queue->txn);
     WDB_TRY(mergeInto(*files->words, readWordMeta, mergeWords, reader, *definition->schema, upTo));
     WDB_TRY(mergeInto(*files->values, readValueMeta, mergeValues, reader, *definition->schema, upTo));
-    return trimQueue(*base);
+    WDB_TRY(trimQueue(*base));
+    // The merge is done; files that stay large only take room.
+    if (!ok(shrinkIndexIfDue(directory, *base, hold))) static_cast<void>(directory.removeLeftovers(hold));
+    return WDB_OK;
 }
 
 Status rebuildIndex(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold,

@@ -66,6 +66,8 @@ public:
     uint64_t id() const;
     // Entries of a table.
     uint64_t entries(Table table) const;
+    // Bytes of the pages that this state has given back.
+    Result<uint64_t> freeBytes() const;
 
     const std::shared_ptr<Environment>& environment() const { return environment_; }
 

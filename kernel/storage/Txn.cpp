@@ -1,6 +1,7 @@
 #include <cstring>
 #include <utility>
 
+#include "kernel/common/ByteOrder.h"
 #include "kernel/storage/Environment.h"
 #include "kernel/storage/LmdbStatus.h"
 
@@ -61,6 +62,24 @@ uint64_t Txn::entries(Table table) const {
     MDB_stat statistics;
     return mdb_stat(txn_, environment_->handles_[table], &statistics) == MDB_SUCCESS ? statistics.ms_entries
                                                                                      : 0;
+}
+
+Result<uint64_t> Txn::freeBytes() const {
+    constexpr MDB_dbi kFreeTree = 0;  // lists of pages, each behind its length
+    MDB_cursor* opened = nullptr;
+    MDB_stat statistics;
+    if (mdb_stat(txn_, kFreeTree, &statistics) != MDB_SUCCESS ||
+        mdb_cursor_open(txn_, kFreeTree, &opened) != MDB_SUCCESS)
+        return Status{WDB_E_STORAGE};
+    Cursor cursor(opened);
+    uint64_t pages = 0;
+    Status status = cursor.first();
+    for (; ok(status); status = cursor.next()) {
+        if (cursor.value().size() < sizeof(uint64_t)) return Status{WDB_E_CORRUPT};
+        pages += loadLittle<uint64_t>(cursor.value().data());
+    }
+    if (status != WDB_FAIL) return status;
+    return pages * statistics.ms_psize;
 }
 
 ReadTxn& ReadTxn::operator=(ReadTxn&& other) noexcept {

@@ -4,6 +4,7 @@
 
 #include "kernel/check/BaseVerifier.h"
 #include "kernel/index/Merger.h"
+#include "kernel/jobs/IndexShrink.h"
 #include "tests/unit/catalog/HomeFixture.h"
 
 namespace wdb {
@@ -141,6 +142,43 @@ TEST_F(IndexJobTest, RebuildsUnderReaders) {
     EXPECT_EQ(findWord(*base_, "words").size(), 100u);
     EXPECT_EQ(base_->stamps()->pending, 0u);
     expectSound("built anew");
+}
+
+TEST_F(IndexJobTest, ShrinksFilesWithManyFreePages) {
+    fill(2000, "words");
+    ASSERT_EQ(mergeQueue(*home_, base_, home_.lock()), WDB_OK);
+    ASSERT_EQ(shrinkIndexIfDue(*home_, *base_, home_.lock(), uint64_t{1} << 30), WDB_OK);
+    const std::string first = base_->definition()->wordPath();
+    for (int round = 0; round < 3; ++round) {
+        SessionUnit unit(home_.lock());
+        UnitBase* joined = *unit.base(base_);
+        for (RecordNumber number = 1; number <= 2000; number += 4)
+            ASSERT_TRUE(putRow(*joined, number, std::to_string(number * 7919 % 2003) + " changed",
+                               "other words", round));
+        ASSERT_EQ(unit.commit(3000, true), WDB_OK);
+        ASSERT_EQ(mergeQueue(*home_, base_, unit.unit().takeHold()), WDB_OK);
+    }
+    EXPECT_EQ(base_->definition()->wordPath(), first) << "too small to be worth it";
+    const auto used = [&] {
+        const auto files = base_->indexFiles();
+        return files->words->usedBytes() + files->values->usedBytes();
+    };
+    const uint64_t large = used();
+    const auto before = base_->snapshot();
+    ASSERT_TRUE(before);
+    ASSERT_EQ(shrinkIndexIfDue(*home_, *base_, home_.lock(), 0), WDB_OK);
+    EXPECT_LT(used(), large * 2 / 3);
+    EXPECT_FALSE(std::filesystem::exists(first));
+    EXPECT_EQ(toVector(before->index().word(2, Pattern("other"))).size(), 500u) << "the old files' reader";
+    EXPECT_EQ(findWord(*base_, "other").size(), 500u);
+    expectSound("copied");
+    const std::string second = base_->definition()->wordPath();
+    ASSERT_EQ(shrinkIndexIfDue(*home_, *base_, home_.lock(), 0), WDB_OK);
+    EXPECT_EQ(base_->definition()->wordPath(), second) << "nothing is free";
+    ASSERT_TRUE(putRow(home_, base_, 0, "behind", "other"));
+    ASSERT_EQ(mergeQueue(*home_, base_, home_.lock()), WDB_OK);
+    EXPECT_EQ(findWord(*base_, "other").size(), 501u);
+    expectSound("merged into the copy");
 }
 
 TEST_F(IndexJobTest, ALargeQueueIsBuiltRatherThanMerged) {
