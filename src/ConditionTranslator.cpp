@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "src/tree/ComparisonOps.h"
+#include "src/tree/ExactType.h"
 #include "src/tree/Tree.h"
 #include "src/welkhelp/CclText.h"
 
@@ -116,10 +117,10 @@ bool ConditionTranslator::fault(std::int32_t line, const char* text) {
 bool ConditionTranslator::node(const WSQLCondition& condition, bool negated, CStringBuffer& out) {
     if (condition.asComposite() != nullptr) return chain(condition, negated, out);
     negated = negated != condition.negated();
+    if (const auto* compared = exactly<const WSQLComparison>(&condition))
+        return comparison(*compared, negated, out);
     if (const auto* likeTest = dynamic_cast<const WSQLLikePredicate*>(&condition))
         return like(*likeTest, negated, out);
-    if (const auto* compared = dynamic_cast<const WSQLComparison*>(&condition))
-        return comparison(*compared, negated, out);
     if (const auto* range = dynamic_cast<const WSQLBetweenTest*>(&condition))
         return between(*range, negated, out);
     if (const auto* test = dynamic_cast<const WSQLNullTest*>(&condition))

@@ -7,6 +7,7 @@
 #include "src/WSQLFilter.h"
 #include "src/support/text.h"
 #include "src/tree/ComparisonOps.h"
+#include "src/tree/ExactType.h"
 #include "src/tree/Tree.h"
 
 namespace wsql {
@@ -196,7 +197,7 @@ std::int32_t rewriteSubselects(WSQLFilter& filter, WSQLStmtSelect& select) {
     if (select.tables->Count() == 0 || computesOverRows(select)) return 0;
     std::int32_t rewritten = 0;
     for (WSQLCondition* term : andTerms(select.where.get())) {
-        auto* predicate = dynamic_cast<WSQLSubselect*>(term);
+        auto* predicate = exactly<WSQLSubselect>(term);
         if (predicate == nullptr || !predicate->isActive() || !canBecomeJoin(select, *predicate)) continue;
         if (!rewriteAsJoin(filter, select, *predicate)) return -1;
         ++rewritten;

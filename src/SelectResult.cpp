@@ -21,6 +21,17 @@ std::int32_t clamped(std::int64_t number) {
     return static_cast<std::int32_t>(std::min<std::int64_t>(number, INT32_MAX));
 }
 
+/// The number that a setting begins with; the default when it is missing or empty.
+std::int32_t numberSetting(const char* name, std::int32_t otherwise) {
+    constexpr std::int32_t kAllLevels = 7;
+    char text[256];
+    std::int32_t length = sizeof text;
+    text[0] = '\0';
+    const bool found = WDB_SUCCESS(QueryRCS(name, text, &length, kAllLevels));
+    text[sizeof text - 1] = '\0';
+    return found && text[0] != '\0' ? decimalPrefix(text) : otherwise;
+}
+
 /// The part of the rows that the host wants, from its settings.
 struct Block {
     std::int64_t size = kDefaultBlock;  ///< rows
@@ -28,10 +39,8 @@ struct Block {
 
     static Block ofSettings() {
         Block block;
-        CStringBuffer value(64);
-        if (kernelSetting("SQL_BLOCKNUMBER", value)) block.number = std::max(decimalPrefix(value.view()), 1);
-        if (!kernelSetting("SQL_BLOCKSIZE", value) || value.empty()) return block;
-        const std::int32_t size = decimalPrefix(value.view());
+        block.number = std::max(numberSetting("SQL_BLOCKNUMBER", 1), 1);
+        const std::int32_t size = numberSetting("SQL_BLOCKSIZE", kDefaultBlock);
         if (size >= 1) block.size = size;
         if (size == -1 && block.number == 1) block.size = kWholeResult;
         return block;

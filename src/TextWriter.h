@@ -33,6 +33,10 @@ public:
     }
     TextWriter& operator<<(std::int32_t number) {
         if (kSize - length_ < kLongestNumber) flush();
+        if (number >= 0 && number < 10) {
+            bytes_[length_++] = static_cast<char>('0' + number);
+            return *this;
+        }
         const char* end = std::to_chars(bytes_ + length_, std::end(bytes_), number).ptr;
         length_ = static_cast<std::size_t>(end - bytes_);
         return *this;

@@ -1,11 +1,15 @@
 // Binding names to the kernel's tables and fields.
+#include <array>
 #include <cstring>
+#include <vector>
 
 #include "src/DictionaryTables.h"
 #include "src/ValidationFault.h"
 #include "src/WSQLFilter.h"
 #include "src/support/text.h"
+#include "src/tree/ExactType.h"
 #include "src/tree/Tree.h"
+#include "src/welkhelp/KernelExtras.h"
 #include "src/welkhelp/WelkRecord.h"
 
 namespace wsql {
@@ -112,6 +116,52 @@ bool bindInTables(WSQLFilter& filter, WSQLColumnRef& column, const WSQLList<WSQL
     return false;
 }
 
+void addField(WSQLTableRef& table, WELKFieldInfoList& fields, const WdbFieldEntry& entry) {
+    auto info = std::make_unique<WELKFieldInfo>(
+        table.table, entry.name, static_cast<std::uint32_t>(entry.number), entry.flags, entry.type);
+    info->primaryKey = entry.key != 0;
+    table.hasPartRecords = table.hasPartRecords || info->partField;
+    fields.Add(std::move(info));
+}
+
+/// Asks for all fields at once; false when the kernel cannot tell them so.
+bool loadAtOnce(WSQLTableRef& table, WELKFieldInfoList& fields) {
+    if (WdbBaseFields == nullptr) return false;
+    std::array<WdbFieldEntry, 32> few;
+    std::vector<WdbFieldEntry> many;
+    WdbFieldEntry* entries = few.data();
+    auto count = static_cast<std::int32_t>(few.size());
+    std::int32_t status = WdbBaseFields(table.table.c_str(), entries, &count);
+    if (status == WDB_E_BUFFER) {
+        many.resize(static_cast<std::size_t>(count));
+        entries = many.data();
+        status = WdbBaseFields(table.table.c_str(), entries, &count);
+    }
+    if (!WDB_SUCCESS(status)) return false;
+    for (std::int32_t i = 0; i < count; ++i) addField(table, fields, entries[i]);
+    return true;
+}
+
+/// Asks for number after number.
+void loadOneByOne(WSQLTableRef& table, WELKFieldInfoList& fields) {
+    const char* name = table.table.c_str();
+    std::int32_t count = 0, size = sizeof count;
+    if (!WDB_SUCCESS(WdbBaseInfo(name, kBaseInfoFieldCount, &count, &size))) count = kFieldCountWhenUnknown;
+    const std::string key = keyFieldName(name);
+    WelkRecord record;
+    // Without the base no number can be a field of it.
+    if (!WDB_SUCCESS(attach(record, name))) count = 0;
+    for (std::int32_t n = 1; n <= count; ++n) {
+        WdbFieldEntry entry{};
+        std::int32_t number = n;
+        if (!WDB_SUCCESS(WdbCheckField(record.get(), entry.name, &number, &entry.type, &entry.flags)))
+            continue;
+        entry.number = n;
+        entry.key = !key.empty() && equalNames(key, entry.name) ? 1 : 0;
+        addField(table, fields, entry);
+    }
+}
+
 }  // namespace
 
 bool WSQLFilter::DBTableExists(const char* tableName) {
@@ -179,26 +229,8 @@ bool WSQLFilter::LoadFields(WSQLTableRef* table) {
         table->fields = dictionaryFields(dictionaryKind(table->table));
         return true;
     }
-    const char* name = table->table.c_str();
-    std::int32_t count = 0, size = sizeof count;
-    if (!WDB_SUCCESS(WdbBaseInfo(name, kBaseInfoFieldCount, &count, &size))) count = kFieldCountWhenUnknown;
-    const std::string key = keyFieldName(name);
-    WelkRecord record;
     auto fields = std::make_unique<WELKFieldInfoList>();
-    // Without the base no number can be a field of it.
-    if (!WDB_SUCCESS(attach(record, name))) count = 0;
-    for (std::int32_t n = 1; n <= count; ++n) {
-        FieldName field{std::string()};
-        std::int32_t type = 0;
-        std::uint32_t flags = 0;
-        std::int32_t number = n;
-        if (!WDB_SUCCESS(WdbCheckField(record.get(), field.text, &number, &type, &flags))) continue;
-        auto info = std::make_unique<WELKFieldInfo>(table->table, field.text, static_cast<std::uint32_t>(n),
-                                                    flags, type);
-        info->primaryKey = !key.empty() && equalNames(key, info->name);
-        table->hasPartRecords = table->hasPartRecords || info->partField;
-        fields->Add(std::move(info));
-    }
+    if (!loadAtOnce(*table, *fields)) loadOneByOne(*table, *fields);
     table->fields = std::move(fields);
     return true;
 }
@@ -213,7 +245,7 @@ struct LookUp {
 
 LookUp lookUpOf(WSQLStatement* statement) {
     LookUp lookUp;
-    lookUp.select = dynamic_cast<WSQLStmtSelect*>(statement);
+    lookUp.select = exactly<WSQLStmtSelect>(statement);
     const WSQLTableRef* table = nullptr;
     if (lookUp.select != nullptr) return lookUp;
     if (const auto* remove = dynamic_cast<WSQLStmtDelete*>(statement)) table = remove->table.get();

@@ -11,6 +11,7 @@
 #include "src/parser/WSQLSymbolTable.h"
 #include "src/parser/parse.h"
 #include "src/support/text.h"
+#include "src/tree/ExactType.h"
 #include "src/tree/Tree.h"
 
 namespace wsql {
@@ -129,7 +130,7 @@ bool WSQLFilter::parse(const char* text) {
 // First match wins. A validator that answers false has raised its fault already.
 void WSQLFilter::dispatch() {
     WSQLStatement* root = statement_.get();
-    if (auto* select = dynamic_cast<WSQLStmtSelect*>(root)) {
+    if (auto* select = exactly<WSQLStmtSelect>(root)) {
         if (!ValidateSelect(select)) return finish(false, "WSQLFilter::ValidateSelect");
         if (select->hasUnion()) return finish(ExecuteUnion(select), "WSQLFilter::ExecuteUnion");
         return finish(ExecuteSelect(select), "WSQLFilter::ExecuteSelect");

@@ -8,6 +8,7 @@
 
 #include "src/WSQLFilter.h"
 #include "src/support/text.h"
+#include "src/welkhelp/KernelExtras.h"
 
 namespace wsql {
 namespace {
@@ -98,7 +99,15 @@ std::int32_t submitJob(WSQLFilter& filter, const char* name, bool raiseFaults, c
     return WDB_OK;
 }
 
+/// Whether the kernel says so in a word. A log wants to see the dates.
+bool isUpToDate(const WSQLFilter& filter, const char* name) {
+    if (WdbIndexBehind == nullptr || filter.logs(kLogWarning)) return false;
+    std::int32_t behind = 1;
+    return WDB_SUCCESS(WdbIndexBehind(name, &behind)) && behind == 0;
+}
+
 std::int32_t indexWhenOutdated(WSQLFilter& filter, const char* name, bool raiseFaults) {
+    if (isUpToDate(filter, name)) return WDB_OK;
     BaseDates dates;
     std::optional<DateFormScope> form(std::in_place, filter);
     filter.debug(kContext, "Getting base status for \"%s\"\n", name);

@@ -3,6 +3,7 @@
 
 #include "src/ValidationFault.h"
 #include "src/WSQLFilter.h"
+#include "src/tree/ExactType.h"
 #include "src/tree/Tree.h"
 
 namespace wsql {
@@ -21,7 +22,8 @@ bool WSQLFilter::ValidateCondition(WSQLStatement* statement, WSQLCondition* cond
         condition = spine.back()->left.get();
     }
     if (condition != nullptr) {
-        auto* predicate = dynamic_cast<WSQLPredicate*>(condition);
+        WSQLPredicate* predicate = exactly<WSQLComparison>(condition);
+        if (predicate == nullptr) predicate = dynamic_cast<WSQLPredicate*>(condition);
         if (predicate == nullptr) {
             ReportValidationFault(803, "WSQLFilter::ValidateCondition", "%s",
                                   "Invalid part in condition in statement.");
@@ -37,6 +39,10 @@ bool WSQLFilter::ValidateCondition(WSQLStatement* statement, WSQLCondition* cond
 
 bool WSQLFilter::ValidatePredicate(WSQLStatement* statement, WSQLPredicate* predicate) {
     if (!predicate->isActive()) return true;
+    if (auto* comparison = exactly<WSQLComparison>(predicate)) {
+        return ValidateScalar(statement, comparison->left.get()) &&
+               ValidateScalar(statement, comparison->right.get());
+    }
     if (auto* test = dynamic_cast<WSQLNullTest*>(predicate)) {
         return BindColumn(statement, test->column.get(), {332, 349, false}, kContext);
     }
@@ -58,10 +64,6 @@ bool WSQLFilter::ValidatePredicate(WSQLStatement* statement, WSQLPredicate* pred
                               "Column type for \"%s\" must be TEXT or PHRASE for use with the LIKE operator.",
                               column->column.c_str());
         return false;
-    }
-    if (auto* comparison = dynamic_cast<WSQLComparison*>(predicate)) {
-        return ValidateScalar(statement, comparison->left.get()) &&
-               ValidateScalar(statement, comparison->right.get());
     }
     if (auto* subselect = dynamic_cast<WSQLSubselect*>(predicate)) {
         if (!ValidateScalar(statement, subselect->scalar.get())) return false;

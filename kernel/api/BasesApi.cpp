@@ -1,6 +1,8 @@
 // What is known of a base: information, the checked base and its rules.
 #include <cstring>
+#include <utility>
 
+#include "include/wdb_bulk.h"
 #include "kernel/api/ApiCall.h"
 #include "kernel/common/Ascii.h"
 
@@ -49,6 +51,25 @@ Status baseInfo(Session& session, const char* baseName, int32_t item, void* info
         default:
             return countInfo(session, name, info, length);
     }
+}
+
+Status baseFields(Session& session, const char* baseName, WdbFieldEntry* fields, int32_t* count) {
+    if (count == nullptr || *count < 0 || (fields == nullptr && *count > 0)) return WDB_E_ARGUMENT;
+    const auto base = session.findBase(trimName(InText(session, baseName)));
+    if (!base) return base.status();
+    const auto definition = (*base)->definition();
+    const std::vector<FieldDefinition>& all = definition->schema->fields();
+    const int32_t room = std::exchange(*count, static_cast<int32_t>(all.size()));
+    if (*count > room) return WDB_E_BUFFER;
+    for (const FieldDefinition& field : all) {
+        WdbFieldEntry& entry = *fields++;
+        putName(session, field.name, entry.name, sizeof entry.name);
+        entry.number = field.number;
+        entry.type = static_cast<int32_t>(field.type);
+        entry.flags = field.flags();
+        entry.key = field.number == definition->uniqueKey ? 1 : 0;
+    }
+    return WDB_OK;
 }
 
 Status checkBase(Session& session, const char* baseName, int32_t mode) {
@@ -118,6 +139,10 @@ Status freeRules(Session& session, WdbIntegrityRules** rules) {
 
 using namespace wdb;
 using namespace wdb::api;
+
+int32_t WdbBaseFields(const char* baseName, WdbFieldEntry* fields, int32_t* count) {
+    return call(__func__, [&](Session& session) { return baseFields(session, baseName, fields, count); });
+}
 
 int32_t WdbBaseInfo(const char* baseName, int32_t item, void* info, int32_t* length) {
     return call(__func__, [&](Session& session) { return baseInfo(session, baseName, item, info, length); });

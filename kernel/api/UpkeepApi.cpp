@@ -1,6 +1,7 @@
 // Index dates, loads, verification.
 #include <array>
 
+#include "include/wdb_bulk.h"
 #include "kernel/api/ApiCall.h"
 #include "kernel/check/ReferenceVerifier.h"
 
@@ -41,12 +42,24 @@ struct StatusOut {
     int32_t* pending;
 };
 
-Status baseStatus(Session& session, const char* baseName, const StatusOut& out) {
+Result<BaseStamps> stampsOf(Session& session, const char* baseName) {
     const auto base = session.findBase(trimName(InText(session, baseName)));
     if (!base) return base.status();
     const UnitBase* own = session.writer.unitBase(**base);
     if (own == nullptr) own = session.writer.loadBase(**base);
-    const auto stamps = (*base)->stamps(own);
+    return (*base)->stamps(own);
+}
+
+Status indexBehind(Session& session, const char* baseName, int32_t* behind) {
+    if (behind == nullptr) return WDB_E_ARGUMENT;
+    const auto stamps = stampsOf(session, baseName);
+    if (!stamps) return stamps.status();
+    *behind = stamps->modified > stamps->indexed ? 1 : 0;
+    return WDB_OK;
+}
+
+Status baseStatus(Session& session, const char* baseName, const StatusOut& out) {
+    const auto stamps = stampsOf(session, baseName);
     if (!stamps) return stamps.status();
     const std::string modified = stampText(session, stamps->modified);
     const std::string indexed = stampText(session, stamps->indexed);
@@ -113,6 +126,10 @@ Status verify(Session& session, const char* baseName, uint32_t options, WdbRepor
 
 using namespace wdb;
 using namespace wdb::api;
+
+int32_t WdbIndexBehind(const char* baseName, int32_t* behind) {
+    return call(__func__, [&](Session& session) { return indexBehind(session, baseName, behind); });
+}
 
 int32_t WdbBaseStatus(const char* baseName, char* modificationDate, int32_t* modificationLength,
                       char* indexDate, int32_t* indexLength, int32_t* recordCount, int32_t* pendingCount) {

@@ -28,6 +28,22 @@ constexpr std::array<Spelling, kWordCount> kSpellings = {{
     {"FTL", "TO"},
 }};
 
+constexpr size_t kCanonicalLength = 3;
+
+// The letters of a canonical spelling as one number, the same in either case.
+constexpr uint32_t packed(std::string_view name) {
+    uint32_t number = 0;
+    for (size_t i = 0; i < kCanonicalLength; ++i)
+        number = number << 8 | static_cast<unsigned char>(asciiUpper(name[i]));
+    return number;
+}
+
+constexpr auto kPacked = [] {
+    std::array<uint32_t, kWordCount> packedWords{};
+    for (size_t i = 0; i < kWordCount; ++i) packedWords[i] = packed(kSpellings[i].canonical);
+    return packedWords;
+}();
+
 }  // namespace
 
 std::string_view canonicalWord(Word word) {
@@ -39,8 +55,10 @@ std::string_view englishWord(Word word) {
 }
 
 std::optional<Word> wordByCanonicalName(std::string_view name) {
+    if (name.size() != kCanonicalLength) return std::nullopt;
+    const uint32_t wanted = packed(name);
     for (size_t i = 0; i < kWordCount; ++i) {
-        if (equalsIgnoreCase(kSpellings[i].canonical, name)) return static_cast<Word>(i);
+        if (kPacked[i] == wanted) return static_cast<Word>(i);
     }
     return std::nullopt;
 }

@@ -9,8 +9,7 @@ namespace wdb {
 
 std::optional<std::string> environmentSetting(std::string_view name) {
     const char* value = std::getenv(std::string(trimName(name)).c_str());
-    if (value == nullptr) return std::nullopt;
-    return std::string(value);
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
 }
 
 std::optional<std::string> Settings::find(std::string_view name, int32_t levels) const {

@@ -6,9 +6,11 @@
 namespace wdb {
 
 std::optional<std::string> ShellSymbols::find(std::string_view name) const {
-    const std::string folded = foldName(name);
-    if (const auto own = own_.find(folded); own != own_.end()) return own->second;
-    const auto word = ccl::wordByCanonicalName(folded);
+    name = trimName(name);
+    if (!own_.empty()) {
+        if (const auto own = own_.find(foldName(name)); own != own_.end()) return own->second;
+    }
+    const auto word = ccl::wordByCanonicalName(name);
     if (!word) return std::nullopt;
     return std::string(language_ == 0 ? ccl::canonicalWord(*word) : ccl::englishWord(*word));
 }

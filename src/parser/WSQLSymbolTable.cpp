@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "src/support/text.h"
 
@@ -53,12 +54,13 @@ void WSQLSymbolTable::Clear() {
         for (size_t i = 0; i < used_; ++i) std::destroy_at(blocks_.back()->at(i));
         used_ = kBlock;
     }
-    symbols_ = {};
+    if (borrowed_ == nullptr && own_.head != nullptr) own_ = {};
+    borrowed_ = nullptr;
 }
 
 void WSQLSymbolTable::Borrow(const WSQLSymbolImage& image) {
     Clear();
-    symbols_ = image;
+    borrowed_ = &image;
 }
 
 uint32_t WSQLSymbolTable::hash(std::string_view name) const {
@@ -88,19 +90,20 @@ void* WSQLSymbolTable::slot() {
 
 WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
     const std::string_view text = name != nullptr ? std::string_view(name) : std::string_view();
+    if (borrowed_ != nullptr) own_ = *std::exchange(borrowed_, nullptr);
     const uint32_t index = hash(text);
     auto* symbol = new (slot()) WSQLSymbol(text, code, level_, index, copyNames_ == 1);
     ++used_;
-    symbol->nextInBucket_ = symbols_.buckets[index];
-    symbols_.buckets[index] = symbol;
-    symbol->nextAll_ = symbols_.head;
-    symbols_.head = symbol;
+    symbol->nextInBucket_ = own_.buckets[index];
+    own_.buckets[index] = symbol;
+    symbol->nextAll_ = own_.head;
+    own_.head = symbol;
     if (onInsert_ != nullptr) onInsert_(symbol, index);
     return symbol;
 }
 
 const WSQLSymbol* WSQLSymbolTable::Find(std::string_view name) const {
-    for (const WSQLSymbol* symbol = symbols_.buckets[hash(name)]; symbol != nullptr;
+    for (const WSQLSymbol* symbol = symbols().buckets[hash(name)]; symbol != nullptr;
          symbol = symbol->nextInBucket_) {
         if (lookupMode_ == kCurrentScope && symbol->level_ < level_) return nullptr;
         if (symbol->length_ == name.size() && symbol->name_ != nullptr && equal(symbol->name_, name))

@@ -99,8 +99,8 @@ public:
     const WSQLSymbol* Find(std::string_view name) const;
 
     Callback spare() const { return spare_; }
-    const WSQLSymbol* head() const { return symbols_.head; }  ///< the newest symbol
-    const WSQLSymbol* bucket(uint32_t index) const { return symbols_.buckets[index]; }
+    const WSQLSymbol* head() const { return symbols().head; }  ///< the newest symbol
+    const WSQLSymbol* bucket(uint32_t index) const { return symbols().buckets[index]; }
 
     /// Removes every symbol; the settings stay.
     void Clear();
@@ -119,7 +119,10 @@ private:
     std::vector<std::unique_ptr<Block>> blocks_;
     size_t used_ = 0;  ///< symbols in the last block
 
-    WSQLSymbolImage symbols_;
+    const WSQLSymbolImage& symbols() const { return borrowed_ != nullptr ? *borrowed_ : own_; }
+
+    const WSQLSymbolImage* borrowed_ = nullptr;  ///< stands for own_ until a symbol is added
+    WSQLSymbolImage own_;
     int32_t level_ = 0;
     bool caseSensitive_ = true;
     int32_t lookupMode_ = kWholeChain;

@@ -1,6 +1,7 @@
 #include "src/support/AsciiRun.h"
 
 #include <bit>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -9,10 +10,6 @@
 namespace wsql {
 
 namespace {
-
-bool isMarkup(char c, bool quotes) {
-    return c == '&' || c == '<' || c == '>' || (quotes && c == '"');
-}
 
 #if defined(__SSE2__)
 __m128i load(const char* bytes) {
@@ -27,6 +24,10 @@ unsigned markupMask(const char* bytes, __m128i fourth) {
     const __m128i angle = _mm_cmpeq_epi8(_mm_or_si128(block, _mm_set1_epi8(2)), _mm_set1_epi8('>'));
     const __m128i last = _mm_cmpeq_epi8(block, fourth);
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(amp, angle), last)));
+}
+#else
+bool isMarkup(char c, bool quotes) {
+    return c == '&' || c == '<' || c == '>' || (quotes && c == '"');
 }
 #endif
 
@@ -52,9 +53,15 @@ std::size_t runWithoutMarkup(std::string_view text, bool quotes) {
         const unsigned mask = markupMask(text.data() + at, fourth);
         if (mask != 0) return at + static_cast<std::size_t>(std::countr_zero(mask));
     }
-#endif
+    if (at == text.size()) return at;
+    char tail[16] = {};
+    std::memcpy(tail, text.data() + at, text.size() - at);
+    const unsigned mask = markupMask(tail, fourth);
+    return mask != 0 ? at + static_cast<std::size_t>(std::countr_zero(mask)) : text.size();
+#else
     while (at < text.size() && !isMarkup(text[at], quotes)) ++at;
     return at;
+#endif
 }
 
 }  // namespace wsql

@@ -1,8 +1,10 @@
 #include "src/support/CStringBuffer.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -79,11 +81,15 @@ void CStringBuffer::adopt(CStringBuffer& other) noexcept {
 void CStringBuffer::allocate(std::int32_t capacity, std::size_t storage) {
     if (storage > storage_) {
         if (storage > kLongText) storage = std::max(storage, storage_ + storage_ / 2);
-        data_ = static_cast<char*>(platform::heapGrow(data_, storage_, storage));
+        // Not cleared, unlike other memory of the heap: nobody reads behind the text.
+        char* grown = static_cast<char*>(std::realloc(data_, storage));
+        if (grown == nullptr) throw std::bad_alloc();
+        data_ = grown;
         storage_ = storage;
     }
     capacity_ = capacity;
     end_ = data_ + length_;
+    *end_ = '\0';
 }
 
 // Capacity for a text of that length: whole blocks, one more than it needs.
@@ -119,6 +125,14 @@ void CStringBuffer::append(const char* text, std::int32_t length) {
 }
 
 void CStringBuffer::append(std::string_view text) {
+    // What fits is the rule by far. A part of this text does not overlap the room behind it.
+    if (text.size() < static_cast<std::size_t>(capacity_ - length_)) [[likely]] {
+        if (!text.empty()) std::memcpy(end_, text.data(), text.size());
+        length_ += static_cast<std::int32_t>(text.size());
+        end_ += text.size();
+        *end_ = '\0';
+        return;
+    }
     if (data_ == nullptr || length_ == 0) {
         set(text);
         return;

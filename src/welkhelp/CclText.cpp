@@ -1,6 +1,8 @@
 #include "src/welkhelp/CclText.h"
 
+#include <array>
 #include <charconv>
+#include <cstdint>
 #include <iterator>
 
 #include "src/support/text.h"
@@ -18,24 +20,54 @@ constexpr std::string_view kCommandWords[] = {
 /// Words that would end a bare value.
 constexpr std::string_view kValueWords[] = {"AND", "OR", "ORX", "NOT", "TO", "FTL", "FROM", "FRL"};
 
+constexpr bool isLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || static_cast<unsigned char>(c) >= 128;
+}
+
+/// By first byte the lengths of the words that begin with it, a bit each: most texts are no word already by
+/// that.
+struct WordLengths {
+    std::array<std::uint16_t, 256> of{};
+
+    template <std::size_t N>
+    constexpr explicit WordLengths(const std::string_view (&words)[N]) {
+        for (const std::string_view word : words) {
+            for (const char first : {asciiUpper(word.front()), asciiLower(word.front())})
+                of[static_cast<unsigned char>(first)] |= static_cast<std::uint16_t>(1U << word.size());
+        }
+    }
+};
+constexpr WordLengths kCommandWordLengths(kCommandWords);
+constexpr WordLengths kValueWordLengths(kValueWords);
+
 template <std::size_t N>
-bool isOneOf(std::string_view text, const std::string_view (&words)[N]) {
+bool isOneOf(std::string_view text, const std::string_view (&words)[N], const WordLengths& lengths) {
+    if (text.size() > 15 || (lengths.of[static_cast<unsigned char>(text.front())] >> text.size() & 1U) == 0)
+        return false;
     for (std::string_view word : words) {
         if (equalNames(text, word)) return true;
     }
     return false;
 }
 
-constexpr bool isLetter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || static_cast<unsigned char>(c) >= 128;
-}
+/// What the bytes of a bare name are made of.
+struct NameBytes {
+    std::array<bool, 256> in{};
+    constexpr NameBytes() {
+        for (std::size_t byte = 0; byte < in.size(); ++byte) {
+            const char c = static_cast<char>(byte);
+            in[byte] = isLetter(c) || isDigit(c) || c == '_';
+        }
+    }
+};
+constexpr NameBytes kNameBytes;
 
 bool isBareName(std::string_view name) {
     if (name.empty() || isDigit(name.front())) return false;
     for (char c : name) {
-        if (!isLetter(c) && !isDigit(c) && c != '_') return false;
+        if (!kNameBytes.in[static_cast<unsigned char>(c)]) return false;
     }
-    return !isOneOf(name, kCommandWords);
+    return !isOneOf(name, kCommandWords, kCommandWordLengths);
 }
 
 bool isBareValue(std::string_view text) {
@@ -46,7 +78,7 @@ bool isBareValue(std::string_view text) {
         if (!isLetter(c) && !isDigit(c) && std::string_view("$!_-'\\").find(c) == std::string_view::npos)
             return false;
     }
-    return !isOneOf(text, kValueWords);
+    return !isOneOf(text, kValueWords, kValueWordLengths);
 }
 
 /// The text of a comparison with its own wildcards disarmed and "%" turned into one.

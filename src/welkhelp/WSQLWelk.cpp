@@ -127,17 +127,17 @@ std::int32_t WSQLFilter::SearchHitCount() {
 
 std::int32_t WSQLFilter::GetShellSymbol(char* symbol) {
     char word[WDB_WORD_SIZE];
-    std::size_t length = 0;
-    for (; length < WDB_WORD_MAX && symbol[length] != '\0'; ++length)
-        word[length] = asciiUpper(symbol[length]);
-    std::memcpy(symbol, word, length);
-    std::memset(word + length, ' ', WDB_WORD_MAX - length);
+    const std::size_t length = strnlen(symbol, WDB_WORD_MAX);
+    std::memset(word, ' ', WDB_WORD_MAX);
     word[WDB_WORD_MAX] = '\0';
+    std::memcpy(word, symbol, length);
+    for (std::size_t i = 0; i < WDB_WORD_MAX; ++i) word[i] = asciiUpper(word[i]);
+    std::memcpy(symbol, word, length);
     std::int32_t size = WDB_WORD_SIZE;
     const std::int32_t status = WdbShellSymbol(word, &size);
     if (WDB_SUCCESS(status)) {
         word[size >= 0 && size < WDB_WORD_SIZE ? size : WDB_WORD_MAX] = '\0';
-        std::memcpy(symbol, word, std::strlen(word) + 1);
+        std::memcpy(symbol, word, WDB_WORD_SIZE);
     }
     return status;
 }

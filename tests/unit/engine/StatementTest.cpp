@@ -300,7 +300,7 @@ TEST(Statements, EveryKernelFailureIsAnsweredAndLeavesNothingBehind) {
         "WdbReplaceItem",         "WdbPutRecord",         "WdbBaseStatus",   "WdbBatchLoadIndex",
         "WdbCheckBase",           "WdbGetIntegrityRules", "WdbSessionInfo",  "WdbShellDefDateform",
         "WdbGetBaseDef",          "WdbPutBaseDef",        "WdbGetFieldSpec", "WdbPutFieldSpec",
-        "WdbCurrentDate",
+        "WdbCurrentDate",         "WdbBaseFields",        "WdbIndexBehind",
     };
     int number = 0, faults = 0;
     for (const char* function : functions) {

@@ -1,0 +1,33 @@
+/* Calls of the kernel that answer at once what takes many calls of wdb.h, for hosts that run many small
+ * statements. Conventions are those of wdb.h. */
+#ifndef WDB_BULK_H
+#define WDB_BULK_H
+
+#include "wdb.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct WdbFieldEntry {
+    char name[WDB_FIELD_NAME_SIZE];
+    int32_t number;
+    int32_t type;   /* WDB_T_... */
+    uint32_t flags; /* WDB_F_... */
+    int32_t key;    /* 1: the unique key of the base */
+} WdbFieldEntry;
+
+/* All fields of a base, by number. *count: entries of the array on entry, fields of the base on return;
+ * WDB_E_BUFFER when they do not fit, and none is given then. Errors: those of WdbSetBase for reading. */
+WDB_API int32_t WdbBaseFields(const char* baseName, WdbFieldEntry* fields, int32_t* count);
+
+/* *behind is 1 when a record was changed after the base's index was brought up to date, else 0: what the two
+ * dates of WdbBaseStatus tell. Errors: those of WdbBaseStatus. */
+WDB_API int32_t WdbIndexBehind(const char* baseName, int32_t* behind);
+
+#ifdef __cplusplus
+}
+static_assert(sizeof(WdbFieldEntry) == 80, "field entry");
+#endif
+
+#endif /* WDB_BULK_H */

@@ -1,0 +1,8 @@
+// Functions by which a statement asks the kernel once instead of many times. Kernels before this one lack
+// them: whoever calls one looks first whether it is there, and has another way.
+#pragma once
+
+#include "include/wdb_bulk.h"
+
+#pragma weak WdbBaseFields
+#pragma weak WdbIndexBehind
