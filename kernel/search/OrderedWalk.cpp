@@ -17,7 +17,7 @@ public:
         wanted_ = std::min(count, all_);
     }
 
-    Result<bool> run(uint64_t budget) {
+    Result<bool> run(uint64_t& budget) {
         if (!key_.descending) {
             const Result<bool> known = addEmpty();
             if (!known || !*known) return known;
@@ -59,7 +59,7 @@ private:
     }
 
     // WDB_OK: enough rows, or the budget is used up; WDB_FAIL: the walk is at its end.
-    Status walk(uint64_t budget) {
+    Status walk(uint64_t& budget) {
         if (done()) return WDB_OK;
         Result<OrderWalk> walk = state_.index.order(key_.field, key_.descending);
         if (!walk) return walk.status();
@@ -90,7 +90,7 @@ private:
 
 }  // namespace
 
-Result<bool> walkInOrder(const SortKey& key, uint64_t count, uint64_t budget, const RecordSet& records,
+Result<bool> walkInOrder(const SortKey& key, uint64_t count, uint64_t& budget, const RecordSet& records,
                          BaseState& state, std::vector<RecordNumber>& rows) {
     return Walk(key, count, records, state, rows).run(budget);
 }

@@ -14,9 +14,14 @@ namespace wdb {
 namespace {
 
 constexpr uint64_t kBlock = 64;        // rows that are ordered beyond those asked for
-constexpr uint64_t kShortWalk = 256;   // keys: always worth a walk
+constexpr uint64_t kShortWalk = 256;   // keys: worth a walk unless there are ranks
+constexpr uint64_t kStep = 16;         // keys: always worth a walk
 constexpr uint64_t kLongWalk = 20000;  // keys: a walk that still beats giving every record its place
 constexpr uint64_t kFewRecords = 512;  // sorted by their values rather than by making ranks
+constexpr uint64_t kRecordKeys = 8;    // keys that a walk passes while a record's value is read
+// The ranks are made when walks have passed this part of the file's entries: making them reads those of one
+// field.
+constexpr uint64_t kRankShare = 4;
 
 bool fieldOrder(const SortKey& key) {
     return key.field != 0 && holdsItems(key.type) && key.item == 1;
@@ -24,6 +29,15 @@ bool fieldOrder(const SortKey& key) {
 
 bool ranksCached(const SortKey& key, const BaseState& state) {
     return state.snapshot.sharedBase()->ranks().find(key.field, state.snapshot.valuePosition()) != nullptr;
+}
+
+// Notes what an order has cost for want of ranks. True when they are there, or when making them pays by now.
+Result<bool> ranksPay(const SortKey& key, BaseState& state, uint64_t keys) {
+    if (ranksCached(key, state)) return true;
+    const Result<uint64_t> entries = state.index.orderCost(key.field);
+    if (!entries) return entries.status();
+    return state.snapshot.sharedBase()->ranks().walked(key.field, state.snapshot.valuePosition(), keys,
+                                                       *entries / kRankShare);
 }
 
 }  // namespace
@@ -49,9 +63,12 @@ RecordNumber Ordering::known(uint64_t place) {
 
 Status Ordering::fix(const RecordSet& records, BaseState& state) {
     if (placed_ || ranked_) return WDB_OK;
-    const bool few = records.cardinality() <= kFewRecords;
-    if (keys_.size() != 1 || !fieldOrder(keys_[0]) || (few && !ranksCached(keys_[0], state)))
-        return placeAll(records, state);
+    if (keys_.size() != 1 || !fieldOrder(keys_[0])) return placeAll(records, state);
+    if (const uint64_t count = records.cardinality(); count <= kFewRecords) {
+        const Result<bool> pays = ranksPay(keys_[0], state, count * kRecordKeys);
+        if (!pays) return pays.status();
+        if (!*pays) return placeAll(records, state);
+    }
     Result<std::unique_ptr<RankOrder>> made =
         RankOrder::make(keys_[0].field, keys_[0].descending, records, state);
     if (!made && made.status() != WDB_FAIL) return made.status();
@@ -79,11 +96,15 @@ Status Ordering::walk(uint64_t count, const RecordSet& records, BaseState& state
     if (!entries) return entries.status();
     const double keys =
         static_cast<double>(wanted) * static_cast<double>(*entries) / static_cast<double>(all);
-    const bool sortInstead = keys > kShortWalk && (all <= kFewRecords || ranksCached(keys_[0], state));
-    if (sortInstead || keys > kLongWalk) return WDB_OK;
-    const Result<bool> reached =
-        walkInOrder(keys_[0], wanted, static_cast<uint64_t>(keys) * 4 + kShortWalk, records, state, first_);
-    return reached ? WDB_OK : reached.status();
+    if (keys > kLongWalk || (keys > kShortWalk && all <= kFewRecords)) return WDB_OK;
+    const Result<bool> pays = keys > kStep ? ranksPay(keys_[0], state, 0) : false;
+    if (!pays) return pays.status();
+    if (*pays) return WDB_OK;
+    uint64_t budget = static_cast<uint64_t>(keys) * 4 + kShortWalk;
+    const uint64_t before = budget;
+    const Result<bool> reached = walkInOrder(keys_[0], wanted, budget, records, state, first_);
+    if (!reached) return reached.status();
+    return ranksPay(keys_[0], state, before - budget).status();
 }
 
 Status Ordering::placeAll(const RecordSet& records, BaseState& state) {

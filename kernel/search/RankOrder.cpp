@@ -9,7 +9,8 @@ namespace wdb {
 namespace {
 
 constexpr uint64_t kManyLoose = 16384;  // records to be sorted by themselves
-constexpr size_t kWindow = 256;         // rows that a walk makes at once
+constexpr size_t kFirstWindow = 32;     // rows that a walk makes at once: a page,
+constexpr size_t kWindow = 256;         // and more when it goes on
 
 }  // namespace
 
@@ -27,7 +28,8 @@ Result<std::unique_ptr<RankOrder>> RankOrder::make(FieldNumber field, bool desce
     if (const Status status = state.index.places(field, *unknown, placed); status != WDB_OK) return status;
     Result<RecordSet> present = state.index.present(field);
     if (!present) return present.status();
-    order->empties_ = RecordSet::difference(known, *present);
+    if (RecordSet::intersectionCardinality(known, *present) < known.cardinality())
+        order->empties_ = RecordSet::difference(known, *present);
     for (const OrderedRecord& one : placed) {
         if (one.place == 0)
             order->empties_.add(one.record);
@@ -44,13 +46,27 @@ Result<std::unique_ptr<RankOrder>> RankOrder::make(FieldNumber field, bool desce
     known.subtract(order->empties_);
     order->full_ = order->loose_.empty() && known.cardinality() == (*ranks)->inOrder.size();
     if (!order->full_) {
-        order->bits_.resize(
-            std::max<size_t>((*ranks)->rankOf.size(), known.empty() ? 0 : known.last() + size_t{1}) / 64 + 1);
-        known.forEach(
-            [&](RecordNumber record) { order->bits_[record / 64] |= uint64_t{1} << (record % 64); });
+        order->known_ = std::move(known);
+        order->spread();
         order->restart();
     }
     return order;
+}
+
+// Bits for every chunk of the known records: its own where it has them.
+void RankOrder::spread() {
+    known_.own();
+    for (size_t i = 0; i < known_.chunkCount(); ++i) {
+        const ContainerView& chunk = known_.chunk(i);
+        bits_.resize(size_t{known_.chunkNumber(i)} + 1, nullptr);
+        if (chunk.kind == ContainerKind::Bitmap) {
+            bits_.back() = chunk.data;
+            continue;
+        }
+        char* bits = spread_.emplace_back(new char[kBitmapBytes]()).get();
+        chunk.forEach([&](uint16_t low) { bits[low / 8] = static_cast<char>(bits[low / 8] | 1 << low % 8); });
+        bits_.back() = bits;
+    }
 }
 
 RecordNumber RankOrder::at(uint64_t place) {
@@ -124,15 +140,16 @@ RecordNumber RankOrder::nextRanked() {
 // The next rows into the window: empty values first, descending last.
 void RankOrder::goOn() {
     windowBegin_ += window_.size();
+    const size_t size = window_.empty() ? kFirstWindow : kWindow;
     window_.clear();
-    const auto addEmpties = [this] {
+    const auto addEmpties = [this, size] {
         std::vector<RecordNumber> block;
-        empties_.copyTo(emptyAt_, kWindow - window_.size(), block);
+        empties_.copyTo(emptyAt_, size - window_.size(), block);
         emptyAt_ += block.size();
         window_.insert(window_.end(), block.begin(), block.end());
     };
     if (!descending_ && emptyAt_ < emptyCount_) addEmpties();
-    while (window_.size() < kWindow && (ranked_ != 0 || looseAt_ < loose_.size())) {
+    while (window_.size() < size && (ranked_ != 0 || looseAt_ < loose_.size())) {
         bool takeLoose = ranked_ == 0;
         if (ranked_ != 0 && looseAt_ < loose_.size()) {
             const Placed& loose = loose_[looseAt_];
@@ -146,7 +163,7 @@ void RankOrder::goOn() {
             ranked_ = nextRanked();
         }
     }
-    if (descending_ && window_.size() < kWindow) addEmpties();
+    if (descending_ && window_.size() < size) addEmpties();
 }
 
 }  // namespace wdb

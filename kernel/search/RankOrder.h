@@ -30,11 +30,16 @@ private:
     RankOrder(std::shared_ptr<const Ranks> ranks, bool descending)
         : ranks_(std::move(ranks)), descending_(descending) {}
 
+    void spread();
     void restart();
     void goOn();
     RecordNumber direct(uint64_t place) const;
     RecordNumber nextRanked();
-    bool isMember(RecordNumber record) const { return (bits_[record / 64] >> (record % 64) & 1) != 0; }
+    bool isMember(RecordNumber record) const {
+        const size_t chunk = record >> 16;
+        if (chunk >= bits_.size() || bits_[chunk] == nullptr) return false;
+        return (bits_[chunk][(record & 0xFFFF) / 8] >> (record % 8) & 1) != 0;
+    }
     uint32_t stretchBegin(uint32_t at) const;
     uint32_t stretchEnd(uint32_t at) const;
 
@@ -44,8 +49,10 @@ private:
     RecordSet empties_;  // whose first item is empty
     uint64_t emptyCount_ = 0;
     uint64_t count_ = 0;
-    std::vector<Placed> loose_;   // in the direction of the walk
-    std::vector<uint64_t> bits_;  // the set's records that the order knows
+    std::vector<Placed> loose_;      // in the direction of the walk
+    RecordSet known_;                // the set's records that the order knows, without empty ones
+    std::vector<const char*> bits_;  // of each chunk of known_: kBitmapBytes, null without members
+    std::vector<std::unique_ptr<char[]>> spread_;  // bits of chunks that have none themselves
 
     // The walk: rows from windowBegin_ on; what comes next.
     std::vector<RecordNumber> window_;

@@ -14,6 +14,22 @@ protected:
         create("T", {{"NAME", FieldType::Phrase}, {"N", FieldType::Integer}, {"NOTE", FieldType::Text}});
         ASSERT_EQ(search.execute("DEF FIN MIN=0"), WDB_OK);
     }
+
+    // Rows of a page of the records from one number on, sorted by N.
+    void expectPage(const std::vector<RecordNumber>& expected, size_t page, RecordNumber from,
+                    bool descending) {
+        if (page + 5 > expected.size()) return;
+        const std::string command = "SEL FRL(T) FIELD(T.R) WHERE(R=FROM " + std::to_string(from) +
+                                    ") SORT(T.N" + (descending ? " DESC)" : ")");
+        ASSERT_EQ(search.execute(command), WDB_OK);
+        RowItems row;
+        for (size_t i = page; i < page + 5; ++i) {
+            ASSERT_EQ(search.fetchRow(0, static_cast<int32_t>(i), row), WDB_OK);
+            EXPECT_EQ(print(row), std::to_string(expected[i])) << command << " row " << i;
+        }
+        ASSERT_EQ(search.fetchRow(0, 0, row), WDB_OK);
+        EXPECT_EQ(print(row), std::to_string(expected[0])) << command;
+    }
 };
 
 struct Row {
@@ -102,10 +118,11 @@ TEST_F(SortTest, ADeletedRecordIsOneRow) {
     }
 }
 
-// Many rows, pages taken at random: whatever way the order is worked out, it is the same.
+// Many rows, pages taken at random: whatever way the order is worked out, it is the same. Before the merge
+// all records are placed one by one; after it walks come first, and ranks once they pay.
 TEST_F(SortTest, PagesOfManyRowsAgreeWithASortOfAll) {
     std::mt19937 random(7);
-    constexpr RecordNumber kRecords = 3000;
+    constexpr RecordNumber kRecords = 6000;
     std::vector<Record> records;
     std::vector<int64_t> values(kRecords + 1, INT64_MIN);
     for (RecordNumber i = 1; i <= kRecords; ++i) {
@@ -115,28 +132,31 @@ TEST_F(SortTest, PagesOfManyRowsAgreeWithASortOfAll) {
         record["N"] = {std::to_string(values[i])};
     }
     put("T", records);
-    for (const bool descending : {false, true}) {
-        for (const RecordNumber from : {RecordNumber{1}, RecordNumber{2900}}) {
-            std::vector<RecordNumber> expected;
-            for (RecordNumber i = from; i <= kRecords; ++i) expected.push_back(i);
-            std::stable_sort(expected.begin(), expected.end(), [&](RecordNumber a, RecordNumber b) {
-                return descending ? values[a] > values[b] : values[a] < values[b];
-            });
-            for (const size_t page : {size_t{0}, size_t{10}, size_t{1500}, expected.size() - 5}) {
-                if (page + 5 > expected.size()) continue;
-                const std::string command = "SEL FRL(T) FIELD(T.R) WHERE(R=FROM " + std::to_string(from) +
-                                            ") SORT(T.N" + (descending ? " DESC)" : ")");
-                ASSERT_EQ(search.execute(command), WDB_OK);
-                RowItems row;
-                for (size_t i = page; i < page + 5; ++i) {
-                    ASSERT_EQ(search.fetchRow(0, static_cast<int32_t>(i), row), WDB_OK);
-                    EXPECT_EQ(print(row), std::to_string(expected[i])) << command << " row " << i;
-                }
-                ASSERT_EQ(search.fetchRow(0, 0, row), WDB_OK);
-                EXPECT_EQ(print(row), std::to_string(expected[0])) << command;
+    for (const bool merged : {false, true}) {
+        if (merged) merge("T");
+        for (RecordNumber i = 1; merged && i <= kRecords; i += 701) {
+            values[i] = 1000 + i % 3;
+            replace("T", i, {{"N", {std::to_string(values[i])}}});
+        }
+        for (const bool descending : {false, true}) {
+            // All records; so many that their set is a bitmap; a list of them.
+            for (const RecordNumber from : {RecordNumber{1}, RecordNumber{1000}, RecordNumber{5900}}) {
+                std::vector<RecordNumber> expected;
+                for (RecordNumber i = from; i <= kRecords; ++i) expected.push_back(i);
+                std::stable_sort(expected.begin(), expected.end(), [&](RecordNumber a, RecordNumber b) {
+                    return descending ? values[a] > values[b] : values[a] < values[b];
+                });
+                for (const size_t page : {size_t{0}, size_t{30}, size_t{1500}, expected.size() - 5})
+                    expectPage(expected, page, from, descending);
             }
         }
     }
+    const auto base = *directory_->find("T");
+    const auto state = base->snapshot();
+    ASSERT_TRUE(state);
+    const FieldNumber number = state->schema().find("N")->number;
+    EXPECT_NE(base->ranks().find(number, state->valuePosition()), nullptr)
+        << "walks after the merge have paid for ranks";
 }
 
 TEST_F(SortTest, WritesAfterTheFirstRowsNeitherLoseNorRepeatARow) {
