@@ -70,15 +70,18 @@ __attribute__((target("avx2"))) void compare32(const char* entries, uint32_t low
                                                uint64_t* words, uint32_t count) {
     const __m256i from = _mm256_set1_epi32(static_cast<int>(low));
     const __m256i limit = _mm256_set1_epi32(static_cast<int>(span));
-    for (uint32_t w = 0; w < count; ++w) {
-        uint64_t bits = 0;
-        for (unsigned i = 0; i < 64; i += 8, entries += 32) {
-            const __m256i v = _mm256_sub_epi32(load(entries), from);
-            const __m256i inside = _mm256_cmpeq_epi32(_mm256_min_epu32(v, limit), v);
-            bits |= uint64_t{static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(inside)))} << i;
-        }
-        words[w] = bits;
-    }
+    // Packing works on halves: it leaves the entries 0-3 of four vectors in one, 4-7 in the other.
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    const auto inside = [&](const char* at) __attribute__((target("avx2"), always_inline)) {
+        const __m256i v = _mm256_sub_epi32(load(at), from);
+        return _mm256_cmpeq_epi32(_mm256_min_epu32(v, limit), v);
+    };
+    const auto half = [&](const char* at) __attribute__((target("avx2"), always_inline)) {
+        const __m256i front = _mm256_packs_epi32(inside(at), inside(at + 32));
+        const __m256i back = _mm256_packs_epi32(inside(at + 64), inside(at + 96));
+        return bytesOf(_mm256_permutevar8x32_epi32(_mm256_packs_epi16(front, back), order));
+    };
+    for (uint32_t w = 0; w < count; ++w, entries += 256) words[w] = half(entries) | half(entries + 128) << 32;
 }
 
 constexpr ColumnKernels kAvx2 = {compare8, compare16, compare32, comparePortable<uint64_t>};

@@ -2,6 +2,10 @@
 
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "kernel/common/ByteOrder.h"
 #include "kernel/index/IndexFormat.h"
 
@@ -9,10 +13,24 @@ namespace wdb {
 
 namespace {
 
-// The sum of so many bytes, eight at a time: pairs of them in 16-bit lanes, the lanes by one multiplication.
+// The sum of so many bytes, 32 at a time where the processor can, then eight at a time: pairs of them in
+// 16-bit lanes, the lanes by one multiplication.
 size_t sumOf(const char* bytes, size_t count) {
     constexpr uint64_t kEven = 0x00FF00FF00FF00FFU;
     size_t sum = 0;
+#if defined(__SSE2__)
+    if (count >= 32) {
+        const __m128i zero = _mm_setzero_si128();
+        const auto load = [&](size_t at) {
+            return _mm_sad_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at)), zero);
+        };
+        __m128i sums = zero;
+        for (; count >= 32; count -= 32, bytes += 32)
+            sums = _mm_add_epi64(sums, _mm_add_epi64(load(0), load(16)));
+        sum = static_cast<size_t>(_mm_cvtsi128_si64(sums)) +
+              static_cast<size_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+    }
+#endif
     for (; count >= 8; count -= 8, bytes += 8) {
         uint64_t eight;
         std::memcpy(&eight, bytes, 8);
