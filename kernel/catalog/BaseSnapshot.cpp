@@ -38,7 +38,7 @@ BaseReader BaseSnapshot::reader() const {
 Result<RecordView> BaseSnapshot::record(RecordNumber number) const {
     const auto image = reader().image(number);
     if (!image) return image.status();
-    return RecordView::validate(*image);
+    return base_->verified().view(number, *image, meta_.liveCount);
 }
 
 Result<RecordView> BaseSnapshot::record(RecordNumber number) {

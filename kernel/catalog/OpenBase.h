@@ -9,6 +9,7 @@
 #include "kernel/catalog/BaseDefinition.h"
 #include "kernel/catalog/BaseSnapshot.h"
 #include "kernel/catalog/IndexFiles.h"
+#include "kernel/catalog/VerifiedImages.h"
 #include "kernel/common/Status.h"
 #include "kernel/index/RankCache.h"
 #include "kernel/storage/BaseFile.h"
@@ -64,6 +65,7 @@ public:
     // With a unit: as its own session sees the base.
     Result<BaseStamps> stamps(const UnitBase* unit = nullptr);
     RankCache& ranks() { return ranks_; }
+    VerifiedImages& verified() { return verified_; }
     // The base was dropped or its home directory's entry names other files.
     bool gone() const { return gone_.load(std::memory_order_relaxed); }
     void setGone() { gone_.store(true, std::memory_order_relaxed); }
@@ -80,6 +82,7 @@ private:
     BaseId id_ = 0;
     bool readOnly_ = false;
     RankCache ranks_;
+    VerifiedImages verified_;
     std::function<Status()> makeCurrent_;
     mutable std::mutex mutex_;  // guards what follows
     std::shared_ptr<BaseFile> file_;

@@ -276,6 +276,7 @@ bool RecordSet::intersects(const RecordSet& a, const RecordSet& b) {
 
 void RecordSet::copyTo(uint64_t first, size_t count, std::vector<RecordNumber>& out) const {
     out.clear();
+    out.reserve(static_cast<size_t>(std::min<uint64_t>(count, cardinality())));
     for (const Chunk& chunk : chunks_) {
         if (out.size() == count) return;
         if (first >= chunk.view.cardinality) {
@@ -287,20 +288,17 @@ void RecordSet::copyTo(uint64_t first, size_t count, std::vector<RecordNumber>& 
                 out.push_back(join(chunk.number, chunk.view.at(i)));
         } else {
             size_t w = 0;
-            for (; w < kBitmapWords; ++w) {
+            for (; first > 0 && w < kBitmapWords; ++w) {
                 const auto bits = static_cast<uint64_t>(std::popcount(chunk.view.word(w)));
                 if (first < bits) break;
                 first -= bits;
             }
             for (; w < kBitmapWords && out.size() < count; ++w) {
-                for (uint64_t bits = chunk.view.word(w); bits != 0 && out.size() < count; bits &= bits - 1) {
-                    if (first > 0)
-                        --first;
-                    else
-                        out.push_back(join(
-                            chunk.number,
-                            static_cast<uint16_t>(w * 64 + static_cast<unsigned>(std::countr_zero(bits)))));
-                }
+                uint64_t bits = chunk.view.word(w);
+                for (; first > 0; --first) bits &= bits - 1;
+                const RecordNumber base = join(chunk.number, static_cast<uint16_t>(w * 64));
+                for (; bits != 0 && out.size() < count; bits &= bits - 1)
+                    out.push_back(base + static_cast<RecordNumber>(std::countr_zero(bits)));
             }
         }
         first = 0;

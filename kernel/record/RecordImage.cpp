@@ -134,10 +134,14 @@ ItemList FieldsView::items(FieldNumber field) const {
 }
 
 Result<RecordView> RecordView::validate(Slice image) {
+    if (image.size() < kHeaderSize || checksum(image) != checksumOf(image)) return WDB_E_CORRUPT;
+    return validateShape(image);
+}
+
+Result<RecordView> RecordView::validateShape(Slice image) {
     if (image.size() < kHeaderSize || static_cast<uint8_t>(image[kVersionAt]) != kVersion)
         return WDB_E_CORRUPT;
-    if (loadLittle<uint32_t>(image.data() + kChecksum) != checksumOf(image)) return WDB_E_CORRUPT;
-    RecordView view(image);
+    const RecordView view(image);
     if (!directoryFits(image, kHeaderSize, view.head().size()) ||
         !partsFit(image, partTable(image), view.partCount())) {
         return WDB_E_CORRUPT;

@@ -109,6 +109,15 @@ public:
     // Checks version, checksum and that every offset and length lies inside: WDB_E_CORRUPT. Whether values
     // fit their types is not looked at (isCanonical). A tombstone is a valid view without fields.
     static Result<RecordView> validate(Slice image);
+    // The same without the checksum, of an image that passed it before: whatever became of it since, reading
+    // stays inside.
+    static Result<RecordView> validateShape(Slice image);
+    // As stored; nothing was checked but that there is one.
+    static uint32_t checksum(Slice image) {
+        return image.size() < record_image::kHeaderSize
+                   ? 0
+                   : loadLittle<uint32_t>(image.data() + record_image::kChecksum);
+    }
 
     bool deleted() const {
         return (static_cast<uint8_t>(image_[record_image::kFlags]) & record_image::kTombstone) != 0;

@@ -34,6 +34,14 @@ public:
     bool owns(const BaseDefinition& base) { return granted(base).everything; }
     // Some field of the base. Who may read none is told that there is no such base.
     bool mayRead(const BaseDefinition& base) { return granted(base).readsSome; }
+    // The same for the base asked about before, whose definition is only made when it is another one.
+    template <typename Define>
+    bool mayRead(BaseId base, Define&& define) {
+        makeCurrent();
+        if (last_ != nullptr && lastBase_ == base) [[likely]]
+            return last_->readsSome;
+        return mayRead(*define());
+    }
     bool mayRead(const BaseDefinition& base, FieldNumber field) {
         return (granted(base).on(field) & kRead) != 0;
     }

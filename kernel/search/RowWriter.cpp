@@ -82,6 +82,8 @@ void RowWriter::field(const OutputColumn& column, const RowRecord& record) {
 }
 
 void RowWriter::items(const OutputColumn& column, const ItemList& items) {
+    if (items.size() <= 1 && column.first <= 1) [[likely]]
+        return value(column.type, items.first(), true);
     if (column.first > 0 && column.first == column.last)
         return value(column.type, items.at(column.first), true);
     uint32_t position = 0;

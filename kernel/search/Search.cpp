@@ -158,14 +158,20 @@ Status Search::makeWholeSet() {
 }
 
 std::shared_ptr<SearchSet> Search::share(int32_t number) {
+    const SearchSet* set = find(number);
+    return set == nullptr ? nullptr : sets_[static_cast<size_t>(set->number) - 1];
+}
+
+SearchSet* Search::find(int32_t number) {
     if (number == 0 && current_.wholeBases && makeWholeSet() != WDB_OK) return nullptr;
     const int32_t wanted = number == 0 ? current_.set : number;
     if (wanted < 1 || static_cast<size_t>(wanted) > sets_.size()) return nullptr;
-    const std::shared_ptr<SearchSet>& set = sets_[static_cast<size_t>(wanted) - 1];
+    SearchSet* const set = sets_[static_cast<size_t>(wanted) - 1].get();
     if (set == nullptr) return nullptr;
-    const bool gone = std::any_of(set->bases.begin(), set->bases.end(),
-                                  [](const SetBase& base) { return base.base->gone(); });
-    return gone || !allowed(*set) ? nullptr : set;
+    for (const SetBase& base : set->bases) {
+        if (base.base->gone()) return nullptr;
+    }
+    return allowed(*set) ? set : nullptr;
 }
 
 Status Search::currentResult(SearchCounts& result) {

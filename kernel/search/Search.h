@@ -98,7 +98,7 @@ public:
 
     // Null for numbers that no set has, and for sets that were made of what the user may not read any more; 0
     // is the current result.
-    SearchSet* find(int32_t set) { return share(set).get(); }
+    SearchSet* find(int32_t set);
     std::shared_ptr<SearchSet> share(int32_t set);
     // The hit parts of a record of a record set, ascending, and whether its head satisfied the search by
     // itself. The set by its serial number. WDB_FAIL for a set without hit parts, WDB_E_CCL_SET when it is

@@ -24,6 +24,7 @@ public:
         const uint32_t slot = free_.back();
         free_.pop_back();
         slots_[slot].live = true;
+        ++live_;
         return handle(slot);
     }
     T& object(uint64_t handle) { return slots_[slotOf(handle)].value; }
@@ -43,11 +44,12 @@ public:
     void remove(uint64_t handle) {
         Slot& slot = slots_[slotOf(handle)];
         slot.live = false;
+        --live_;
         slot.value.reset();
         slot.generation = (slot.generation + 1) & kGenerationMask;
         free_.push_back(static_cast<uint32_t>(slotOf(handle)));
     }
-    size_t size() const { return slots_.size() - free_.size(); }
+    size_t size() const { return live_; }
 
     // Calls visit(handle, object) for the live ones; visit may remove the one that it is given.
     template <typename Visit>
@@ -76,6 +78,7 @@ private:
     uint64_t tag_;
     std::deque<Slot> slots_;
     std::vector<uint32_t> free_;
+    size_t live_ = 0;
 };
 
 // Handles as the API's pointer types carry them.

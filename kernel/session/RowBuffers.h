@@ -18,16 +18,18 @@ public:
 
     // Null when there is no memory.
     void* allocate(size_t size) {
-        live_.reserve(live_.size() + 1);
+        live_.push_back(nullptr);
         void* memory = std::malloc(size);
-        if (memory != nullptr) live_.push_back(memory);
+        live_.back() = memory;
+        if (memory == nullptr) live_.pop_back();
         return memory;
     }
     // False when the memory is not from here.
     bool release(void* memory) {
         for (size_t i = live_.size(); i-- > 0;) {
             if (live_[i] != memory) continue;
-            live_.erase(live_.begin() + static_cast<ptrdiff_t>(i));
+            for (; i + 1 < live_.size(); ++i) live_[i] = live_[i + 1];
+            live_.pop_back();
             std::free(memory);
             return true;
         }

@@ -90,7 +90,7 @@ Result<std::shared_ptr<OpenBase>> Session::findBase(Slice name) {
 }
 
 Result<const BaseSnapshot*> Session::snapshot(const std::shared_ptr<OpenBase>& base) {
-    if (!rights.mayRead(*base->definition())) return WDB_E_BASE;
+    if (!rights.mayRead(base->id(), [&] { return base->definition(); })) return WDB_E_BASE;
     if (!statuses.empty() && !search.keepsValues() && snapshots.age(*base) > kSnapshotYoung &&
         snapshots.age(*base).count() >= settings.number("WDB_SNAPSHOT_MAX", kSnapshotMax)) {
         search.snapshotGivenUp(*base);

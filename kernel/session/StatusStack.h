@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <vector>
 
 #include "kernel/search/Search.h"
 #include "kernel/session/ControlList.h"
@@ -32,13 +32,13 @@ public:
     // Takes the oldest entry off; answers its serial number. The next one is then oldest().
     uint64_t dropOldest() {
         const uint64_t serial = entries_.front().serial;
-        entries_.pop_front();
+        entries_.erase(entries_.begin());
         return serial;
     }
     uint64_t oldest() const { return entries_.empty() ? 0 : entries_.front().serial; }
 
 private:
-    std::deque<Saved> entries_;
+    std::vector<Saved> entries_;
     uint64_t serial_ = 0;
 };
 
