@@ -55,6 +55,7 @@ Status baseInfo(Session& session, const char* baseName, int32_t item, void* info
 
 Status baseFields(Session& session, const char* baseName, WdbFieldEntry* fields, int32_t* count) {
     if (count == nullptr || *count < 0 || (fields == nullptr && *count > 0)) return WDB_E_ARGUMENT;
+    if (session.hooks.any) return WDB_E_UNSUPPORTED;
     const auto base = session.findBase(trimName(InText(session, baseName)));
     if (!base) return base.status();
     const auto definition = (*base)->definition();

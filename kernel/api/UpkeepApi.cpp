@@ -52,6 +52,7 @@ Result<BaseStamps> stampsOf(Session& session, const char* baseName) {
 
 Status indexBehind(Session& session, const char* baseName, int32_t* behind) {
     if (behind == nullptr) return WDB_E_ARGUMENT;
+    if (session.hooks.any) return WDB_E_UNSUPPORTED;
     const auto stamps = stampsOf(session, baseName);
     if (!stamps) return stamps.status();
     *behind = stamps->modified > stamps->indexed ? 1 : 0;

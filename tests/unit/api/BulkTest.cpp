@@ -75,6 +75,20 @@ TEST_F(Bulk, WhatIsRefused) {
     EXPECT_EQ(answer, -7);
 }
 
+TEST_F(Bulk, WhoWatchesTheCallsSeesTheSingleOnes) {
+    WdbFieldEntry fields[3];
+    int32_t count = 3, answer = 0;
+    ASSERT_EQ(WdbInjectFailure("WdbCheckField", 0, WDB_E_STORAGE), 1);
+    EXPECT_EQ(WdbBaseFields("T", fields, &count), WDB_E_UNSUPPORTED);
+    EXPECT_EQ(WdbIndexBehind("T", &answer), WDB_E_UNSUPPORTED);
+    ASSERT_EQ(WdbInjectFailure(nullptr, 0, 0), 1);
+    EXPECT_EQ(WdbBaseFields("T", fields, &count), 1);
+    ASSERT_EQ(WdbSetTrace([](void*, const char*, int32_t) {}, nullptr), 1);
+    EXPECT_EQ(WdbBaseFields("T", fields, &count), WDB_E_UNSUPPORTED);
+    ASSERT_EQ(WdbSetTrace(nullptr, nullptr), 1);
+    EXPECT_EQ(WdbIndexBehind("T", &answer), 1);
+}
+
 TEST_F(Bulk, TheIndexIsBehindAsItsDatesSay) {
     ASSERT_EQ(insert("T", {"a", "words"}), 1);
     EXPECT_EQ(behind("T"), 1);

@@ -33,15 +33,19 @@ TEST(ChangeFailure, Update) {
     check("UPDATE T SET N = 5, K = NULL, X = (SELECT K FROM U ORDER BY K) WHERE N > 0",
           {
               {"WdbCreateRecordControl",
-               "16194 src/WSQLValidation Validation\n16194 WSQLValidation:248 "
-               "WSQLFilter::ValidateScalar\n16194 WSQLFilter::CreateControl WdbCreateRecordControl",
+               "16194 src/WSQLValidation Validation\nrows\n16194 WSQLValidation:248 "
+               "WSQLFilter::ValidateScalar\n0 SQLFilter::ExecuteUpdate execution\n16194 "
+               "WSQLFilter::CreateControl WdbCreateRecordControl",
                ""},
               {"WdbSetBase",
-               "16194 src/WSQLValidation Validation\n16194 WSQLValidation:248 "
-               "WSQLFilter::ValidateScalar\n16194 WSQLFilter::CreateControl WdbSetBase",
+               "16194 src/WSQLValidation Validation\nrows\n16194 WSQLValidation:248 "
+               "WSQLFilter::ValidateScalar\n0 SQLFilter::ExecuteUpdate execution\n16194 "
+               "WSQLFilter::CreateControl WdbSetBase",
                ""},
-              {"WdbCheckField", "16194 WSQLValidation:248 WSQLFilter::ValidateScalar\nrows", ""},
-              {"WdbBaseFields", "rows", "the fields are asked for one by one then"},
+              {"WdbCheckField",
+               "rows\n16194 WSQLValidation:248 WSQLFilter::ValidateScalar\n0 SQLFilter::ExecuteUpdate "
+               "execution",
+               "a column that the field list misses is asked for again, or is none"},
               {"WdbBaseInfo", "rows", "with as many field numbers as a base can have"},
               {"WdbShellSymbol", "rows", "the canonical word stands for the session's"},
               {"WdbBaseStatus", "rows", "an index job is submitted without dates"},
@@ -100,14 +104,15 @@ TEST(ChangeFailure, InsertOfValues) {
     check("INSERT INTO T (K, N, X, P) VALUES ('z', (SELECT M FROM U WHERE K = 'a'), 'text', 'b')",
           {
               {"WdbCreateRecordControl",
-               "16194 validation SQLFilter::ValidateInsert\n16194 WSQLFilter::CreateControl "
-               "WdbCreateRecordControl",
+               "16194 validation SQLFilter::ValidateInsert\n1 validation "
+               "SQLFilter::ValidateInsert\nrows\n16194 WSQLFilter::CreateControl WdbCreateRecordControl",
                ""},
               {"WdbSetBase",
-               "16194 validation SQLFilter::ValidateInsert\n16194 WSQLFilter::CreateControl "
-               "WdbSetBase",
+               "16194 validation SQLFilter::ValidateInsert\n1 validation "
+               "SQLFilter::ValidateInsert\nrows\n16194 WSQLFilter::CreateControl WdbSetBase",
                ""},
-              {"WdbBaseFields", "rows", "the fields are asked for one by one then"},
+              {"WdbCheckField", "1 validation SQLFilter::ValidateInsert\nrows",
+               "a column that the field list misses is asked for again, or is none"},
               {"WdbShellSymbol", "rows", "the canonical word stands for the session's"},
               {"WdbBaseStatus", "rows", "an index job is submitted without dates"},
               {"WdbBatchLoadIndex", "rows", "the index is left to the next search"},
@@ -131,12 +136,12 @@ TEST(ChangeFailure, InsertOfRows) {
     check("INSERT INTO T (K, N) SELECT K, M FROM U",
           {
               {"WdbCreateRecordControl",
-               "16194 validation SQLFilter::ValidateInsert\n16194 WSQLFilter::CreateControl "
-               "WdbCreateRecordControl",
+               "16194 validation SQLFilter::ValidateInsert\n1 validation "
+               "SQLFilter::ValidateInsert\nrows\n16194 WSQLFilter::CreateControl WdbCreateRecordControl",
                ""},
               {"WdbSetBase",
-               "16194 validation SQLFilter::ValidateInsert\n16194 WSQLFilter::CreateControl "
-               "WdbSetBase",
+               "16194 validation SQLFilter::ValidateInsert\n1 validation "
+               "SQLFilter::ValidateInsert\nrows\n16194 WSQLFilter::CreateControl WdbSetBase",
                ""},
               {"WdbExecuteCcl",
                "16194 WSQLFilter UseZeroSearchSets\n16194 WSQLFilter::SearchOpenDB ExecuteCCL\n16194 "
