@@ -1,6 +1,6 @@
 /* Calls of the kernel that answer at once what takes many calls of wdb.h, for hosts that run many small
- * statements. Conventions are those of wdb.h. To a session whose host traces the calls or has one fail they answer
- * WDB_E_UNSUPPORTED, so that the calls that are watched are made. */
+ * statements. Conventions are those of wdb.h. To a session whose host traces the calls or has one fail they
+ * answer WDB_E_UNSUPPORTED, so that the calls that are watched are made. */
 #ifndef WDB_BULK_H
 #define WDB_BULK_H
 
