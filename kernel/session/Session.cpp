@@ -1,6 +1,7 @@
 #include "kernel/session/Session.h"
 
 #include <algorithm>
+#include <new>
 
 #include "kernel/jobs/IndexJob.h"
 #include "kernel/rules/RecordChange.h"
@@ -320,8 +321,12 @@ Status Session::submitJob(const std::shared_ptr<OpenBase>& base) {
     return WDB_OK;
 }
 
-void Session::submitPutOff() {
-    for (const auto& base : std::exchange(putOff_, {})) static_cast<void>(submitJob(base));
+void Session::submitPutOff() noexcept {
+    try {
+        for (const auto& base : std::exchange(putOff_, {})) static_cast<void>(submitJob(base));
+    } catch (const std::bad_alloc&) {
+        // Whoever asks whether the index is behind asks for the job again.
+    }
 }
 
 Status Session::fail(Status status, std::string_view subject, int32_t position) {

@@ -160,7 +160,7 @@ public:
     Analyzer& analyzer() override { return analyzer_; }
 
 private:
-    void submitPutOff();
+    void submitPutOff() noexcept;
     void takeRecord(RecordControl& control, const std::shared_ptr<OpenBase>& base, RecordNumber number,
                     const RecordView& view, uint64_t version);
     void dropCursors(RecordControl& control);
