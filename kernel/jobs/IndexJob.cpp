@@ -1,5 +1,6 @@
 #include "kernel/jobs/IndexJob.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "kernel/index/IndexFormat.h"
@@ -44,10 +45,16 @@ Result<QueueState> readQueue(const std::shared_ptr<OpenBase>& base) {
 Result<bool> mergeIsDue(const std::shared_ptr<OpenBase>& base) {
     const Result<QueueState> queue = readQueue(base);
     if (!queue) return queue.status();
-    return queue->meta.queueCount >= kMergeRecords || queue->meta.queueBytes >= kMergeBytes;
+    const MergeLimits limits = mergeLimits(queue->meta.liveCount);
+    return queue->meta.queueCount >= limits.records || queue->meta.queueBytes >= limits.bytes;
 }
 
 }  // namespace
+
+MergeLimits mergeLimits(uint64_t liveCount) {
+    const uint64_t records = std::clamp(liveCount / kMergeShare, kMergeRecords, kMostMergeRecords);
+    return {records, kMergeBytes / kMergeRecords * records};
+}
 
 Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, bool mayMerge,
                    int64_t now) {

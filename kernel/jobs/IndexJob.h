@@ -12,6 +12,17 @@ namespace wdb {
 // When a merge is worth its commits: the queue holds so many records, or so many bytes of images.
 inline constexpr uint64_t kMergeRecords = 4096;
 inline constexpr uint64_t kMergeBytes = uint64_t{8} << 20;
+// In a large base a few thousand records have words in nearly every page, so that a merge writes the whole
+// word file whatever it merges: both limits grow with the records from 262,144 on, up to those of a million.
+inline constexpr uint64_t kMergeShare = 64;  // one of so many live records
+inline constexpr uint64_t kMostMergeRecords = 16384;
+
+// The limits of a base with so many live records.
+struct MergeLimits {
+    uint64_t records;
+    uint64_t bytes;
+};
+MergeLimits mergeLimits(uint64_t liveCount);
 
 // Work on the index files of a base. All functions may run on any thread.
 //

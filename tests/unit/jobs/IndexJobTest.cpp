@@ -84,6 +84,16 @@ TEST_F(IndexJobTest, MergesAboveTheLimitOnly) {
     expectSound("after the merge");
 }
 
+TEST_F(IndexJobTest, LargeBasesMergeLessOften) {
+    const struct {
+        uint64_t live, records;
+    } rows[] = {{0, 4096}, {262'207, 4096}, {1'000'000, 15'625}, {4'000'000'000, 16'384}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(mergeLimits(row.live).records, row.records) << row.live;
+        EXPECT_EQ(mergeLimits(row.live).bytes, row.records * 2048) << row.live;
+    }
+}
+
 TEST_F(IndexJobTest, MergesOfChangesAndDeletions) {
     fill(300, "old words here");
     ASSERT_EQ(mergeQueue(*home_, base_, home_.lock()), WDB_OK);
