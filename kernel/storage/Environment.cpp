@@ -146,7 +146,7 @@ Status Environment::openTables(bool create) {
 }
 
 void Environment::closeFile() {
-    for (MDB_txn* reader : pool_) mdb_txn_abort(reader);
+    for (const Reader& reader : pool_) mdb_txn_abort(reader.txn);
     pool_.clear();
     if (env_ != nullptr) mdb_env_close(env_);
     env_ = nullptr;
@@ -182,6 +182,8 @@ Status Environment::growMap(size_t size) {
     MDB_envinfo info;
     if (code == MDB_SUCCESS && mdb_env_info(env_, &info) == MDB_SUCCESS) mapSize_ = info.me_mapsize;
     if (code == MDB_SUCCESS) grow_.store(false);
+    for (const Reader& reader : pool_)
+        reader.trees->state = ReaderTrees::kNone;  // the map may lie elsewhere now
     gate_.leaveAlone();
     return lmdbStatus(code);
 }
@@ -199,16 +201,16 @@ Status Environment::checkPages(std::string& reason) {
     return WDB_E_STORAGE;
 }
 
-int Environment::beginRead(MDB_txn*& txn) {
+int Environment::beginRead(Reader& reader) {
     if (env_ == nullptr) return MDB_PANIC;
-    txn = nullptr;
     {
         std::lock_guard lock(poolMutex_);
         if (!pool_.empty()) {
-            txn = pool_.back();
+            reader = std::move(pool_.back());
             pool_.pop_back();
         }
     }
+    MDB_txn*& txn = reader.txn;
     int code = MDB_SUCCESS;
     if (txn == nullptr) {
         code = callLmdb([&] { return mdb_txn_begin(env_, nullptr, MDB_RDONLY, &txn); });
@@ -216,10 +218,24 @@ int Environment::beginRead(MDB_txn*& txn) {
     } else {
         code = callLmdb([&] { return mdb_txn_renew(txn); });
     }
-    // The number of the state comes from the lock file and the state itself from the page that the number
-    // names, which the second commit after it overwrites: a reader that is held up between the two has a
-    // state that is not announced yet, and its next look would see an older one. A state is taken when
-    // nothing newer was on its way behind it; a writer that is held up there is not waited for.
+    code = standOnNewest(txn, code);
+    if (code != MDB_SUCCESS) {
+        mdb_txn_abort(txn);
+        return code;
+    }
+    if (reader.trees == nullptr) reader.trees = std::make_unique<ReaderTrees>();
+    if (const uint64_t state = mdb_txn_id(txn); reader.trees->state != state) {
+        reader.trees->state = state;
+        reader.trees->tables.assign(tables_.size(), {});
+    }
+    return code;
+}
+
+// The number of the state comes from the lock file and the state itself from the page that the number names,
+// which the second commit after it overwrites: a reader that is held up between the two has a state that is
+// not announced yet, and its next look would see an older one. A state is taken when nothing newer was on its
+// way behind it; a writer that is held up there is not waited for.
+int Environment::standOnNewest(MDB_txn* txn, int code) {
     constexpr int kTries = 64;
     for (int i = 0; i < kTries && code == MDB_SUCCESS; ++i) {
         MDB_envinfo info;
@@ -229,16 +245,15 @@ int Environment::beginRead(MDB_txn*& txn) {
         mdb_txn_reset(txn);
         code = callLmdb([&] { return mdb_txn_renew(txn); });
     }
-    if (code != MDB_SUCCESS) mdb_txn_abort(txn);
     return code;
 }
 
 Result<ReadTxn> Environment::read() {
     for (int attempt = 0;; ++attempt) {
         gate_.enter();
-        MDB_txn* txn = nullptr;
-        const int code = beginRead(txn);
-        if (code == MDB_SUCCESS) return ReadTxn(shared_from_this(), txn);
+        Reader reader;
+        const int code = beginRead(reader);
+        if (code == MDB_SUCCESS) return ReadTxn(shared_from_this(), reader.txn, std::move(reader.trees));
         int dead = 0;
         if (code == MDB_READERS_FULL) mdb_reader_check(env_, &dead);
         gate_.leave();
@@ -252,13 +267,14 @@ Result<ReadTxn> Environment::read() {
     }
 }
 
-void Environment::endRead(MDB_txn* txn) {
+void Environment::endRead(Reader reader) {
+    MDB_txn* const txn = reader.txn;
     mdb_txn_reset(txn);
     bool kept = false;
     {
         std::lock_guard lock(poolMutex_);
         if (pool_.size() < kRestingReaders) {
-            pool_.push_back(txn);
+            pool_.push_back(std::move(reader));
             kept = true;
         }
     }

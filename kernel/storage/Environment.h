@@ -16,6 +16,7 @@
 #include "kernel/storage/CommitSeal.h"
 #include "kernel/storage/FileGuard.h"
 #include "kernel/storage/Gate.h"
+#include "kernel/storage/PageTree.h"
 
 struct MDB_env;
 struct MDB_txn;
@@ -47,6 +48,18 @@ struct EnvironmentOptions {
     size_t mapSize = size_t{16} << 30;  // reserved address range; grows between transactions
 };
 
+// The tables of the state that a reader stands on, as far as they were asked for. A reader keeps them while
+// it rests: they hold when its next state has the same number.
+struct ReaderTrees {
+    struct Known {
+        bool asked = false;
+        PageTree tree;
+    };
+    static constexpr uint64_t kNone = ~uint64_t{0};
+    uint64_t state = kNone;  // number of the transaction
+    std::vector<Known> tables;
+};
+
 // What read and write transactions share: look-ups. Slices point into the mapped file: those of a read
 // transaction live as long as it does, those of a write transaction until its next write.
 class Txn {
@@ -73,18 +86,24 @@ public:
 
 protected:
     Txn() = default;
-    Txn(std::shared_ptr<Environment> environment, MDB_txn* txn)
-        : environment_(std::move(environment)), txn_(txn) {}
+    Txn(std::shared_ptr<Environment> environment, MDB_txn* txn, std::unique_ptr<ReaderTrees> trees = {})
+        : environment_(std::move(environment)), txn_(txn), trees_(std::move(trees)) {}
     Txn(Txn&& other) noexcept
-        : environment_(std::move(other.environment_)), txn_(std::exchange(other.txn_, nullptr)) {}
+        : environment_(std::move(other.environment_)),
+          txn_(std::exchange(other.txn_, nullptr)),
+          trees_(std::move(other.trees_)) {}
     ~Txn() = default;
+    // The table's pages, null when look-ups are the library's.
+    const PageTree* pages(Table table) const;
+    PageTree readTree(Table table) const;
 
     std::shared_ptr<Environment> environment_;
     MDB_txn* txn_ = nullptr;
+    std::unique_ptr<ReaderTrees> trees_;  // of a read transaction
 };
 
-// One committed state of a file. Taking and giving back costs nanoseconds (the file keeps a pool of readers),
-// and it may move between threads. Default constructed it is not live.
+// One committed state of a file, used by one thread at a time. Taking and giving back costs nanoseconds (the
+// file keeps a pool of readers), and it may move between threads. Default constructed it is not live.
 class ReadTxn : public Txn {
 public:
     ReadTxn() = default;
@@ -170,9 +189,17 @@ public:
 private:
     friend class Txn;
     explicit Cursor(MDB_cursor* cursor) : cursor_(cursor) {}
+    Cursor(MDB_txn* txn, unsigned handle, const PageTree* tree)
+        : direct_(true), pages_(tree), txn_(txn), handle_(handle) {}
     Status step(int operation);
+    Status stepDirectly(int operation);
+    Status useLibrary(int operation);
 
     MDB_cursor* cursor_ = nullptr;
+    bool direct_ = false;  // through the pages; a step that is in doubt goes over to the library
+    PageCursor pages_;
+    MDB_txn* txn_ = nullptr;
+    unsigned handle_ = 0;
     Slice key_;
     Slice value_;
 };
@@ -223,8 +250,14 @@ private:
     Status reopen();
     Status makeReady();
     Status growMap(size_t size);  // 0: to what another process made it
-    int beginRead(MDB_txn*& txn);
-    void endRead(MDB_txn* txn);
+    // A reader and what it knows of the state that it stood on last.
+    struct Reader {
+        MDB_txn* txn = nullptr;
+        std::unique_ptr<ReaderTrees> trees;
+    };
+    int beginRead(Reader& reader);
+    int standOnNewest(MDB_txn* txn, int code);
+    void endRead(Reader reader);
     Status prepareCommit(uint64_t before);
     Status makeDurable(uint64_t txn);
     void writeEnded(bool failed, bool full);
@@ -239,7 +272,7 @@ private:
     std::atomic<size_t> mapSize_;
     Gate gate_;  // transactions enter shared; growing and reopening alone
     std::mutex poolMutex_;
-    std::vector<MDB_txn*> pool_;       // readers at rest
+    std::vector<Reader> pool_;         // readers at rest
     std::atomic<bool> reopen_{false};  // a commit failed: close and open before the next transaction
     std::atomic<bool> grow_{false};    // the map filled: grow before the next write transaction
 };

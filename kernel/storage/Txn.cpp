@@ -1,9 +1,11 @@
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "kernel/common/ByteOrder.h"
 #include "kernel/storage/Environment.h"
 #include "kernel/storage/LmdbStatus.h"
+#include "kernel/storage/PageFormat.h"
 
 namespace wdb {
 
@@ -34,6 +36,10 @@ bool keyFits(Slice key) {
 
 Status Txn::get(Table table, Slice key, Slice& value) const {
     if (!keyFits(key)) return WDB_FAIL;
+    if (const PageTree* const tree = pages(table)) {
+        const Look look = tree->find(key, value);
+        if (look != Look::Unsure) return look == Look::Found ? WDB_OK : WDB_FAIL;
+    }
     MDB_val keyVal = toVal(key);
     MDB_val found{};
     const int code = callLmdb([&] { return mdb_get(txn_, environment_->handles_[table], &keyVal, &found); });
@@ -49,9 +55,41 @@ Status Txn::get(Table table, uint64_t key, Slice& value) const {
 }
 
 Cursor Txn::cursor(Table table) const {
+    if (const PageTree* const tree = pages(table)) return Cursor(txn_, environment_->handles_[table], tree);
     MDB_cursor* cursor = nullptr;
     if (mdb_cursor_open(txn_, environment_->handles_[table], &cursor) != MDB_SUCCESS) cursor = nullptr;
     return Cursor(cursor);
+}
+
+const PageTree* Txn::pages(Table table) const {
+    if (trees_ == nullptr) return nullptr;
+    ReaderTrees::Known& known = trees_->tables[table];
+    if (!known.asked) {
+        known.tree = readTree(table);
+        known.asked = true;
+    }
+    return known.tree.known() ? &known.tree : nullptr;
+}
+
+// The library tells no address of its map: it follows from a value in it, whose page has its number.
+PageTree Txn::readTree(Table table) const {
+    using namespace page_format;
+    constexpr MDB_dbi kMainTree = 1;  // the names of the tables, and where their trees are
+    MDB_envinfo info;
+    MDB_stat statistics;
+    MDB_val record{};
+    MDB_val name = toVal(environment_->tables_[table].name);
+    const int code = callLmdb([&] { return mdb_get(txn_, kMainTree, &name, &record); });
+    if (code != MDB_SUCCESS || record.mv_size != kTreeRecord ||
+        mdb_env_info(environment_->env_, &info) != MDB_SUCCESS ||
+        mdb_stat(txn_, kMainTree, &statistics) != MDB_SUCCESS || statistics.ms_psize != PageTree::kPage)
+        return {};
+    const auto* const bytes = static_cast<const char*>(record.mv_data);
+    const char* const holder = bytes - reinterpret_cast<uintptr_t>(bytes) % PageTree::kPage;
+    const uint64_t pages = std::min(uint64_t{info.me_last_pgno} + 1, info.me_mapsize / PageTree::kPage);
+    const auto number = loadLittle<uint64_t>(holder);
+    if (number >= pages || loadLittle<uint16_t>(holder + kFlagsAt) != kLeaf) return {};
+    return PageTree(holder - number * PageTree::kPage, pages, toSlice(record));
 }
 
 uint64_t Txn::id() const {
@@ -87,12 +125,13 @@ ReadTxn& ReadTxn::operator=(ReadTxn&& other) noexcept {
         release();
         environment_ = std::move(other.environment_);
         txn_ = std::exchange(other.txn_, nullptr);
+        trees_ = std::move(other.trees_);
     }
     return *this;
 }
 
 void ReadTxn::release() {
-    if (txn_ != nullptr) environment_->endRead(std::exchange(txn_, nullptr));
+    if (txn_ != nullptr) environment_->endRead({std::exchange(txn_, nullptr), std::move(trees_)});
     environment_.reset();
 }
 
@@ -186,12 +225,22 @@ void WriteTxn::abort() {
 }
 
 Cursor::Cursor(Cursor&& other) noexcept
-    : cursor_(std::exchange(other.cursor_, nullptr)), key_(other.key_), value_(other.value_) {}
+    : cursor_(std::exchange(other.cursor_, nullptr)),
+      direct_(other.direct_),
+      pages_(other.pages_),
+      txn_(other.txn_),
+      handle_(other.handle_),
+      key_(other.key_),
+      value_(other.value_) {}
 
 Cursor& Cursor::operator=(Cursor&& other) noexcept {
     if (this != &other) {
         close();
         cursor_ = std::exchange(other.cursor_, nullptr);
+        direct_ = other.direct_;
+        pages_ = other.pages_;
+        txn_ = other.txn_;
+        handle_ = other.handle_;
         key_ = other.key_;
         value_ = other.value_;
     }
@@ -200,9 +249,11 @@ Cursor& Cursor::operator=(Cursor&& other) noexcept {
 
 void Cursor::close() {
     if (cursor_ != nullptr) mdb_cursor_close(std::exchange(cursor_, nullptr));
+    direct_ = false;
 }
 
 Status Cursor::step(int operation) {
+    if (direct_) return stepDirectly(operation);
     if (cursor_ == nullptr) return WDB_E_STORAGE;
     MDB_val key = toVal(key_);
     MDB_val value{};
@@ -213,6 +264,44 @@ Status Cursor::step(int operation) {
         value_ = toSlice(value);
     }
     return lmdbStatus(code);
+}
+
+Status Cursor::stepDirectly(int operation) {
+    Look look = Look::Unsure;
+    switch (operation) {
+        case MDB_FIRST:
+            look = pages_.first();
+            break;
+        case MDB_LAST:
+            look = pages_.last();
+            break;
+        case MDB_NEXT:
+            look = pages_.next();
+            break;
+        case MDB_PREV:
+            look = pages_.previous();
+            break;
+        default:
+            look = pages_.seek(key_);
+    }
+    if (look == Look::Missing) return WDB_FAIL;
+    Slice key, value;
+    if (look == Look::Unsure || !pages_.entry(key, value)) return useLibrary(operation);
+    key_ = key;
+    value_ = value;
+    return WDB_OK;
+}
+
+// From the entry of the last step on.
+Status Cursor::useLibrary(int operation) {
+    direct_ = false;
+    if (mdb_cursor_open(txn_, handle_, &cursor_) != MDB_SUCCESS) {
+        cursor_ = nullptr;
+        return WDB_E_STORAGE;
+    }
+    const bool relative = operation == MDB_NEXT || operation == MDB_PREV;
+    if (relative && !key_.empty()) WDB_TRY(step(MDB_SET_RANGE));
+    return step(operation);
 }
 
 Status Cursor::first() {
