@@ -41,6 +41,14 @@ std::int32_t namedPosition(const WSQLStmtSelect& select, const WSQLColumnRef& co
     return 0;
 }
 
+/// 1-based position of the item with that label; 0 when there is none.
+std::int32_t labelPosition(const WSQLStmtSelect& select, const std::string& label) {
+    for (std::int32_t i = 0; i < select.itemCount(); ++i) {
+        if (equalNames(elementAt(select.items(), i).label, label)) return i + 1;
+    }
+    return 0;
+}
+
 /// The checks of one SELECT, in the order in which they report.
 class SelectValidator {
 public:
@@ -222,7 +230,16 @@ private:
             return true;
         }
         const std::string typed = order.column->column;
+        const bool qualified = !order.column->table.empty();
         if (!filter_.DBColumnExists(order.column.get(), select_.tables.get())) {
+            // What is no column of a table may be the label of an item: a column by another name, or a value.
+            const std::int32_t labelled = qualified ? 0 : labelPosition(select_, typed);
+            if (labelled > 0) {
+                order.column.reset();
+                order.position = labelled;
+                filter_.setLastStatus(WDB_OK);
+                return orderByItem(order);
+            }
             if (order.column->maybeConstant()) {
                 filter_.ReportValidationFault(1532, kContext, "%s",
                                               "String constants not valid in order-by expression.");

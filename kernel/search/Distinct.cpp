@@ -24,12 +24,7 @@ Status RowKeyMaker::append(const RowView& row, std::string& key) {
         if (column.kind == Kind::Field && !holdsItems(column.type)) {
             WDB_TRY(appendReference(column, row.tables[column.table], key));
         } else if (column.kind == Kind::Field) {
-            visitItems(column, row.tables[column.table], [&](Slice item) {
-                text_.clear();
-                if (item.empty()) return appendNull(key);
-                renderValue(column.type, item, form_, text_);
-                appendValue(text_, key);
-            });
+            appendItems(column, row.tables[column.table], key);
         } else {
             const FieldType type =
                 column.kind == Kind::Computed ? row.computed[column.computed].type : column.type;
@@ -42,6 +37,16 @@ Status RowKeyMaker::append(const RowView& row, std::string& key) {
         if (key.size() == before) appendNull(key);
     }
     return WDB_OK;
+}
+
+void RowKeyMaker::appendItems(const OutputColumn& column, const RowRecord& record, std::string& key) {
+    text_.clear();
+    visitItems(column, record, [&](Slice item) {
+        if (item.empty()) return;
+        if (!text_.empty()) text_ += "; ";
+        renderValue(column.type, item, form_, text_);
+    });
+    if (!text_.empty()) appendValue(text_, key);
 }
 
 // Stands where a length does, and is none.

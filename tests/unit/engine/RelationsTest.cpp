@@ -221,6 +221,30 @@ TEST(Relations, PagesAreSlicesOfTheWhole) {
     }
 }
 
+TEST(Relations, DistinctRowsAreThoseThatLookDifferent) {
+    Database database;
+    for (const char* sql :
+         {"CREATE TABLE B (V VARCHAR)", "INSERT INTO B (V) VALUES ('x')", "INSERT INTO B (V[2]) VALUES ('X')",
+          "INSERT INTO B (V) VALUES ('a; b')", "INSERT INTO B (V[1], V[2]) VALUES ('a', 'b')",
+          "INSERT INTO B (V[1], V[3]) VALUES ('a', 'b')", "INSERT INTO B (V) VALUES ('z')"}) {
+        ASSERT_EQ(database.run(sql).status, WDB_OK) << sql;
+    }
+    for (const char* sql : {"SELECT DISTINCT V FROM B", "SELECT V FROM B UNION SELECT V FROM B"}) {
+        const Answer all = database.run(sql);
+        EXPECT_EQ(all.rowCount(), "3") << sql;
+        std::string paged;
+        ASSERT_EQ(UpdateRCS("SQL_BLOCKSIZE", "1"), WDB_OK);
+        for (const char* block : {"1", "2", "3"}) {
+            ASSERT_EQ(UpdateRCS("SQL_BLOCKNUMBER", block), WDB_OK);
+            paged += (paged.empty() ? "" : "\n") + database.run(sql).rows();
+        }
+        ASSERT_EQ(UpdateRCS("SQL_BLOCKNUMBER", "1"), WDB_OK);
+        ASSERT_EQ(UpdateRCS("SQL_BLOCKSIZE", "20"), WDB_OK);
+        EXPECT_EQ(paged, all.rows()) << sql << ": a block is a slice of the whole";
+    }
+    EXPECT_EQ(database.run("SELECT DISTINCT V FROM B").rows(), "a; b\nx\nz");
+}
+
 TEST(Relations, KernelFailuresAreAnsweredAndLeaveNothingBehind) {
     Database database;
     fill(database);

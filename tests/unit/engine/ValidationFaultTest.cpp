@@ -53,6 +53,8 @@ TEST(ValidationFault, Select) {
         {"SELECT A FROM T ORDER BY 0", 1, "WSQLValidation:1507", kSelect, "Invalid order-by expression."},
         {"SELECT A FROM T ORDER BY NOPE", WDB_E_FIELD, "WSQLValidation:1543", kSelect,
          "Order-by column \"NOPE\" does not exist."},
+        {"SELECT A AS Q FROM T ORDER BY T.Q", WDB_E_FIELD, "WSQLValidation:1543", kSelect,
+         "Order-by column \"Q\" does not exist."},
         {"SELECT HEAD FROM PARTS ORDER BY HEAD", 0, "WSQLValidation:1563", kSelect,
          "The part record structure of \"PARTS\" disallows usage of ORDER BY."},
         {"SELECT MAX(*) FROM T", 1, "WSQLValidation:1592", kSelect,
