@@ -26,6 +26,13 @@ WDB_API int32_t WdbBaseFields(const char* baseName, WdbFieldEntry* fields, int32
  * dates of WdbBaseStatus tell. Errors: those of WdbBaseStatus. */
 WDB_API int32_t WdbIndexBehind(const char* baseName, int32_t* behind);
 
+/* What the command DEF FIN MIN=0 does. */
+WDB_API int32_t WdbAllowNoHits(void);
+
+/* What the command BAS does with one base, when its index is up to date: *behind is 0 then. Otherwise *behind
+ * is 1 and nothing is done. Errors: those of the command. */
+WDB_API int32_t WdbOpenIndexed(const char* baseName, int32_t* behind);
+
 #ifdef __cplusplus
 }
 static_assert(sizeof(WdbFieldEntry) == 80, "field entry");

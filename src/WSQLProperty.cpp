@@ -8,6 +8,7 @@
 #include "src/tree/WSQLScalar.h"
 #include "src/tree/WSQLStmtProperty.h"
 #include "src/welkhelp/CommandWord.h"
+#include "src/welkhelp/KernelExtras.h"
 
 namespace wsql {
 
@@ -145,6 +146,11 @@ void WSQLFilter::writeProperty(const std::string& name, const std::string& value
 }
 
 bool WSQLFilter::UseZeroSearchSets() {
+    constexpr const char* kDone = "Enabled empty search results feature.\n";
+    if (WdbAllowNoHits != nullptr && WDB_SUCCESS(WdbAllowNoHits())) {
+        info("WSQLFilter::UseZeroSearchSets", kDone);
+        return true;
+    }
     const CommandWord define(*this, "DEF");
     const CommandWord minimum(*this, "MIN");
     const CommandWord find(*this, "FIN");
@@ -160,7 +166,7 @@ bool WSQLFilter::UseZeroSearchSets() {
         ReportKernelError(status, "WSQLFilter", "UseZeroSearchSets");
         return false;
     }
-    info("WSQLFilter::UseZeroSearchSets", "Enabled empty search results feature.\n");
+    info("WSQLFilter::UseZeroSearchSets", kDone);
     return true;
 }
 

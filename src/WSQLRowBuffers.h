@@ -41,6 +41,14 @@ public:
     bool atEnd() const { return next_ >= count(); }
     /// Whether the item that is read next begins a column, or there is none.
     bool atColumn() const { return atEnd() || (words_[3 + 2 * next_] & RowItem::kColumn) != 0; }
+    std::uint32_t flagsOf(std::uint32_t item) const { return words_[3 + 2 * item]; }
+    /// The texts of the items that are not read yet, each with its NUL.
+    std::string_view texts() const {
+        std::size_t size = 0;
+        for (std::uint32_t k = next_; k < count(); ++k)
+            size += words_[2 + 2 * k] + ((flagsOf(k) & RowItem::kTerminated) != 0 ? 1U : 0U);
+        return {data_ + offset_, size};
+    }
     RowItem next() {
         const std::uint32_t length = words_[2 + 2 * next_];
         const std::uint32_t flags = words_[3 + 2 * next_];

@@ -157,6 +157,20 @@ void CStringBuffer::append(const CStringBuffer& other) {
     append(other.view());
 }
 
+char* CStringBuffer::room(std::size_t bytes) {
+    if (bytes < static_cast<std::size_t>(capacity_ - length_)) [[likely]]
+        return end_;
+    if (bytes >= INT32_MAX) throw std::length_error("text too long");
+    grow(std::int64_t{length_} + static_cast<std::int64_t>(bytes));
+    return end_;
+}
+
+void CStringBuffer::wrote(const char* end) {
+    length_ += static_cast<std::int32_t>(end - end_);
+    end_ = data_ + length_;
+    *end_ = '\0';
+}
+
 void CStringBuffer::insert(const CStringBuffer& other, std::int32_t position) {
     if (position < 0 || position >= length_) {
         append(other.view());

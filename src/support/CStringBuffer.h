@@ -35,6 +35,9 @@ public:
     void append(std::string_view text);
     void append(const CStringBuffer& other);
     void append(char character) { append(std::string_view(&character, 1)); }
+    // Room for that many bytes behind the text, which the caller fills up to the end that it tells wrote().
+    char* room(std::size_t bytes);
+    void wrote(const char* end);
     // Before the byte at position; at or beyond the length (or below 0) it appends.
     void insert(const CStringBuffer& other, std::int32_t position);
 

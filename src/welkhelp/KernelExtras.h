@@ -6,3 +6,5 @@
 
 #pragma weak WdbBaseFields
 #pragma weak WdbIndexBehind
+#pragma weak WdbAllowNoHits
+#pragma weak WdbOpenIndexed

@@ -9,6 +9,7 @@
 #include "src/welkhelp/CclText.h"
 #include "src/welkhelp/CommandWord.h"
 #include "src/welkhelp/DatabaseEntry.h"
+#include "src/welkhelp/KernelExtras.h"
 #include "src/welkhelp/WelkRecord.h"
 
 namespace wsql {
@@ -29,6 +30,14 @@ std::int32_t readEntry(WelkTuple& tuple, WdbRecordControl* control, std::int32_t
     status = WdbGetItem(tuple.get(), buffer, &length);
     if (WDB_SUCCESS(status)) text.assign(buffer, static_cast<std::size_t>(length));
     return status;
+}
+
+/// Whether the kernel had nothing to index and has opened the base for searching. A log wants to see the
+/// dates.
+bool openedAtOnce(const WSQLFilter& filter, const char* name) {
+    if (WdbOpenIndexed == nullptr || filter.logs(kLogWarning)) return false;
+    std::int32_t behind = 1;
+    return WDB_SUCCESS(WdbOpenIndexed(name, &behind)) && behind == 0;
 }
 
 }  // namespace
@@ -143,14 +152,16 @@ std::int32_t WSQLFilter::GetShellSymbol(char* symbol) {
 }
 
 bool WSQLFilter::SearchOpenDB(const char* databaseName) {
+    const std::string_view name(databaseName);
+    const bool list = name.find('=') != std::string_view::npos;  // which the kernel takes apart
+    if (!list && openedAtOnce(*this, databaseName)) return true;
     IndexDatabase(databaseName, true, false);
     const CommandWord base(*this, "BAS");
     CStringBuffer command(128);
     command.append(base.text());
     command.append(' ');
-    const std::string_view name(databaseName);
-    if (name.find('=') != std::string_view::npos) {
-        command.append(name);  // a list of databases, which the kernel takes apart
+    if (list) {
+        command.append(name);
     } else {
         appendCclName(command, name);
     }

@@ -75,18 +75,72 @@ TEST_F(Bulk, WhatIsRefused) {
     EXPECT_EQ(answer, -7);
 }
 
+TEST_F(Bulk, OpeningABaseIsWhatTheCommandsDo) {
+    int32_t rows = 0, late = -1;
+    ASSERT_EQ(insert("T", {"a", "words"}), 1);
+    EXPECT_EQ(WdbOpenIndexed("T", &late), 1);
+    EXPECT_EQ(late, 1) << "the index is behind";
+    EXPECT_EQ(WdbSearchResult(nullptr, &rows, nullptr, nullptr, nullptr), WDB_FAIL) << "nothing was opened";
+    ASSERT_EQ(WdbBatchLoadIndex(2, "T", ""), 1);
+    for (const bool saved : {false, true}) {
+        if (saved) {
+            ASSERT_EQ(WdbSaveStatus(), 1);
+        }
+        ASSERT_EQ(WdbOpenIndexed("t ", &late), 1);
+        EXPECT_EQ(late, 0);
+        ASSERT_EQ(WdbSearchResult(nullptr, &rows, nullptr, nullptr, nullptr), 1);
+        EXPECT_EQ(rows, 1) << "all records of the base are the result";
+    }
+    ASSERT_EQ(insert("T", {"b", "words"}), 1);
+    EXPECT_EQ(WdbOpenIndexed("T", &late), 1);
+    EXPECT_EQ(late, 1) << "by what the session has not committed yet";
+    ASSERT_EQ(WdbLoadStatus(3), 1);
+    EXPECT_EQ(WdbOpenIndexed("ABSENT", &late), WDB_E_BASE);
+    EXPECT_EQ(WdbOpenIndexed("T", nullptr), WDB_E_ARGUMENT);
+
+    ASSERT_EQ(WdbBatchLoadIndex(2, "T", ""), 1);
+    ASSERT_EQ(WdbOpenIndexed("T", &late), 1);
+    EXPECT_EQ(WdbExecuteCcl("FIND T.NAME=nobody", nullptr), WDB_E_CCL_NO_HITS);
+    EXPECT_EQ(WdbAllowNoHits(), 1);
+    EXPECT_EQ(WdbExecuteCcl("FIND T.NAME=nobody", nullptr), 1);
+}
+
+// A state that the session keeps under its saved status tells nothing of what others wrote since.
+TEST_F(Bulk, TheIndexIsBehindByWhatAnotherSessionWrote) {
+    int32_t late = -1;
+    ASSERT_EQ(WdbBatchLoadIndex(2, "T", ""), 1);
+    ASSERT_EQ(WdbSaveStatus(), 1);
+    ASSERT_EQ(WdbOpenIndexed("T", &late), 1);
+    EXPECT_EQ(late, 0);
+    WdbSession* other = open();
+    ASSERT_EQ(WdbBindSession(other), 1);
+    EXPECT_EQ(insert("T", {"c", "words"}), 1);
+    EXPECT_EQ(WdbCloseSession(&other), 1);
+    ASSERT_EQ(WdbBindSession(session_), 1);
+    ASSERT_EQ(WdbOpenIndexed("T", &late), 1);
+    EXPECT_EQ(late, 1);
+    ASSERT_EQ(WdbLoadStatus(3), 1);
+}
+
 TEST_F(Bulk, WhoWatchesTheCallsSeesTheSingleOnes) {
     WdbFieldEntry fields[3];
     int32_t count = 3, answer = 0;
     ASSERT_EQ(WdbInjectFailure("WdbCheckField", 0, WDB_E_STORAGE), 1);
     EXPECT_EQ(WdbBaseFields("T", fields, &count), WDB_E_UNSUPPORTED);
     EXPECT_EQ(WdbIndexBehind("T", &answer), WDB_E_UNSUPPORTED);
+    EXPECT_EQ(WdbOpenIndexed("T", &answer), WDB_E_UNSUPPORTED);
+    EXPECT_EQ(WdbAllowNoHits(), WDB_E_UNSUPPORTED);
     ASSERT_EQ(WdbInjectFailure(nullptr, 0, 0), 1);
     EXPECT_EQ(WdbBaseFields("T", fields, &count), 1);
     ASSERT_EQ(WdbSetTrace([](void*, const char*, int32_t) {}, nullptr), 1);
     EXPECT_EQ(WdbBaseFields("T", fields, &count), WDB_E_UNSUPPORTED);
     ASSERT_EQ(WdbSetTrace(nullptr, nullptr), 1);
+    ASSERT_EQ(WdbSetProfile([](void*, int32_t, const char*, int64_t, int64_t) {}, nullptr), 1);
+    EXPECT_EQ(WdbOpenIndexed("T", &answer), WDB_E_UNSUPPORTED) << "commands are profiled";
+    EXPECT_EQ(WdbAllowNoHits(), WDB_E_UNSUPPORTED);
+    ASSERT_EQ(WdbSetProfile(nullptr, nullptr), 1);
     EXPECT_EQ(WdbIndexBehind("T", &answer), 1);
+    EXPECT_EQ(WdbOpenIndexed("T", &answer), 1);
 }
 
 TEST_F(Bulk, TheIndexIsBehindAsItsDatesSay) {
