@@ -6,6 +6,7 @@
 
 #include "include/wdb.h"
 #include "kernel/common/Status.h"
+#include "kernel/common/StatusError.h"
 #include "kernel/session/SessionRegistry.h"
 
 namespace wdb::api {
@@ -18,6 +19,8 @@ Status contained(Work&& work) noexcept {
         return work();
     } catch (const std::bad_alloc&) {
         return WDB_E_MEMORY;
+    } catch (const StatusError& error) {
+        return error.status();
     } catch (...) {
         return WDB_E_STORAGE;
     }

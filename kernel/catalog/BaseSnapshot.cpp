@@ -36,9 +36,12 @@ BaseReader BaseSnapshot::reader() const {
 }
 
 Result<RecordView> BaseSnapshot::record(RecordNumber number) const {
-    const auto image = reader().image(number);
+    const BaseReader reader = this->reader();
+    const auto image = reader.image(number);
     if (!image) return image.status();
-    return base_->verified().view(number, *image, meta_.liveCount);
+    const auto dictionary = reader.dictionaryFor(*image);
+    if (!dictionary) return dictionary.status();
+    return base_->verified().view(number, *image, meta_.liveCount, *dictionary);
 }
 
 Result<RecordView> BaseSnapshot::record(RecordNumber number) {

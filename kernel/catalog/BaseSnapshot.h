@@ -49,7 +49,7 @@ public:
     IndexView index() const;
     // The record's current state. WDB_FAIL when no record ever had the number, WDB_E_DELETED, WDB_E_CORRUPT.
     // The view points into the mapped file: with a unit until its next write, else as long as the snapshot
-    // lives.
+    // lives. Long values may be the view's own.
     Result<RecordView> record(RecordNumber number) const;
     Result<RecordView> record(RecordNumber number) override;
     // For large objects and walks.

@@ -78,10 +78,9 @@ Status dropValues(OpenBase& base, const BaseDefinition& before, const BaseDefini
         return WDB_OK;
     }));
     for (const RecordNumber number : numbers) {
-        const auto image = (*writer)->image(number);
-        if (!image) return image.status();
-        const auto view = RecordView::validate(*image);
-        if (!view) continue;  // damage is the verifier's to tell
+        const auto view = (*writer)->record(number);
+        if (view.status() == WDB_E_CORRUPT) continue;  // damage is the verifier's to tell
+        if (!view) return view.status();
         RecordData data = RecordData::from(*view);
         Status status = WDB_OK;
         bool any = false;

@@ -71,7 +71,7 @@ Status feedDelta(Delta& delta, const BaseReader& reader, Position position) {
             WDB_TRY(appender.add(step->position, step->record, nullptr));
             continue;
         }
-        const auto view = RecordView::validate(step->image);
+        const auto view = reader.view(step->image);
         if (!view) return view.status();
         WDB_TRY(appender.add(step->position, step->record, &*view));
     }

@@ -1,6 +1,7 @@
 #include "kernel/catalog/OpenBase.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "kernel/catalog/DeltaFeed.h"
 #include "kernel/catalog/SessionUnit.h"
@@ -170,7 +171,7 @@ void OpenBase::unitCommitted(UnitBase& unit) {
         // Refused when the delta lags behind the unit's beginning: then the next reader catches up from the
         // queue.
         static_cast<void>(delta->append().fold(*unit.delta));
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         giveUpDelta(delta);  // the commit stands all the same
     }
 }

@@ -5,6 +5,7 @@
 #include "kernel/catalog/CatalogLayout.h"
 #include "kernel/common/ByteOrder.h"
 #include "kernel/common/ByteReader.h"
+#include "kernel/storage/BaseLayout.h"
 
 namespace wdb::unit_record {
 
@@ -91,7 +92,8 @@ private:
     Status write(Table table, Slice key, bool stays, Slice value) {
         WriteTxn& txn = writer_->writeTxn();
         Slice present;
-        if (table == base_table::kMeta && ok(txn.get(table, key, present)) && present == value) {
+        if (table == base_table::kMeta && key == base_layout::kMetaKey && ok(txn.get(table, key, present)) &&
+            present == value) {
             done_ = true;
             return WDB_OK;
         }

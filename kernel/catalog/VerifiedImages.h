@@ -23,14 +23,15 @@ public:
     VerifiedImages& operator=(const VerifiedImages&) = delete;
 
     // WDB_E_CORRUPT when the image is not one, or was damaged before it was first read.
-    // `records`: how many the base has, about.
-    Result<RecordView> view(RecordNumber number, Slice image, uint64_t records) {
+    // `records`: how many the base has, about. `dictionary`: of a packed image.
+    Result<RecordView> view(RecordNumber number, Slice image, uint64_t records,
+                            const TailDictionary* dictionary = nullptr) {
         const uint64_t tag = uint64_t{RecordView::checksum(image)} << 32 | number;
         if (Slot* slots = slots_.load(std::memory_order_acquire); slots != nullptr) [[likely]] {
             if (slots[number & mask_].load(std::memory_order_relaxed) == tag)
-                return RecordView::validateShape(image);
+                return RecordView::validateShape(image, dictionary);
         }
-        Result<RecordView> found = RecordView::validate(image);
+        Result<RecordView> found = RecordView::validate(image, dictionary);
         if (found) note(number, tag, records);
         return found;
     }

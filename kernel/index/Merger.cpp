@@ -243,12 +243,14 @@ struct WordList {
 template <typename List>
 void invertBoth(RecordInverter& inverter, const Schema& schema, const IndexChange& change, List& before,
                 List& after) {
-    if (change.before && change.after) {
-        inverter.invertDifference(schema, *change.before, *change.after, before);
-        inverter.invertDifference(schema, *change.after, *change.before, after);
+    // Copies: what they unpack goes with them, not with the last of many changes.
+    const std::optional<RecordView> old = change.before, now = change.after;
+    if (old && now) {
+        inverter.invertDifference(schema, *old, *now, before);
+        inverter.invertDifference(schema, *now, *old, after);
     } else {
-        if (change.before) inverter.invert(schema, *change.before, before);
-        if (change.after) inverter.invert(schema, *change.after, after);
+        if (old) inverter.invert(schema, *old, before);
+        if (now) inverter.invert(schema, *now, after);
     }
 }
 

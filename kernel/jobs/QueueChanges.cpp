@@ -6,11 +6,8 @@ namespace wdb {
 namespace {
 
 // Nothing for a record that is not there.
-Status validLive(const Result<Slice>& image, std::optional<RecordView>& out) {
-    if (!image)
-        return image.status() == WDB_E_DELETED || image.status() == WDB_FAIL ? WDB_OK : image.status();
-    const Result<RecordView> view = RecordView::validate(*image);
-    if (!view) return view.status();
+Status validLive(const Result<RecordView>& view, std::optional<RecordView>& out) {
+    if (!view) return view.status() == WDB_E_DELETED || view.status() == WDB_FAIL ? WDB_OK : view.status();
     if (!view->deleted()) out = *view;
     return WDB_OK;
 }
@@ -26,7 +23,8 @@ Result<std::vector<IndexChange>> readQueueChanges(const BaseReader& reader, Posi
             const auto [place, isFirst] = byRecord.try_emplace(number);
             if (!isFirst) continue;
             place->second.record = number;
-            if (!entry.previous.empty()) WDB_TRY(validLive(entry.previous, place->second.before));
+            if (!entry.previous.empty())
+                WDB_TRY(validLive(reader.view(entry.previous), place->second.before));
         }
         return WDB_OK;
     };
@@ -34,7 +32,7 @@ Result<std::vector<IndexChange>> readQueueChanges(const BaseReader& reader, Posi
     std::vector<IndexChange> changes;
     changes.reserve(byRecord.size());
     for (auto& [record, change] : byRecord) {
-        WDB_TRY(validLive(reader.image(record), change.after));
+        WDB_TRY(validLive(reader.record(record), change.after));
         changes.push_back(std::move(change));
     }
     return changes;

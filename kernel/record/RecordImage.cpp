@@ -4,13 +4,15 @@
 
 #include <xxhash.h>
 
+#include "kernel/common/StatusError.h"
+#include "kernel/record/PackedImage.h"
+
 namespace wdb {
 
 using namespace record_image;
 
 namespace {
 
-constexpr size_t kLongField = 256;  // bytes of a field's items from which they stand behind the short ones
 constexpr size_t kShortItem = 255;  // lengths below it take one byte
 constexpr size_t kMaxImage = 0x7FFFFFFF;
 
@@ -34,25 +36,28 @@ bool itemsFit(Slice image, size_t offset, uint32_t count) {
     return true;
 }
 
-bool directoryFits(Slice image, size_t directory, size_t count) {
+// `image` is what of it is not packed; with a tail, values may lie behind it.
+bool directoryFits(Slice image, bool tail, size_t directory, size_t count) {
     if (directory > image.size() || (image.size() - directory) / kFieldEntry < count) return false;
     FieldNumber before = 0;
     for (size_t i = 0; i < count; ++i) {
         const char* entry = image.data() + directory + i * kFieldEntry;
         const auto field = loadLittle<uint16_t>(entry);
         const auto items = loadLittle<uint16_t>(entry + 2);
-        if (field <= before || items == 0 || !itemsFit(image, loadLittle<uint32_t>(entry + 4), items))
-            return false;
+        const size_t offset = loadLittle<uint32_t>(entry + 4);
+        if (field <= before || items == 0) return false;
+        if (!(tail && offset >= image.size()) && !itemsFit(image, offset, items)) return false;
         before = field;
     }
     return true;
 }
 
-bool partsFit(Slice image, size_t table, size_t count) {
+bool partsFit(Slice image, bool tail, size_t table, size_t count) {
     if (table > image.size() || (image.size() - table) / kPartEntry < count) return false;
     for (size_t i = 0; i < count; ++i) {
         const char* entry = image.data() + table + i * kPartEntry;
-        if (!directoryFits(image, loadLittle<uint32_t>(entry), loadLittle<uint16_t>(entry + 4))) return false;
+        if (!directoryFits(image, tail, loadLittle<uint32_t>(entry), loadLittle<uint16_t>(entry + 4)))
+            return false;
     }
     return true;
 }
@@ -133,26 +138,44 @@ ItemList FieldsView::items(FieldNumber field) const {
     return low < count_ && this->field(low) == field ? itemsAt(low) : ItemList();
 }
 
-Result<RecordView> RecordView::validate(Slice image) {
+Result<RecordView> RecordView::validate(Slice image, const TailDictionary* dictionary) {
     if (image.size() < kHeaderSize || checksum(image) != checksumOf(image)) return WDB_E_CORRUPT;
-    return validateShape(image);
+    return validateShape(image, dictionary);
 }
 
-Result<RecordView> RecordView::validateShape(Slice image) {
-    if (image.size() < kHeaderSize || static_cast<uint8_t>(image[kVersionAt]) != kVersion)
+Result<RecordView> RecordView::validateShape(Slice image, const TailDictionary* dictionary) {
+    RecordView view(image);
+    if (isPacked(image)) {
+        if (dictionary == nullptr || dictionaryOf(image) != dictionary->id()) return WDB_E_CORRUPT;
+        const size_t front = loadLittle<uint16_t>(image.data() + image.size() - sizeof(uint16_t));
+        if (front < kHeaderSize || front > image.size() - kTrailerSize) return WDB_E_CORRUPT;
+        view = RecordView(image, front, *dictionary);
+    } else if (image.size() < kHeaderSize || static_cast<uint8_t>(image[kVersionAt]) != kVersion) {
         return WDB_E_CORRUPT;
-    const RecordView view(image);
-    if (!directoryFits(image, kHeaderSize, view.head().size()) ||
-        !partsFit(image, partTable(image), view.partCount())) {
+    }
+    const bool tail = view.dictionary_ != nullptr;
+    const Slice front = image.substr(0, view.front_);
+    if (!directoryFits(front, tail, kHeaderSize, view.head().size()) ||
+        !partsFit(front, tail, partTable(image), view.partCount())) {
         return WDB_E_CORRUPT;
     }
     return view;
 }
 
+const std::string& RecordView::unpacked() const {
+    if (unpacked_ == nullptr) {
+        auto image = std::make_shared<std::string>();
+        const Status status = unpackImage(image_, *dictionary_, *image);
+        if (!ok(status)) throw StatusError(status);
+        unpacked_ = std::move(image);
+    }
+    return *unpacked_;
+}
+
 FieldsView RecordView::part(PartNumber number) const {
     if (number == 0 || number > partCount()) return {};
     const char* entry = image_.data() + partTable(image_) + (number - 1) * kPartEntry;
-    return {image_, loadLittle<uint32_t>(entry), loadLittle<uint16_t>(entry + 4)};
+    return {*this, loadLittle<uint32_t>(entry), loadLittle<uint16_t>(entry + 4)};
 }
 
 const FieldValues* FieldsData::find(FieldNumber field) const {
@@ -230,13 +253,17 @@ Result<std::string> encodeRecord(const RecordData& record, uint64_t commit) {
             appendItems(*field.values, image);
         }
     }
-    storeLittle(image.data() + kChecksum, checksumOf(image));
+    sealImage(image);
     return image;
+}
+
+void sealImage(std::string& image) {
+    storeLittle(image.data() + kChecksum, checksumOf(image));
 }
 
 std::string encodeTombstone(uint64_t commit) {
     std::string image = makeHeader(kTombstone, 0, commit, 0);
-    storeLittle(image.data() + kChecksum, checksumOf(image));
+    sealImage(image);
     return image;
 }
 

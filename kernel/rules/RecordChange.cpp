@@ -85,10 +85,10 @@ Status RecordPut::checkRules() {
     if (!concern || !*concern) return concern.status();
     actions_.emplace(*context_);
     if (number_ == 0) return actions_->plan(*base_, 0, {}, record_, {}, keysAfter_);
-    const auto image = base_->writer->image(number_);
-    if (!image) return image.status();
+    const auto stored = storedRecord(*base_->writer, number_);
+    if (!stored) return stored.status();
     asHandedIn_ = *record_;
-    return actions_->plan(*base_, number_, *image, record_, keysBefore_, keysAfter_);
+    return actions_->plan(*base_, number_, stored->image(), record_, keysBefore_, keysAfter_);
 }
 
 void RecordPut::undo() {

@@ -27,9 +27,7 @@ const FieldsData& fieldsOf(const RecordData& record, PartNumber part) {
 }  // namespace
 
 Result<RecordView> storedRecord(const BaseReader& reader, RecordNumber number) {
-    const auto image = reader.image(number);
-    if (!image) return image.status();
-    return RecordView::validate(*image);
+    return reader.record(number);
 }
 
 std::vector<ObjectReference> objectsOf(const Schema& schema, const RecordView& record) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "kernel/common/StatusError.h"
 #include "kernel/search/KeptRecords.h"
 
 namespace wdb {
@@ -68,6 +69,8 @@ void keep(KeptRecords& kept, Make&& make) noexcept {
         kept.finish(make());
     } catch (const std::bad_alloc&) {
         kept.finish(WDB_E_MEMORY);
+    } catch (const StatusError& error) {
+        kept.finish(error.status());
     }
 }
 

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <thread>
 
+#include "kernel/common/StatusError.h"
 #include "kernel/jobs/IndexJob.h"
 
 namespace wdb {
@@ -39,6 +40,7 @@ struct IndexJobs::Worker {
             try {
                 static_cast<void>(runIndexJob(*directory, job.base, job.mayMerge, job.now));
             } catch (const std::bad_alloc&) {
+            } catch (const StatusError&) {
             }
             lock.lock();
             jobs.pop_front();

@@ -120,9 +120,7 @@ Status Session::loadRecord(RecordControl& control, const std::shared_ptr<OpenBas
                            uint64_t version) {
     if (!rights.mayRead(*base->definition())) return WDB_E_BASE;
     if (const UnitBase* load = writer.loadBase(*base)) {
-        const auto image = load->writer->image(number);
-        if (!image) return image.status();
-        const auto view = RecordView::validate(*image);
+        const auto view = load->writer->record(number);
         if (!view) return view.status();
         takeRecord(control, base, number, *view, version);
         return WDB_OK;

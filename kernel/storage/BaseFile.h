@@ -9,6 +9,8 @@
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
+#include "kernel/record/DictionarySample.h"
+#include "kernel/record/RecordImage.h"
 #include "kernel/storage/Environment.h"
 
 namespace wdb {
@@ -23,6 +25,7 @@ inline constexpr Table kMeta = 4;
 }  // namespace base_table
 
 inline constexpr uint32_t kBaseFormat = 1;
+inline constexpr uint32_t kPackedFormat = 2;  // with a dictionary: some record images are packed
 // Bytes of a large object per chunk: sixteen pages less the storage's header.
 inline constexpr size_t kObjectChunk = 16 * 4096 - 16;
 
@@ -31,7 +34,6 @@ inline constexpr RecordNumber kRangeGap = 1024;
 
 // The numbers that a base file keeps about itself.
 struct BaseMeta {
-    uint32_t format = kBaseFormat;
     RecordNumber nextRecord = 1;
     Position nextSequence = 1;
     uint64_t nextObject = 1;
@@ -43,8 +45,9 @@ struct BaseMeta {
     uint64_t queueBytes =
         0;  // bytes of images that the queue's entries stored and replaced, for the merge's limit
 
-    Position trimmed = 0;  // the queue holds no entries up to this one any more
-    int64_t merged = 0;    // modification date of the state that was last merged into the index files
+    Position trimmed = 0;     // the queue holds no entries up to this one any more
+    int64_t merged = 0;       // modification date of the state that was last merged into the index files
+    uint32_t dictionary = 0;  // id of the dictionary that new images are packed against; 0: none yet
 
     // The position of this state: everything up to it has happened.
     Position position() const { return nextSequence - 1; }
@@ -74,14 +77,22 @@ public:
     // WDB_E_CORRUPT when it is missing or of an unknown format.
     Result<BaseMeta> meta() const;
     // The image of a record: WDB_FAIL when no record ever had the number, WDB_E_DELETED when it is deleted.
-    // The image is handed out as it is stored; RecordView validates it.
+    // The image is handed out as it is stored, maybe packed: view() validates it.
     Result<Slice> image(RecordNumber number) const;
+    // A validated view of an image as it is stored: WDB_E_CORRUPT.
+    Result<RecordView> view(Slice stored) const;
+    // As image() and view(). It points into the file.
+    Result<RecordView> record(RecordNumber number) const;
+    // What a view of a stored image needs: the dictionary of a packed one, null for another. WDB_E_CORRUPT
+    // when the file has not got it, or not as it was.
+    Result<const TailDictionary*> dictionaryFor(Slice stored) const;
     // The record that has a key (see uniqueKey): WDB_FAIL when none.
     Result<RecordNumber> findKey(Slice key) const;
     // A chunk of a large object, from 0; WDB_FAIL behind the last one.
     Result<Slice> objectChunk(uint64_t object, uint32_t chunk) const;
     // Calls visit for the live records from a number on, ascending; a status other than WDB_OK ends the walk
-    // and is handed out.
+    // and is handed out. Images are unpacked for the visit, but for damaged ones, of which RecordView answers
+    // that they are.
     Status forEachRecord(RecordNumber from, const std::function<Status(RecordNumber, Slice)>& visit) const;
     Status forEachKey(const std::function<Status(Slice key, RecordNumber)>& visit) const;
     // The entries behind `after` up to and with `upTo`.
@@ -92,7 +103,12 @@ public:
 
     const Txn& txn() const { return *txn_; }
 
+protected:
+    Result<const TailDictionary*> dictionary(uint32_t id) const;
+
 private:
+    Slice unpacked(Slice stored, std::string& buffer) const;
+
     const Txn* txn_;
 };
 
@@ -118,7 +134,8 @@ public:
     int64_t serialHigh() const { return meta_.serialHigh; }
     void noteSerial(int64_t value);
 
-    // Stores a record and its queue entry (with the image it had before) and answers the entry's position.
+    // Stores a record, given unpacked, and its queue entry (with the image it had before) and answers the
+    // entry's position.
     Result<Position> put(RecordNumber number, Slice image);
     // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
     Result<Position> remove(RecordNumber number);
@@ -155,6 +172,11 @@ private:
     void change();
     Status enqueue(const QueueEntry& entry, size_t bytes);
     Status writeRange();
+    Status store(RecordNumber number, Slice image, PutMode mode);
+    Status makeDictionary(const DictionarySample& sample);
+    Status takeSample(RecordNumber number, Slice image);
+    Status packLoaded();
+    Status packFromNow();
 
     Status visitRecords(const WriteVisitor& visit) const;
     Status visitObjects(const WriteVisitor& visit) const;
@@ -175,6 +197,10 @@ private:
     bool metaChanged_ = false;  // the meta entry is to be written
     QueueEntry range_;          // of the load; position 0 when there is none
     uint64_t rangeBytes_ = 0;
+    RecordNumber loadedFirst_ = 0;            // of the load; 0 when there is none
+    std::optional<DictionarySample> sample_;  // of the load, until a dictionary was tried
+    const TailDictionary* packer_ = nullptr;  // once it was needed
+    std::string madeDictionary_;              // by this transaction, for forEachWrite()
 };
 
 // An open base file, shared by all sessions of the process.

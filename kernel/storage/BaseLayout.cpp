@@ -9,8 +9,8 @@ namespace wdb::base_layout {
 
 std::string encodeMeta(const BaseMeta& meta) {
     std::string bytes;
-    bytes.reserve(kMetaSize);
-    appendLittle(bytes, meta.format);
+    bytes.reserve(kPackedMetaSize);
+    appendLittle(bytes, meta.dictionary == 0 ? kBaseFormat : kPackedFormat);
     appendLittle(bytes, meta.nextRecord);
     appendLittle(bytes, meta.nextSequence);
     appendLittle(bytes, meta.nextObject);
@@ -22,14 +22,18 @@ std::string encodeMeta(const BaseMeta& meta) {
     appendLittle(bytes, meta.queueBytes);
     appendLittle(bytes, meta.trimmed);
     appendLittle(bytes, static_cast<uint64_t>(meta.merged));
+    if (meta.dictionary != 0) appendLittle(bytes, meta.dictionary);
     return bytes;
 }
 
 Result<BaseMeta> decodeMeta(Slice bytes) {
-    if (bytes.size() != kMetaSize) return Status{WDB_E_CORRUPT};
+    if (bytes.size() < kMetaSize) return Status{WDB_E_CORRUPT};
     const char* at = bytes.data();
+    const auto format = loadLittle<uint32_t>(at);
+    const bool packed = format == kPackedFormat;
+    if ((!packed && format != kBaseFormat) || bytes.size() != (packed ? kPackedMetaSize : kMetaSize))
+        return Status{WDB_E_CORRUPT};
     BaseMeta meta;
-    meta.format = loadLittle<uint32_t>(at);
     meta.nextRecord = loadLittle<uint32_t>(at + 4);
     meta.nextSequence = loadLittle<uint64_t>(at + 8);
     meta.nextObject = loadLittle<uint64_t>(at + 16);
@@ -41,7 +45,8 @@ Result<BaseMeta> decodeMeta(Slice bytes) {
     meta.queueBytes = loadLittle<uint64_t>(at + 64);
     meta.trimmed = loadLittle<uint64_t>(at + 72);
     meta.merged = static_cast<int64_t>(loadLittle<uint64_t>(at + 80));
-    if (meta.format != kBaseFormat || meta.nextSequence == 0) return Status{WDB_E_CORRUPT};
+    if (packed) meta.dictionary = loadLittle<uint32_t>(at + 88);
+    if (meta.nextSequence == 0 || packed != (meta.dictionary != 0)) return Status{WDB_E_CORRUPT};
     return meta;
 }
 
@@ -71,6 +76,12 @@ Result<QueueEntry> decodeQueueEntry(Position position, Slice bytes) {
         entry.kind == ChangeKind::Range && entry.record <= entry.last && entry.previous.empty();
     if (!known || entry.record == 0 || (!single && !range)) return Status{WDB_E_CORRUPT};
     return entry;
+}
+
+std::string dictionaryKey(uint32_t id) {
+    std::string key = "dictionary";
+    appendBig(key, id);
+    return key;
 }
 
 std::string objectKey(uint64_t object, uint32_t chunk) {

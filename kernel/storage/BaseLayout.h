@@ -11,7 +11,8 @@ namespace wdb::base_layout {
 // The bytes of docs/formats/base-file.md, for reader and writer.
 
 inline constexpr Slice kMetaKey = "base";
-inline constexpr size_t kMetaSize = 88;
+inline constexpr size_t kMetaSize = 88;  // without a dictionary
+inline constexpr size_t kPackedMetaSize = 92;
 inline constexpr size_t kQueueHeader = 16;  // kind, record, last, bytes of the image; then the image before
 
 std::string encodeMeta(const BaseMeta& meta);
@@ -21,6 +22,7 @@ std::string encodeQueueHeader(ChangeKind kind, RecordNumber record, RecordNumber
 // WDB_E_CORRUPT for an unknown kind, a record 0 or a range that ends before it begins.
 Result<QueueEntry> decodeQueueEntry(Position position, Slice bytes);
 
+std::string dictionaryKey(uint32_t id);
 std::string objectKey(uint64_t object, uint32_t chunk);
 
 }  // namespace wdb::base_layout

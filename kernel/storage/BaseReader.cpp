@@ -1,6 +1,7 @@
 #include <xxhash.h>
 
 #include "kernel/common/ByteOrder.h"
+#include "kernel/record/PackedImage.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/storage/BaseFile.h"
 #include "kernel/storage/BaseLayout.h"
@@ -24,6 +25,43 @@ Result<Slice> BaseReader::image(RecordNumber number) const {
     return image;
 }
 
+Result<const TailDictionary*> BaseReader::dictionaryFor(Slice stored) const {
+    if (!isPacked(stored)) return static_cast<const TailDictionary*>(nullptr);
+    return dictionary(dictionaryOf(stored));
+}
+
+Result<const TailDictionary*> BaseReader::dictionary(uint32_t id) const {
+    TailDictionaries& known = txn_->environment()->dictionaries();
+    if (const TailDictionary* present = known.find(id)) return present;
+    Slice bytes;
+    const Status status = txn_->get(kMeta, base_layout::dictionaryKey(id), bytes);
+    if (!ok(status)) return status == WDB_FAIL ? WDB_E_CORRUPT : status;
+    if (TailDictionary::idOf(bytes) != id) return Status{WDB_E_CORRUPT};
+    auto opened = TailDictionary::open(bytes);
+    if (!opened) return opened.status();
+    return known.add(std::move(*opened));
+}
+
+Result<RecordView> BaseReader::view(Slice stored) const {
+    const auto needed = dictionaryFor(stored);
+    if (!needed) return needed.status();
+    return RecordView::validate(stored, *needed);
+}
+
+Result<RecordView> BaseReader::record(RecordNumber number) const {
+    const auto stored = image(number);
+    if (!stored) return stored.status();
+    return view(*stored);
+}
+
+// What is damaged stays as it is.
+Slice BaseReader::unpacked(Slice stored, std::string& buffer) const {
+    if (!isPacked(stored)) return stored;
+    const auto needed = dictionaryFor(stored);
+    if (!needed || !RecordView::validate(stored, *needed)) return stored;
+    return ok(unpackImage(stored, **needed, buffer)) ? Slice(buffer) : stored;
+}
+
 Result<RecordNumber> BaseReader::findKey(Slice key) const {
     Slice bytes;
     WDB_TRY(txn_->get(kKeys, key, bytes));
@@ -39,11 +77,12 @@ Result<Slice> BaseReader::objectChunk(uint64_t object, uint32_t chunk) const {
 
 Status BaseReader::forEachRecord(RecordNumber from,
                                  const std::function<Status(RecordNumber, Slice)>& visit) const {
+    std::string buffer;
     Cursor cursor = txn_->cursor(kRecords);
     Status status = cursor.seek(from);
     for (; ok(status); status = cursor.next()) {
         if (isTombstone(cursor.value())) continue;
-        WDB_TRY(visit(cursor.key32(), cursor.value()));
+        WDB_TRY(visit(cursor.key32(), unpacked(cursor.value(), buffer)));
     }
     return status == WDB_FAIL ? WDB_OK : status;
 }

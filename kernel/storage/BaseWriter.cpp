@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "kernel/common/ByteOrder.h"
+#include "kernel/record/PackedImage.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/storage/BaseFile.h"
 #include "kernel/storage/BaseLayout.h"
@@ -11,6 +12,14 @@
 namespace wdb {
 
 using namespace base_table;
+
+namespace {
+
+constexpr uint64_t kSampleEvery = 1024;         // records of a base without a dictionary, between two tries
+constexpr RecordNumber kSampleRecords = 16384;  // at most, the latest
+constexpr size_t kMostRepacked = size_t{8} << 20;  // bytes of a load's first images
+
+}  // namespace
 
 BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta)
     : BaseReader(txn_), txn_(std::move(txn)), meta_(meta), before_(meta) {}
@@ -53,9 +62,9 @@ Result<Position> BaseWriter::put(RecordNumber number, Slice image) {
     if (!ok(found) && found != WDB_FAIL) return found;
     // The stored bytes are gone with the next write, so the queue entry, which quotes them, takes a copy.
     const std::string previous(ok(found) && !isTombstone(stored) ? stored : Slice());
-    WDB_TRY(txn_.put(kRecords, number, image));
+    WDB_TRY(store(number, image, PutMode::Replace));
     change();
-    if (previous.empty()) ++meta_.liveCount;
+    if (previous.empty() && ++meta_.liveCount % kSampleEvery == 0) WDB_TRY(packFromNow());
     const Position position = meta_.nextSequence++;
     WDB_TRY(enqueue({position, ChangeKind::Put, number, number, 0, previous}, image.size()));
     return position;
@@ -75,13 +84,84 @@ Result<Position> BaseWriter::remove(RecordNumber number) {
 
 Status BaseWriter::putInRange(RecordNumber number, Slice image) {
     if (range_.position != 0 && number <= range_.last) return WDB_E_ARGUMENT;
-    WDB_TRY(txn_.put(kRecords, number, image, PutMode::Append));
+    WDB_TRY(store(number, image, PutMode::Append));
     change();
     ++meta_.liveCount;
     if (range_.position != 0 && number - range_.last > kRangeGap) WDB_TRY(writeRange());
     if (range_.position == 0) range_ = {meta_.nextSequence++, ChangeKind::Range, number, number, 0, {}};
     range_.last = number;
     rangeBytes_ += image.size();
+    return takeSample(number, image);
+}
+
+Status BaseWriter::store(RecordNumber number, Slice image, PutMode mode) {
+    if (meta_.dictionary == 0) return txn_.put(kRecords, number, image, mode);
+    if (packer_ == nullptr) {
+        const auto found = dictionary(meta_.dictionary);
+        if (!found) return found.status();
+        packer_ = *found;
+    }
+    const std::optional<std::string> packed = packImage(image, *packer_);
+    return txn_.put(kRecords, number, packed ? Slice(*packed) : image, mode);
+}
+
+// Leaves everything as it is when the sample is too small or makes none.
+Status BaseWriter::makeDictionary(const DictionarySample& sample) {
+    std::string bytes = sample.dictionary();
+    if (bytes.empty()) return WDB_OK;
+    auto opened = TailDictionary::open(bytes);
+    if (!opened) return opened.status();
+    WDB_TRY(txn_.put(kMeta, base_layout::dictionaryKey((*opened)->id()), bytes));
+    packer_ = txn_.environment()->dictionaries().add(std::move(*opened));
+    meta_.dictionary = packer_->id();
+    metaChanged_ = true;
+    if (remembers_) madeDictionary_ = std::move(bytes);
+    return WDB_OK;
+}
+
+Status BaseWriter::packFromNow() {
+    if (meta_.dictionary != 0) return WDB_OK;
+    DictionarySample sample;
+    const RecordNumber first = meta_.nextRecord > kSampleRecords ? meta_.nextRecord - kSampleRecords : 1;
+    WDB_TRY(forEachRecord(first, [&](RecordNumber, Slice image) -> Status {
+        sample.add(image);
+        return sample.enough() ? WDB_FAIL : WDB_OK;
+    }));
+    return makeDictionary(sample);
+}
+
+Status BaseWriter::takeSample(RecordNumber number, Slice image) {
+    if (meta_.dictionary != 0) return WDB_OK;
+    if (loadedFirst_ == 0) {
+        loadedFirst_ = number;
+        sample_.emplace();
+    }
+    if (!sample_) return WDB_OK;
+    sample_->add(image);
+    return sample_->enough() ? packLoaded() : WDB_OK;
+}
+
+// Makes the dictionary of the load's sample and stores what was loaded so far once more, packed and in full
+// pages.
+Status BaseWriter::packLoaded() {
+    const DictionarySample sample = *std::exchange(sample_, std::nullopt);
+    if (meta_.dictionary == 0) WDB_TRY(makeDictionary(sample));
+    if (packer_ == nullptr) return WDB_OK;
+    std::vector<std::pair<RecordNumber, std::string>> images;
+    size_t bytes = 0;
+    {
+        Cursor cursor = txn_.cursor(kRecords);
+        Status status = cursor.seek(loadedFirst_);
+        for (; ok(status); status = cursor.next()) {
+            bytes += cursor.value().size();
+            if (bytes > kMostRepacked) return WDB_OK;
+            images.emplace_back(cursor.key32(), cursor.value());
+        }
+        if (status != WDB_FAIL) return status;
+    }
+    for (auto image = images.rbegin(); image != images.rend(); ++image)
+        WDB_TRY(txn_.remove(kRecords, image->first));
+    for (const auto& [number, image] : images) WDB_TRY(store(number, image, PutMode::Append));
     return WDB_OK;
 }
 
@@ -163,6 +243,7 @@ Status BaseWriter::trimQueue(Position upTo, int64_t merged) {
 
 Status BaseWriter::prepare(int64_t now) {
     if (prepared_ || (!changed_ && !metaChanged_)) return WDB_OK;
+    if (sample_) WDB_TRY(packLoaded());
     WDB_TRY(writeRange());
     if (changed_) meta_.modified = std::max(now, meta_.modified + 1);
     WDB_TRY(txn_.put(kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta_)));
@@ -179,6 +260,8 @@ Status BaseWriter::commit(int64_t now) {
 
 Status BaseWriter::forEachWrite(const WriteVisitor& visit) const {
     WDB_TRY(visit(kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta_)));
+    if (!madeDictionary_.empty())
+        WDB_TRY(visit(kMeta, base_layout::dictionaryKey(meta_.dictionary), madeDictionary_));
     WDB_TRY(visitRecords(visit));
     for (const std::string& key : keysSeen_) {
         Slice value;

@@ -17,6 +17,7 @@
 #include "kernel/storage/FileGuard.h"
 #include "kernel/storage/Gate.h"
 #include "kernel/storage/PageTree.h"
+#include "kernel/storage/TailDictionaries.h"
 
 struct MDB_env;
 struct MDB_txn;
@@ -235,6 +236,8 @@ public:
     bool readOnly() const { return options_.readOnly; }
     // Bytes of the file in use (its last page).
     uint64_t usedBytes();
+    // Of a base file.
+    TailDictionaries& dictionaries() { return dictionaries_; }
     // Read transactions alive in this process.
     size_t readers() const { return gate_.inside(); }
 
@@ -273,6 +276,7 @@ private:
     Gate gate_;  // transactions enter shared; growing and reopening alone
     std::mutex poolMutex_;
     std::vector<Reader> pool_;         // readers at rest
+    TailDictionaries dictionaries_;
     std::atomic<bool> reopen_{false};  // a commit failed: close and open before the next transaction
     std::atomic<bool> grow_{false};    // the map filled: grow before the next write transaction
 };
