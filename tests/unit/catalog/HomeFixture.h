@@ -97,9 +97,7 @@ inline Result<RecordNumber> putRow(UnitBase& unit, RecordNumber number, const st
         if (!made) return made.status();
         number = *made;
     } else {
-        const auto before = unit.writer->image(number);
-        if (!before) return before.status();
-        const auto view = RecordView::validate(*before);
+        const auto view = unit.writer->record(number);
         if (!view) return view.status();
         const ValueKey key = valueKey(FieldType::Phrase, view->items(1).first());
         WDB_TRY(unit.writer->dropKey(uniqueKey(1, key.bytes, key.cut, {})));
