@@ -12,6 +12,7 @@
 #include "kernel/common/ByteOrder.h"
 #include "kernel/common/Ids.h"
 #include "kernel/storage/CommitSeal.h"
+#include "kernel/storage/FreeSpace.h"
 #include "kernel/storage/OpenFileLock.h"
 #include "kernel/storage/PageWalker.h"
 
@@ -102,6 +103,7 @@ void FileGuard::writeNote() const {
     // Removed, or replaced by hand, meanwhile.
     if (here.st_ino != named.st_ino || here.st_dev != named.st_dev) return;
     if (!noteDurable(file_)) return;
+    giveFreeSpaceBack(file_);
     const std::string bytes = note();
     const std::string path = path_ + "-clean";
     if (bytes.empty() || readSmall(path) == bytes) return;

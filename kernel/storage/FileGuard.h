@@ -21,7 +21,8 @@ public:
     static Result<std::unique_ptr<FileGuard>> open(const std::string& path, bool fresh, bool always);
     FileGuard(const FileGuard&) = delete;
     FileGuard& operator=(const FileGuard&) = delete;
-    // The storage library has closed the file. The last process notes what it leaves.
+    // The storage library has closed the file. The last process gives free space back and notes what it
+    // leaves.
     ~FileGuard();
 
     // Open for reading, and for writing where the file may be written.

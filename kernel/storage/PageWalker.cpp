@@ -37,7 +37,9 @@ struct Bounds {
 
 class Walker {
 public:
-    Walker(int file, WalkDepth depth, std::string& reason) : file_(file), depth_(depth), reason_(reason) {}
+    // `free` takes the pages that transactions before the last one gave back.
+    Walker(int file, WalkDepth depth, std::string& reason, std::vector<PageRun>* free = nullptr)
+        : file_(file), depth_(depth), reason_(reason), free_(free) {}
 
     Status run(std::optional<uint64_t> txn) {
         std::array<MetaPage, 2> metas;
@@ -260,19 +262,32 @@ private:
         const auto count = loadLittle<uint64_t>(list.data());
         if (count > list.size() / sizeof(uint64_t) - 1)
             return wrongPage(number, "a list of free pages is too long");
+        const bool unused = free_ != nullptr && loadLittle<uint64_t>(node.key.data()) < meta_.txn;
         uint64_t before = kNoPage;
         for (uint64_t i = 1; i <= count; ++i) {
             const auto page = loadLittle<uint64_t>(list.data() + i * sizeof(uint64_t));
             if (page >= before) return wrongPage(number, "free pages are not in order");
             before = page;
             WDB_TRY(claim(page));
+            if (unused) noteFree(page);
         }
         return WDB_OK;
+    }
+
+    // The numbers of a list fall.
+    void noteFree(uint64_t page) {
+        if (!free_->empty() && free_->back().first == page + 1) {
+            --free_->back().first;
+            ++free_->back().count;
+        } else {
+            free_->push_back({page, 1});
+        }
     }
 
     const int file_;
     const WalkDepth depth_;
     std::string& reason_;
+    std::vector<PageRun>* const free_;
     uint64_t fileSize_ = 0;
     MetaPage meta_;
     std::vector<bool> seen_;
@@ -284,6 +299,11 @@ private:
 
 Status walkPages(int file, WalkDepth depth, std::optional<uint64_t> txn, std::string& reason) {
     return Walker(file, depth, reason).run(txn);
+}
+
+bool freePages(int file, std::vector<PageRun>& runs) {
+    std::string reason;
+    return ok(Walker(file, WalkDepth::Tables, reason, &runs).run(std::nullopt));
 }
 
 std::optional<uint64_t> lastTransaction(int file) {

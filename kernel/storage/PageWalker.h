@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "kernel/common/Status.h"
+#include "kernel/storage/NewPages.h"
 
 namespace wdb {
 
@@ -21,6 +23,10 @@ enum class WalkDepth {
 // WDB_OK; WDB_E_CORRUPT with the first thing found in `reason`; WDB_E_STORAGE when reading fails; WDB_FAIL
 // when the file has no state `txn` any more.
 Status walkPages(int file, WalkDepth depth, std::optional<uint64_t> txn, std::string& reason);
+
+// The pages that neither the last state nor the one before it uses, in no order. Nobody has the file open.
+// False when its free pages cannot be told.
+bool freePages(int file, std::vector<PageRun>& runs);
 
 // Number of the last committed transaction; nothing when the meta pages are no such.
 std::optional<uint64_t> lastTransaction(int file);
