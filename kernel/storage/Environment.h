@@ -275,7 +275,7 @@ private:
     std::atomic<size_t> mapSize_;
     Gate gate_;  // transactions enter shared; growing and reopening alone
     std::mutex poolMutex_;
-    std::vector<Reader> pool_;         // readers at rest
+    std::vector<Reader> pool_;  // readers at rest
     TailDictionaries dictionaries_;
     std::atomic<bool> reopen_{false};  // a commit failed: close and open before the next transaction
     std::atomic<bool> grow_{false};    // the map filled: grow before the next write transaction

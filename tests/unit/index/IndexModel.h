@@ -224,7 +224,8 @@ private:
             if (!change.after.empty()) at->second.after = viewOf(change.after);
         }
         std::vector<IndexChange> list;
-        for (const auto& [record, change] : changes) list.insert(list.begin(), change);
+        for (auto change = changes.rbegin(); change != changes.rend(); ++change)
+            list.push_back(change->second);
         Result<WriteTxn> txn = file->write();
         ASSERT_TRUE(txn);
         ASSERT_EQ(mergeInto(*txn, *schema_, list, to), WDB_OK);
