@@ -90,8 +90,8 @@ bool PositionBlockWriter::takes(size_t bytes) const {
 
 void PositionBlockWriter::add(RecordNumber record, Slice positions) {
     if (empty()) first_ = last_ = record;
-    appendVarint(distances_, record - last_);
-    lengths_.push_back(static_cast<char>(std::min(positions.size(), kLongPositions)));
+    distances_.varint(record - last_);
+    lengths_.push(static_cast<char>(std::min(positions.size(), kLongPositions)));
     positions_.append(positions);
     last_ = record;
 }
@@ -101,7 +101,7 @@ Slice PositionBlockWriter::finish() {
     storeLittle(block_.data() + 4, last_);
     storeLittle(block_.data() + 8, static_cast<uint16_t>(lengths_.size()));
     storeLittle(block_.data() + 10, static_cast<uint16_t>(distances_.size()));
-    block_.append(lengths_).append(distances_).append(positions_);
+    block_.append(lengths_.view()).append(distances_.view()).append(positions_.view());
     storeLittle(block_.data(), checksum(block_));
     return block_;
 }

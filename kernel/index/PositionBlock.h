@@ -6,6 +6,7 @@
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
+#include "kernel/index/ByteBuffer.h"
 
 namespace wdb {
 
@@ -74,9 +75,9 @@ public:
 
 private:
     std::string block_;
-    std::string lengths_;
-    std::string distances_;
-    std::string positions_;
+    ByteBuffer lengths_;
+    ByteBuffer distances_;
+    ByteBuffer positions_;
     RecordNumber first_ = 0;
     RecordNumber last_ = 0;
 };

@@ -48,9 +48,9 @@ bool PostingStream::next() {
     positions_.clear();
     // Distances of one byte, the common ones, are copied as they come, less the 1.
     while (at_ < end_ && static_cast<unsigned char>(*at_ - 1) < 0x7F)
-        positions_.push_back(static_cast<char>(*at_++ - 1));
+        positions_.push(static_cast<char>(*at_++ - 1));
     uint64_t value = 0;
-    while (readVarint(at_, end_, value) && value != 0) appendVarint(positions_, value - 1);
+    while (readVarint(at_, end_, value) && value != 0) positions_.varint(value - 1);
     return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include "kernel/common/Ids.h"
 #include "kernel/common/Status.h"
+#include "kernel/index/ByteBuffer.h"
 #include "kernel/index/TermTable.h"
 
 namespace wdb {
@@ -51,13 +52,13 @@ public:
     bool next();
     RecordNumber record() const { return record_; }
     // The positions as blocks store them: a varint for each, as the distance to the one before.
-    const std::string& positions() const { return positions_; }
+    Slice positions() const { return positions_.view(); }
 
 private:
     const char* at_ = nullptr;
     const char* end_ = nullptr;
     RecordNumber record_ = 0;
-    std::string positions_;
+    ByteBuffer positions_;
 };
 
 // Keys and streams in key order, from memory or from a spilled file.

@@ -27,7 +27,7 @@ public:
     // To the next posting of the key, by ascending record: false at the end of the key.
     bool nextPosting();
     RecordNumber record() const { return streams_[current_].record(); }
-    const std::string& positions() const { return streams_[current_].positions(); }
+    Slice positions() const { return streams_[current_].positions(); }
 
 private:
     struct Source {

@@ -180,7 +180,7 @@ std::string randomWord(Random& random) {
     return kWords[pick(random, 10)];
 }
 
-TwinRecord randomRecord(Random& random, int serial) {
+TwinRecord randomRecord(Random& random, int serial, int words) {
     TwinRecord record;
     record.name = "Item  " + std::to_string(serial);
     if (pick(random, 8) != 0) record.kind = kKinds[pick(random, 8)];
@@ -189,7 +189,7 @@ TwinRecord randomRecord(Random& random, int serial) {
         record.pages.emplace_back(pick(random, 4) == 0 ? "" : kWords[pick(random, 10)]);
     for (int n = pick(random, 3); n > 0; --n) {
         std::string& paragraph = record.note.emplace_back(kWords[pick(random, 10)]);
-        for (int words = pick(random, 8); words > 0; --words)
+        for (int left = pick(random, words); left > 0; --left)
             paragraph += std::string(" ") + kWords[pick(random, 10)];
     }
     record.hasSize = pick(random, 10) != 0;

@@ -28,7 +28,8 @@ struct TwinRecord {
 using Twin = std::map<int32_t, TwinRecord>;
 
 using Random = std::mt19937;
-TwinRecord randomRecord(Random& random, int serial);
+// `words`: at most so many in a paragraph of the note.
+TwinRecord randomRecord(Random& random, int serial, int words = 8);
 std::string randomWord(Random& random);
 
 // A record with one of its parts, or with part 0 when it has none: what conditions are decided for.
