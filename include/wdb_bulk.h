@@ -33,6 +33,15 @@ WDB_API int32_t WdbAllowNoHits(void);
  * is 1 and nothing is done. Errors: those of the command. */
 WDB_API int32_t WdbOpenIndexed(const char* baseName, int32_t* behind);
 
+/* Rows of a set from rowIndex on in one piece of memory: at most *rowCount on entry, as many as it gives on
+ * return. *descriptors is the first row's descriptor and *items the first row's data, each as WdbGetRows
+ * gives them; those of the next rows follow (a descriptor's second word is its number of words, the data of a
+ * row ends with its last zero byte). It ends before a row that cannot be given and when the data grow large.
+ * Give it back with WdbDeallocate(*descriptors); *items lies in the same piece. Errors: those of WdbGetRows
+ * for the first row, with *rowCount 0; WDB_E_UNSUPPORTED also in another character set than UTF-8. */
+WDB_API int32_t WdbGetRowBlock(int32_t setNumber, int32_t rowIndex, int32_t* rowCount, char** items,
+                               uint32_t** descriptors);
+
 #ifdef __cplusplus
 }
 static_assert(sizeof(WdbFieldEntry) == 80, "field entry");

@@ -27,6 +27,7 @@ class WSQLComparison;
 class WSQLCondition;
 class WSQLPredicate;
 class WSQLResultSet;
+class WSQLRowBuffers;
 class WSQLRowData;
 class WSQLScalar;
 class WSQLStatement;
@@ -196,7 +197,8 @@ public:
     // ---- rows: WSQLGetRow.cpp ----
     // Both fill the row with the next one's values. kNone is the end of the rows, kFailed a fault that is
     // already answered. GetNextJoinRow makes the row object when there is none.
-    RowOutcome GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
+    RowOutcome GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output,
+                              WSQLRowBuffers& buffers);
     RowOutcome GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
     RowOutcome GetNextDictRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output);
     WSQLResultSet* resultSet() const { return resultSet_.get(); }

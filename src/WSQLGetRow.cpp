@@ -198,7 +198,7 @@ private:
 };
 
 /// Fetches the first row from the row's index on whose record is still there.
-RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffers) {
+RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, bool ahead, WSQLRowBuffers& buffers) {
     const bool trace = filter.logs(kLogDebug);
     for (;; ++row.index) {
         const auto index = static_cast<std::int32_t>(row.index);
@@ -215,7 +215,8 @@ RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffe
             filter.debug(kContext, "End of search set reached\n");
             return RowOutcome::kNone;
         }
-        const std::int32_t status = buffers.fetch(row.setNumber, index);
+        const std::int64_t rows = std::min<std::int64_t>(row.lastRow, row.hitCount) - row.index;
+        const std::int32_t status = buffers.fetch(row.setNumber, index, ahead ? rows : 1);
         if (WDB_SUCCESS(status) && !buffers.holdsDeleted()) return RowOutcome::kRow;
         if (WDB_SUCCESS(status) || isDeleted(status)) {
             filter.debug(kContext, "WdbGetRows: Row %d is deleted - fetching next one.\n", index);
@@ -233,7 +234,8 @@ RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, WSQLRowBuffers& buffe
 
 }  // namespace
 
-RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output) {
+RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output,
+                                      WSQLRowBuffers& buffers) {
     if (!row) {
         debug(kContext, "Creating a new row data object\n");
         std::int32_t set = 0, hits = 0;
@@ -244,8 +246,8 @@ RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectO
         debug(kContext, "Reusing old row data object\n");
     }
     row->clear();
-    WSQLRowBuffers buffers;
-    const RowOutcome outcome = fetchLive(*this, *row, buffers);
+    // Who stores values while it reads them takes each row when its turn has come.
+    const RowOutcome outcome = fetchLive(*this, *row, !output.isRaw(), buffers);
     if (outcome != RowOutcome::kRow) return outcome;
     if (buffers.count() == 0) debug(kContext, "WdbGetRows: WdbGetRows returned %d\n", WDB_OK);
     if (logs(kLogDebug)) {
@@ -282,7 +284,8 @@ RowOutcome WSQLFilter::GetStaticRow(std::unique_ptr<WSQLRowData>& row, SelectOut
 
 RowOutcome WSQLRowCursor::next(std::unique_ptr<WSQLRowData>& row) {
     if (output_.isDictionary()) return filter_.GetNextDictRow(row, output_);
-    return output_.isStatic() ? filter_.GetStaticRow(row, output_) : filter_.GetNextJoinRow(row, output_);
+    return output_.isStatic() ? filter_.GetStaticRow(row, output_)
+                              : filter_.GetNextJoinRow(row, output_, buffers_);
 }
 
 }  // namespace wsql

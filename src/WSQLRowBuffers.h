@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "include/wdb.h"
+#include "src/welkhelp/KernelExtras.h"
 
 namespace wsql {
 
@@ -22,7 +22,8 @@ struct RowItem {
     bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
 };
 
-/// Owns the two buffers of one row; reading goes from the first item to the last, once.
+/// Owns what the kernel gave of one row, or of some rows ahead; reading goes from a row's first item to its
+/// last, once.
 class WSQLRowBuffers {
 public:
     WSQLRowBuffers() = default;
@@ -30,12 +31,16 @@ public:
     WSQLRowBuffers& operator=(const WSQLRowBuffers&) = delete;
     ~WSQLRowBuffers() { release(); }
 
-    /// The kernel's status.
-    std::int32_t fetch(std::int32_t setNumber, std::int32_t rowIndex) {
+    /// The kernel's status. `ahead`: so many rows from this one on are likely to be asked for.
+    std::int32_t fetch(std::int32_t setNumber, std::int32_t rowIndex, std::int64_t ahead) {
+        if (left_ > 0 && setNumber == set_ && rowIndex == row_ + 1) {
+            step();
+            return WDB_OK;
+        }
         release();
-        next_ = 0;
-        offset_ = 0;
-        return WdbGetRows(setNumber, rowIndex, 1, &data_, &words_);
+        set_ = setNumber;
+        row_ = rowIndex;
+        return ahead > 1 && !single_ && WdbGetRowBlock != nullptr ? fetchBlock(ahead) : fetchRow();
     }
     std::uint32_t count() const { return words_ != nullptr ? words_[0] : 0; }
     bool atEnd() const { return next_ >= count(); }
@@ -68,15 +73,53 @@ public:
     std::int32_t partNumber() const { return static_cast<std::int32_t>(words_[3 + 2 * count()]); }
 
 private:
+    static constexpr std::int64_t kBlockRows = 256;
+
+    std::int32_t fetchRow() { return WdbGetRows(set_, row_, 1, &data_, &words_); }
+    /// Calls that are watched are made one by one.
+    std::int32_t fetchBlock(std::int64_t ahead) {
+        auto rows = static_cast<std::int32_t>(ahead < kBlockRows ? ahead : kBlockRows);
+        const std::int32_t status = WdbGetRowBlock(set_, row_, &rows, &data_, &words_);
+        single_ = status == WDB_E_UNSUPPORTED;
+        if (single_) return fetchRow();
+        block_ = words_;
+        left_ = rows > 0 ? rows - 1 : 0;
+        return status;
+    }
+    /// To the next row of the block.
+    void step() {
+        std::size_t size = 1;
+        for (std::uint32_t k = 0; k < count(); ++k)
+            size += words_[2 + 2 * k] + ((words_[3 + 2 * k] & RowItem::kTerminated) != 0 ? 1U : 0U);
+        data_ += size;
+        words_ += words_[1];
+        --left_;
+        ++row_;
+        next_ = 0;
+        offset_ = 0;
+    }
     void release() {
-        if (data_ != nullptr) WdbDeallocate(data_);
-        if (words_ != nullptr) WdbDeallocate(words_);
+        if (block_ != nullptr) {
+            WdbDeallocate(block_);
+        } else {
+            if (data_ != nullptr) WdbDeallocate(data_);
+            if (words_ != nullptr) WdbDeallocate(words_);
+        }
         data_ = nullptr;
         words_ = nullptr;
+        block_ = nullptr;
+        left_ = 0;
+        next_ = 0;
+        offset_ = 0;
     }
 
-    char* data_ = nullptr;
-    std::uint32_t* words_ = nullptr;
+    char* data_ = nullptr;            ///< of the row
+    std::uint32_t* words_ = nullptr;  ///< its descriptor
+    std::uint32_t* block_ = nullptr;  ///< where the rows lie, when they came together
+    std::int32_t left_ = 0;           ///< rows of the block behind this one
+    std::int32_t set_ = 0;
+    std::int32_t row_ = 0;
+    bool single_ = false;  ///< the kernel gives row by row
     std::uint32_t next_ = 0;
     std::size_t offset_ = 0;
 };

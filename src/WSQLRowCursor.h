@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "src/SelectOutput.h"
+#include "src/WSQLRowBuffers.h"
 #include "src/WSQLRowData.h"
 
 namespace wsql {
@@ -30,6 +31,7 @@ public:
 private:
     WSQLFilter& filter_;
     SelectOutput& output_;
+    WSQLRowBuffers buffers_;
 };
 
 }  // namespace wsql

@@ -1,6 +1,8 @@
 // Sets and rows.
 #include <cstring>
+#include <utility>
 
+#include "include/wdb_bulk.h"
 #include "kernel/api/ApiCall.h"
 #include "kernel/text/Normalize.h"
 
@@ -51,6 +53,23 @@ Status getRow(Session& session, int32_t set, int32_t index, int32_t count, char*
     std::memcpy(words, row.words.data(), row.words.size() * sizeof(uint32_t));
     *items = static_cast<char*>(data);
     *descriptor = static_cast<uint32_t*>(words);
+    return WDB_OK;
+}
+
+Status getRowBlock(Session& session, int32_t set, int32_t index, int32_t& count, char** items,
+                   uint32_t** descriptors) {
+    if (count < 1 || index < 0 || items == nullptr || descriptors == nullptr) return WDB_E_ARGUMENT;
+    if (session.hooks.any || !session.charset.passes()) return WDB_E_UNSUPPORTED;
+    RowItems& rows = session.row;
+    WDB_TRY(session.search.fetchRows(set, index, count, rows));
+    session.searched();
+    const size_t words = rows.words.size() * sizeof(uint32_t);
+    auto* const block = static_cast<char*>(session.rowBuffers.allocate(words + rows.data.size()));
+    if (block == nullptr) return WDB_E_MEMORY;
+    std::memcpy(block, rows.words.data(), words);
+    std::memcpy(block + words, rows.data.data(), rows.data.size());
+    *descriptors = reinterpret_cast<uint32_t*>(block);
+    *items = block + words;
     return WDB_OK;
 }
 
@@ -135,6 +154,19 @@ int32_t WdbGetRows(int32_t setNumber, int32_t rowIndex, int32_t rowCount, char**
     return call(__func__, [&](Session& session) {
         return getRow(session, setNumber, rowIndex, rowCount, items, itemCount);
     });
+}
+
+int32_t WdbGetRowBlock(int32_t setNumber, int32_t rowIndex, int32_t* rowCount, char** items,
+                       uint32_t** descriptors) {
+    if (items != nullptr) *items = nullptr;
+    if (descriptors != nullptr) *descriptors = nullptr;
+    if (rowCount == nullptr) return WDB_E_ARGUMENT;
+    int32_t count = std::exchange(*rowCount, 0);
+    const Status status = call(__func__, [&](Session& session) {
+        return getRowBlock(session, setNumber, rowIndex, count, items, descriptors);
+    });
+    if (ok(status)) *rowCount = count;
+    return status;
 }
 
 int32_t WdbDeallocate(void* memory) {

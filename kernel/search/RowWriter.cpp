@@ -23,12 +23,9 @@ void appendNumber(std::string& out, uint64_t number) {
 
 }  // namespace
 
-RowWriter::RowWriter(RowItems& row, const DateForm& form) : row_(row), form_(form) {
-    row_.words.assign(2, 0);
-    row_.data.clear();
-}
-
 void RowWriter::write(std::span<const OutputColumn> columns, const RowView& row, bool trailer) {
+    begin_ = row_.words.size();
+    row_.words.resize(begin_ + 2);
     deleted_ = trailer && row.tables.size() > 1 ? kDeleted : 0;
     for (const OutputColumn& one : columns) column(one, row);
     PartRow record;
@@ -83,7 +80,7 @@ void RowWriter::field(const OutputColumn& column, const RowRecord& record) {
 
 void RowWriter::items(const OutputColumn& column, const ItemList& items) {
     if (items.size() <= 1 && column.first <= 1) [[likely]]
-        return value(column.type, items.first(), true);
+        return value(column.type, items.empty() ? Slice() : *items.begin(), true);
     if (column.first > 0 && column.first == column.last)
         return value(column.type, items.at(column.first), true);
     uint32_t position = 0;
@@ -97,7 +94,11 @@ void RowWriter::items(const OutputColumn& column, const ItemList& items) {
 void RowWriter::value(FieldType type, Slice canonical, bool first) {
     if (canonical.empty()) return null(first ? kFirst : 0);
     const size_t start = row_.data.size();
-    renderValue(type, canonical, form_, row_.data);
+    const bool asStored = type != FieldType::Integer && type != FieldType::Date && type != FieldType::Time;
+    if (asStored)
+        row_.data.append(canonical);
+    else
+        renderValue(type, canonical, form_, row_.data);
     item(start, kText | (first ? kFirst : 0));
 }
 
@@ -119,10 +120,10 @@ void RowWriter::item(size_t start, uint32_t flags) {
 }
 
 void RowWriter::finish(PartRow record) {
-    row_.words[0] = static_cast<uint32_t>((row_.words.size() - 2) / 2);
+    row_.words[begin_] = static_cast<uint32_t>((row_.words.size() - begin_ - 2) / 2);
     row_.words.push_back(record.record);
     row_.words.push_back(record.part);
-    row_.words[1] = static_cast<uint32_t>(row_.words.size());
+    row_.words[begin_ + 1] = static_cast<uint32_t>(row_.words.size() - begin_);
     row_.data += '\0';
 }
 

@@ -7,7 +7,7 @@
 
 namespace wdb {
 
-// Writes rows in the form of WdbGetRows.
+// Writes rows in the form of WdbGetRows, one behind the other.
 //
 // Descriptor: number of items n, number of words (4 + 2n), per item length and flags, record number, part
 // number. Data: the items' texts one after another, a zero byte behind every item with flag 128, and one at
@@ -15,9 +15,11 @@ namespace wdb {
 // instead of the value, 32 the record is deleted (of a row over several bases), 128 a zero byte follows.
 class RowWriter {
 public:
-    RowWriter(RowItems& row, const DateForm& form);
+    // Both outlive the writer.
+    RowWriter(RowItems& rows, const DateForm& form) : row_(rows), form_(form) {}
 
-    // The first table with a record gives the row's record and part number; `trailer` false: they are 0.
+    // Appends a row. The first table with a record gives the row's record and part number; `trailer` false:
+    // they are 0.
     void write(std::span<const OutputColumn> columns, const RowView& row, bool trailer);
 
 private:
@@ -33,6 +35,7 @@ private:
 
     RowItems& row_;
     const DateForm& form_;
+    size_t begin_ = 0;  // of the row's descriptor among the words
     uint32_t deleted_ =
         0;  // the flag of a deleted record: rows of several bases that stand for records have it
 };

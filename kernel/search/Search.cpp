@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "kernel/ccl/Printer.h"
 #include "kernel/ccl/Reader.h"
 #include "kernel/search/CommandFault.h"
 #include "kernel/search/FindPlan.h"
 #include "kernel/search/KeepValues.h"
+#include "kernel/search/RecordRowReader.h"
 #include "kernel/search/RowWriter.h"
 #include "kernel/search/SearchSet.h"
 #include "kernel/search/SelectPlan.h"
@@ -197,34 +199,39 @@ Status Search::counts(int32_t number, SearchCounts& result) {
 }
 
 Status Search::fetchRow(int32_t number, int32_t index, RowItems& row) {
-    SearchSet* set = find(number);
-    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
-    if (index < 0 || static_cast<uint64_t>(index) >= set->rows()) return WDB_FAIL;
-    if (!set->block && !set->joined && !set->bases.empty())
-        return fetchRecordRow(*set, static_cast<uint64_t>(index), row);
-    SetRowReader reader(*set, context_);
-    if (const Status status = reader.read(static_cast<uint64_t>(index)); status != WDB_OK)
-        return fail(status, 0);
-    RowWriter(row, context_.dateForm()).write(reader.columns(), reader.view(), reader.plain());
-    return WDB_OK;
+    int32_t count = 1;
+    return fetchRows(number, index, count, row);
 }
 
-// A row that is a record of one of the bases: the everyday one.
-Status Search::fetchRecordRow(SearchSet& set, uint64_t place, RowItems& row) {
-    size_t baseAt = 0;
-    while (place >= set.bases[baseAt].count) place -= set.bases[baseAt++].count;
-    SetBase& base = set.bases[baseAt];
-    const Result<const BaseSnapshot*> snapshot = context_.snapshot(base.base);
-    if (!snapshot) return snapshot.status();
-    const Result<RecordNumber> found = set.recordInRow(base, place, **snapshot, context_);
-    if (!found) return fail(found.status(), 0);
-    const Result<RecordView> view = (*snapshot)->record(*found);
-    if (!view) return view.status() == WDB_FAIL ? Status{WDB_E_DELETED} : view.status();
-    const bool perBase = set.kind == SetKind::Records && (set.columns.empty() || set.bases.size() > 1);
-    if (perBase) set.columns = allColumns(context_, *base.definition);
-    const RowRecord only{&*view, *found, 0, false};
+Status Search::fetchRows(int32_t number, int32_t index, int32_t& count, RowItems& rows) {
+    const auto wanted = static_cast<uint64_t>(std::exchange(count, 0));
+    rows.words.clear();
+    rows.data.clear();
+    SearchSet* set = find(number);
+    if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
+    const uint64_t size = set->rows();
+    if (index < 0 || static_cast<uint64_t>(index) >= size) return WDB_FAIL;
+    const auto first = static_cast<uint64_t>(index);
+    const uint64_t end = std::min(first + wanted, size);
+    if (!set->block && !set->joined && !set->bases.empty()) {
+        RecordRowReader reader(*set, context_);
+        return writeRows(reader, first, end, count, rows);
+    }
+    SetRowReader reader(*set, context_);
+    return writeRows(reader, first, end, count, rows);
+}
+
+template <typename Reader>
+Status Search::writeRows(Reader& reader, uint64_t first, uint64_t end, int32_t& count, RowItems& rows) {
+    constexpr size_t kLarge = size_t{256} << 10;
     const DateForm form = context_.dateForm();
-    RowWriter(row, form).write(set.columns, {{&only, 1}, {}, 0}, true);
+    RowWriter writer(rows, form);
+    for (uint64_t row = first; row < end && rows.data.size() < kLarge; ++row) {
+        const Status status = reader.read(row);
+        if (status != WDB_OK) return count > 0 ? Status{WDB_OK} : fail(status, 0);
+        writer.write(reader.columns(), reader.view(), reader.plain());
+        ++count;
+    }
     return WDB_OK;
 }
 

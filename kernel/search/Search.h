@@ -39,8 +39,8 @@ struct FoundRecord {
     uint64_t set = 0;  // serial number of the set: unlike its number it is never given again
 };
 
-// One row in the form of WdbGetRows: the words of the descriptor (host byte order) and the data with its last
-// zero byte. Kept by the caller from row to row.
+// Rows in the form of WdbGetRows: the words of the descriptors (host byte order) and the data, each row's
+// with its last zero byte. Kept by the caller from row to row.
 struct RowItems {
     std::vector<uint32_t> words;
     std::string data;
@@ -81,6 +81,9 @@ public:
     // Row `index` from 0. WDB_FAIL behind the last row, WDB_E_DELETED for a record deleted since,
     // WDB_E_CCL_SET, WDB_E_CHANGED when the order cannot be completed any more.
     Status fetchRow(int32_t set, int32_t index, RowItems& row);
+    // The rows from `index` on, at most `count`; on return as many as there are in `rows`. It ends before a
+    // row that cannot be given, unless that is the first (fetchRow's status), and when the data grow large.
+    Status fetchRows(int32_t set, int32_t index, int32_t& count, RowItems& rows);
     // Record `ordinal` from 1 of the set's first base. WDB_FAIL outside, WDB_E_CCL_SET, WDB_E_BASE when the
     // base is gone. Whether the record still exists is for the caller to see.
     Status recordAt(int32_t set, int32_t ordinal, FoundRecord& found);
@@ -122,7 +125,8 @@ private:
     Status run(const ccl::SelectCommand& command);
     Status run(const ccl::UnionCommand& command);
     Status makeWholeSet();
-    Status fetchRecordRow(SearchSet& set, uint64_t place, RowItems& row);
+    template <typename Reader>
+    Status writeRows(Reader& reader, uint64_t first, uint64_t end, int32_t& count, RowItems& rows);
     void adopt(std::shared_ptr<SearchSet> set, std::string command);
     // May the user still see what the set shows?
     bool allowed(SearchSet& set);

@@ -65,7 +65,7 @@ RecordNumber SearchSet::byNumber(SetBase& base, uint64_t place) {
     if (bases.size() > 1) return base.records.select(place);
     if (place < windowStart || place >= windowStart + window.size()) {
         // A walk goes on in blocks; a jump fetches what it asked for.
-        const bool onwards = place == windowStart + window.size();
+        const bool onwards = !window.empty() && place == windowStart + window.size();
         base.records.copyTo(place, onwards ? kWindow : kWindow / 8, window);
         windowStart = place;
         if (window.empty()) return 0;

@@ -8,3 +8,4 @@
 #pragma weak WdbIndexBehind
 #pragma weak WdbAllowNoHits
 #pragma weak WdbOpenIndexed
+#pragma weak WdbGetRowBlock
