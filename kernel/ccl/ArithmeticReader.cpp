@@ -43,6 +43,9 @@ bool ArithmeticReader::read() {
 
 // A quoted text or NULL that is the whole entry. In front of an operator a quoted name is a column's.
 bool ArithmeticReader::tryConstant() {
+    const Token& first = state_.scanner.peek();
+    const bool null = first.kind == TokenKind::Name && equalsIgnoreCase(first.text, "NULL");
+    if (first.kind != TokenKind::Quoted && !null) return false;
     Scanner ahead = state_.scanner;
     const Token token = ahead.next();
     const Token behind = ahead.peek();
@@ -51,7 +54,7 @@ bool ArithmeticReader::tryConstant() {
     if (token.kind == TokenKind::Quoted && !operand) {
         item_.kind = FieldItem::Kind::Text;
         item_.text = unquote(token.text);
-    } else if (token.kind == TokenKind::Name && equalsIgnoreCase(token.text, "NULL") && !behind.is(".")) {
+    } else if (null && !behind.is(".")) {
         item_.kind = FieldItem::Kind::Null;
     } else {
         return false;
@@ -96,6 +99,7 @@ bool ArithmeticReader::readNumber() {
 }
 
 bool ArithmeticReader::acceptOperator(Kind& operation) {
+    if (state_.scanner.peek().kind != TokenKind::Symbol) return false;
     if (state_.acceptSymbol("+"))
         operation = Kind::Add;
     else if (state_.acceptSymbol("-"))

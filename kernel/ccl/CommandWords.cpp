@@ -68,8 +68,11 @@ void CommandWords::define(Word word, std::string_view spelling) {
 }
 
 bool CommandWords::is(Word word, std::string_view text) const {
-    if (text.empty()) return false;
     const size_t index = static_cast<size_t>(word);
+    const size_t size = text.size();
+    if (size == 0 ||
+        (size != kCanonicalLength && size != kSpellings[index].english.size() && size != own_[index].size()))
+        return false;
     return equalsIgnoreCase(text, kSpellings[index].canonical) ||
            equalsIgnoreCase(text, kSpellings[index].english) || equalsIgnoreCase(text, own_[index]);
 }

@@ -55,6 +55,7 @@ bool ExpressionReader::readCriterion() {
 }
 
 bool ExpressionReader::acceptConnective(Connective& operation) {
+    if (state_.scanner.peek().kind != TokenKind::Name) return false;
     if (state_.accept(Word::And))
         operation = Connective::And;
     else if (state_.accept(Word::Not))

@@ -2,6 +2,7 @@
 
 #include "kernel/ccl/ArithmeticReader.h"
 #include "kernel/ccl/ExpressionReader.h"
+#include "kernel/common/Ascii.h"
 
 namespace wdb::ccl {
 
@@ -84,11 +85,10 @@ bool CommandReader::readDefine(DefineCommand& command) {
 bool CommandReader::readSelection(Command& command) {
     Scanner ahead = state_.scanner;
     ahead.next();
-    const Token second = ahead.peek();
-    ReaderState look{ahead, state_.words};
-    if (second.kind != TokenKind::Name || !look.acceptText("UNION"))
-        return readSelect(command.emplace<SelectCommand>());
-    return readUnion(command.emplace<UnionCommand>());
+    const Token& second = ahead.peek();
+    if (second.kind == TokenKind::Name && equalsIgnoreCase(second.text, "UNION"))
+        return readUnion(command.emplace<UnionCommand>());
+    return readSelect(command.emplace<SelectCommand>());
 }
 
 bool CommandReader::readSelect(SelectCommand& command) {
@@ -130,7 +130,11 @@ bool CommandReader::readTable(TableRef& table) {
 }
 
 bool CommandReader::readJoins(SelectCommand& command) {
-    for (;;) {
+    const auto atJoin = [this] {
+        const Token& token = state_.scanner.peek();
+        return token.kind == TokenKind::Name && (token.text.size() == 4 || token.text.size() == 5);
+    };
+    while (atJoin()) {
         Join join;
         if (state_.acceptText("INNER"))
             join.kind = Join::Kind::Inner;
@@ -146,6 +150,7 @@ bool CommandReader::readJoins(SelectCommand& command) {
         if (!read) return false;
         command.joins.push_back(std::move(join));
     }
+    return true;
 }
 
 bool CommandReader::readSort(std::vector<SortItem>& items, bool positionsOnly) {

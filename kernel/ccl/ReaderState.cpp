@@ -49,12 +49,6 @@ bool ReaderState::acceptText(std::string_view text) {
     return true;
 }
 
-bool ReaderState::acceptSymbol(std::string_view symbol) {
-    if (!scanner.peek().is(symbol)) return false;
-    scanner.next();
-    return true;
-}
-
 bool ReaderState::readName(std::string& name) {
     const Token token = scanner.next();
     if (!isName(token) || token.text.empty()) return fail(token.position);
@@ -127,8 +121,10 @@ bool ReaderState::readSubfields(Column& column) {
 }
 
 bool ReaderState::atAggregate() const {
+    if (!functionOf(scanner.peek())) return false;
     Scanner ahead = scanner;
-    return functionOf(ahead.next()).has_value() && ahead.next().is("(");
+    ahead.next();
+    return ahead.next().is("(");
 }
 
 bool ReaderState::readAggregate(Aggregate& aggregate) {

@@ -23,7 +23,11 @@ struct ReaderState {
     // Takes the next token when it is this command word, this literal word, this symbol.
     bool accept(Word word);
     bool acceptText(std::string_view text);
-    bool acceptSymbol(std::string_view symbol);
+    bool acceptSymbol(std::string_view symbol) {
+        if (!scanner.peek().is(symbol)) return false;
+        scanner.next();
+        return true;
+    }
 
     bool expect(Word word) { return accept(word) || failHere(); }
     bool expectText(std::string_view text) { return acceptText(text) || failHere(); }

@@ -9,19 +9,10 @@ size_t Scanner::skipBlanks(size_t position) const {
     return position;
 }
 
-const Token& Scanner::peek() const {
-    if (peekedAt_ != position_) {
-        behindPeeked_ = position_;
-        peeked_ = scan(behindPeeked_);
-        peekedAt_ = position_;
-    }
-    return peeked_;
-}
-
-Token Scanner::next() {
-    peek();
-    position_ = behindPeeked_;
-    return peeked_;
+void Scanner::lookAhead() const {
+    behindPeeked_ = position_;
+    peeked_ = scan(behindPeeked_);
+    peekedAt_ = position_;
 }
 
 ValuePart Scanner::peekPart() const {

@@ -40,8 +40,16 @@ public:
     explicit Scanner(std::string_view text) : text_(text) {}
 
     // The next token, which stays the next one: asked for many times, it is scanned once.
-    const Token& peek() const;
-    Token next();
+    const Token& peek() const {
+        if (peekedAt_ != position_) lookAhead();
+        return peeked_;
+    }
+    // Stays until the next look.
+    const Token& next() {
+        peek();
+        position_ = behindPeeked_;
+        return peeked_;
+    }
     // The next part of a value, blanks before it skipped.
     ValuePart peekPart() const;
     ValuePart nextPart();
@@ -54,6 +62,7 @@ public:
     bool atEnd(size_t position) const { return position >= text_.size(); }
 
 private:
+    void lookAhead() const;
     size_t skipBlanks(size_t position) const;
     Token scan(size_t& position) const;
     ValuePart scanPart(size_t& position) const;
@@ -68,7 +77,8 @@ private:
 };
 
 namespace byte_class {
-inline constexpr uint8_t kBlank = 1, kDigit = 2, kNameStart = 4, kSymbol = 8, kEndsPart = 16;
+inline constexpr uint8_t kBlank = 1, kDigit = 2, kNameStart = 4, kSymbol = 8, kEndsPart = 16,
+                         kActive = 32;  // in the text of a value
 
 constexpr std::array<uint8_t, 256> table() {
     std::array<uint8_t, 256> classes{};
@@ -80,6 +90,7 @@ constexpr std::array<uint8_t, 256> table() {
         classes[static_cast<unsigned char>(c)] = kBlank | kEndsPart;
     for (const char c : std::string_view("(),.=<>+-*/")) classes[static_cast<unsigned char>(c)] = kSymbol;
     for (const char c : std::string_view("()\"")) classes[static_cast<unsigned char>(c)] |= kEndsPart;
+    for (const char c : std::string_view("$!\\\"")) classes[static_cast<unsigned char>(c)] |= kActive;
     return classes;
 }
 inline constexpr std::array<uint8_t, 256> kTable = table();

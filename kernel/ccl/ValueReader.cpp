@@ -7,10 +7,14 @@ namespace wdb::ccl {
 
 namespace {
 
-void appendLiteral(Value& value, char c) {
+void appendLiteral(Value& value, std::string_view text) {
     if (value.pieces.empty() || value.pieces.back().kind != ValuePiece::Kind::Literal)
         value.pieces.emplace_back();
-    value.pieces.back().text += c;
+    value.pieces.back().text += text;
+}
+
+void appendLiteral(Value& value, char c) {
+    appendLiteral(value, std::string_view(&c, 1));
 }
 
 void appendWildcard(Value& value, ValuePiece::Kind kind) {
@@ -23,6 +27,13 @@ void appendWildcard(Value& value, ValuePiece::Kind kind) {
 
 void appendPart(Value& value, std::string_view text, bool quoted) {
     for (size_t i = 0; i < text.size(); ++i) {
+        size_t run = i;
+        while (run < text.size() && !byte_class::is(text[run], byte_class::kActive)) ++run;
+        if (run > i) {
+            appendLiteral(value, text.substr(i, run - i));
+            if (run == text.size()) return;
+            i = run;
+        }
         const char c = text[i];
         const char following = i + 1 < text.size() ? text[i + 1] : '\0';
         if (c == '$') {
@@ -54,14 +65,15 @@ bool ValueReader::acceptPartWord(Word word) {
 
 // Nothing, "" or $ alone; true when one of them stood there.
 bool ValueReader::readEmptyOrAny(Criterion& criterion) {
-    Scanner ahead = state_.scanner;
-    const ValuePart part = ahead.nextPart();
+    const ValuePart part = state_.scanner.peekPart();
     if (part.kind == ValuePart::Kind::None) {
-        if (ahead.at(part.position) == '(') return false;
+        if (state_.scanner.at(part.position) == '(') return false;
         criterion.form = Criterion::Form::Empty;
         return true;
     }
     if (!part.text.empty() && !(part.kind == ValuePart::Kind::Bare && part.text == "$")) return false;
+    Scanner ahead = state_.scanner;
+    ahead.nextPart();
     if (part.kind == ValuePart::Kind::Open || !endsAt(ahead.position())) return false;
     criterion.form = part.text.empty() ? Criterion::Form::Empty : Criterion::Form::Any;
     state_.scanner = ahead;
@@ -103,6 +115,7 @@ bool ValueReader::readSetColumn(SetValue& value) {
 
 // Digits, a point and a name or an aggregate, all in one piece; anything else is left for the next attempt.
 bool ValueReader::trySetValue(Criterion& criterion) {
+    if (state_.scanner.peek().kind != TokenKind::Integer) return false;
     const ReaderState before = state_;
     const Token number = state_.scanner.next();
     const size_t point = state_.scanner.position();

@@ -31,7 +31,8 @@ Result<std::string> parseInteger(std::string_view text) {
 }
 
 bool isPhrase(Slice text) {
-    return text.size() <= kMaxPhrase && text.find_first_of(Slice("\0\r\n", 3)) == Slice::npos;
+    return text.size() <= kMaxPhrase &&
+           std::none_of(text.begin(), text.end(), [](char c) { return c == '\0' || c == '\r' || c == '\n'; });
 }
 
 }  // namespace

@@ -158,8 +158,9 @@ Status ConditionBinder::bindField(const Criterion& criterion, Condition& conditi
 }
 
 Status ConditionBinder::readOperand(const FieldDefinition& field, const ccl::Value& value, Operand& operand) {
-    Result<Operand> read =
-        operandOf(field.type, value.prefix(), state_.context.dateForm(), state_.context.today());
+    // Only dates ask for the day.
+    const int today = field.type == FieldType::Date ? state_.context.today() : 0;
+    Result<Operand> read = operandOf(field.type, value.prefix(), state_.context.dateForm(), today);
     if (!read) return fault(error_, read.status(), value.position, std::string(value.prefix()));
     operand = std::move(*read);
     return WDB_OK;
