@@ -58,6 +58,12 @@ public:
     }
 
 private:
+    // Records in matched_.
+    struct Stretch {
+        size_t begin;
+        size_t count;
+    };
+
     IndexView& mineView() { return tables_[present_].state->index; }
     IndexView& theirView() { return tables_[joined_].state->index; }
 
@@ -111,8 +117,15 @@ private:
                   const BoundColumn& field, std::vector<RecordNumber>& found) {
         const Result<RecordView> record = tables_[table].state->snapshot.record(number);
         if (!record) return record.status();
+        const ItemList items = record->items(column.field->number);
+        if (items.size() == 1) {
+            const Result<RecordSet> hits = other.equal(field.field->number, items.first());
+            if (!hits) return hits.status();
+            hits->copyTo(0, hits->cardinality(), found);
+            return WDB_OK;
+        }
         RecordSetBuilder all;
-        for (const Slice item : record->items(column.field->number)) {
+        for (const Slice item : items) {
             if (item.empty()) continue;
             const Result<RecordSet> hits = other.equal(field.field->number, item);
             if (!hits) return hits.status();
@@ -167,10 +180,16 @@ private:
     }
 
     Status matchesByLookUp(uint32_t row, RecordNumber record) {
-        const auto [known, fresh] = lookedUp_.try_emplace(record);
-        if (fresh) WDB_TRY(lookUp(present_, mine_, record, theirView(), theirs_, known->second));
-        for (const RecordNumber other : known->second) {
-            if (!members_ || members_->has(other)) push(row, other);
+        // Rows of an earlier join have the record again, mostly one behind the other.
+        const auto [known, fresh] = lookedUp_.try_emplace(record, Stretch{matched_.size(), 0});
+        if (fresh) {
+            WDB_TRY(lookUp(present_, mine_, record, theirView(), theirs_, found_));
+            known->second.count = found_.size();
+            matched_.insert(matched_.end(), found_.begin(), found_.end());
+        }
+        const Stretch stretch = known->second;
+        for (size_t at = stretch.begin; at < stretch.begin + stretch.count; ++at) {
+            if (!members_ || members_->has(matched_[at])) push(row, matched_[at]);
         }
         return WDB_OK;
     }
@@ -194,7 +213,9 @@ private:
     RecordSet mineLoose_;
     RecordSet theirLoose_;
     std::unordered_map<RecordNumber, std::vector<RecordNumber>> extra_;  // mine to theirs that are loose
-    std::unordered_map<RecordNumber, std::vector<RecordNumber>> lookedUp_;
+    std::unordered_map<RecordNumber, Stretch> lookedUp_;                 // mine to what was found
+    std::vector<RecordNumber> found_;                                    // of one look-up
+    std::vector<RecordNumber> matched_;                                  // of all
     std::optional<RecordBits> members_;  // of the added rows, unless these are the whole table
     std::vector<char> used_;
     std::vector<uint32_t> places_;

@@ -37,8 +37,9 @@ void Tuples::gather(const std::vector<uint32_t>& places) {
 bool Tuples::before(size_t a, size_t b) const {
     for (uint32_t table = 0; table < tables_.size(); ++table) {
         if (!joined_[table]) continue;
-        const PartRow left = at(table, a), right = at(table, b);
-        if (left != right) return left < right;
+        const Table& one = tables_[table];
+        if (one.records[a] != one.records[b]) return one.records[a] < one.records[b];
+        if (!one.parts.empty() && one.parts[a] != one.parts[b]) return one.parts[a] < one.parts[b];
     }
     return false;
 }

@@ -28,16 +28,27 @@ struct IntegerOrder {
 };
 
 struct BytesOrder {
-    explicit BytesOrder(Slice key) : wanted(key) {}
+    explicit BytesOrder(Slice key) : wanted(key) {
+        if (wanted.size() >= sizeof head) head = loadBig<uint64_t>(wanted.data());
+    }
     bool operator()(const char* page, size_t node, int& order) const {
         if (node + kNodeHeader > kPage) return false;
         const size_t size = loadLittle<uint16_t>(page + node + 6);
         if (node + kNodeHeader + size > kPage) return false;
-        order = std::memcmp(page + node + kNodeHeader, wanted.data(), std::min(size, wanted.size()));
+        const char* const key = page + node + kNodeHeader;
+        if (std::min(size, wanted.size()) >= sizeof head) {
+            const auto mine = loadBig<uint64_t>(key);
+            if (mine != head) {
+                order = mine < head ? -1 : 1;
+                return true;
+            }
+        }
+        order = std::memcmp(key, wanted.data(), std::min(size, wanted.size()));
         if (order == 0) order = size < wanted.size() ? -1 : size > wanted.size() ? 1 : 0;
         return true;
     }
     Slice wanted;
+    uint64_t head = 0;  // its first bytes, when it has as many: few keys need more to be told apart
 };
 
 size_t nodeAt(const char* page, uint32_t at) {

@@ -39,10 +39,13 @@ void foldBlanks(std::string& text, size_t begin) {
 void normalizeAscii(std::string_view text, int mode, std::string& out) {
     const size_t begin = out.size();
     out.append(text);
-    if ((mode & kFoldCase) != 0) {
-        for (size_t i = begin; i < out.size(); ++i) out[i] = upper(out[i]);
+    char* const end = out.data() + out.size();
+    bool blanks = false;
+    for (char* at = out.data() + begin; at != end; ++at) {
+        blanks |= *at <= ' ';
+        if ((mode & kFoldCase) != 0) *at = upper(*at);
     }
-    if ((mode & kFoldBlanks) != 0) foldBlanks(out, begin);
+    if (blanks && (mode & kFoldBlanks) != 0) foldBlanks(out, begin);
 }
 
 // Upper case of each character where that needs no more bytes.
