@@ -34,6 +34,20 @@ constexpr uint8_t byteClass(char c) {
     return kByteClass[static_cast<unsigned char>(c)];
 }
 
+// Calls visit(start, end, term) for each word of an ASCII text.
+template <typename Visit>
+void asciiRuns(std::string_view text, Visit&& visit) {
+    std::string term;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const size_t start = at;
+        for (; at < text.size() && byteClass(text[at]) > kHigh; ++at)
+            term.push_back(static_cast<char>(byteClass(text[at])));
+        if (term.empty()) continue;
+        visit(static_cast<int32_t>(start), static_cast<int32_t>(at), std::string_view(term));
+        term.clear();
+    }
+}
+
 bool startsWord(UChar32 c) {
     return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
 }
@@ -226,16 +240,23 @@ std::vector<Pattern> Analyzer::wordPatterns(const Pattern& value) {
                 open->addAnyCharacter();
             continue;
         }
-        Unicode& icu = unicode();
-        const icu::UnicodeString folded = icu.fold(piece.text);
-        int32_t reached = 0;
-        icu.runs(folded, open.has_value(), [&](int32_t start, int32_t end, std::string_view term) {
+        int32_t reached = 0, length = 0;
+        const auto take = [&](int32_t start, int32_t end, std::string_view term) {
             if (start != 0) close();
             if (!open) open.emplace();
             open->addLiteral(term);
             reached = end;
-        });
-        if (reached != folded.length()) close();
+        };
+        if (isAscii(piece.text)) {
+            asciiRuns(piece.text, take);
+            length = static_cast<int32_t>(piece.text.size());
+        } else {
+            Unicode& icu = unicode();
+            const icu::UnicodeString folded = icu.fold(piece.text);
+            icu.runs(folded, open.has_value(), take);
+            length = folded.length();
+        }
+        if (reached != length) close();
     }
     close();
     return out;
