@@ -12,8 +12,8 @@ namespace {
 constexpr uint32_t kText = 1;         // item flags of a row: the item has a text,
 constexpr uint32_t kZeroAfter = 128;  // a zero byte follows it
 
-Status searchCounts(Session& session, SearchCounts& counts) {
-    const Status status = session.search.currentResult(counts);
+Status searchCounts(Session& session, SearchCounts& counts, Counted counted = Counted::All) {
+    const Status status = session.search.currentResult(counts, counted);
     session.searched();
     return status;
 }
@@ -127,7 +127,9 @@ using namespace wdb::api;
 int32_t WdbSearchResult(int32_t* setNumber, int32_t* hitCount, int32_t* recordCount, int32_t* partCount,
                         int32_t* kind) {
     SearchCounts counts;
-    const Status status = call(__func__, [&](Session& session) { return searchCounts(session, counts); });
+    const Counted counted = recordCount == nullptr && partCount == nullptr ? Counted::Rows : Counted::All;
+    const Status status =
+        call(__func__, [&](Session& session) { return searchCounts(session, counts, counted); });
     if (!ok(status)) counts = SearchCounts();
     putNumber(setNumber, counts.set);
     putNumber(hitCount, counts.rows);

@@ -176,17 +176,19 @@ SearchSet* Search::find(int32_t number) {
     return allowed(*set) ? set : nullptr;
 }
 
-Status Search::currentResult(SearchCounts& result) {
+Status Search::currentResult(SearchCounts& result, Counted counted) {
     if (current_.wholeBases) WDB_TRY(makeWholeSet());
     if (current_.set == 0) return WDB_FAIL;
-    return counts(current_.set, result) == WDB_OK ? WDB_OK : WDB_FAIL;
+    return counts(current_.set, result, counted) == WDB_OK ? WDB_OK : WDB_FAIL;
 }
 
-Status Search::counts(int32_t number, SearchCounts& result) {
+Status Search::counts(int32_t number, SearchCounts& result, Counted counted) {
     SearchSet* set = find(number);
     if (set == nullptr) return fail(WDB_E_CCL_SET, 0, std::to_string(number));
     result.set = set->number;
     result.rows = clamp(set->rows());
+    result.kind = static_cast<int32_t>(set->kind);
+    if (counted == Counted::Rows) return WDB_OK;
     result.records = clamp(set->firstRecords());
     uint64_t parts = 0;
     for (const SetBase& base : set->bases) {
@@ -194,7 +196,6 @@ Status Search::counts(int32_t number, SearchCounts& result) {
                                                      [](const PartRow& hit) { return hit.part != 0; }));
     }
     result.parts = clamp(parts);
-    result.kind = static_cast<int32_t>(set->kind);
     return WDB_OK;
 }
 

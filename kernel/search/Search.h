@@ -46,6 +46,9 @@ struct RowItems {
     std::string data;
 };
 
+// Rows: the numbers of records and parts, which a join has to collect first, are not wanted.
+enum class Counted : uint8_t { Rows, All };
+
 // Where the current result stands: bases made current but not searched yet, or a set.
 struct CurrentResult {
     bool wholeBases = false;
@@ -75,9 +78,9 @@ public:
 
     // The current result. After a BAS without a search the set of all records of the search bases is made.
     // WDB_FAIL without one.
-    Status currentResult(SearchCounts& counts);
+    Status currentResult(SearchCounts& counts, Counted counted = Counted::All);
     // A set by its number, 0 the current result. WDB_E_CCL_SET.
-    Status counts(int32_t set, SearchCounts& counts);
+    Status counts(int32_t set, SearchCounts& counts, Counted counted = Counted::All);
     // Row `index` from 0. WDB_FAIL behind the last row, WDB_E_DELETED for a record deleted since,
     // WDB_E_CCL_SET, WDB_E_CHANGED when the order cannot be completed any more.
     Status fetchRow(int32_t set, int32_t index, RowItems& row);
