@@ -89,7 +89,7 @@ private:
     /// To the next row of the block.
     void step() {
         std::size_t size = 1;
-        for (std::uint32_t k = 0; k < count(); ++k)
+        for (std::uint32_t k = 0; k < words_[0]; ++k)
             size += words_[2 + 2 * k] + ((words_[3 + 2 * k] & RowItem::kTerminated) != 0 ? 1U : 0U);
         data_ += size;
         words_ += words_[1];
