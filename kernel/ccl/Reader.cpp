@@ -8,6 +8,8 @@ namespace wdb::ccl {
 
 namespace {
 
+constexpr size_t kUsualFields = 4;  // room made at once
+
 class CommandReader {
 public:
     explicit CommandReader(ReaderState& state) : state_(state) {}
@@ -97,6 +99,7 @@ bool CommandReader::readSelect(SelectCommand& command) {
     if (!state_.expect(Word::Frl)) return false;
     if (!readList(true, [&] { return readTable(command.tables.emplace_back()); })) return false;
     if (!state_.expectText("FIELD")) return false;
+    command.fields.reserve(kUsualFields);
     if (!readList(true, [&] { return ArithmeticReader(state_, command.fields.emplace_back()).read(); }))
         return false;
     if (!readJoins(command)) return false;

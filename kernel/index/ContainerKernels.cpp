@@ -45,6 +45,22 @@ uint32_t intersectArraysPortable(const char* a, uint32_t aCount, const char* b, 
     return mergeFrom(a, 0, aCount, b, 0, bCount, out, 0);
 }
 
+uint32_t filterFrom(const char* array, uint32_t i, uint32_t count, const char* bitmap, bool wanted,
+                    uint16_t* out, uint32_t written) {
+    for (; i < count; ++i) {
+        const uint16_t member = at(array, i);
+        const bool in = (static_cast<unsigned char>(bitmap[member >> 3]) >> (member & 7) & 1) != 0;
+        out[written] = member;
+        written += in == wanted ? 1U : 0U;
+    }
+    return written;
+}
+
+uint32_t filterArrayPortable(const char* array, uint32_t count, const char* bitmap, bool wanted,
+                             uint16_t* out) {
+    return filterFrom(array, 0, count, bitmap, wanted, out, 0);
+}
+
 template <typename Operation>
 uint32_t combinePortable(const char* a, const char* b, char* out, Operation operation) {
     uint32_t count = 0;
@@ -87,9 +103,9 @@ void countBeforePortable(const char* bitmap, uint16_t* out) {
     }
 }
 
-constexpr ContainerKernels kPortable = {intersectArraysPortable, andPortable,      orPortable,
-                                        andNotPortable,          countAndPortable, countBitsPortable,
-                                        countBeforePortable};
+constexpr ContainerKernels kPortable = {
+    intersectArraysPortable, filterArrayPortable, andPortable,       orPortable,
+    andNotPortable,          countAndPortable,    countBitsPortable, countBeforePortable};
 
 #if WDB_X86
 
@@ -144,6 +160,31 @@ __attribute__((target("sse4.2,popcnt"))) uint32_t intersectArraysSse(const char*
         j += q <= p ? 1U : 0U;
     }
     return written;
+}
+
+// Eight members at once: the words of the bitmap that have their bits are gathered, and the lanes that are
+// wanted moved to the front.
+__attribute__((target("avx2,popcnt"))) uint32_t filterArrayAvx2(const char* array, uint32_t count,
+                                                                const char* bitmap, bool wanted,
+                                                                uint16_t* out) {
+    const __m256i low = _mm256_set1_epi32(31);
+    const unsigned turned = wanted ? 0 : 255;
+    uint32_t written = 0;
+    uint32_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+        const __m128i members = _mm_loadu_si128(reinterpret_cast<const __m128i*>(array + size_t{i} * 2));
+        const __m256i wide = _mm256_cvtepu16_epi32(members);
+        const __m256i words =
+            _mm256_i32gather_epi32(reinterpret_cast<const int*>(bitmap), _mm256_srli_epi32(wide, 5), 4);
+        // The bit becomes the sign of its lane.
+        const __m256i signs = _mm256_sllv_epi32(words, _mm256_sub_epi32(low, _mm256_and_si256(wide, low)));
+        const unsigned mask =
+            (static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(signs))) ^ turned) & 255U;
+        const __m128i shuffle = _mm_load_si128(reinterpret_cast<const __m128i*>(kShuffles[mask].data()));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), _mm_shuffle_epi8(members, shuffle));
+        written += static_cast<uint32_t>(_mm_popcnt_u32(mask));
+    }
+    return filterFrom(array, i, count, bitmap, wanted, out, written);
 }
 
 // Bits per byte by two table look-ups, summed per 64-bit lane (Mula, Kurz, Lemire: "Faster Population Counts
@@ -224,8 +265,8 @@ __attribute__((target("popcnt"))) void countBeforePopcnt(const char* bitmap, uin
     }
 }
 
-constexpr ContainerKernels kAvx2 = {intersectArraysSse, andAvx2,       orAvx2,           andNotAvx2,
-                                    countAndAvx2,       countBitsAvx2, countBeforePopcnt};
+constexpr ContainerKernels kAvx2 = {intersectArraysSse, filterArrayAvx2, andAvx2,       orAvx2,
+                                    andNotAvx2,         countAndAvx2,    countBitsAvx2, countBeforePopcnt};
 
 #endif
 

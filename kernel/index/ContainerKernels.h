@@ -13,6 +13,10 @@ struct ContainerKernels {
     // Members of both; out has room for min(aCount, bCount) + 8. Answers the number written.
     uint32_t (*intersectArrays)(const char* a, uint32_t aCount, const char* b, uint32_t bCount,
                                 uint16_t* out);
+    // Members of an array that are in a bitmap, or with `wanted` false those that are not; out has room for
+    // count + 8. Answers the number written.
+    uint32_t (*filterArray)(const char* array, uint32_t count, const char* bitmap, bool wanted,
+                            uint16_t* out);
     // Bit operations on whole bitmaps; the cardinality of the result.
     uint32_t (*andBitmaps)(const char* a, const char* b, char* out);
     uint32_t (*orBitmaps)(const char* a, const char* b, char* out);

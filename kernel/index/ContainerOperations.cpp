@@ -30,14 +30,9 @@ OwnedContainer arrayOf(std::unique_ptr<char[]> data, uint32_t count) {
 
 // Members of the array whose bit in the bitmap is `wanted`.
 OwnedContainer filterArray(const ContainerView& array, const char* bits, bool wanted) {
-    auto data = allocateContainer(size_t{array.cardinality} * 2 + 2);
-    uint16_t* out = members(data);
-    uint32_t count = 0;
-    for (uint32_t i = 0; i < array.cardinality; ++i) {
-        const uint16_t low = array.at(i);
-        out[count] = low;
-        count += bit(bits, low) == wanted ? 1U : 0U;
-    }
+    auto data = allocateContainer(size_t{array.cardinality} * 2 + 16);
+    const uint32_t count =
+        containerKernels().filterArray(array.data, array.cardinality, bits, wanted, members(data));
     return arrayOf(std::move(data), count);
 }
 

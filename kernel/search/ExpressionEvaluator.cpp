@@ -20,6 +20,7 @@ public:
           loose_(reading == Reading::Loose) {}
 
     Result<RecordSet> run(uint32_t root) {
+        if (expression_.nodes[root].kind == Connective::Criterion) return alone(root);
         visits_.push_back({root, Stage::Enter, StepTimer(state_.context, 1), 1});
         while (!visits_.empty()) {
             const Visit visit = visits_.back();
@@ -39,13 +40,25 @@ private:
         int32_t depth;
     };
 
+    // The everyday expression: nothing to put together.
+    Result<RecordSet> alone(uint32_t root) {
+        const StepTimer timer(state_.context, 1);
+        Result<RecordSet> set = recordsOf(conditions_[expression_.nodes[root].left]);
+        if (set && timer.watched())
+            timer.done(ccl::printCriterion(expression_.criteria[expression_.nodes[root].left]),
+                       set->cardinality());
+        return set;
+    }
+
+    Result<RecordSet> recordsOf(const Condition& condition) {
+        return loose_ ? recordsMaybe(condition, state_) : recordsWhere(condition, state_);
+    }
+
     Status step(const Visit& visit, const ExpressionNode& node) {
         if (visit.stage == Stage::RightDone) return tell(visit, combine(node.kind));
         if (visit.stage == Stage::LeftDone) return leftDone(visit, node);
         if (node.kind == Connective::Criterion) {
-            const Condition& condition = conditions_[node.left];
-            Result<RecordSet> set =
-                loose_ ? recordsMaybe(condition, state_) : recordsWhere(condition, state_);
+            Result<RecordSet> set = recordsOf(conditions_[node.left]);
             if (!set) return set.status();
             results_.push_back(std::move(*set));
             return tell(visit, WDB_OK);

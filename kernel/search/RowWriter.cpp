@@ -25,7 +25,8 @@ void appendNumber(std::string& out, uint64_t number) {
 
 void RowWriter::write(std::span<const OutputColumn> columns, const RowView& row, bool trailer) {
     begin_ = row_.words.size();
-    row_.words.resize(begin_ + 2);
+    row_.words.push_back(0);
+    row_.words.push_back(0);
     deleted_ = trailer && row.tables.size() > 1 ? kDeleted : 0;
     for (const OutputColumn& one : columns) column(one, row);
     PartRow record;

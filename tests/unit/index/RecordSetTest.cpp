@@ -1,9 +1,11 @@
 #include "kernel/index/RecordSet.h"
 
 #include <gtest/gtest.h>
+
 #include <roaring/roaring.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <set>
@@ -216,6 +218,21 @@ TEST(ContainerKernels, FastOnesAgreeWithPortableOnes) {
             intersectGalloping(bytes[0].data() + 1, counts[0], bytes[1].data() + 1, counts[1], c.data()));
         ASSERT_EQ(a, b);
         ASSERT_EQ(a, c);
+        std::string bits(kBitmapBytes + 1, '\0');
+        for (uint32_t i = 0; i < counts[1]; ++i) {
+            uint16_t member = 0;
+            std::memcpy(&member, bytes[1].data() + 1 + size_t{i} * 2, 2);
+            bits[1 + member / 8] = static_cast<char>(bits[1 + member / 8] | 1 << member % 8);
+        }
+        for (const bool wanted : {true, false}) {
+            a.assign(counts[0] + 8, 0);
+            b.assign(counts[0] + 8, 0);
+            a.resize(fast.filterArray(bytes[0].data() + 1, counts[0], bits.data() + 1, wanted, a.data()));
+            b.resize(plain.filterArray(bytes[0].data() + 1, counts[0], bits.data() + 1, wanted, b.data()));
+            ASSERT_EQ(a, b);
+            ASSERT_EQ(a.size(), wanted ? c.size() : counts[0] - c.size());
+            if (wanted) ASSERT_EQ(a, c);
+        }
     }
 }
 
