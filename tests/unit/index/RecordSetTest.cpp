@@ -231,7 +231,9 @@ TEST(ContainerKernels, FastOnesAgreeWithPortableOnes) {
             b.resize(plain.filterArray(bytes[0].data() + 1, counts[0], bits.data() + 1, wanted, b.data()));
             ASSERT_EQ(a, b);
             ASSERT_EQ(a.size(), wanted ? c.size() : counts[0] - c.size());
-            if (wanted) ASSERT_EQ(a, c);
+            if (wanted) {
+                ASSERT_EQ(a, c);
+            }
         }
     }
 }
