@@ -6,6 +6,7 @@
 
 #include "kernel/ccl/Printer.h"
 #include "kernel/ccl/Reader.h"
+#include "kernel/common/StatusError.h"
 #include "kernel/search/CommandFault.h"
 #include "kernel/search/FindPlan.h"
 #include "kernel/search/KeepValues.h"
@@ -230,7 +231,15 @@ Status Search::writeRows(Reader& reader, uint64_t first, uint64_t end, int32_t& 
     for (uint64_t row = first; row < end && rows.data.size() < kLarge; ++row) {
         const Status status = reader.read(row);
         if (status != WDB_OK) return count > 0 ? Status{WDB_OK} : fail(status, 0);
-        writer.write(reader.columns(), reader.view(), reader.plain());
+        const size_t words = rows.words.size(), bytes = rows.data.size();
+        try {
+            writer.write(reader.columns(), reader.view(), reader.plain());
+        } catch (const StatusError&) {  // a long value that cannot be unpacked
+            if (count == 0) throw;
+            rows.words.resize(words);
+            rows.data.resize(bytes);
+            return WDB_OK;
+        }
         ++count;
     }
     return WDB_OK;
