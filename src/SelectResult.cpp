@@ -5,6 +5,7 @@
 #include "include/wdb.h"
 #include "src/DictionarySelect.h"
 #include "src/ElementAt.h"
+#include "src/RowElements.h"
 #include "src/SelectDocument.h"
 #include "src/WSQLFilter.h"
 #include "src/WSQLResultSet.h"
@@ -62,6 +63,7 @@ WSQLResultSetMetaData* SelectResult::describe() {
         metaData.addRows(set_.hits);
         return &metaData;
     }
+    metaData.expectColumns(select_.itemCount());
     std::int32_t id = 0;
     for (std::int32_t i = 0; i < select_.itemCount(); ++i) {
         filter_.debug(form_.context, "Generating meta data for output column #%d\n", ++id);
@@ -106,6 +108,8 @@ bool SelectResult::writeRows(CStringBuffer& document, WSQLResultSetMetaData& met
     SelectOutput output(filter_, select_,
                         form_.isUnion ? SelectOutput::Values::kUnion : SelectOutput::Values::kDocument);
     WSQLRowCursor cursor(filter_, output);
+    const bool drops = select_.distinct && !form_.isUnion;
+    if (!drops && !filter_.logs(kLogDebug)) return streamRows(document, metaData, output, std::move(row));
     std::int64_t counter = row->firstRow;
     auto ahead = std::make_unique<WSQLRowData>(row->setNumber, row->hitCount, row->tableCount);
     ahead->firstRow = row->firstRow;
@@ -120,6 +124,19 @@ bool SelectResult::writeRows(CStringBuffer& document, WSQLResultSetMetaData& met
         row.swap(ahead);
     }
     return outcome != RowOutcome::kFailed;
+}
+
+/// Rows of which none is dropped, and which no log follows, go straight into the document.
+bool SelectResult::streamRows(CStringBuffer& document, WSQLResultSetMetaData& metaData, SelectOutput& output,
+                              std::unique_ptr<WSQLRowData> row) {
+    WSQLRowCursor cursor(filter_, output);
+    RowElements elements(document, output, filter_.conversionSet());
+    for (std::int64_t counter = row->firstRow; counter < row->lastRow; ++counter) {
+        const RowOutcome outcome = cursor.append(row, elements, clamped(counter + 1));
+        if (outcome != RowOutcome::kRow) return outcome != RowOutcome::kFailed;
+        metaData.setHasRows();
+    }
+    return true;
 }
 
 RowOutcome SelectResult::advance(WSQLRowCursor& cursor, const WSQLRowData& row,

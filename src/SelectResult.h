@@ -32,6 +32,8 @@ private:
     WSQLResultSetMetaData* describe();
     bool writeRows(CStringBuffer& document, WSQLResultSetMetaData& metaData,
                    std::unique_ptr<WSQLRowData> row);
+    bool streamRows(CStringBuffer& document, WSQLResultSetMetaData& metaData, SelectOutput& output,
+                    std::unique_ptr<WSQLRowData> row);
     RowOutcome advance(WSQLRowCursor& cursor, const WSQLRowData& row, std::unique_ptr<WSQLRowData>& ahead);
 
     WSQLFilter& filter_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "src/RowElements.h"
+#include "src/SelectDocument.h"
 #include "src/SelectOutput.h"
 #include "src/WSQLFilter.h"
 #include "src/WSQLRowBuffers.h"
@@ -232,6 +234,15 @@ RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, bool ahead, WSQLRowBu
     }
 }
 
+/// Fills the row object with the row that was fetched.
+void assemble(WSQLFilter& filter, SelectOutput& output, WSQLRowBuffers& buffers, WSQLRowData& row) {
+    row.clear();
+    row.recordNumber = buffers.recordNumber();
+    row.partNumber = buffers.partNumber();
+    RowAssembler(filter, output, buffers, row).assemble();
+    ++row.index;
+}
+
 }  // namespace
 
 RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectOutput& output,
@@ -254,10 +265,7 @@ RowOutcome WSQLFilter::GetNextJoinRow(std::unique_ptr<WSQLRowData>& row, SelectO
         debug(kContext, "WdbGetRows: There are %d items to process for row %d\n",
               static_cast<std::int32_t>(buffers.count()), static_cast<std::int32_t>(row->index));
     }
-    row->recordNumber = buffers.recordNumber();
-    row->partNumber = buffers.partNumber();
-    RowAssembler(*this, output, buffers, *row).assemble();
-    ++row->index;
+    assemble(*this, output, buffers, *row);
     debug(kContext, "GetNextJoinRow exiting.\n");
     return RowOutcome::kRow;
 }
@@ -286,6 +294,25 @@ RowOutcome WSQLRowCursor::next(std::unique_ptr<WSQLRowData>& row) {
     if (output_.isDictionary()) return filter_.GetNextDictRow(row, output_);
     return output_.isStatic() ? filter_.GetStaticRow(row, output_)
                               : filter_.GetNextJoinRow(row, output_, buffers_);
+}
+
+RowOutcome WSQLRowCursor::append(std::unique_ptr<WSQLRowData>& row, RowElements& elements,
+                                 std::int32_t rowNumber) {
+    RowOutcome outcome = RowOutcome::kNone;
+    if (output_.isDictionary() || output_.isStatic()) {
+        outcome = next(row);
+        if (outcome != RowOutcome::kRow) return outcome;
+    } else {
+        outcome = fetchLive(filter_, *row, true, buffers_);
+        if (outcome != RowOutcome::kRow) return outcome;
+        if (elements.append(buffers_, rowNumber)) {
+            ++row->index;
+            return outcome;
+        }
+        assemble(filter_, output_, buffers_, *row);
+    }
+    appendRow(filter_, elements.document(), output_, *row, rowNumber, kContext);
+    return outcome;
 }
 
 }  // namespace wsql

@@ -19,6 +19,7 @@ class WSQLFilter;
 class WSQLResultSetMetaData {
 public:
     void addColumn(WSQLResultSetColumn column) { columns_.push_back(std::move(column)); }
+    void expectColumns(std::int32_t count) { columns_.reserve(static_cast<std::size_t>(count)); }
     std::int32_t count() const { return static_cast<std::int32_t>(columns_.size()); }
     /// Null when the 0-based index is out of range.
     const WSQLResultSetColumn* column(std::int32_t index) const;

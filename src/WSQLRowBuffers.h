@@ -33,7 +33,7 @@ public:
 
     /// The kernel's status. `ahead`: so many rows from this one on are likely to be asked for.
     std::int32_t fetch(std::int32_t setNumber, std::int32_t rowIndex, std::int64_t ahead) {
-        if (left_ > 0 && setNumber == set_ && rowIndex == row_ + 1) {
+        if (words_ != nullptr && left_ > 0 && setNumber == set_ && rowIndex == row_ + 1) {
             step();
             return WDB_OK;
         }
@@ -69,8 +69,8 @@ public:
         return false;
     }
     /// Record and part of the row; 0 for a computed row and for the head record.
-    std::int32_t recordNumber() const { return static_cast<std::int32_t>(words_[2 + 2 * count()]); }
-    std::int32_t partNumber() const { return static_cast<std::int32_t>(words_[3 + 2 * count()]); }
+    std::int32_t recordNumber() const { return static_cast<std::int32_t>(words_[2 + 2 * words_[0]]); }
+    std::int32_t partNumber() const { return static_cast<std::int32_t>(words_[3 + 2 * words_[0]]); }
 
 private:
     static constexpr std::int64_t kBlockRows = 256;

@@ -10,6 +10,7 @@
 
 namespace wsql {
 
+class RowElements;
 class WSQLFilter;
 
 /// How a fetch ended.
@@ -27,6 +28,9 @@ public:
     /// Fetches the row that the row object's index names and moves the index behind it. A null object is made
     /// first.
     RowOutcome next(std::unique_ptr<WSQLRowData>& row);
+    /// The same, and appends the row's element. The row object, which is there, may hold no values
+    /// afterwards. Writes no log.
+    RowOutcome append(std::unique_ptr<WSQLRowData>& row, RowElements& elements, std::int32_t rowNumber);
 
 private:
     WSQLFilter& filter_;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/engine/Articles.h"
+#include "tests/unit/engine/Log.h"
 
 namespace {
 
@@ -195,6 +196,44 @@ TEST(Rows, AFailingFetchIsTheAnswer) {
     EXPECT_EQ(rowsOf("SELECT A FROM T", rows, WDB_E_STORAGE),
               faultDocument(std::to_string(WDB_E_STORAGE), "WSQLFilter::GetNextJoinRow", "WdbGetRows",
                             "the disk is gone"));
+}
+
+// Without a log most rows go straight into the document; a log, and DISTINCT, want them put together first.
+TEST(Rows, ALogChangesNoRow) {
+    const std::string longText(200, 'x');
+    const struct {
+        const char* items;
+        std::vector<FakeKernel::Item> values;
+        const char* reason;
+    } cases[] = {
+        {"NAME, A", {{"x", kFirst | kValue}, {"-12", kFirst | kValue}}, "one item to a column"},
+        {"NAME, A", {{"", kFirst | kNull}, {"", kFirst | kValue}}, "NULL beside an empty text"},
+        {"NAME, A", {{"a&b<c>d\"&", kFirst | kValue}, {"1", kFirst | kValue}}, "markup, a quote is none"},
+        {"NAME, A", {{longText, kFirst | kValue}, {longText + "&" + longText, kFirst | kValue}}, "long ones"},
+        {"NAME, A", {{"x", kFirst | kValue}, {"y", kValue}, {"1", kFirst | kValue}}, "two items"},
+        {"NAME, A", {{"x", kFirst | kValue}}, "a column without an item"},
+        {"NAME, NOTE", {{"x", kFirst | kValue}, {"NOTE,7,0", kFirst | kReference}}, "a value in its record"},
+        {"NAME, 'k'", {{"x", kFirst | kValue}, {"?", kFirst | kValue}}, "a constant of the statement"},
+        {"NAME[2], A", {{"y", kFirst | kValue}, {"1", kFirst | kValue}}, "the value that was asked for"},
+        {"VALUELIST(NAME, ', ', 2), A", {{"x", kFirst | kValue}, {"1", kFirst | kValue}}, "values from 2"},
+    };
+    for (const auto& row : cases) {
+        std::string documents[2];
+        for (const bool logged : {false, true}) {
+            const LogDirectory log;
+            loadArticles();
+            if (logged) fakeKernel().settings["WELKSQL_LOG"] = "5";
+            fakeKernel().settings["SQL_BLOCKSIZE"] = "20";
+            fakeKernel().settings["SQL_BLOCKNUMBER"] = "6";
+            const Row plain{{{"first", kFirst | kValue}, {"1", kFirst | kValue}}, 123456, 3};
+            std::vector<Row> rows(120, plain);
+            rows[102] = {row.values, 2147483647, 0};
+            documents[logged] = rowsOf(std::string("SELECT ") + row.items + " FROM T", std::move(rows));
+        }
+        EXPECT_EQ(documents[0], documents[1]) << row.reason;
+        EXPECT_NE(documents[0].find("<Row rowNumber=\"103\" recordNumber=\"2147483647\""), std::string::npos)
+            << documents[0];
+    }
 }
 
 TEST(Rows, WholeDocument) {
