@@ -123,10 +123,11 @@ Status BaseWriter::packFromNow() {
     if (meta_.dictionary != 0) return WDB_OK;
     DictionarySample sample;
     const RecordNumber first = meta_.nextRecord > kSampleRecords ? meta_.nextRecord - kSampleRecords : 1;
-    WDB_TRY(forEachRecord(first, [&](RecordNumber, Slice image) -> Status {
+    const Status walked = forEachRecord(first, [&](RecordNumber, Slice image) -> Status {
         sample.add(image);
-        return sample.enough() ? WDB_FAIL : WDB_OK;
-    }));
+        return sample.enough() ? WDB_FAIL : WDB_OK;  // which ends the walk
+    });
+    if (!ok(walked) && walked != WDB_FAIL) return walked;
     return makeDictionary(sample);
 }
 

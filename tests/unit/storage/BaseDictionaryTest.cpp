@@ -152,6 +152,18 @@ TEST_F(BaseDictionaryTest, SingleRecordsMakeOneAndOldOnesStay) {
     EXPECT_EQ(previous, (std::vector<std::string>{imageOf(1), imageOf(kFirst + 50)}));
 }
 
+TEST_F(BaseDictionaryTest, SingleRecordsMayBeMoreThanASampleTakes) {
+    const auto writer = write();
+    for (unsigned i = 1; i <= 1100; ++i) {
+        RecordData record;
+        record.head.at(1).items = {prose(i, 1000)};
+        ASSERT_TRUE(writer->newRecord());
+        ASSERT_TRUE(writer->put(i, *encodeRecord(record, 1))) << i;
+    }
+    EXPECT_TRUE(isPacked(*writer->image(1100)));
+    EXPECT_EQ(writer->commit(2000), WDB_OK);
+}
+
 TEST_F(BaseDictionaryTest, AnotherProcessMakesIt) {
     loaded(50);
     file_.reset();
