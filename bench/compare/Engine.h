@@ -18,6 +18,8 @@ class Engine {
 public:
     virtual ~Engine() = default;
     virtual const char* name() const = 0;
+    // False: its rows are others than ours by design, so it is shown and not compared with.
+    virtual bool deliversTheSame() const { return true; }
     // Whether it has an answer for the kind at all; also the place for what is done once, outside the
     // measured time (settings, prepared statements).
     virtual bool prepare(Kind kind) = 0;
@@ -25,10 +27,11 @@ public:
     virtual Answer answer(const Query& query) = 0;
 };
 
+// Ranked: the way in which it is used by default, the best documents first instead of the first ones.
 // Each opens what the loading steps made under `data`; `loadX` reads the collection's CSV files there.
 std::unique_ptr<Engine> openOwn(const std::string& data);
 std::unique_ptr<Engine> openSqlite(const std::string& data, Way way);
-std::unique_ptr<Engine> openXapian(const std::string& data, Way way);
+std::unique_ptr<Engine> openXapian(const std::string& data, Way way, bool ranked);
 std::unique_ptr<Engine> openPostgres(const std::string& data, Way way);
 
 void loadSqlite(const std::string& data);

@@ -55,17 +55,75 @@ Xapian::Query queryOf(const Query& query) {
     }
 }
 
+// The query as a text of Xapian's own language, for the parser that `textParser` makes.
+std::string textOf(const Query& query) {
+    const std::vector<std::string>& arguments = query.arguments;
+    switch (query.kind) {
+        case Kind::Point:
+            return "name:" + arguments[0];
+        case Kind::Exact:
+            return "section:" + arguments[0];
+        case Kind::And:
+            return arguments[0] + " AND " + arguments[1];
+        case Kind::OrOfThree:
+            return arguments[0] + " OR " + arguments[1] + " OR " + arguments[2];
+        case Kind::AndNot:
+            return arguments[0] + " NOT " + arguments[1];
+        case Kind::WordPrefix:
+            return arguments[0] + "*";
+        case Kind::Phrase:
+            return '"' + arguments[0] + ' ' + arguments[1] + '"';
+        case Kind::Range:
+            return "size:" + arguments[0] + ".." + arguments[1];
+        case Kind::RangeAndWord:
+            return arguments[2] + " size:" + arguments[0] + ".." + arguments[1];
+        default:
+            return arguments.empty() ? "" : arguments[0];
+    }
+}
+
+// Takes those texts apart; all settings that a program makes once. What its language has no form for (a range
+// of names, everything) is given as a tree.
+class TextParser {
+public:
+    explicit TextParser(const Xapian::Database& database) : sizes_(kSizeSlot, "size:") {
+        parser_.set_database(database);
+        parser_.set_stemming_strategy(Xapian::QueryParser::STEM_NONE);
+        parser_.set_default_op(Xapian::Query::OP_AND);
+        parser_.add_boolean_prefix("name", kNamePrefix);
+        parser_.add_boolean_prefix("section", kSectionPrefix);
+        parser_.add_rangeprocessor(&sizes_);
+    }
+    TextParser(const TextParser&) = delete;
+    TextParser& operator=(const TextParser&) = delete;
+
+    Xapian::Query operator()(const Query& query) {
+        if (query.kind == Kind::NamePrefix || query.kind == Kind::FirstPage || query.kind == Kind::Page500)
+            return queryOf(query);
+        return parser_.parse_query(textOf(query), Xapian::QueryParser::FLAG_BOOLEAN |
+                                                      Xapian::QueryParser::FLAG_PHRASE |
+                                                      Xapian::QueryParser::FLAG_WILDCARD);
+    }
+
+private:
+    Xapian::NumberRangeProcessor sizes_;
+    Xapian::QueryParser parser_;
+};
+
 class XapianEngine : public Engine {
 public:
-    XapianEngine(const std::string& data, Way way)
-        : way_(way), database_(data + "/xapian"), enquire_(database_) {
+    XapianEngine(const std::string& data, Way way, bool ranked)
+        : way_(way), ranked_(ranked), database_(data + "/xapian"), parser_(database_), enquire_(database_) {
+        if (ranked) return;  // by default the documents are weighed and the best come first
         enquire_.set_weighting_scheme(Xapian::BoolWeight());
         enquire_.set_docid_order(Xapian::Enquire::ASCENDING);
     }
 
-    const char* name() const override { return "Xapian"; }
+    const char* name() const override { return ranked_ ? "X. ranked" : "Xapian"; }
+    bool deliversTheSame() const override { return !ranked_; }
 
     bool prepare(Kind kind) override {
+        if (ranked_ && !asksForWords(kind)) return false;
         switch (kind) {
             case Kind::WordInfix:
             case Kind::Group:
@@ -86,7 +144,7 @@ public:
     }
 
     Answer answer(const Query& query) override {
-        enquire_.set_query(queryOf(query));
+        enquire_.set_query(way_ == Way::Text ? parser_(query) : queryOf(query));
         const auto first =
             static_cast<Xapian::doccount>(query.kind == Kind::Page500 ? (kFarPage - 1) * kPageRows : 0);
         // Where the database knows the count of a term, nothing more has to be checked.
@@ -109,6 +167,22 @@ public:
     }
 
 private:
+    static bool asksForWords(Kind kind) {
+        switch (kind) {
+            case Kind::Rare:
+            case Kind::Common:
+            case Kind::And:
+            case Kind::OrOfThree:
+            case Kind::AndNot:
+            case Kind::WordPrefix:
+            case Kind::Phrase:
+            case Kind::RangeAndWord:
+                return true;
+            default:
+                return false;
+        }
+    }
+
     // Name, version and size stand in the data with tabulators between them.
     void writeRow(int number, std::string_view data, bool sizes) {
         const size_t first = data.find('\t'), second = data.find('\t', first + 1);
@@ -118,9 +192,11 @@ private:
         document_.endRow();
     }
 
-    Way way_;
+    const Way way_;
+    const bool ranked_;
     Document document_;
     Xapian::Database database_;
+    TextParser parser_;
     Xapian::Enquire enquire_;
 };
 
@@ -147,8 +223,8 @@ void loadXapian(const std::string& data) {
     database.close();
 }
 
-std::unique_ptr<Engine> openXapian(const std::string& data, Way way) {
-    return std::make_unique<XapianEngine>(data, way);
+std::unique_ptr<Engine> openXapian(const std::string& data, Way way, bool ranked) {
+    return std::make_unique<XapianEngine>(data, way, ranked);
 }
 
 }  // namespace compare

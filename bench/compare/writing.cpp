@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -32,7 +33,9 @@ long long bytesOf(const std::string& folder) {
 namespace {
 
 constexpr int kInserts = 300;
-constexpr int kRounds = 5;      // of changes by a condition
+constexpr int kLoads = 4;  // and one more, of a collection of few records; else two
+constexpr size_t kFew = 200000;
+constexpr int kRounds = 9;      // of changes by a condition
 constexpr size_t kMany = 1000;  // records of each
 
 std::vector<Package> readPackages(const std::string& path) {
@@ -97,57 +100,114 @@ std::vector<Line> lines() {
             {"size on disk at the end", 1 / 1.2}};
 }
 
-void measure(const std::string& folder, std::unique_ptr<Writer> (*open)(const std::string&),
-             const std::vector<Package>& packages, const std::vector<Range>& ranges, size_t column,
-             std::vector<Line>& table) {
-    const auto take = [&](size_t line, double value, long long count) {
-        table[line].value[column] = value;
-        table[line].count[column] = count;
-    };
-    auto writer = open(folder);
-    long long found = 0;
-    const double loading = micros([&] {
-        writer->load(packages);
-        found = writer->found("library");
-    });
-    take(0, loading, found);
-    std::vector<double> inserts, searches;
-    for (int i = 0; i < kInserts; ++i) {
-        Package package = packages[static_cast<size_t>(i) * 7];
-        package.name = "zzfresh" + std::to_string(i);
-        package.description += " zzword" + std::to_string(i);
-        inserts.push_back(micros([&] { writer->insert(package); }));
-        searches.push_back(inserts.back() +
-                           micros([&] { found = writer->found("zzword" + std::to_string(i)); }));
-        if (found != 1) die("an inserted record is not found");
+// Both writers side by side: each step is done by one and then by the other, the order changes from time to
+// time, so that a machine whose speed changes is the same for both.
+class Comparison {
+public:
+    Comparison(std::string folder, const std::vector<Package>& packages, std::vector<Line>& table)
+        : folder_(std::move(folder)), packages_(packages), table_(table) {}
+
+    void run() {
+        loads();
+        inserts();
+        changes();
+        for (size_t side = 0; side < 2; ++side)
+            take(7, side, static_cast<double>(writers_[side]->close()), 0);
+        writers_ = {};
+        for (size_t side = 0; side < 2; ++side) std::filesystem::remove_all(folderOf(side));
     }
-    take(2, median(inserts), kInserts);
-    take(3, median(searches), kInserts);
-    std::vector<double> times[3];
-    long long counts[3] = {0, 0, 0};
-    for (int round = 0; round < kRounds; ++round) {
-        for (int kind = 0; kind < 3; ++kind) {
-            const Range& range = ranges[static_cast<size_t>(round)];
-            const std::string text = "A text that was written anew in round " + std::to_string(round) +
-                                     ", with some twenty words that are like those of a description, so that "
-                                     "both indexes have to be changed.";
-            times[kind].push_back(micros([&] {
-                counts[kind] += kind == 0
-                                    ? writer->setVersion(range.low, range.high, "9." + std::to_string(round))
-                                : kind == 1 ? writer->setDescription(range.low, range.high, text)
-                                            : writer->erase(range.low, range.high);
-            }));
+
+private:
+    std::string folderOf(size_t side) const {
+        return folder_ + (side == 0 ? "/writing-own" : "/writing-sqlite");
+    }
+    std::unique_ptr<Writer> open(size_t side) const {
+        return side == 0 ? writeOwn(folderOf(side)) : writeSqlite(folderOf(side));
+    }
+    void take(size_t line, size_t side, double value, long long count) {
+        table_[line].value[side] = value;
+        table_[line].count[side] = count;
+    }
+    template <typename Work>
+    static void inTurn(int round, Work&& work) {
+        for (const size_t side : {static_cast<size_t>(round % 2), static_cast<size_t>((round + 1) % 2)})
+            work(side);
+    }
+
+    // The size is that of the first load, whose files are closed; the last one's stay open for the rest.
+    void loads() {
+        const int rounds = packages_.size() > kFew ? 1 : kLoads;
+        std::vector<double> times[2];
+        for (int round = 0; round <= rounds; ++round) {
+            inTurn(round, [&](size_t side) {
+                writers_[side] = open(side);
+                long long found = 0;
+                const double time = micros([&] {
+                    writers_[side]->load(packages_);
+                    found = writers_[side]->found("library");
+                });
+                times[side].push_back(time);
+                take(0, side, median(times[side]), found);
+                if (round == 0) take(1, side, static_cast<double>(writers_[side]->close()), 0);
+                if (round < rounds) writers_[side].reset();
+            });
         }
     }
-    for (size_t kind = 0; kind < 3; ++kind) take(4 + kind, median(times[kind]), counts[kind]);
-    take(7, static_cast<double>(writer->close()), 0);
-    writer.reset();
-    writer = open(folder);
-    writer->load(packages);
-    take(1, static_cast<double>(writer->close()), 0);
-    writer.reset();
-    std::filesystem::remove_all(folder);
-}
+
+    void inserts() {
+        std::vector<double> inserted[2], searched[2];
+        for (int i = 0; i < kInserts; ++i) {
+            const std::string number = std::to_string(i);
+            Package package = packages_[static_cast<size_t>(i) * 7];
+            package.name = "zzfresh" + number;
+            package.description += " zzword" + number;
+            inTurn(i, [&](size_t side) {
+                long long found = 0;
+                inserted[side].push_back(micros([&] { writers_[side]->insert(package); }));
+                searched[side].push_back(inserted[side].back() +
+                                         micros([&] { found = writers_[side]->found("zzword" + number); }));
+                if (found != 1) die("an inserted record is not found");
+            });
+        }
+        for (size_t side = 0; side < 2; ++side) {
+            take(2, side, median(inserted[side]), kInserts);
+            take(3, side, median(searched[side]), kInserts);
+        }
+    }
+
+    void changes() {
+        const std::vector<Range> ranges = rangesOf(packages_, kRounds);
+        std::vector<double> times[3][2];
+        long long counts[3][2] = {};
+        for (int round = 0; round < kRounds; ++round) {
+            for (size_t kind = 0; kind < 3; ++kind) {
+                inTurn(round, [&](size_t side) {
+                    times[kind][side].push_back(micros([&] {
+                        counts[kind][side] +=
+                            change(*writers_[side], kind, ranges[static_cast<size_t>(round)], round);
+                    }));
+                });
+            }
+        }
+        for (size_t kind = 0; kind < 3; ++kind)
+            for (size_t side = 0; side < 2; ++side)
+                take(4 + kind, side, median(times[kind][side]), counts[kind][side]);
+    }
+
+    static long long change(Writer& writer, size_t kind, const Range& range, int round) {
+        if (kind == 0) return writer.setVersion(range.low, range.high, "9." + std::to_string(round));
+        if (kind == 2) return writer.erase(range.low, range.high);
+        return writer.setDescription(range.low, range.high,
+                                     "A text that was written anew in round " + std::to_string(round) +
+                                         ", with some twenty words that are like those of a description, so "
+                                         "that both indexes have to be changed.");
+    }
+
+    const std::string folder_;
+    const std::vector<Package>& packages_;
+    std::vector<Line>& table_;
+    std::array<std::unique_ptr<Writer>, 2> writers_;
+};
 
 void print(const std::vector<Line>& table) {
     std::printf("%-46s %14s %14s %8s %8s\n", "microseconds (bytes for sizes)", "WELKsql", "SQLite FTS5",
@@ -170,10 +230,8 @@ int main(int argc, char** argv) {
     }
     const std::string folder = argv[1];
     const auto packages = compare::readPackages(folder + "/packages.csv");
-    const auto ranges = compare::rangesOf(packages, compare::kRounds);
     auto table = compare::lines();
-    compare::measure(folder + "/writing-sqlite", compare::writeSqlite, packages, ranges, 1, table);
-    compare::measure(folder + "/writing-own", compare::writeOwn, packages, ranges, 0, table);
+    compare::Comparison(folder, packages, table).run();
     std::printf("%zu records\n", packages.size());
     compare::print(table);
     return 0;
