@@ -18,8 +18,9 @@ std::string defaultLiteral(const ColumnDefinition& column) {
     switch (column.type) {
         case WDB_T_DATE:
             return "DATE('" + text + "')";
-        case WDB_T_TIME:
         case WDB_T_INTEGER:
+            return numberLiteral(text, column.type);
+        case WDB_T_TIME:
         case WDB_T_NUMBER:
             return text.starts_with('-') ? "(SELECT " + text + ")" : text;
         default:

@@ -59,6 +59,10 @@ private:
     std::string table_;  // as the statement writes it
 };
 
+// What a statement takes for an INTEGER or NUMBER (`type` is its WDB_T_ code) of this text; empty when
+// nothing in the dialect says exactly that number.
+std::string numberLiteral(std::string_view text, std::int32_t type);
+
 // The member of a JSON row that holds the part records: no column can be called so.
 inline constexpr const char* kPartsKey = ".parts";
 // The member of a JSON value that holds a large object.

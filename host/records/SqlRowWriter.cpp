@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 #include "host/format/JsonFormatter.h"
 #include "host/records/RowWriter.h"
@@ -9,11 +10,12 @@ namespace host {
 
 namespace {
 
-// A literal of digits is read as 32 bits.
+// A literal of digits is read as 32 bits; the smallest number has no positive counterpart.
 bool fitsIntegerLiteral(std::string_view text) {
     std::int32_t number = 0;
     const auto end = std::from_chars(text.data(), text.data() + text.size(), number);
-    return end.ec == std::errc() && end.ptr == text.data() + text.size();
+    return end.ec == std::errc() && end.ptr == text.data() + text.size() &&
+           number != std::numeric_limits<std::int32_t>::min();
 }
 
 // A literal with a point is read as a double and written with two places.
@@ -21,20 +23,19 @@ bool fitsNumericLiteral(std::string_view text) {
     constexpr std::size_t kPlaces = 2, kExactDigits = 15;
     const auto point = text.find('.');
     return point != std::string_view::npos && point > 0 && text.size() - point - 1 == kPlaces &&
-           text.size() <= kExactDigits + 1 && text.front() != '-' && isJsonNumber(text);
+           text.size() <= kExactDigits + 1 && isJsonNumber(text);
 }
 
 // What INSERT keeps of a value, in bytes; it cuts the rest off.
 constexpr std::size_t kLongestText = 32000, kLongestItem = 256;
 
-// The literal of a value; empty when there is none that says the same: literals have no sign.
+// What VALUES takes for the value; empty when nothing says the same.
 std::string literal(const std::string& text, std::int32_t type) {
     if (text.size() > (type == WDB_T_TEXT ? kLongestText : kLongestItem)) return {};
     switch (type) {
         case WDB_T_INTEGER:
-            return text.front() != '-' && fitsIntegerLiteral(text) ? text : std::string();
         case WDB_T_NUMBER:
-            return fitsNumericLiteral(text) ? text : std::string();
+            return numberLiteral(text, type);
         case WDB_T_DATE:
             return "DATE('" + text + "')";
         case WDB_T_TIME:
@@ -56,6 +57,12 @@ bool isPlain(std::string_view name) {
 }
 
 }  // namespace
+
+// Literals have no sign; an expression has one, and stands in a query of its own.
+std::string numberLiteral(std::string_view text, std::int32_t type) {
+    if (!(type == WDB_T_INTEGER ? fitsIntegerLiteral(text) : fitsNumericLiteral(text))) return {};
+    return text.starts_with('-') ? "(SELECT " + std::string(text) + ")" : std::string(text);
+}
 
 std::string quotedName(std::string_view name) {
     return '"' + std::string(name) + '"';

@@ -40,6 +40,8 @@ for form in csv jsonl; do
 done
 echo "== INSERT says what it can"
 w "$DATA" -c '.export --format sql - AUTHOR' -c '.export --format sql - WORK_' || true
+w "$DATA-3" -c 'CREATE TABLE SIGNS (N INTEGER, C NUMERIC)' -c 'INSERT INTO SIGNS (N, C) VALUES ((SELECT -2147483647), (SELECT -0.25))'
+w "$DATA-3" -c ".export --format sql $DATA/../signs.sql SIGNS" -c 'DELETE FROM SIGNS' -c ".read $DATA/../signs.sql" -c '.export --format jsonl - SIGNS'
 echo "== a copy can be opened"
 w "$DATA" -c ".backup $DATA-4"
 w "$DATA-4" -c '.check' -c '.tables' -c 'SELECT ID, PAGE FROM SCAN'

@@ -142,7 +142,10 @@ TEST(Rows, InsertSaysWhatTheDialectCanSayAndRefusesTheRest) {
         {"the other quotes", {{"it's"}, {"it's \"so\""}}, R"(("NAME", "a b") VALUES ("it's", `it's "so"`);)"},
         {"all quotes", {{"'\"`"}}, "! INSERT cannot write the value of NAME"},
         {"a backslash would hide the quote", {{"x\\"}}, "! INSERT cannot write the value of NAME"},
-        {"literals have no sign", {{}, {}, {"-1"}}, "! INSERT cannot write the value of SIZE"},
+        {"literals have no sign",
+         {{}, {}, {"-1"}, {"-1.50"}},
+         R"(("SIZE", "COST") VALUES ((SELECT -1), (SELECT -1.50));)"},
+        {"nor one for the smallest", {{}, {}, {"-2147483648"}}, "! INSERT cannot write the value of SIZE"},
         {"literals have 32 bits", {{}, {}, {"2147483648"}}, "! INSERT cannot write the value of SIZE"},
         {"two places exactly", {{}, {}, {}, {"1.5"}}, "! INSERT cannot write the value of COST"},
         {"more digits than a double",
@@ -218,6 +221,8 @@ TEST(Definition, AsCreateTable) {
   OF VARCHAR REFERENCES U (K) ON UPDATE NO ACTION,
   FOREIGN KEY ("a b") REFERENCES U (K)
 ) WITH LOCATION = L_X;)");
+    EXPECT_FALSE(fitsCreateTable(parseDefinition(
+        R"({"table":"T","columns":[{"name":"N","type":"INTEGER","default":"3000000000"}]})")));
 }
 
 }  // namespace
