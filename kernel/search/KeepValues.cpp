@@ -56,7 +56,7 @@ Status keepMember(const UnionRows& joined, const UnionRows::Member& member, Sear
     kept.need(set.columns, set.bases.size());
     if (set.bases.empty()) return WDB_OK;
     for (uint64_t place = 0; place < joined.size(); ++place) {
-        const uint64_t row = (joined.picked ? joined.picks[place] : place) - member.begin;
+        const uint64_t row = joined.placeOf(place) - member.begin;
         if (row < set.rows()) WDB_TRY(keepRow(set, row, *snapshots, context, kept));
     }
     return WDB_OK;
@@ -77,14 +77,14 @@ void keep(KeptRecords& kept, Make&& make) noexcept {
 }  // namespace
 
 bool fixesValues(const SearchSet& set) {
-    return computed(set) || (set.joined && std::ranges::any_of(set.joined->members,
+    return computed(set) || (set.joined && std::ranges::any_of(set.joined->members(),
                                                                [](const auto& one) { return one.fixed; }));
 }
 
 void prepareValues(SearchSet& set) {
     if (computed(set)) set.block->kept = std::make_shared<KeptRecords>();
     if (!set.joined) return;
-    for (UnionRows::Member& member : set.joined->members) {
+    for (UnionRows::Member& member : set.joined->members()) {
         if (member.fixed && !computed(*member.set) && !member.kept)
             member.kept = std::make_shared<KeptRecords>();
     }
@@ -95,7 +95,7 @@ void keepValues(SearchSet& set, SearchContext& context) noexcept {
     if (gone) return;  // such a set answers nothing any more
     if (computed(set)) keep(*set.block->kept, [&] { return keepBlock(set, context, *set.block->kept); });
     if (!set.joined) return;
-    for (const UnionRows::Member& member : set.joined->members) {
+    for (const UnionRows::Member& member : set.joined->members()) {
         if (member.kept)
             keep(*member.kept, [&] { return keepMember(*set.joined, member, context, *member.kept); });
     }

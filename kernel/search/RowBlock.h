@@ -33,21 +33,4 @@ struct RowBlock {
     size_t rowAt(uint64_t place) { return order ? order->at(place) : place; }
 };
 
-// The rows of a UNION: those of other sets, which it keeps alive.
-struct UnionRows {
-    struct Member {
-        std::shared_ptr<SearchSet> set;
-        std::vector<OutputColumn> columns;    // the set's, with names that tell the base
-        uint64_t begin = 0;                   // its first row among all rows
-        bool fixed = false;                   // duplicates were dropped: the values are those of that time
-        std::shared_ptr<KeptRecords> kept{};  // of a fixed member of plain rows, once the union is numbered
-    };
-    std::vector<Member> members;
-    uint64_t all = 0;  // rows of all members
-    bool picked = false;
-    std::vector<uint32_t> picks;  // the rows that are left, in their order; when picked
-
-    uint64_t size() const { return picked ? picks.size() : all; }
-};
-
 }  // namespace wdb

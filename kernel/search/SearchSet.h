@@ -10,6 +10,7 @@
 #include "kernel/search/OutputColumn.h"
 #include "kernel/search/RowBlock.h"
 #include "kernel/search/SearchContext.h"
+#include "kernel/search/UnionRows.h"
 
 namespace wdb {
 

@@ -10,9 +10,10 @@ Status SetRowReader::read(uint64_t row) {
 
 Status SetRowReader::readUnion(uint64_t row) {
     UnionRows& joined = *set_.joined;
-    const uint64_t place = joined.picked ? joined.picks[row] : row;
+    const uint64_t place = joined.placeOf(row);
+    const auto members = joined.members();
     const auto next = std::upper_bound(
-        joined.members.begin(), joined.members.end(), place,
+        members.begin(), members.end(), place,
         [](uint64_t wanted, const UnionRows::Member& member) { return wanted < member.begin; });
     UnionRows::Member& member = *std::prev(next);
     const Status status = readFrom(*member.set, place - member.begin, member.kept.get());

@@ -20,19 +20,20 @@ public:
 
 private:
     Status addSide(int32_t number, uint32_t position, SearchSet& set);
+    // The first side is a union: its members stay where they are when nothing stands behind them.
+    void goOn(UnionRows& joined, const UnionRows& left);
+    static void addUnion(UnionRows& joined, const UnionRows& from);
+    static void addSet(UnionRows& joined, const std::shared_ptr<SearchSet>& side);
     Status sort(SearchSet& set);
-
-    // What sorting and comparing takes from every row: per row a key for each column, and the row's own.
-    struct Keys {
-        std::vector<std::vector<std::string>> columns;
-        std::vector<std::string> rows;
-    };
-    Status makeKeys(SearchSet& set, Keys& keys);
+    // The keys of all rows behind those that have some.
+    Status makeKeys(SearchSet& set, UnionKeys& keys);
+    bool usable(const UnionKeys& keys) const;
 
     const ccl::UnionCommand& command_;
     SearchContext& context_;
     Search& search_;
     CommandError& error_;
+    uint64_t known_ = 0;  // rows of the first side whose keys are there
 };
 
 }  // namespace wdb

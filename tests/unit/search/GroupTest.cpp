@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <random>
+
 #include "tests/unit/search/SearchFixture.h"
 
 namespace wdb {
@@ -190,6 +193,68 @@ TEST_F(GroupTest, Unions) {
     EXPECT_EQ(select("SEL FRL(U) FIELD(U.R) WHERE(U.NAME=" + std::to_string(search.liveSets() + 1) + ".S)"),
               "1 2")
         << "as values";
+}
+
+// Unions of unions in any order, against lists of texts: chains have their members and keys in common,
+// whichever link is gone on from, and failing links leave nothing behind.
+TEST_F(GroupTest, UnionsOfUnions) {
+    using Texts = std::vector<std::string>;
+    const Texts texts{"b", "A", "c", "a", "B", "d", "D", "e", "C", "a"};
+    create("W", {{"S", FieldType::Phrase}});
+    for (const std::string& text : texts) put("W", {{{"S", {text}}}});
+    std::mt19937 random(7);
+    std::vector<std::pair<int32_t, Texts>> sets;
+    for (const int to : {2, 4, 7, 11}) {
+        const std::string where = to == 11 ? "" : " WHERE(W.R<" + std::to_string(to) + ")";
+        ASSERT_EQ(search.execute("SEL FRL(W) FIELD(W.S)" + where), WDB_OK);
+        sets.emplace_back(search.save().counter, Texts(texts.begin(), texts.begin() + to - 1));
+    }
+    const auto less = [](const std::string& a, const std::string& b) { return (a[0] | 32) < (b[0] | 32); };
+    int made = 0;
+    for (int step = 0; step < 400; ++step) {
+        // Mostly the newest goes on.
+        const size_t left = random() % 3 != 0 ? sets.size() - 1 : random() % sets.size();
+        const size_t right = random() % 2 != 0 ? random() % 4 : random() % sets.size();
+        Texts expected = sets[left].second;
+        expected.insert(expected.end(), sets[right].second.begin(), sets[right].second.end());
+        const bool all = random() % 3 == 0;
+        const char* const sorts[] = {"", "", "", " SORT(1)", " SORT(1 DESC)", " SORT(2)"};
+        const std::string sort = sorts[random() % 6];
+        const std::string command = std::string(all ? "SEL ALL" : "SEL DISTINCT") + " UNION(" +
+                                    std::to_string(sets[left].first) + "," +
+                                    std::to_string(sets[right].first) + ")" + sort;
+        if (sort == " SORT(2)") {
+            ASSERT_EQ(search.execute(command), WDB_E_CCL_FIELD);
+            continue;
+        }
+        if (expected.size() > 300) continue;
+        if (!all) {
+            Texts first;
+            for (const std::string& text : expected) {
+                const bool known = std::any_of(first.begin(), first.end(), [&](const std::string& one) {
+                    return !less(one, text) && !less(text, one);
+                });
+                if (!known) first.push_back(text);
+            }
+            expected = first;
+        }
+        if (!all || !sort.empty()) {
+            std::stable_sort(expected.begin(), expected.end(), [&](const auto& a, const auto& b) {
+                return sort.ends_with("DESC)") ? less(b, a) : less(a, b);
+            });
+        }
+        std::string shown;
+        for (const std::string& text : expected) shown += (shown.empty() ? "" : " ") + text;
+        ASSERT_EQ(select(command), shown) << command << " in step " << step;
+        sets.emplace_back(search.save().counter, expected);
+        ++made;
+    }
+    EXPECT_GT(made, 200);
+    for (const auto& [number, expected] : sets) {
+        std::string shown;
+        for (const std::string& text : expected) shown += (shown.empty() ? "" : " ") + text;
+        EXPECT_EQ(rows(number), shown) << "set " << number << " as it was";
+    }
 }
 
 TEST_F(GroupTest, Arithmetic) {
