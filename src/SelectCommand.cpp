@@ -100,14 +100,18 @@ void appendEntry(CStringBuffer& out, const WSQLScalar& item) {
     } else if (const auto* query = dynamic_cast<const WSQLLiteralSelect*>(&item)) {
         appendSubselect(out, *query);
     } else if (const auto* operation = dynamic_cast<const WSQLOperation*>(&item)) {
-        if (isAlwaysNull(*operation)) {
-            out.append("NULL");
-            return;
-        }
         appendOperand(out, *operation->left());
         out.append(operation->op());
         appendOperand(out, *operation->right());
     }
+}
+
+/// An item that is NULL in every row is written so; what is within one that is not is not NULL either.
+void appendItem(CStringBuffer& out, const WSQLScalar& item) {
+    if (dynamic_cast<const WSQLOperation*>(&item) != nullptr && !item.isConstant() && isAlwaysNull(item))
+        out.append("NULL");
+    else
+        appendEntry(out, item);
 }
 
 void appendTables(CStringBuffer& out, const WSQLStmtSelect& select) {
@@ -192,7 +196,7 @@ bool appendSelectCommand(CStringBuffer& out, const WSQLStmtSelect& select, const
     out.append(") FIELD(");
     for (std::int32_t i = 0; i < select.itemCount(); ++i) {
         if (i > 0) out.append(',');
-        appendEntry(out, elementAt(select.items(), i));
+        appendItem(out, elementAt(select.items(), i));
     }
     out.append(") ");
     for (std::int32_t i = 0; i < select.joins->Count() && select.tables->Count() > 1; ++i) {
