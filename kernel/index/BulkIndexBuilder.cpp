@@ -76,6 +76,8 @@ private:
 
 // One kind of keys that a worker collects: in memory, and in the runs that did not fit.
 struct Collected {
+    explicit Collected(Postings kind) : table(kind) {}
+
     PostingTable table;
     std::vector<std::unique_ptr<PostingRun>> spilled;
 
@@ -121,9 +123,9 @@ public:
     void value(FieldNumber, Slice key, bool) { values.table.add(key, record_); }
     void column(FieldNumber field, int64_t number) { columns[field].emplace_back(record_, number); }
 
-    Collected words;
-    Collected values;
-    Collected sets;
+    Collected words{Postings::Positions};
+    Collected values{Postings::Records};
+    Collected sets{Postings::Records};
     std::map<FieldNumber, ColumnRun> columns;
 
 private:
@@ -197,7 +199,7 @@ struct BulkIndexBuilder::Impl {
     RunMerger merged(Collected Worker::*kind) {
         std::vector<std::unique_ptr<PostingRun>> runs;
         for (auto& worker : workers) ((*worker).*kind).handOver(runs);
-        return RunMerger(std::move(runs));
+        return RunMerger(std::move(runs), ((*workers.front()).*kind).table.kind());
     }
     std::vector<FieldColumn> mergedColumns();
 

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "kernel/common/ByteOrder.h"
@@ -17,7 +18,13 @@ class MemoryRun final : public PostingRun {
 public:
     MemoryRun(const PostingTable& table, std::vector<uint32_t> order)
         : table_(table), order_(std::move(order)) {}
-    bool next() override { return at_++ < order_.size(); }
+    // Neighbours by key are no neighbours in memory: those to come are sent for.
+    bool next() override {
+        constexpr size_t kAhead = 4;
+        if (at_ + 2 * kAhead < order_.size()) table_.fetchKey(order_[at_ + 2 * kAhead]);
+        if (at_ + kAhead < order_.size()) table_.fetchStream(order_[at_ + kAhead]);
+        return at_++ < order_.size();
+    }
     Slice key() const override { return table_.key(order_[at_ - 1]); }
     Slice stream() const override { return table_.stream(order_[at_ - 1]); }
 
@@ -112,40 +119,42 @@ Result<std::unique_ptr<PostingRun>> spillRun(const PostingTable& table, const st
     return std::unique_ptr<PostingRun>(std::make_unique<FileRun>(static_cast<char*>(map), size));
 }
 
-RunMerger::RunMerger(std::vector<std::unique_ptr<PostingRun>> runs) {
+RunMerger::RunMerger(std::vector<std::unique_ptr<PostingRun>> runs, Postings kind) : kind_(kind) {
     for (auto& run : runs) {
-        const bool alive = run->next();
-        sources_.push_back({std::move(run), alive});
+        if (!run->next()) continue;
+        const Slice key = run->key();
+        sources_.push_back({std::move(run), key});
     }
 }
 
 bool RunMerger::nextKey() {
-    const Source* least = nullptr;
-    for (const Source& source : sources_) {
-        if (source.alive && (least == nullptr || source.run->key() < least->run->key())) least = &source;
-    }
-    if (least == nullptr) return false;
-    key_.assign(least->run->key());
+    if (sources_.empty()) return false;
+    const auto least = std::ranges::min_element(sources_, {}, &Source::key);
+    key_.assign(least->key);
     streams_.clear();
-    open_.clear();
-    current_ = kNone;
-    for (Source& source : sources_) {
-        if (!source.alive || source.run->key() != key_) continue;
-        streams_.emplace_back(source.run->stream());
-        open_.push_back(streams_.back().next());
-        source.alive = source.run->next();
+    current_ = nullptr;
+    for (size_t i = sources_.size(); i-- > 0;) {
+        Source& source = sources_[i];
+        if (source.key != key_) continue;
+        streams_.emplace_back(source.run->stream(), kind_);
+        if (!streams_.back().next()) streams_.pop_back();
+        if (source.run->next())
+            source.key = source.run->key();
+        else
+            sources_.erase(sources_.begin() + static_cast<ptrdiff_t>(i));
     }
+    open_ = streams_.size();
     return true;
 }
 
 bool RunMerger::nextPosting() {
-    if (current_ != kNone) open_[current_] = streams_[current_].next();
-    current_ = kNone;
-    for (size_t place = 0; place < streams_.size(); ++place) {
-        if (open_[place] && (current_ == kNone || streams_[place].record() < streams_[current_].record()))
-            current_ = place;
+    if (current_ != nullptr && !current_->next()) std::swap(*current_, streams_[--open_]);
+    if (open_ == 0) return false;
+    current_ = streams_.data();
+    for (size_t i = 1; i < open_; ++i) {
+        if (streams_[i].record() < current_->record()) current_ = &streams_[i];
     }
-    return current_ != kNone;
+    return true;
 }
 
 }  // namespace wdb

@@ -19,27 +19,27 @@ Result<std::unique_ptr<PostingRun>> spillRun(const PostingTable& table, const st
 // Several runs as one: keys ascending, the streams of a key in all runs merged by record.
 class RunMerger {
 public:
-    explicit RunMerger(std::vector<std::unique_ptr<PostingRun>> runs);
+    RunMerger(std::vector<std::unique_ptr<PostingRun>> runs, Postings kind);
 
     // To the next key: false at the end.
     bool nextKey();
     Slice key() const { return key_; }
     // To the next posting of the key, by ascending record: false at the end of the key.
     bool nextPosting();
-    RecordNumber record() const { return streams_[current_].record(); }
-    Slice positions() const { return streams_[current_].positions(); }
+    RecordNumber record() const { return current_->record(); }
+    Slice positions() const { return current_->positions(); }
 
 private:
     struct Source {
         std::unique_ptr<PostingRun> run;
-        bool alive = false;
+        Slice key;
     };
-    static constexpr size_t kNone = static_cast<size_t>(-1);
 
-    std::vector<Source> sources_;
+    const Postings kind_;
+    std::vector<Source> sources_;         // that are not at their end
     std::vector<PostingStream> streams_;  // of the key, one for each source that has it
-    std::vector<bool> open_;
-    size_t current_ = kNone;
+    size_t open_ = 0;                     // streams that stand on a posting; they come first
+    PostingStream* current_ = nullptr;    // its posting was handed out
     std::string key_;
 };
 
