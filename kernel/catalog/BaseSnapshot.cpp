@@ -32,7 +32,7 @@ IndexView BaseSnapshot::index() const {
 }
 
 BaseReader BaseSnapshot::reader() const {
-    return unit_ != nullptr ? BaseReader(unit_->writer->txn()) : BaseReader(records_);
+    return unit_ != nullptr ? BaseReader(*unit_->writer) : BaseReader(records_);
 }
 
 Result<RecordView> BaseSnapshot::record(RecordNumber number) const {

@@ -49,19 +49,19 @@ uint32_t dictionaryOf(Slice packed) {
     return loadLittle<uint32_t>(packed.data() + packed.size() - kTrailerSize);
 }
 
-std::optional<std::string> packImage(Slice image, const TailDictionary& dictionary) {
-    if (image.size() < kHeaderSize + kLeastTail) return std::nullopt;
+bool packImage(Slice image, const TailDictionary& dictionary, std::string& packed) {
+    if (image.size() < kHeaderSize + kLeastTail) return false;
     const size_t begin = tailBegin(image);
     const size_t size = image.size() - begin;
-    if (size < kLeastTail || size > kMostTail || begin > kMostFront) return std::nullopt;
-    std::string packed(image.substr(0, begin));
-    if (!dictionary.pack(image.substr(begin), packed)) return std::nullopt;
+    if (size < kLeastTail || size > kMostTail || begin > kMostFront) return false;
+    packed.assign(image.substr(0, begin));
+    if (!dictionary.pack(image.substr(begin), packed)) return false;
     appendLittle(packed, dictionary.id());
     appendLittle(packed, static_cast<uint16_t>(begin));
-    if (packed.size() + kLeastSpared > image.size()) return std::nullopt;
+    if (packed.size() + kLeastSpared > image.size()) return false;
     packed[kVersionAt] = static_cast<char>(kPackedVersion);
     sealImage(packed);
-    return packed;
+    return true;
 }
 
 Status unpackImage(Slice packed, const TailDictionary& dictionary, std::string& image) {

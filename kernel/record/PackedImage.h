@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "kernel/common/Ids.h"
@@ -16,8 +15,9 @@ size_t tailBegin(Slice image);
 bool isPacked(Slice image);
 // Id of the dictionary that a packed image was packed against; 0 when it is too short to be one.
 uint32_t dictionaryOf(Slice packed);
-// The same record packed, or nothing when that would spare too little. The image is a valid unpacked one.
-std::optional<std::string> packImage(Slice image, const TailDictionary& dictionary);
+// Puts the same record packed into `packed`; false when that would spare too little. The image is a valid
+// unpacked one.
+bool packImage(Slice image, const TailDictionary& dictionary, std::string& packed);
 // The image that was packed, checksum and all; its own checksum is not looked at. WDB_E_CORRUPT when it is no
 // packed image of this dictionary, or what it holds is no image.
 Status unpackImage(Slice packed, const TailDictionary& dictionary, std::string& image);

@@ -12,6 +12,7 @@
 #include "kernel/record/DictionarySample.h"
 #include "kernel/record/RecordImage.h"
 #include "kernel/storage/Environment.h"
+#include "kernel/storage/PackingThread.h"
 
 namespace wdb {
 
@@ -69,6 +70,15 @@ struct QueueEntry {
     Slice previous;         // image before the change, empty for a new record
 };
 
+// Records that a writer has been told to store and has not yet.
+class RecordBacklog {
+public:
+    virtual Status storeAll() = 0;
+
+protected:
+    ~RecordBacklog() = default;
+};
+
 // Reads one state of a base file through a transaction that outlives it.
 class BaseReader {
 public:
@@ -104,12 +114,16 @@ public:
     const Txn& txn() const { return *txn_; }
 
 protected:
+    // The reader of a writer, and copies of it that do not outlive the writer.
+    BaseReader(const Txn& txn, RecordBacklog& backlog) : txn_(&txn), backlog_(&backlog) {}
     Result<const TailDictionary*> dictionary(uint32_t id) const;
 
 private:
     Slice unpacked(Slice stored, std::string& buffer) const;
+    Status settle() const { return backlog_ == nullptr ? WDB_OK : backlog_->storeAll(); }
 
     const Txn* txn_;
+    RecordBacklog* backlog_ = nullptr;  // is stored before records are read
 };
 
 // Takes the value under a key of a table, or nothing for a key that was removed.
@@ -117,7 +131,7 @@ using WriteVisitor = std::function<Status(Table table, Slice key, std::optional<
 
 // Changes a base file within one write transaction. Keys and records are written as they are told: rules and
 // the record images are the business of kernel/rules. Reads see what was written.
-class BaseWriter : public BaseReader {
+class BaseWriter final : public BaseReader, private RecordBacklog {
 public:
     BaseWriter(WriteTxn txn, const BaseMeta& meta);
     BaseWriter(const BaseWriter&) = delete;
@@ -140,7 +154,9 @@ public:
     // Leaves a tombstone. WDB_FAIL, WDB_E_DELETED as image().
     Result<Position> remove(RecordNumber number);
     // Stores a new record of a load. They share one queue entry, whose position is taken by the first one; it
-    // is written by commit(), or when a wide gap in the numbers, which ascend, begins another one.
+    // is written by commit(), or when a wide gap in the numbers, which ascend, begins another one. The images
+    // wait until there are enough of them, or one is read: what stops them from being stored is answered
+    // then, or by prepare() and commit().
     Status putInRange(RecordNumber number, Slice image);
 
     // Keys: setKey answers WDB_E_DUPLICATE when another record has it.
@@ -173,6 +189,10 @@ private:
     Status enqueue(const QueueEntry& entry, size_t bytes);
     Status writeRange();
     Status store(RecordNumber number, Slice image, PutMode mode);
+    Result<const TailDictionary*> packer();
+    Status storeAll() override;
+    Status storePacked(const ImageBatch& packed);
+    Status packOn();
     Status makeDictionary(const DictionarySample& sample);
     Status takeSample(RecordNumber number, Slice image);
     Status packLoaded();
@@ -200,7 +220,11 @@ private:
     RecordNumber loadedFirst_ = 0;            // of the load; 0 when there is none
     std::optional<DictionarySample> sample_;  // of the load, until a dictionary was tried
     const TailDictionary* packer_ = nullptr;  // once it was needed
-    std::string madeDictionary_;              // by this transaction, for forEachWrite()
+    ImageBatch waiting_;                      // images of a load that are not stored yet,
+    std::unique_ptr<PackingThread> packing_;  // behind those that are being packed
+    ImageBatch packed_;
+    Status lost_ = WDB_OK;        // why images of the load are missing: nothing may be committed any more
+    std::string madeDictionary_;  // by this transaction, for forEachWrite()
 };
 
 // An open base file, shared by all sessions of the process.

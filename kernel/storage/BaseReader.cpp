@@ -20,6 +20,7 @@ Result<BaseMeta> BaseReader::meta() const {
 
 Result<Slice> BaseReader::image(RecordNumber number) const {
     Slice image;
+    WDB_TRY(settle());
     WDB_TRY(txn_->get(kRecords, number, image));
     if (isTombstone(image)) return Status{WDB_E_DELETED};
     return image;
@@ -78,6 +79,7 @@ Result<Slice> BaseReader::objectChunk(uint64_t object, uint32_t chunk) const {
 Status BaseReader::forEachRecord(RecordNumber from,
                                  const std::function<Status(RecordNumber, Slice)>& visit) const {
     std::string buffer;
+    WDB_TRY(settle());
     Cursor cursor = txn_->cursor(kRecords);
     Status status = cursor.seek(from);
     for (; ok(status); status = cursor.next()) {

@@ -17,12 +17,16 @@ namespace {
 
 constexpr uint64_t kSampleEvery = 1024;         // records of a base without a dictionary, between two tries
 constexpr RecordNumber kSampleRecords = 16384;  // at most, the latest
+// Bytes of a load's images that are packed and stored together: packing goes through half a megabyte of
+// tables, which the rest of the work for a record drives out of the cache.
+constexpr size_t kWaitingBytes = size_t{256} << 10;
+constexpr size_t kMostWaiting = size_t{1} << 20;   // until there is a dictionary
 constexpr size_t kMostRepacked = size_t{8} << 20;  // bytes of a load's first images
 
 }  // namespace
 
 BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta)
-    : BaseReader(txn_), txn_(std::move(txn)), meta_(meta), before_(meta) {}
+    : BaseReader(txn_, *this), txn_(std::move(txn)), meta_(meta), before_(meta) {}
 
 Result<RecordNumber> BaseWriter::newRecord(RecordNumber wanted) {
     constexpr RecordNumber kHighest = std::numeric_limits<int32_t>::max();  // callers get them as int32_t
@@ -58,6 +62,7 @@ Status BaseWriter::enqueue(const QueueEntry& entry, size_t bytes) {
 
 Result<Position> BaseWriter::put(RecordNumber number, Slice image) {
     Slice stored;
+    WDB_TRY(storeAll());
     const Status found = txn_.get(kRecords, number, stored);
     if (!ok(found) && found != WDB_FAIL) return found;
     // The stored bytes are gone with the next write, so the queue entry, which quotes them, takes a copy.
@@ -84,25 +89,65 @@ Result<Position> BaseWriter::remove(RecordNumber number) {
 
 Status BaseWriter::putInRange(RecordNumber number, Slice image) {
     if (range_.position != 0 && number <= range_.last) return WDB_E_ARGUMENT;
-    WDB_TRY(store(number, image, PutMode::Append));
+    waiting_.add(number, image);
     change();
     ++meta_.liveCount;
     if (range_.position != 0 && number - range_.last > kRangeGap) WDB_TRY(writeRange());
     if (range_.position == 0) range_ = {meta_.nextSequence++, ChangeKind::Range, number, number, 0, {}};
     range_.last = number;
     rangeBytes_ += image.size();
-    return takeSample(number, image);
+    WDB_TRY(takeSample(number, image));
+    return waiting_.bytes() < (sample_ ? kMostWaiting : kWaitingBytes) ? WDB_OK : packOn();
 }
 
-Status BaseWriter::store(RecordNumber number, Slice image, PutMode mode) {
-    if (meta_.dictionary == 0) return txn_.put(kRecords, number, image, mode);
+// Stores what has been packed and hands on what waits.
+Status BaseWriter::packOn() {
+    if (meta_.dictionary == 0 || !ok(lost_)) return storeAll();
+    if (packing_ == nullptr) {
+        const auto found = packer();
+        if (!found) return found.status();
+        packing_ = std::make_unique<PackingThread>(**found);
+    }
+    if (packing_->busy()) {
+        lost_ = packing_->take(packed_);
+        if (ok(lost_)) lost_ = storePacked(packed_);
+    }
+    if (ok(lost_)) packing_->give(waiting_);
+    return lost_;
+}
+
+Status BaseWriter::storeAll() {
+    if (ok(lost_) && packing_ != nullptr && packing_->busy()) {
+        lost_ = packing_->take(packed_);
+        if (ok(lost_)) lost_ = storePacked(packed_);
+    }
+    for (size_t place = 0; ok(lost_) && place < waiting_.count(); ++place)
+        lost_ = store(waiting_.number(place), waiting_.image(place), PutMode::Append);
+    waiting_.clear();
+    return lost_;
+}
+
+Status BaseWriter::storePacked(const ImageBatch& packed) {
+    for (size_t place = 0; place < packed.count(); ++place)
+        WDB_TRY(txn_.put(kRecords, packed.number(place), packed.image(place), PutMode::Append));
+    return WDB_OK;
+}
+
+Result<const TailDictionary*> BaseWriter::packer() {
     if (packer_ == nullptr) {
         const auto found = dictionary(meta_.dictionary);
         if (!found) return found.status();
         packer_ = *found;
     }
-    const std::optional<std::string> packed = packImage(image, *packer_);
-    return txn_.put(kRecords, number, packed ? Slice(*packed) : image, mode);
+    return packer_;
+}
+
+Status BaseWriter::store(RecordNumber number, Slice image, PutMode mode) {
+    if (meta_.dictionary == 0) return txn_.put(kRecords, number, image, mode);
+    const auto dictionary = packer();
+    if (!dictionary) return dictionary.status();
+    std::string packed;
+    return txn_.put(kRecords, number, packImage(image, **dictionary, packed) ? Slice(packed) : image, mode);
 }
 
 // Leaves everything as it is when the sample is too small or makes none.
@@ -147,7 +192,9 @@ Status BaseWriter::takeSample(RecordNumber number, Slice image) {
 Status BaseWriter::packLoaded() {
     const DictionarySample sample = *std::exchange(sample_, std::nullopt);
     if (meta_.dictionary == 0) WDB_TRY(makeDictionary(sample));
-    if (packer_ == nullptr) return WDB_OK;
+    // What waits is packed anyway.
+    if (packer_ == nullptr || (!waiting_.empty() && waiting_.number(0) == loadedFirst_)) return WDB_OK;
+    WDB_TRY(storeAll());
     std::vector<std::pair<RecordNumber, std::string>> images;
     size_t bytes = 0;
     {
@@ -245,6 +292,7 @@ Status BaseWriter::trimQueue(Position upTo, int64_t merged) {
 Status BaseWriter::prepare(int64_t now) {
     if (prepared_ || (!changed_ && !metaChanged_)) return WDB_OK;
     if (sample_) WDB_TRY(packLoaded());
+    WDB_TRY(storeAll());
     WDB_TRY(writeRange());
     if (changed_) meta_.modified = std::max(now, meta_.modified + 1);
     WDB_TRY(txn_.put(kMeta, base_layout::kMetaKey, base_layout::encodeMeta(meta_)));
