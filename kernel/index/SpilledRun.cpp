@@ -119,11 +119,10 @@ Result<std::unique_ptr<PostingRun>> spillRun(const PostingTable& table, const st
     return std::unique_ptr<PostingRun>(std::make_unique<FileRun>(static_cast<char*>(map), size));
 }
 
-RunMerger::RunMerger(std::vector<std::unique_ptr<PostingRun>> runs, Postings kind) : kind_(kind) {
-    for (auto& run : runs) {
-        if (!run->next()) continue;
-        const Slice key = run->key();
-        sources_.push_back({std::move(run), key});
+RunMerger::RunMerger(std::vector<std::unique_ptr<PostingRun>> runs, Postings kind)
+    : kind_(kind), runs_(std::move(runs)) {
+    for (const auto& run : runs_) {
+        if (run->next()) sources_.push_back({run.get(), run->key()});
     }
 }
 

@@ -31,15 +31,16 @@ public:
 
 private:
     struct Source {
-        std::unique_ptr<PostingRun> run;
+        PostingRun* run;
         Slice key;
     };
 
     const Postings kind_;
-    std::vector<Source> sources_;         // that are not at their end
-    std::vector<PostingStream> streams_;  // of the key, one for each source that has it
-    size_t open_ = 0;                     // streams that stand on a posting; they come first
-    PostingStream* current_ = nullptr;    // its posting was handed out
+    std::vector<std::unique_ptr<PostingRun>> runs_;  // the streams of a key point into them
+    std::vector<Source> sources_;                    // that are not at their end
+    std::vector<PostingStream> streams_;             // of the key, one for each source that has it
+    size_t open_ = 0;                                // streams that stand on a posting; they come first
+    PostingStream* current_ = nullptr;               // its posting was handed out
     std::string key_;
 };
 
