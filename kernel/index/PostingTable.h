@@ -23,6 +23,8 @@ enum class Postings : uint8_t { Records, Positions };
 class PostingTable {
 public:
     explicit PostingTable(Postings kind) : kind_(kind) {}
+    PostingTable(const PostingTable&) = delete;
+    PostingTable& operator=(const PostingTable&) = delete;
 
     // Records of a key must not descend, its positions within a record must ascend. The first is for record
     // numbers alone, once per record (repeats are ignored), the second for positions.

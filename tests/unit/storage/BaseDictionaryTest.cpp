@@ -107,6 +107,40 @@ TEST_F(BaseDictionaryTest, ALoadPacksItsFirstRecordsToo) {
     EXPECT_EQ(metaOf(BaseReader(*file_->read())).dictionary, dictionary) << "one for all loads";
 }
 
+// What a load was told waits and is packed by another thread: its own reader must not see that.
+TEST_F(BaseDictionaryTest, ALoadsRecordsAreThereAtOnce) {
+    for (const unsigned count : {10u, kSome, kMany}) {
+        const auto writer = write();
+        load(*writer, count);
+        for (const unsigned number : {count, 1u}) {
+            const auto record = writer->record(number);
+            ASSERT_TRUE(record) << number << " of " << count;
+            EXPECT_EQ(record->image(), imageOf(number));
+        }
+        load(*writer, 3);
+        ASSERT_TRUE(writer->put(count + 2, imageOf(1))) << "one that waits";
+        ASSERT_TRUE(writer->remove(count + 3));
+        load(*writer, 1);
+        EXPECT_EQ(writer->image(count + 3).status(), WDB_E_DELETED);
+        EXPECT_EQ(writer->record(count + 2)->image(), imageOf(1));
+        EXPECT_EQ(writer->record(count + 4)->image(), imageOf(count + 4)) << "behind a changed one";
+        EXPECT_EQ(writer->image(count + 5).status(), WDB_FAIL);
+        EXPECT_EQ(writer->meta().liveCount, count + 3);
+        writer->writeTxn().abort();
+    }
+}
+
+// An image that cannot be stored is no image that was.
+TEST_F(BaseDictionaryTest, WhatCannotBeStoredLaterFailsTheLoad) {
+    const auto writer = write();
+    ASSERT_EQ(writer->writeTxn().put(base_table::kRecords, RecordNumber{5}, imageOf(5)), WDB_OK);
+    load(*writer, 4);
+    ASSERT_EQ(writer->putInRange(*writer->newRecord(), imageOf(5)), WDB_OK) << "it waits";
+    EXPECT_FALSE(ok(writer->image(1).status()));
+    EXPECT_FALSE(ok(writer->commit(2000)));
+    EXPECT_EQ(metaOf(BaseReader(*file_->read())).liveCount, 0u);
+}
+
 TEST_F(BaseDictionaryTest, LittleTextMakesNone) {
     loaded(50);
     EXPECT_EQ(packedOf(50), 0u);
