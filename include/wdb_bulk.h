@@ -26,6 +26,28 @@ WDB_API int32_t WdbBaseFields(const char* baseName, WdbFieldEntry* fields, int32
  * dates of WdbBaseStatus tell. Errors: those of WdbBaseStatus. */
 WDB_API int32_t WdbIndexBehind(const char* baseName, int32_t* behind);
 
+/* Which text of the session a WdbSessionText asks for. */
+enum {
+    WDB_ST_VERSION = 0, /* as WdbVersion gives it */
+    WDB_ST_SETTING = 1, /* as QueryRCS gives it, from all levels */
+    WDB_ST_SYMBOL = 2   /* as WdbShellSymbol gives it, without blanks behind it */
+};
+#define WDB_ST_MOST 8 /* texts of one call */
+
+typedef struct WdbSessionText {
+    const char* name; /* of the setting or the symbol; not looked at for the version */
+    char* text;       /* room for the text */
+    int32_t length;   /* bytes of the room on entry, the text's length without the NUL on return */
+    int32_t kind;     /* WDB_ST_... */
+    int32_t status; /* on return: WDB_OK, WDB_FAIL when there is no such setting or symbol; WDB_E_BUFFER with
+                     * the room that is needed in length, WDB_E_ARGUMENT for a text or kind that cannot be */
+} WdbSessionText;
+
+/* Several texts of the session at once, 1 to WDB_ST_MOST. Each has a status of its own; text and length are
+ * as they were unless that is WDB_OK or WDB_E_BUFFER. The call's own: WDB_E_ARGUMENT, nothing was asked then.
+ */
+WDB_API int32_t WdbSessionTexts(WdbSessionText* texts, int32_t count);
+
 /* What the command DEF FIN MIN=0 does. */
 WDB_API int32_t WdbAllowNoHits(void);
 
@@ -45,6 +67,7 @@ WDB_API int32_t WdbGetRowBlock(int32_t setNumber, int32_t rowIndex, int32_t* row
 #ifdef __cplusplus
 }
 static_assert(sizeof(WdbFieldEntry) == 80, "field entry");
+static_assert(sizeof(WdbSessionText) == 32, "session text");
 #endif
 
 #endif /* WDB_BULK_H */

@@ -58,8 +58,7 @@ std::unique_ptr<WELKFieldInfoList> dictionaryFields(DictionaryKind kind) {
     std::uint32_t number = 0;
     for (const DictionaryColumn& column : kColumns) {
         if (column.kind != kind) continue;
-        fields->Add(std::make_unique<WELKFieldInfo>(kKindNames[static_cast<std::int32_t>(kind)], column.name,
-                                                    ++number, 0, column.type));
+        fields->Add(kKindNames[static_cast<std::int32_t>(kind)], column.name, ++number, 0, column.type);
     }
     return fields;
 }

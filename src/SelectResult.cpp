@@ -23,7 +23,9 @@ std::int32_t clamped(std::int64_t number) {
 }
 
 /// The number that a setting begins with; the default when it is missing or empty.
-std::int32_t numberSetting(const char* name, std::int32_t otherwise) {
+std::int32_t numberSetting(const SessionFacts& facts, SessionFacts::Fact fact, const char* name,
+                           std::int32_t otherwise) {
+    if (const auto known = facts.text(fact)) return known->empty() ? otherwise : decimalPrefix(*known);
     constexpr std::int32_t kAllLevels = 7;
     char text[256];
     std::int32_t length = sizeof text;
@@ -38,10 +40,11 @@ struct Block {
     std::int64_t size = kDefaultBlock;  ///< rows
     std::int64_t number = 1;            ///< 1-based
 
-    static Block ofSettings() {
+    static Block ofSettings(const SessionFacts& facts) {
         Block block;
-        block.number = std::max(numberSetting("SQL_BLOCKNUMBER", 1), 1);
-        const std::int32_t size = numberSetting("SQL_BLOCKSIZE", kDefaultBlock);
+        block.number = std::max(numberSetting(facts, SessionFacts::kBlockNumber, "SQL_BLOCKNUMBER", 1), 1);
+        const std::int32_t size =
+            numberSetting(facts, SessionFacts::kBlockSize, "SQL_BLOCKSIZE", kDefaultBlock);
         if (size >= 1) block.size = size;
         if (size == -1 && block.number == 1) block.size = kWholeResult;
         return block;
@@ -85,7 +88,7 @@ bool SelectResult::write(CStringBuffer& document) {
     WSQLResultSetMetaData* described = describe();
     if (described == nullptr) return false;
     WSQLResultSetMetaData& metaData = *described;
-    const Block block = Block::ofSettings();
+    const Block block = Block::ofSettings(filter_.facts());
     auto row = std::make_unique<WSQLRowData>(set_.number, set_.hits, select_.tables->Count());
     row->firstRow = row->index = block.firstRow();
     row->lastRow = block.lastRow();

@@ -117,16 +117,15 @@ bool bindInTables(WSQLFilter& filter, WSQLColumnRef& column, const WSQLList<WSQL
 }
 
 void addField(WSQLTableRef& table, WELKFieldInfoList& fields, const WdbFieldEntry& entry) {
-    auto info = std::make_unique<WELKFieldInfo>(
-        table.table, entry.name, static_cast<std::uint32_t>(entry.number), entry.flags, entry.type);
-    info->primaryKey = entry.key != 0;
-    table.hasPartRecords = table.hasPartRecords || info->partField;
-    fields.Add(std::move(info));
+    WELKFieldInfo& info = fields.Add(table.table, entry.name, static_cast<std::uint32_t>(entry.number),
+                                     entry.flags, entry.type);
+    info.primaryKey = entry.key != 0;
+    table.hasPartRecords = table.hasPartRecords || info.partField;
 }
 
-/// Asks for all fields at once; false when the kernel cannot tell them so.
-bool loadAtOnce(WSQLTableRef& table, WELKFieldInfoList& fields) {
-    if (WdbBaseFields == nullptr) return false;
+/// Asks for all fields at once; null when the kernel cannot tell them so.
+std::unique_ptr<WELKFieldInfoList> loadAtOnce(WSQLTableRef& table) {
+    if (WdbBaseFields == nullptr) return nullptr;
     std::array<WdbFieldEntry, 32> few;
     std::vector<WdbFieldEntry> many;
     WdbFieldEntry* entries = few.data();
@@ -137,13 +136,15 @@ bool loadAtOnce(WSQLTableRef& table, WELKFieldInfoList& fields) {
         entries = many.data();
         status = WdbBaseFields(table.table.c_str(), entries, &count);
     }
-    if (!WDB_SUCCESS(status)) return false;
-    for (std::int32_t i = 0; i < count; ++i) addField(table, fields, entries[i]);
-    return true;
+    if (!WDB_SUCCESS(status)) return nullptr;
+    auto fields = std::make_unique<WELKFieldInfoList>(count);
+    for (std::int32_t i = 0; i < count; ++i) addField(table, *fields, entries[i]);
+    return fields;
 }
 
 /// Asks for number after number.
-void loadOneByOne(WSQLTableRef& table, WELKFieldInfoList& fields) {
+std::unique_ptr<WELKFieldInfoList> loadOneByOne(WSQLTableRef& table) {
+    auto fields = std::make_unique<WELKFieldInfoList>();
     const char* name = table.table.c_str();
     std::int32_t count = 0, size = sizeof count;
     if (!WDB_SUCCESS(WdbBaseInfo(name, kBaseInfoFieldCount, &count, &size))) count = kFieldCountWhenUnknown;
@@ -158,8 +159,9 @@ void loadOneByOne(WSQLTableRef& table, WELKFieldInfoList& fields) {
             continue;
         entry.number = n;
         entry.key = !key.empty() && equalNames(key, entry.name) ? 1 : 0;
-        addField(table, fields, entry);
+        addField(table, *fields, entry);
     }
+    return fields;
 }
 
 }  // namespace
@@ -229,9 +231,8 @@ bool WSQLFilter::LoadFields(WSQLTableRef* table) {
         table->fields = dictionaryFields(dictionaryKind(table->table));
         return true;
     }
-    auto fields = std::make_unique<WELKFieldInfoList>();
-    if (!loadAtOnce(*table, *fields)) loadOneByOne(*table, *fields);
-    table->fields = std::move(fields);
+    auto fields = loadAtOnce(*table);
+    table->fields = fields != nullptr ? std::move(fields) : loadOneByOne(*table);
     return true;
 }
 

@@ -41,7 +41,8 @@ std::int32_t versionNumber(std::string_view version) {
 WSQLFilter::WSQLFilter(FilterData* data) : CFilterBase(data, false) {
     characterSet_ = selectCharacterSet();
     setLevelSettingName("WELKSQL_LOG");
-    setExplicitLevel(true);
+    const auto level = facts_.text(SessionFacts::kLogLevel);
+    level ? setExplicitLevel(*level) : setExplicitLevel(true);
     startLogging("sqlfilter", true, true, false);
     symbols_ = std::make_unique<WSQLSymbolTable>();
     readVersion();
@@ -57,6 +58,10 @@ WSQLFilter::~WSQLFilter() {
 }
 
 void WSQLFilter::readVersion() {
+    if (const auto known = facts_.text(SessionFacts::kVersion)) {
+        newCcl_ = versionNumber(*known) >= kDirectCclVersion;
+        return;
+    }
     char version[256] = "";
     std::int32_t length = sizeof version;
     newCcl_ = WDB_SUCCESS(WdbVersion(version, &length)) && versionNumber(version) >= kDirectCclVersion;

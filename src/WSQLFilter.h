@@ -12,6 +12,7 @@
 #include "src/support/CStringBuffer.h"
 #include "src/support/Encoding.h"
 #include "src/tree/WSQLList.h"
+#include "src/welkhelp/SessionFacts.h"
 
 namespace wsql {
 
@@ -96,6 +97,7 @@ public:
     // sets it to 1.
     std::int32_t lastStatus() const { return lastStatus_; }
     void setLastStatus(std::int32_t status) { lastStatus_ = status; }
+    const SessionFacts& facts() const { return facts_; }
     bool newCcl() const { return newCcl_; }
     // What the call's large objects took is given back to the system at its end, when all is committed.
     void trimAtEnd() { trimAtEnd_ = true; }
@@ -272,6 +274,7 @@ private:
     void releaseAnswer() noexcept;
     bool settingOn(const char* name) const;
 
+    const SessionFacts facts_;
     bool newCcl_ = false;
     std::unique_ptr<WSQLSymbolTable> symbols_;
     std::unique_ptr<WSQLStatement> statement_;

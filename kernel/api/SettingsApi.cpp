@@ -1,6 +1,10 @@
 // Versions, messages, session information, settings (QueryRCS, UpdateRCS, WdbSetResource).
+#include <array>
+#include <span>
 #include <string>
+#include <vector>
 
+#include "include/wdb_bulk.h"
 #include "kernel/api/ApiCall.h"
 #include "kernel/ccl/CommandWords.h"
 
@@ -8,6 +12,7 @@ namespace wdb::api {
 namespace {
 
 constexpr std::string_view kVersion = "4.0-0:embedded";
+constexpr const char* kVersionSetting = "WDB_VERSION";  // tells another
 
 std::string separators(const DateForm& form) {
     return {form.first, form.second};
@@ -114,6 +119,57 @@ Status queryRcs(Session* session, const char* name, char* value, int32_t* length
     return found ? status : WDB_FAIL;
 }
 
+// Takes the names of settings out of the texts asked for; the version is one, too, unless it is empty.
+struct SettingsAsked {
+    SettingsAsked(Session& session, std::span<const WdbSessionText> texts) {
+        size_t count = 0;
+        std::array<std::string_view, WDB_ST_MOST> names;
+        std::vector<std::string> converted;  // whose texts stay where they are
+        if (!session.charset.passes()) converted.reserve(texts.size());
+        for (const WdbSessionText& text : texts) {
+            if (text.kind == WDB_ST_SYMBOL) continue;
+            std::string_view& name = names[count++];
+            name = text.kind == WDB_ST_VERSION ? kVersionSetting : text.name == nullptr ? "" : text.name;
+            if (!session.charset.passes()) name = converted.emplace_back(session.charset.toUtf8(name));
+            name = trimName(name);
+        }
+        session.settings.findAll({names.data(), count}, {values.data(), count});
+    }
+    std::array<std::optional<std::string>, WDB_ST_MOST> values;
+};
+
+std::optional<std::string> sessionText(Session& session, const WdbSessionText& asked,
+                                       std::optional<std::string>& setting) {
+    switch (asked.kind) {
+        case WDB_ST_VERSION:
+            return setting && !setting->empty() ? std::move(setting) : std::string(kVersion);
+        case WDB_ST_SYMBOL:
+            return session.symbols.find(InText(session, asked.name));
+        default:
+            return std::move(setting);
+    }
+}
+
+Status sessionTexts(Session& session, WdbSessionText* texts, int32_t count) {
+    if (texts == nullptr || count < 1 || count > WDB_ST_MOST) return WDB_E_ARGUMENT;
+    if (session.hooks.any) return WDB_E_UNSUPPORTED;
+    const std::span<WdbSessionText> all(texts, static_cast<size_t>(count));
+    SettingsAsked settings(session, all);
+    size_t asked = 0;
+    for (WdbSessionText& text : all) {
+        const bool known = text.kind >= WDB_ST_VERSION && text.kind <= WDB_ST_SYMBOL;
+        std::optional<std::string>& setting = settings.values[asked];
+        if (text.kind != WDB_ST_SYMBOL) ++asked;
+        if (!known || !canPut(text.text, &text.length)) {
+            text.status = WDB_E_ARGUMENT;
+            continue;
+        }
+        const auto found = sessionText(session, text, setting);
+        text.status = found ? putText(&session, *found, text.text, &text.length) : WDB_FAIL;
+    }
+    return WDB_OK;
+}
+
 std::optional<std::string_view> optionalText(const char* raw, const InText& text) {
     return raw == nullptr ? std::nullopt : std::optional<std::string_view>(text.view());
 }
@@ -139,8 +195,8 @@ using namespace wdb::api;
 
 int32_t WdbVersion(char* text, int32_t* length) {
     return callWithout(__func__, [&](Session* session) {
-        const auto other = session == nullptr ? environmentSetting("WDB_VERSION")
-                                              : session->settings.find("WDB_VERSION", kAllLevels);
+        const auto other = session == nullptr ? environmentSetting(kVersionSetting)
+                                              : session->settings.find(kVersionSetting, kAllLevels);
         return putText(session, other && !other->empty() ? std::string_view(*other) : kVersion, text, length);
     });
 }
@@ -182,4 +238,8 @@ int32_t WdbSetResource(int32_t level, const char* name, const char* value) {
 int32_t WdbShellDefDateform(int32_t form, const char* text) {
     return call(__func__,
                 [&](Session& session) { return setDateForm(session, form, text == nullptr ? "" : text); });
+}
+
+int32_t WdbSessionTexts(WdbSessionText* texts, int32_t count) {
+    return call(__func__, [&](Session& session) { return sessionTexts(session, texts, count); });
 }

@@ -16,10 +16,20 @@ Status allowNoHits(Session& session) {
     return WDB_OK;
 }
 
+// A state that is taken now tells as much as another look at the file, and the search that follows uses it.
+// One that the session has kept is older.
+Result<BaseStamps> newStamps(Session& session, const std::shared_ptr<OpenBase>& base) {
+    if (session.snapshotsStay() && !session.snapshots.keeps(*base)) {
+        const auto taken = session.snapshot(base);
+        if (taken) return base->stamps((*taken)->meta());
+    }
+    return base->stamps(nullptr);
+}
+
 Result<bool> isBehind(Session& session, const std::shared_ptr<OpenBase>& base) {
     const UnitBase* own = session.writer.unitBase(*base);
     if (own == nullptr) own = session.writer.loadBase(*base);
-    const auto stamps = base->stamps(own);
+    const auto stamps = own == nullptr ? newStamps(session, base) : base->stamps(own);
     if (!stamps) return stamps.status();
     return stamps->modified > stamps->indexed;
 }

@@ -210,22 +210,21 @@ int64_t OpenBase::shown(int64_t modified) {
 }
 
 Result<BaseStamps> OpenBase::stamps(const UnitBase* unit) {
-    BaseStamps stamps;
     if (unit != nullptr) {
-        const BaseMeta& meta = unit->writer->meta();
-        stamps = {meta.modified, 0, meta.liveCount, meta.queueCount};
-    } else {
-        const auto records = file()->read();
-        if (!records) return records.status();
-        const auto meta = BaseReader(*records).meta();
-        if (!meta) return meta.status();
-        stamps = {meta->modified, 0, meta->liveCount, meta->queueCount};
+        BaseStamps stamps = this->stamps(unit->writer->meta());
+        if (unit->writer->changed()) stamps.modified = std::max(stamps.modified, stamps.indexed) + 1;
+        return stamps;
     }
+    const auto records = file()->read();
+    if (!records) return records.status();
+    const auto meta = BaseReader(*records).meta();
+    if (!meta) return meta.status();
+    return stamps(*meta);
+}
+
+BaseStamps OpenBase::stamps(const BaseMeta& meta) {
     const std::lock_guard lock(mutex_);
-    stamps.indexed = indexed_;
-    stamps.modified = shown(stamps.modified);
-    if (unit != nullptr && unit->writer->changed()) stamps.modified = std::max(stamps.modified, indexed_) + 1;
-    return stamps;
+    return {shown(meta.modified), indexed_, meta.liveCount, meta.queueCount};
 }
 
 }  // namespace wdb

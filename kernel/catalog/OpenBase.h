@@ -64,6 +64,8 @@ public:
     Status catchUp(int64_t now);
     // With a unit: as its own session sees the base.
     Result<BaseStamps> stamps(const UnitBase* unit = nullptr);
+    // The same for a committed state that was read just now.
+    BaseStamps stamps(const BaseMeta& meta);
     RankCache& ranks() { return ranks_; }
     VerifiedImages& verified() { return verified_; }
     // The base was dropped or its home directory's entry names other files.

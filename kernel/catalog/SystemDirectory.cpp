@@ -4,6 +4,7 @@
 #include "kernel/catalog/FileSystem.h"
 #include "kernel/catalog/Names.h"
 #include "kernel/catalog/Passwords.h"
+#include "kernel/common/Ascii.h"
 #include "kernel/storage/OpenFiles.h"
 
 namespace wdb {
@@ -263,9 +264,24 @@ Result<ReadTxn> SystemDirectory::readCatalog() {
 }
 
 std::optional<std::string> SystemDirectory::setting(Slice name) {
-    const std::string key = foldName(name);
+    std::optional<std::string> value;
+    settings({&name, 1}, {&value, 1});
+    return value;
+}
+
+void SystemDirectory::settings(std::span<const Slice> names, std::span<std::optional<std::string>> values) {
     static_cast<void>(ensureCurrent());  // a damaged catalogue leaves what was known
     const std::shared_lock lock(mutex_);
+    for (size_t i = 0; i < names.size(); ++i) {
+        if (!values[i]) values[i] = knownSetting(names[i]);
+    }
+}
+
+std::optional<std::string> SystemDirectory::knownSetting(Slice name) const {
+    // Most directories have none.
+    if (settings_.empty() && fileSettings_.empty() && !equalsIgnoreCase(trimName(name), kDefaultBases))
+        return std::nullopt;
+    const std::string key = foldName(name);
     if (const auto place = settings_.find(key); place != settings_.end()) return place->second;
     if (const auto place = fileSettings_.find(key); place != fileSettings_.end()) return place->second;
     if (key == kDefaultBases) return home_ + "/bases";

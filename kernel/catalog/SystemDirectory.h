@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <shared_mutex>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -125,6 +126,8 @@ public:
 
     // --- lasting settings, names without regard to case; then the lines of conf/welk.rcs ---
     std::optional<std::string> setting(Slice name);
+    // The same for several names, of which those that have a value keep it.
+    void settings(std::span<const Slice> names, std::span<std::optional<std::string>> values);
     Status storeSetting(Slice name, std::optional<Slice> value, const WriterHold& hold);
 
 private:
@@ -147,6 +150,8 @@ private:
     bool current() const;
     Status ensureCurrent();
     Status refresh();
+    // Under the mutex.
+    std::optional<std::string> knownSetting(Slice name) const;
     Status readEntries(const Txn& txn, Entries& entries) const;
     Status readSettings(const Txn& txn, Texts& settings) const;
     void replaceEntries(Entries entries);

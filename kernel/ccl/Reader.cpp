@@ -182,8 +182,8 @@ Result<Command> readCommand(std::string_view text, const CommandWords& words, si
         return Status{WDB_E_CCL_LENGTH};
     }
     ReaderState state{Scanner(text), words};
-    Command command;
-    if (CommandReader(state).read(command)) return command;
+    Result<Command> command{Command()};
+    if (CommandReader(state).read(*command)) return command;
     if (errorPosition != nullptr) *errorPosition = state.errorPosition;
     return Status{WDB_E_CCL_SYNTAX};
 }

@@ -51,17 +51,17 @@ Status FindPlan::searchParted(BaseState& state, SetBase& result) {
                         hits));
     RecordSetBuilder records;
     for (const PartRow& row : hits.rows) records.add(row.record);
-    fillBase(state, records.finish(), result);
+    fillBase(state, records.finish(), false, result);
     result.hits = std::move(hits.rows);
     result.headHits = std::move(hits.heads);
     result.headHits.own();
     return WDB_OK;
 }
 
-Result<std::unique_ptr<SearchSet>> FindPlan::makeSet() {
+Result<std::shared_ptr<SearchSet>> FindPlan::makeSet() {
     std::vector<std::shared_ptr<OpenBase>> bases;
     if (const Status status = findBases(bases); status != WDB_OK) return status;
-    auto set = std::make_unique<SearchSet>();
+    auto set = std::make_shared<SearchSet>();
     Status last = WDB_OK;
     for (const std::shared_ptr<OpenBase>& base : bases) {
         const Result<const BaseSnapshot*> snapshot = context_.snapshot(base);

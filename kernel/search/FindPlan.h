@@ -20,7 +20,7 @@ public:
         : expression_(expression), context_(context), search_(search), error_(error) {}
 
     // WDB_E_CCL_NO_BASE, WDB_E_CCL_UNSUPPORTED and what conditions give.
-    Result<std::unique_ptr<SearchSet>> makeSet();
+    Result<std::shared_ptr<SearchSet>> makeSet();
 
 private:
     Status findBases(std::vector<std::shared_ptr<OpenBase>>& bases);

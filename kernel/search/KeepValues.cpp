@@ -74,6 +74,17 @@ void keep(KeptRecords& kept, Make&& make) noexcept {
     }
 }
 
+// What a set has borrowed from snapshots that are about to go.
+void keepRecords(SearchSet& set) noexcept {
+    try {
+        for (SetBase& base : set.bases) base.records.own();
+    } catch (const std::bad_alloc&) {
+        set.lost = true;
+        for (SetBase& base : set.bases) base.records.clear();
+    }
+    set.borrows = false;
+}
+
 }  // namespace
 
 bool fixesValues(const SearchSet& set) {
@@ -91,6 +102,7 @@ void prepareValues(SearchSet& set) {
 }
 
 void keepValues(SearchSet& set, SearchContext& context) noexcept {
+    if (set.borrows) keepRecords(set);
     const bool gone = std::ranges::any_of(set.bases, [](const SetBase& base) { return base.base->gone(); });
     if (gone) return;  // such a set answers nothing any more
     if (computed(set)) keep(*set.block->kept, [&] { return keepBlock(set, context, *set.block->kept); });

@@ -10,8 +10,8 @@ namespace wdb {
 bool fixesValues(const SearchSet& set);
 // Makes room for the copies of such a set's records.
 void prepareValues(SearchSet& set);
-// Copies them, once; the context's snapshots must still be those that the set was made from. What fails is
-// what the rows answer from then on.
+// Copies them and the records that the set has borrowed, once; the context's snapshots must still be those
+// that the set was made from. What fails is what the rows answer from then on.
 void keepValues(SearchSet& set, SearchContext& context) noexcept;
 
 }  // namespace wdb

@@ -53,14 +53,15 @@ Status Search::execute(Slice command) {
     if (!read) return fail(read.status(), position);
     command_ = command;
     forgetUse();
-    const SearchState before = save();
+    const size_t setsBefore = sets_.size();
+    const CurrentResult currentBefore = current_;
     const Running running(running_);
     const Status status = std::visit([this](const auto& one) { return run(one); }, *read);
     if (status == WDB_OK) return status;
     if (error_.code != status) error_ = {status, 0, {}};
     // The set of all records may have been made on the way.
-    sets_.resize(static_cast<size_t>(before.counter));
-    current_ = before.current;
+    sets_.resize(setsBefore);
+    current_ = currentBefore;
     return status;
 }
 
@@ -91,24 +92,24 @@ Status Search::run(const ccl::DefineCommand& command) {
 
 Status Search::run(const ccl::FindCommand& command) {
     std::erase_if(bases_, [](const auto& base) { return base->gone(); });
-    Result<std::unique_ptr<SearchSet>> set = FindPlan(command.expression, context_, *this, error_).makeSet();
+    Result<std::shared_ptr<SearchSet>> set = FindPlan(command.expression, context_, *this, error_).makeSet();
     if (!set) return set.status();
     if (minimum_ > 0 && (*set)->rows() < static_cast<uint64_t>(minimum_)) return fail(WDB_E_CCL_NO_HITS, 0);
-    adopt(std::move(*set), command_);
+    adopt(std::move(*set), std::move(command_));
     return WDB_OK;
 }
 
 Status Search::run(const ccl::SelectCommand& command) {
-    Result<std::unique_ptr<SearchSet>> set = SelectPlan(command, context_, *this, error_).makeSet();
+    Result<std::shared_ptr<SearchSet>> set = SelectPlan(command, context_, *this, error_).makeSet();
     if (!set) return set.status();
-    adopt(std::move(*set), command_);
+    adopt(std::move(*set), std::move(command_));
     return WDB_OK;
 }
 
 Status Search::run(const ccl::UnionCommand& command) {
-    Result<std::unique_ptr<SearchSet>> set = UnionPlan(command, context_, *this, error_).makeSet();
+    Result<std::shared_ptr<SearchSet>> set = UnionPlan(command, context_, *this, error_).makeSet();
     if (!set) return set.status();
-    adopt(std::move(*set), command_);
+    adopt(std::move(*set), std::move(command_));
     return WDB_OK;
 }
 
@@ -136,9 +137,15 @@ void Search::adopt(std::shared_ptr<SearchSet> set, std::string command) {
     set->command = std::move(command);
     set->serial = ++made_;
     set->number = static_cast<int32_t>(sets_.size()) + 1;
-    if (fixesValues(*set)) {
-        prepareValues(*set);
-        std::erase_if(unkept_, [](const auto& one) { return one.expired(); });
+    set->borrows =
+        !std::ranges::all_of(set->bases, [](const SetBase& base) { return base.records.ownsAll(); });
+    const bool fixed = fixesValues(*set);
+    if (fixed) prepareValues(*set);
+    if (fixed || set->borrows) {
+        if (unkept_.size() == unkept_.capacity()) {
+            std::erase_if(unkept_, [](const auto& one) { return one.expired(); });
+            unkept_.reserve(2 * unkept_.size() + 1);  // so that the next look is as far away
+        }
         unkept_.push_back(set);
     }
     sets_.push_back(std::move(set));
@@ -147,7 +154,7 @@ void Search::adopt(std::shared_ptr<SearchSet> set, std::string command) {
 
 Status Search::makeWholeSet() {
     forgetUse();
-    auto set = std::make_unique<SearchSet>();
+    auto set = std::make_shared<SearchSet>();
     for (const std::shared_ptr<OpenBase>& base : bases_) {
         if (base->gone()) continue;
         const Result<const BaseSnapshot*> snapshot = context_.snapshot(base);
@@ -170,7 +177,7 @@ SearchSet* Search::find(int32_t number) {
     const int32_t wanted = number == 0 ? current_.set : number;
     if (wanted < 1 || static_cast<size_t>(wanted) > sets_.size()) return nullptr;
     SearchSet* const set = sets_[static_cast<size_t>(wanted) - 1].get();
-    if (set == nullptr) return nullptr;
+    if (set == nullptr || set->lost) return nullptr;
     for (const SetBase& base : set->bases) {
         if (base.base->gone()) return nullptr;
     }

@@ -139,7 +139,7 @@ private:
     std::vector<std::shared_ptr<OpenBase>> bases_;
     std::vector<std::shared_ptr<SearchSet>>
         sets_;  // by number - 1; null: dropped; unions share their members
-    std::vector<std::weak_ptr<SearchSet>> unkept_;  // whose values keepValues() has to copy; by age
+    std::vector<std::weak_ptr<SearchSet>> unkept_;  // of which keepValues() has to copy something; by age
     uint64_t made_ = 0;                             // sets so far
     CurrentResult current_;
     int32_t minimum_ = 1;

@@ -20,7 +20,7 @@ enum class SetKind : int32_t { Records = 0, Rows = 1, Values = 2, Union = 3 };
 struct SetBase {
     std::shared_ptr<OpenBase> base;
     std::shared_ptr<const BaseDefinition> definition;
-    RecordSet records;       // borrows nothing
+    RecordSet records;       // borrows nothing unless the set says so
     uint64_t count = 0;      // of records
     uint64_t commit = 0;     // number of the last commit that the search saw
     bool collected = false;  // of a block's rows: records and count are made
@@ -44,6 +44,10 @@ struct SearchSet {
     std::unique_ptr<UnionRows> joined;  // of a union, whose `bases` are those of its members
     std::vector<RecordNumber> window;   // records by number from the place windowStart on, for row after row
     uint64_t windowStart = 0;
+    // The records of `bases` lie in part in the map of the snapshot that was searched: keepValues() copies
+    // them before that goes. So the first rows of many hits are not paid for with a copy of all.
+    bool borrows = false;
+    bool lost = false;         // there was no memory for the copy: nobody finds the set any more
     FieldUse use;              // what was read to make the set
     uint64_t rightsState = 0;  // under which all that could be read, as far as is known
 

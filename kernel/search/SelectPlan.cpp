@@ -16,6 +16,18 @@ namespace wdb {
 
 using Kind = OutputColumn::Kind;
 
+namespace {
+
+// Whether a condition asks for an earlier set, whose records it may then borrow.
+bool asksSets(const ccl::Expression& expression) {
+    using Form = ccl::Criterion::Form;
+    return std::ranges::any_of(expression.criteria, [](const ccl::Criterion& criterion) {
+        return criterion.form == Form::InSet || criterion.form == Form::Set;
+    });
+}
+
+}  // namespace
+
 Status searchBase(const ccl::Expression* expression, BaseState& state, Search& search, SetBase& result,
                   CommandError& error) {
     std::vector<Condition> conditions;
@@ -25,21 +37,21 @@ Status searchBase(const ccl::Expression* expression, BaseState& state, Search& s
     Result<RecordSet> records =
         expression == nullptr ? state.index.live() : evaluateExpression(*expression, conditions, state);
     if (!records) return records.status();
-    fillBase(state, std::move(*records), result);
+    fillBase(state, std::move(*records), expression == nullptr || !asksSets(*expression), result);
     return WDB_OK;
 }
 
-void fillBase(const BaseState& state, RecordSet records, SetBase& result) {
+void fillBase(const BaseState& state, RecordSet records, bool ofIndex, SetBase& result) {
     result.base = state.snapshot.sharedBase();
     result.definition = state.snapshot.sharedDefinition();
     result.records = std::move(records);
-    result.records.own();
+    if (!ofIndex || !state.context.snapshotsStay()) result.records.own();
     result.count = result.records.cardinality();
     result.commit = state.snapshot.commitNumber();
 }
 
-Result<std::unique_ptr<SearchSet>> SelectPlan::makeSet() {
-    auto set = std::make_unique<SearchSet>();
+Result<std::shared_ptr<SearchSet>> SelectPlan::makeSet() {
+    auto set = std::make_shared<SearchSet>();
     set->kind = command_.values ? SetKind::Values : SetKind::Rows;
     if (const Status status = bind(*set); status != WDB_OK) return status;
     if (command_.tables.empty()) {

@@ -20,7 +20,7 @@ public:
     SelectPlan(const ccl::SelectCommand& command, SearchContext& context, Search& search, CommandError& error)
         : command_(command), context_(context), search_(search), error_(error), tables_(context, error) {}
 
-    Result<std::unique_ptr<SearchSet>> makeSet();
+    Result<std::shared_ptr<SearchSet>> makeSet();
 
 private:
     Status bind(SearchSet& set);
@@ -46,8 +46,9 @@ private:
     std::vector<OutputColumn> sort_;  // one for each SORT item
 };
 
-// Makes a set's part of a base: the records found, and the state that was searched.
-void fillBase(const BaseState& state, RecordSet records, SetBase& result);
+// Makes a set's part of a base: the records found, and the state that was searched. What the records borrow
+// is copied, unless `ofIndex` tells that they borrow from the index alone and the session keeps its snapshot.
+void fillBase(const BaseState& state, RecordSet records, bool ofIndex, SetBase& result);
 
 // Evaluates a condition over one base into a set's part of it; no expression: all records.
 Status searchBase(const ccl::Expression* expression, BaseState& state, Search& search, SetBase& result,

@@ -54,8 +54,8 @@ std::string orderKey(FieldType from, FieldType as, Slice value, SearchContext& c
 
 }  // namespace
 
-Result<std::unique_ptr<SearchSet>> UnionPlan::makeSet() {
-    auto set = std::make_unique<SearchSet>();
+Result<std::shared_ptr<SearchSet>> UnionPlan::makeSet() {
+    auto set = std::make_shared<SearchSet>();
     set->kind = SetKind::Union;
     set->joined = std::make_unique<UnionRows>();
     if (const Status status = addSide(command_.left, command_.leftPosition, *set); status != WDB_OK)

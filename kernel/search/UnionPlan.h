@@ -16,7 +16,7 @@ public:
         : command_(command), context_(context), search_(search), error_(error) {}
 
     // WDB_E_CCL_SET, WDB_E_CCL_FIELD for a position without a column, WDB_E_TYPE.
-    Result<std::unique_ptr<SearchSet>> makeSet();
+    Result<std::shared_ptr<SearchSet>> makeSet();
 
 private:
     Status addSide(int32_t number, uint32_t position, SearchSet& set);

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,10 @@ public:
     explicit Settings(SystemDirectory& directory) : directory_(&directory) {}
 
     std::optional<std::string> find(std::string_view name, int32_t levels) const;
+    // find() on all levels for several names: the environment is walked once, the lasting settings are looked
+    // into once. As many values as names, which are without blanks at their ends and at least two letters
+    // long.
+    void findAll(std::span<const std::string_view> names, std::span<std::optional<std::string>> values) const;
     // The session's own value; nothing removes it. WDB_E_ARGUMENT for an empty name or a value that is too
     // long.
     Status set(std::string_view name, std::optional<std::string_view> value);

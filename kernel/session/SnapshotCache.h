@@ -20,6 +20,7 @@ public:
     // `saved`: serial number of the saved status on top, 0 for none. `unit`: the session's writes to the
     // base, or null.
     Result<const BaseSnapshot*> get(const std::shared_ptr<OpenBase>& base, UnitBase* unit, uint64_t saved);
+    bool keeps(const OpenBase& base) const { return find(base) != nullptr; }
     // Age of the base's kept snapshot; zero when there is none, and when the present call has it in hand.
     std::chrono::seconds age(const OpenBase& base) const;
     // What was handed out is in nobody's hand any more.

@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <new>
-#include <utility>
 
 #include "src/support/text.h"
 
@@ -31,6 +30,8 @@ const char* copied(std::string_view name) {
 
 }  // namespace
 
+constexpr WSQLSymbolImage WSQLSymbolTable::kNoSymbols{};
+
 WSQLSymbol::WSQLSymbol(std::string_view symbolName, int32_t symbolCode, int32_t scopeLevel, uint32_t bucket,
                        bool copyName)
     : name_(symbolName.data()),
@@ -54,7 +55,7 @@ void WSQLSymbolTable::Clear() {
         for (size_t i = 0; i < used_; ++i) std::destroy_at(blocks_.back()->at(i));
         used_ = kBlock;
     }
-    if (borrowed_ == nullptr && own_.head != nullptr) own_ = {};
+    own_.reset();
     borrowed_ = nullptr;
 }
 
@@ -90,14 +91,15 @@ void* WSQLSymbolTable::slot() {
 
 WSQLSymbol* WSQLSymbolTable::Add(const char* name, int32_t code) {
     const std::string_view text = name != nullptr ? std::string_view(name) : std::string_view();
-    if (borrowed_ != nullptr) own_ = *std::exchange(borrowed_, nullptr);
+    if (own_ == nullptr) own_ = std::make_unique<WSQLSymbolImage>(symbols());
+    borrowed_ = nullptr;
     const uint32_t index = hash(text);
     auto* symbol = new (slot()) WSQLSymbol(text, code, level_, index, copyNames_ == 1);
     ++used_;
-    symbol->nextInBucket_ = own_.buckets[index];
-    own_.buckets[index] = symbol;
-    symbol->nextAll_ = own_.head;
-    own_.head = symbol;
+    symbol->nextInBucket_ = own_->buckets[index];
+    own_->buckets[index] = symbol;
+    symbol->nextAll_ = own_->head;
+    own_->head = symbol;
     if (onInsert_ != nullptr) onInsert_(symbol, index);
     return symbol;
 }

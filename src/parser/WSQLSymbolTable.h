@@ -119,10 +119,13 @@ private:
     std::vector<std::unique_ptr<Block>> blocks_;
     size_t used_ = 0;  ///< symbols in the last block
 
-    const WSQLSymbolImage& symbols() const { return borrowed_ != nullptr ? *borrowed_ : own_; }
+    static const WSQLSymbolImage kNoSymbols;
+    const WSQLSymbolImage& symbols() const {
+        return borrowed_ != nullptr ? *borrowed_ : own_ != nullptr ? *own_ : kNoSymbols;
+    }
 
     const WSQLSymbolImage* borrowed_ = nullptr;  ///< stands for own_ until a symbol is added
-    WSQLSymbolImage own_;
+    std::unique_ptr<WSQLSymbolImage> own_;       ///< made by the first symbol that is added
     int32_t level_ = 0;
     bool caseSensitive_ = true;
     int32_t lookupMode_ = kWholeChain;

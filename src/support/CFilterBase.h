@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -45,6 +46,8 @@ public:
     void setLevelSettingName(const char* name);
     // When set, the level is taken as it is, without announcement. Re-evaluates the level.
     void setExplicitLevel(bool explicitLevel);
+    // The same with the setting's value, which is known already.
+    void setExplicitLevel(std::string_view value);
     void evaluateLevel();
     // The switch behind the logging property: remembers it, stores "3" or "0" as the level setting, opens the
     // error log when switched on, and goes to level 5 or 0.
@@ -113,6 +116,7 @@ protected:
                                    const LogPathOptions& options);
 
 private:
+    void takeLevel(std::string_view value);
     void openErrorLog();
     void writeErrorLog(const char* text);
     std::string kernelErrorLine(std::int32_t code, const char* source) const;

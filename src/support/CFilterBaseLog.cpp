@@ -46,13 +46,22 @@ void CFilterBase::setExplicitLevel(bool explicitLevel) {
     evaluateLevel();
 }
 
+void CFilterBase::setExplicitLevel(std::string_view value) {
+    explicitLevel_ = true;
+    takeLevel(value);
+}
+
 void CFilterBase::evaluateLevel() {
     if (!explicitLevel_ && logger_ != nullptr) {
         logger_->write(kLogInfo, kSource, 0, "Trying to obtain log level setting.");
     }
     CStringBuffer value(64);
     setting(levelSettingName_.c_str(), true, value);
-    const std::int32_t number = decimalPrefix(value.view());
+    takeLevel(value.view());
+}
+
+void CFilterBase::takeLevel(std::string_view value) {
+    const std::int32_t number = decimalPrefix(value);
     const std::int32_t level =
         number >= kLogNone && number <= kLogDebug ? number : static_cast<std::int32_t>(kLogNone);
     setLogLevel(level);

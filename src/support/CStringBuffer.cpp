@@ -60,8 +60,8 @@ CStringBuffer::~CStringBuffer() {
 }
 
 void CStringBuffer::free() noexcept {
-    platform::heapFree(data_);
-    platform::heapFree(edit_);
+    if (data_ != nullptr) platform::heapFree(data_);
+    if (edit_ != nullptr) platform::heapFree(edit_);
     data_ = end_ = edit_ = nullptr;
     capacity_ = length_ = editSize_ = 0;
     storage_ = 0;

@@ -34,7 +34,15 @@ public:
     void append(const char* text, std::int32_t length = -1);
     void append(std::string_view text);
     void append(const CStringBuffer& other);
-    void append(char character) { append(std::string_view(&character, 1)); }
+    void append(char character) {
+        if (capacity_ - length_ <= 1) {
+            append(std::string_view(&character, 1));
+            return;
+        }
+        *end_++ = character;
+        *end_ = '\0';
+        ++length_;
+    }
     // Room for that many bytes behind the text, which the caller fills up to the end that it tells wrote().
     char* room(std::size_t bytes);
     void wrote(const char* end);

@@ -23,7 +23,7 @@ constexpr bool isDigit(char c) {
 constexpr bool equalNames(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
     for (std::size_t i = 0; i < a.size(); ++i) {
-        if (asciiLower(a[i]) != asciiLower(b[i])) return false;
+        if (a[i] != b[i] && asciiLower(a[i]) != asciiLower(b[i])) return false;
     }
     return true;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace wsql {
@@ -12,6 +12,10 @@ class WELKFieldInfo {
 public:
     WELKFieldInfo(std::string databaseName, std::string fieldName, uint32_t fieldNumber, uint32_t fieldFlags,
                   int32_t fieldType);
+    WELKFieldInfo(const WELKFieldInfo&) = default;
+    WELKFieldInfo& operator=(const WELKFieldInfo&) = default;
+    WELKFieldInfo(WELKFieldInfo&&) = default;
+    WELKFieldInfo& operator=(WELKFieldInfo&&) = default;
     virtual ~WELKFieldInfo() = default;
 
     std::string name;
@@ -27,22 +31,29 @@ public:
     bool primaryKey = false;
 };
 
-/// The fields of one table in field-number order, gaps left out. Owns its elements and deletes them last
-/// first.
+/// The fields of one table in field-number order, gaps left out. A field stays where it is once the list is
+/// complete.
 class WELKFieldInfoList {
 public:
     WELKFieldInfoList() = default;
+    /// With room for so many fields.
+    explicit WELKFieldInfoList(int32_t expected) { fields_.reserve(static_cast<size_t>(expected)); }
     WELKFieldInfoList(const WELKFieldInfoList&) = delete;
     WELKFieldInfoList& operator=(const WELKFieldInfoList&) = delete;
-    ~WELKFieldInfoList();
 
-    void Add(std::unique_ptr<WELKFieldInfo> field) { fields_.push_back(std::move(field)); }
+    /// Adds the field that these make, where it stays until the next one is added.
+    WELKFieldInfo& Add(const std::string& databaseName, std::string_view fieldName, uint32_t fieldNumber,
+                       uint32_t fieldFlags, int32_t fieldType) {
+        return fields_.emplace_back(databaseName, std::string(fieldName), fieldNumber, fieldFlags, fieldType);
+    }
     int32_t Count() const { return static_cast<int32_t>(fields_.size()); }
     /// Null when the 0-based index is out of range.
-    const WELKFieldInfo* Get(int32_t index) const;
+    const WELKFieldInfo* Get(int32_t index) const {
+        return index >= 0 && index < Count() ? &fields_[static_cast<size_t>(index)] : nullptr;
+    }
 
 private:
-    std::vector<std::unique_ptr<WELKFieldInfo>> fields_;
+    std::vector<WELKFieldInfo> fields_;
 };
 
 }  // namespace wsql

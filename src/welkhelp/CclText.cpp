@@ -1,6 +1,7 @@
 #include "src/welkhelp/CclText.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <iterator>
@@ -24,28 +25,28 @@ constexpr bool isLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || static_cast<unsigned char>(c) >= 128;
 }
 
-/// By first byte the lengths of the words that begin with it, a bit each: most texts are no word already by
-/// that.
-struct WordLengths {
-    std::array<std::uint16_t, 256> of{};
+/// By first byte the words that begin with it, a bit each by their places: most texts are told from all words
+/// by that.
+struct WordsByInitial {
+    std::array<std::uint64_t, 256> of{};
 
     template <std::size_t N>
-    constexpr explicit WordLengths(const std::string_view (&words)[N]) {
-        for (const std::string_view word : words) {
-            for (const char first : {asciiUpper(word.front()), asciiLower(word.front())})
-                of[static_cast<unsigned char>(first)] |= static_cast<std::uint16_t>(1U << word.size());
+    constexpr explicit WordsByInitial(const std::string_view (&words)[N]) {
+        static_assert(N <= 64);
+        for (std::size_t place = 0; place < N; ++place) {
+            for (const char first : {asciiUpper(words[place].front()), asciiLower(words[place].front())})
+                of[static_cast<unsigned char>(first)] |= std::uint64_t{1} << place;
         }
     }
 };
-constexpr WordLengths kCommandWordLengths(kCommandWords);
-constexpr WordLengths kValueWordLengths(kValueWords);
+constexpr WordsByInitial kCommandWordsByInitial(kCommandWords);
+constexpr WordsByInitial kValueWordsByInitial(kValueWords);
 
 template <std::size_t N>
-bool isOneOf(std::string_view text, const std::string_view (&words)[N], const WordLengths& lengths) {
-    if (text.size() > 15 || (lengths.of[static_cast<unsigned char>(text.front())] >> text.size() & 1U) == 0)
-        return false;
-    for (std::string_view word : words) {
-        if (equalNames(text, word)) return true;
+bool isOneOf(std::string_view text, const std::string_view (&words)[N], const WordsByInitial& byInitial) {
+    std::uint64_t left = byInitial.of[static_cast<unsigned char>(text.front())];
+    for (; left != 0; left &= left - 1) {
+        if (equalNames(text, words[static_cast<std::size_t>(std::countr_zero(left))])) return true;
     }
     return false;
 }
@@ -67,7 +68,7 @@ bool isBareName(std::string_view name) {
     for (char c : name) {
         if (!kNameBytes.in[static_cast<unsigned char>(c)]) return false;
     }
-    return !isOneOf(name, kCommandWords, kCommandWordLengths);
+    return !isOneOf(name, kCommandWords, kCommandWordsByInitial);
 }
 
 bool isBareValue(std::string_view text) {
@@ -78,7 +79,7 @@ bool isBareValue(std::string_view text) {
         if (!isLetter(c) && !isDigit(c) && std::string_view("$!_-'\\").find(c) == std::string_view::npos)
             return false;
     }
-    return !isOneOf(text, kValueWords, kValueWordLengths);
+    return !isOneOf(text, kValueWords, kValueWordsByInitial);
 }
 
 /// The text of a comparison with its own wildcards disarmed and "%" turned into one.

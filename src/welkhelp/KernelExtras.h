@@ -6,6 +6,7 @@
 
 #pragma weak WdbBaseFields
 #pragma weak WdbIndexBehind
+#pragma weak WdbSessionTexts
 #pragma weak WdbAllowNoHits
 #pragma weak WdbOpenIndexed
 #pragma weak WdbGetRowBlock

@@ -1,4 +1,5 @@
 // Rows whose values belong to the time when their set was made, beside rows that show what is stored now.
+#include <algorithm>
 #include <thread>
 
 #include "tests/unit/api/ApiTest.h"
@@ -43,6 +44,21 @@ protected:
             EXPECT_EQ(WdbDeallocate(items), 1);
             EXPECT_EQ(WdbDeallocate(words), 1);
         }
+        return out;
+    }
+    // The numbers of the set's records that are still there.
+    static std::string hits(int32_t set) {
+        std::string out;
+        WdbRecordControl* made = nullptr;
+        EXPECT_EQ(WdbCreateRecordControl(&made), 1);
+        for (int32_t ordinal = 1;; ++ordinal) {
+            int32_t number = 0;
+            char base[WDB_BASE_NAME_SIZE] = "";
+            const int32_t status = WdbGetRecordInSearchRis(made, set, ordinal, &number, base);
+            if (status != 1 && status != WDB_E_DELETED) break;
+            if (status == 1) out += std::to_string(number) + " ";
+        }
+        EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
         return out;
     }
 };
@@ -138,6 +154,53 @@ TEST_P(KeptValues, StayWhateverIsWritten) {
     if (GetParam().saved) {
         EXPECT_EQ(WdbLoadStatus(3), 1);
     }
+}
+
+// A set over the index files shows the same records when these have been written anew and the old ones are
+// gone.
+TEST_P(KeptValues, HitsStayWhateverIsWritten) {
+    for (int i = 0; i < 60; ++i) ASSERT_EQ(insert("T", {"x", "common", "9"}), 1);
+    ASSERT_EQ(WdbBatchLoadIndex(1, "T", ""), 1);
+    if (GetParam().saved) {
+        ASSERT_EQ(WdbSaveStatus(), 1);
+    }
+    if (GetParam().unit) {
+        ASSERT_EQ(insert("T", {"w"}), 1);
+    }
+    const char* const commands[] = {
+        "FIND T.B=common",
+        "SEL FRL(T) FIELD(T.R) WHERE(T.B=common)",
+        "FIND S=1",
+        "FIND T.A=x NOT T.N=1",
+        "FIND S=4 AND T.B=common",
+        "FIND T.B=common OR T.A=y",
+        "SEL ALL UNION(2,2)",
+        "FIND T.R>4 NOT T.B=common",
+    };
+    std::vector<std::string> before;
+    for (const char* command : commands) {
+        const int32_t status = ccl(command);
+        ASSERT_TRUE(status == 1 || status == WDB_E_CCL_NO_HITS) << command;
+        if (status == 1) before.push_back(hits(static_cast<int32_t>(before.size() + 1)));
+    }
+    ASSERT_EQ(std::ranges::count(before[0], ' '), 60);
+    const std::string joined = rows(7);
+    ASSERT_EQ(std::ranges::count(joined, '('), 20);
+    const auto check = [&](const char* when) {
+        for (size_t i = 0; i < before.size(); ++i)
+            EXPECT_EQ(hits(static_cast<int32_t>(i + 1)), before[i]) << when << ": " << commands[i];
+        EXPECT_EQ(rows(7), joined) << when << ": " << commands[6];
+    };
+    GetParam().change(home_);
+    check("written");
+    if (GetParam().saved) {
+        ASSERT_EQ(WdbLoadStatus(2), 1);
+    }
+    check("the status is gone");
+    ASSERT_EQ(WdbBatchLoadIndex(1, "T", ""), 1);
+    check("the index was made anew");
+    ASSERT_EQ(ccl("FIND S=1"), 1);
+    EXPECT_EQ(hits(static_cast<int32_t>(before.size() + 1)), before[0]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, KeptValues, testing::ValuesIn(kWays),

@@ -263,6 +263,33 @@ TEST(Select, Pages) {
     EXPECT_EQ(database.run("SELECT NAME FROM ARTICLES").status, 9092);
 }
 
+// Short settings come with the other texts of the session, long ones are asked for by themselves.
+TEST(Select, PagesBySettingsOfAnyLength) {
+    Database database;
+    fill(database);
+    const std::string blanks(60, ' ');
+    const struct {
+        std::string size, number;
+        int first, last;
+        const char* reason;
+    } rows[] = {
+        {"3", "2", 4, 6, "short texts"},
+        {blanks + "3 rows", "2", 4, 6, "a long size"},
+        {"3", blanks + "+2", 4, 6, "a long number"},
+        {"", "", 1, 10, "empty is as good as none"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(UpdateRCS("SQL_BLOCKSIZE", row.size.c_str()), WDB_OK);
+        EXPECT_EQ(UpdateRCS("SQL_BLOCKNUMBER", row.number.c_str()), WDB_OK);
+        const std::string document = database.run("SELECT NAME FROM ARTICLES").document;
+        for (int number = 1; number <= 10; ++number) {
+            const bool there =
+                document.find("<Row rowNumber=\"" + std::to_string(number) + "\"") != std::string::npos;
+            EXPECT_EQ(there, number >= row.first && number <= row.last) << row.reason << ": " << number;
+        }
+    }
+}
+
 TEST(Select, TextInlineAndMultipleValues) {
     Database database;
     database.prepare({"CREATE TABLE M (A VARCHAR, B LONG VARCHAR)",

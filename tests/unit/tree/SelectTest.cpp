@@ -20,10 +20,8 @@ std::unique_ptr<WSQLStmtSelect> select(const std::string& sql) {
 void loadFields(WSQLTableRef& table, const std::string& first, const std::string& second,
                 uint32_t secondFlags = 0) {
     table.fields = std::make_unique<WELKFieldInfoList>();
-    auto key = std::make_unique<WELKFieldInfo>(table.table, first, 1, 0, 3);
-    key->primaryKey = true;
-    table.fields->Add(std::move(key));
-    table.fields->Add(std::make_unique<WELKFieldInfo>(table.table, second, 3, secondFlags, 9));
+    table.fields->Add(table.table, first, 1, 0, 3).primaryKey = true;
+    table.fields->Add(table.table, second, 3, secondFlags, 9);
 }
 
 TEST(Select, CountsItsItemsAsTheyChange) {
