@@ -23,6 +23,8 @@ bool isPlainAnd(const WSQLCompositeCondition& composite) {
 
 /// The terms of the AND chain at the root, from left to right: whatever is no plain AND is a term.
 std::vector<WSQLCondition*> andTerms(WSQLCondition* root) {
+    if (root == nullptr) return {};
+    if (root->asComposite() == nullptr) return {root};
     std::vector<WSQLCondition*> terms, open{root};
     while (!open.empty()) {
         WSQLCondition* node = open.back();
@@ -194,7 +196,7 @@ const WSQLColumnRef* columnOf(const std::unique_ptr<WSQLScalar>& scalar) {
 }  // namespace
 
 std::int32_t rewriteSubselects(WSQLFilter& filter, WSQLStmtSelect& select) {
-    if (select.tables->Count() == 0 || computesOverRows(select)) return 0;
+    if (select.where == nullptr || select.tables->Count() == 0 || computesOverRows(select)) return 0;
     std::int32_t rewritten = 0;
     for (WSQLCondition* term : andTerms(select.where.get())) {
         auto* predicate = exactly<WSQLSubselect>(term);

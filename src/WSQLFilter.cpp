@@ -39,7 +39,7 @@ std::int32_t versionNumber(std::string_view version) {
 
 // Logging is configured by the settings read in front of it, so the order of the steps matters.
 WSQLFilter::WSQLFilter(FilterData* data) : CFilterBase(data, false) {
-    characterSet_ = selectCharacterSet();
+    chooseCharacterSets();
     setLevelSettingName("WELKSQL_LOG");
     const auto level = facts_.text(SessionFacts::kLogLevel);
     level ? setExplicitLevel(*level) : setExplicitLevel(true);
@@ -55,6 +55,15 @@ WSQLFilter::~WSQLFilter() {
     resultSet_.reset();
     if (!temporaryFileName_.empty()) platform::deleteFile(temporaryFileName_.c_str());
     if (trimAtEnd_) platform::heapTrim();
+}
+
+// The session's set is that of conversions, too. Who watches the session's calls sees each of the two asked
+// for.
+void WSQLFilter::chooseCharacterSets() {
+    const auto own = facts_.text(SessionFacts::kVersion) ? sessionCharacterSet() : std::nullopt;
+    conversionSetKnown_ = own.has_value();
+    if (own) conversionSet_ = *own;
+    characterSet_ = own ? *own : selectCharacterSet();
 }
 
 void WSQLFilter::readVersion() {

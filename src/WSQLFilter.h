@@ -252,6 +252,7 @@ private:
     void begin();
     std::int32_t nullRecord(const char* context);
     std::int32_t badMask(const char* context);
+    void chooseCharacterSets();
     void readVersion();
     void loadParserSymbols();
     bool parse(const char* text);

@@ -218,7 +218,7 @@ RowOutcome fetchLive(WSQLFilter& filter, WSQLRowData& row, bool ahead, WSQLRowBu
             return RowOutcome::kNone;
         }
         const std::int64_t rows = std::min<std::int64_t>(row.lastRow, row.hitCount) - row.index;
-        const std::int32_t status = buffers.fetch(row.setNumber, index, ahead ? rows : 1);
+        const std::int32_t status = buffers.fetch(row.setNumber, index, ahead ? rows : 0);
         if (WDB_SUCCESS(status) && !buffers.holdsDeleted()) return RowOutcome::kRow;
         if (WDB_SUCCESS(status) || isDeleted(status)) {
             filter.debug(kContext, "WdbGetRows: Row %d is deleted - fetching next one.\n", index);

@@ -31,7 +31,8 @@ public:
     WSQLRowBuffers& operator=(const WSQLRowBuffers&) = delete;
     ~WSQLRowBuffers() { release(); }
 
-    /// The kernel's status. `ahead`: so many rows from this one on are likely to be asked for.
+    /// The kernel's status. `ahead`: so many rows from this one on are likely to be asked for; 0: what is
+    /// done between rows may change what comes next.
     std::int32_t fetch(std::int32_t setNumber, std::int32_t rowIndex, std::int64_t ahead) {
         if (words_ != nullptr && left_ > 0 && setNumber == set_ && rowIndex == row_ + 1) {
             step();
@@ -40,7 +41,7 @@ public:
         release();
         set_ = setNumber;
         row_ = rowIndex;
-        return ahead > 1 && !single_ && WdbGetRowBlock != nullptr ? fetchBlock(ahead) : fetchRow();
+        return ahead > 0 && !single_ && WdbGetRowBlock != nullptr ? fetchBlock(ahead) : fetchRow();
     }
     std::uint32_t count() const { return words_ != nullptr ? words_[0] : 0; }
     bool atEnd() const { return next_ >= count(); }

@@ -400,14 +400,14 @@ bool bindUnionOrder(WSQLFilter& filter, const WSQLStmtSelect& first, WSQLStmtSel
 
 // The last member of a union reports first.
 bool WSQLFilter::ValidateSelect(WSQLStmtSelect* select) {
+    if (select->nextUnion == nullptr) return SelectValidator(*this, *select, false).run();
     std::vector<WSQLStmtSelect*> members;
     for (WSQLStmtSelect* member = select; member != nullptr; member = member->nextUnion.get())
         members.push_back(member);
-    const bool inUnion = members.size() > 1;
     for (auto member = members.rbegin(); member != members.rend(); ++member) {
-        if (!SelectValidator(*this, **member, inUnion).run()) return false;
+        if (!SelectValidator(*this, **member, true).run()) return false;
     }
-    return !inUnion || bindUnionOrder(*this, *select, *members.back());
+    return bindUnionOrder(*this, *select, *members.back());
 }
 
 }  // namespace wsql

@@ -70,19 +70,18 @@ bool WSQLFilter::TranslateCondition(WSQLCondition* condition, std::int32_t depth
     if (condition == nullptr || !condition->isActive()) return true;
     using Translator = ConditionTranslator;
     const WSQLColumnRef* searched = nullptr;  // a column that sub-query values are compared with
+    const bool copied = text != nullptr || condition->asComposite() != nullptr;  // what the log says
     Translator translator(
         [this](const char* canonical) { return std::string(CommandWord(*this, canonical).text()); },
         [this, &searched](const WSQLSubselect& subselect, std::int32_t& set) {
             searched = subselect.scalar->asColumnRef();
             return runSubselect(*this, subselect, set);
         },
-        [this, condition, text](std::string_view translated) {
+        [this, copied](std::string_view translated) {
             if (!logs(kLogDebug)) return;
             const std::string line(translated);
             debug(kContext, "Translated subselect condition \"%s\"\n", line.c_str());
-            const bool operand = condition->asComposite() != nullptr;
-            if (text != nullptr || operand)
-                debug(kContext, "Copied subselect condition \"%s\"\n", line.c_str());
+            if (copied) debug(kContext, "Copied subselect condition \"%s\"\n", line.c_str());
         },
         text != nullptr ? Translator::Prefix::kQualifier : Translator::Prefix::kTable);
     CStringBuffer own(256);

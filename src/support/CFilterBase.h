@@ -38,7 +38,7 @@ public:
     bool argument(const char* name, CStringBuffer& value) const;
 
     // ---- log level ----
-    std::int32_t logLevel() const { return logger_ != nullptr ? logger_->getLevel() : level_; }
+    std::int32_t logLevel() const { return level_; }
     void setLogLevel(std::int32_t level);
     // Cheap question to ask before an argument of a log line is worked out.
     bool logs(std::int32_t level) const { return logLevel() >= level; }
@@ -132,7 +132,7 @@ private:
     std::string levelSettingName_;
     std::string errorLogName_;
     bool errorLogEnabled_ = false;
-    std::int32_t level_ = kLogNone;
+    std::int32_t level_ = kLogNone;  // the logger's, too
 };
 
 // A setting of the kernel's store, searched on all its levels; false and the empty text when it is missing.

@@ -52,10 +52,18 @@ bool sessionCharset(std::int32_t& id) {
     return true;
 }
 
+}  // namespace
+
+std::optional<CharacterSet> sessionCharacterSet() {
+    std::int32_t id = 1;
+    return sessionCharset(id) ? std::optional<CharacterSet>(byId(id)) : std::nullopt;
+}
+
+namespace {
+
 template <std::size_t N>
 CharacterSet selected(const CodeName (&names)[N], std::size_t significant) {
-    std::int32_t id = 1;
-    if (sessionCharset(id)) return byId(id);
+    if (const auto set = sessionCharacterSet()) return *set;
     CStringBuffer setting(64);
     kernelSetting("WDBS_CHARS", setting);
     const std::string_view code = setting.view().substr(0, significant);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "src/support/CStringBuffer.h"
@@ -17,6 +18,8 @@ struct CharacterSet {
     const char* converter;  // ICU's converter name, null when texts need no conversion
 };
 
+// The session's set; nothing when it cannot tell.
+std::optional<CharacterSet> sessionCharacterSet();
 // The set chosen at the start of a call: the session's, else by the first three characters of the setting
 // WDBS_CHARS (MUL, LA1, LA2, LA3, CHI, GBK, SJI), else Western Latin.
 CharacterSet selectCharacterSet();

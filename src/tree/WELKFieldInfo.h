@@ -48,9 +48,7 @@ public:
     }
     int32_t Count() const { return static_cast<int32_t>(fields_.size()); }
     /// Null when the 0-based index is out of range.
-    const WELKFieldInfo* Get(int32_t index) const {
-        return index >= 0 && index < Count() ? &fields_[static_cast<size_t>(index)] : nullptr;
-    }
+    const WELKFieldInfo* Get(int32_t index) const;
 
 private:
     std::vector<WELKFieldInfo> fields_;

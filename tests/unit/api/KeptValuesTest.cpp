@@ -170,7 +170,7 @@ TEST_P(KeptValues, HitsStayWhateverIsWritten) {
     const char* const commands[] = {
         "FIND T.B=common",
         "SEL FRL(T) FIELD(T.R) WHERE(T.B=common)",
-        "FIND S=1",
+        "FIND S=1 AND T.A=x",
         "FIND T.A=x NOT T.N=1",
         "FIND S=4 AND T.B=common",
         "FIND T.B=common OR T.A=y",
@@ -199,7 +199,7 @@ TEST_P(KeptValues, HitsStayWhateverIsWritten) {
     check("the status is gone");
     ASSERT_EQ(WdbBatchLoadIndex(1, "T", ""), 1);
     check("the index was made anew");
-    ASSERT_EQ(ccl("FIND S=1"), 1);
+    ASSERT_EQ(ccl("FIND S=1 AND T.A=x"), 1);
     EXPECT_EQ(hits(static_cast<int32_t>(before.size() + 1)), before[0]);
 }
 
