@@ -168,14 +168,10 @@ TEST_P(KeptValues, HitsStayWhateverIsWritten) {
         ASSERT_EQ(insert("T", {"w"}), 1);
     }
     const char* const commands[] = {
-        "FIND T.B=common",
-        "SEL FRL(T) FIELD(T.R) WHERE(T.B=common)",
-        "FIND S=1 AND T.A=x",
-        "FIND T.A=x NOT T.N=1",
-        "FIND S=4 AND T.B=common",
-        "FIND T.B=common OR T.A=y",
-        "SEL ALL UNION(2,2)",
-        "FIND T.R>4 NOT T.B=common",
+        "FIND T.B=common",         "SEL FRL(T) FIELD(T.R) WHERE(T.B=common)",
+        "FIND S=1 AND T.A=x",      "FIND T.A=x NOT T.N=1",
+        "FIND S=4 AND T.B=common", "FIND T.B=common OR T.A=y",
+        "SEL ALL UNION(2,2)",      "FIND T.R>4 NOT T.B=common",
     };
     std::vector<std::string> before;
     for (const char* command : commands) {
