@@ -29,6 +29,19 @@ size_t firstLong(const FieldsView& fields, Slice image, size_t begin) {
     return begin;
 }
 
+// Appends the packed tail of an image when it holds these values.
+bool appendTailOf(Slice stored, Slice tail, const TailDictionary& dictionary, std::string& packed) {
+    if (!isPacked(stored) || dictionaryOf(stored) != dictionary.id()) return false;
+    const size_t end = stored.size() - kTrailerSize;
+    const auto begin = loadLittle<uint16_t>(stored.data() + stored.size() - sizeof(uint16_t));
+    if (begin < kHeaderSize || begin > end) return false;
+    const Slice kept = stored.substr(begin, end - begin);
+    std::string text;
+    if (!dictionary.unpack(kept, tail.size(), text) || text != tail) return false;
+    packed.append(kept);
+    return true;
+}
+
 }  // namespace
 
 size_t tailBegin(Slice image) {
@@ -49,13 +62,14 @@ uint32_t dictionaryOf(Slice packed) {
     return loadLittle<uint32_t>(packed.data() + packed.size() - kTrailerSize);
 }
 
-bool packImage(Slice image, const TailDictionary& dictionary, std::string& packed) {
+bool packImage(Slice image, const TailDictionary& dictionary, std::string& packed, Slice before) {
     if (image.size() < kHeaderSize + kLeastTail) return false;
     const size_t begin = tailBegin(image);
     const size_t size = image.size() - begin;
     if (size < kLeastTail || size > kMostTail || begin > kMostFront) return false;
     packed.assign(image.substr(0, begin));
-    if (!dictionary.pack(image.substr(begin), packed)) return false;
+    const Slice tail = image.substr(begin);
+    if (!appendTailOf(before, tail, dictionary, packed) && !dictionary.pack(tail, packed)) return false;
     appendLittle(packed, dictionary.id());
     appendLittle(packed, static_cast<uint16_t>(begin));
     if (packed.size() + kLeastSpared > image.size()) return false;

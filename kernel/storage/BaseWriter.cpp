@@ -67,7 +67,13 @@ Result<Position> BaseWriter::put(RecordNumber number, Slice image) {
     if (!ok(found) && found != WDB_FAIL) return found;
     // The stored bytes are gone with the next write, so the queue entry, which quotes them, takes a copy.
     const std::string previous(ok(found) && !isTombstone(stored) ? stored : Slice());
-    WDB_TRY(store(number, image, PutMode::Replace));
+    // Long values that stay are not packed once more.
+    const auto dictionary = isPacked(previous) ? packer() : Result<const TailDictionary*>(WDB_FAIL);
+    std::string packed;
+    if (dictionary && packImage(image, **dictionary, packed, previous))
+        WDB_TRY(txn_.put(kRecords, number, packed));
+    else
+        WDB_TRY(store(number, image, PutMode::Replace));
     change();
     if (previous.empty() && ++meta_.liveCount % kSampleEvery == 0) WDB_TRY(packFromNow());
     const Position position = meta_.nextSequence++;

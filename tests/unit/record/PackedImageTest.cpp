@@ -129,6 +129,29 @@ TEST_F(PackedImageTest, ShortValuesAreReadWhereTheyAre) {
     EXPECT_EQ(copy.items(2).first().data(), text.data()) << "unpacked once";
 }
 
+TEST_F(PackedImageTest, LongValuesThatStayAreTakenAsTheyAre) {
+    const std::string image = imageOf({"name", prose(9, 500), "7"});
+    const std::string fresh = packed(image);
+    std::string cut = packed(imageOf({"another", prose(9, 500)}));
+    cut.erase(cut.size() - 8, 1);
+    const struct {
+        const char* reason;
+        std::string before;
+    } rows[] = {{"a short value changes its length", packed(imageOf({"another name", prose(9, 500), "7"}))},
+                {"a short value goes", packed(imageOf({"name", prose(9, 500)}))},
+                {"another text of the same length", packed(imageOf({"name", prose(10, 500), "7"}))},
+                {"a shorter text", packed(imageOf({"name", prose(9, 400), "7"}))},
+                {"a longer text", packed(imageOf({"name", prose(9, 600), "7"}))},
+                {"it was not packed", image},
+                {"it is cut", cut},
+                {"there was none", ""}};
+    for (const auto& row : rows) {
+        std::string small;
+        ASSERT_TRUE(packImage(image, *dictionary_, small, row.before)) << row.reason;
+        EXPECT_EQ(small, fresh) << row.reason;
+    }
+}
+
 TEST_F(PackedImageTest, OneDictionaryOnly) {
     const std::string small = packed(imageOf({"name", prose(9, 500)}));
     const auto other = TailDictionary::open(sampleOf(5000));
