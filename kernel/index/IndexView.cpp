@@ -117,7 +117,8 @@ Status IndexView::nextTerm(FieldNumber field, std::string& term, uint64_t& recor
         if (key.size() == prefix.size() + 1) key.pop_back();
         const Slice from = key;
         WDB_TRY(table.walk(from, prefix, [&](Slice found, uint16_t, Slice) {
-            if (found < from && from.starts_with(found)) return WDB_OK;
+            if (found < from && from.starts_with(found)) return Status{WDB_OK};
+            if (found < from) return Status{WDB_E_CORRUPT};  // a damaged order would lead in circles
             offer(found);
             return Status{WDB_FAIL};
         }));

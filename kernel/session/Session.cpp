@@ -138,7 +138,8 @@ Status Session::loadNext(RecordControl& control, RecordNumber after) {
     const auto first = [&](const BaseReader& reader) -> Status {
         Status taken = WDB_FAIL;
         const auto take = [&](RecordNumber number, Slice image) -> Status {
-            const auto view = RecordView::validate(image);
+            const auto view =
+                number > after ? RecordView::validate(image) : Result<RecordView>(WDB_E_CORRUPT);
             taken = view.status();
             if (view) takeRecord(control, base, number, *view, 0);
             return WDB_FAIL;  // the walk ends

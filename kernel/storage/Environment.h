@@ -190,17 +190,13 @@ public:
 private:
     friend class Txn;
     explicit Cursor(MDB_cursor* cursor) : cursor_(cursor) {}
-    Cursor(MDB_txn* txn, unsigned handle, const PageTree* tree)
-        : direct_(true), pages_(tree), txn_(txn), handle_(handle) {}
+    explicit Cursor(const PageTree* tree) : direct_(true), pages_(tree) {}
     Status step(int operation);
     Status stepDirectly(int operation);
-    Status useLibrary(int operation);
 
     MDB_cursor* cursor_ = nullptr;
-    bool direct_ = false;  // through the pages; a step that is in doubt goes over to the library
+    bool direct_ = false;  // through the pages
     PageCursor pages_;
-    MDB_txn* txn_ = nullptr;
-    unsigned handle_ = 0;
     Slice key_;
     Slice value_;
 };

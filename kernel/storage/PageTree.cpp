@@ -164,10 +164,10 @@ Look PageTree::find(Slice key, Slice& value) const {
         Place place;
         bool exact = false;
         const bool leaf = level + 1 == depth_;
-        if (!open(number, level, place) || !search(place, leaf, key, exact)) return Look::Unsure;
+        if (!open(number, level, place) || !search(place, leaf, key, exact)) return Look::Damaged;
         if (leaf && !exact) return Look::Missing;
-        if (leaf) return valueOf(place, value) ? Look::Found : Look::Unsure;
-        if (!below(place, number)) return Look::Unsure;
+        if (leaf) return valueOf(place, value) ? Look::Found : Look::Damaged;
+        if (!below(place, number)) return Look::Damaged;
     }
 }
 
@@ -181,7 +181,7 @@ Look PageCursor::seek(Slice key) {
         const bool leaf = level + 1 == depth;
         if (!tree_->open(number, level, place) || !tree_->search(place, leaf, key, exact) ||
             (!leaf && !tree_->below(place, number)))
-            return Look::Unsure;
+            return Look::Damaged;
     }
     placed_ = true;
     return places_[depth - 1].at < places_[depth - 1].count ? Look::Found : sibling(true);
@@ -193,9 +193,9 @@ Look PageCursor::end(bool last) {
     uint64_t number = tree_->root_;
     for (unsigned level = 0; level < depth; ++level) {
         PageTree::Place& place = places_[level];
-        if (!tree_->open(number, level, place)) return Look::Unsure;
+        if (!tree_->open(number, level, place)) return Look::Damaged;
         if (last) place.at = place.count - 1;
-        if (level + 1 < depth && !tree_->below(place, number)) return Look::Unsure;
+        if (level + 1 < depth && !tree_->below(place, number)) return Look::Damaged;
     }
     placed_ = true;
     return Look::Found;
@@ -218,7 +218,7 @@ Look PageCursor::sibling(bool forward) {
         uint64_t number = 0;
         PageTree::Place& under = places_[level + 1];
         if (!tree_->below(places_[level], number) || !tree_->open(number, level + 1, under))
-            return Look::Unsure;
+            return Look::Damaged;
         if (!forward) under.at = under.count - 1;
     }
     return Look::Found;

@@ -9,9 +9,9 @@
 
 namespace wdb {
 
-// What a look at the pages came to. Unsure: something does not look as it should, and the storage library
-// has the last word.
-enum class Look { Found, Missing, Unsure };
+// What a look at the pages came to. Damaged: something does not look as a file of the library does. It is not
+// asked then: it would follow the same pages without doubting them.
+enum class Look { Found, Missing, Damaged };
 
 // One table in one committed state, read straight from the mapped pages of its file, in a fifth of the
 // library's instructions. Valid as long as a read transaction holds the state. It never reads outside of the

@@ -38,7 +38,8 @@ Status Txn::get(Table table, Slice key, Slice& value) const {
     if (!keyFits(key)) return WDB_FAIL;
     if (const PageTree* const tree = pages(table)) {
         const Look look = tree->find(key, value);
-        if (look != Look::Unsure) return look == Look::Found ? WDB_OK : WDB_FAIL;
+        if (look == Look::Damaged) return WDB_E_CORRUPT;
+        return look == Look::Found ? WDB_OK : WDB_FAIL;
     }
     MDB_val keyVal = toVal(key);
     MDB_val found{};
@@ -55,7 +56,7 @@ Status Txn::get(Table table, uint64_t key, Slice& value) const {
 }
 
 Cursor Txn::cursor(Table table) const {
-    if (const PageTree* const tree = pages(table)) return Cursor(txn_, environment_->handles_[table], tree);
+    if (const PageTree* const tree = pages(table)) return Cursor(tree);
     MDB_cursor* cursor = nullptr;
     if (mdb_cursor_open(txn_, environment_->handles_[table], &cursor) != MDB_SUCCESS) cursor = nullptr;
     return Cursor(cursor);
@@ -228,8 +229,6 @@ Cursor::Cursor(Cursor&& other) noexcept
     : cursor_(std::exchange(other.cursor_, nullptr)),
       direct_(other.direct_),
       pages_(other.pages_),
-      txn_(other.txn_),
-      handle_(other.handle_),
       key_(other.key_),
       value_(other.value_) {}
 
@@ -239,8 +238,6 @@ Cursor& Cursor::operator=(Cursor&& other) noexcept {
         cursor_ = std::exchange(other.cursor_, nullptr);
         direct_ = other.direct_;
         pages_ = other.pages_;
-        txn_ = other.txn_;
-        handle_ = other.handle_;
         key_ = other.key_;
         value_ = other.value_;
     }
@@ -267,7 +264,7 @@ Status Cursor::step(int operation) {
 }
 
 Status Cursor::stepDirectly(int operation) {
-    Look look = Look::Unsure;
+    Look look = Look::Damaged;
     switch (operation) {
         case MDB_FIRST:
             look = pages_.first();
@@ -286,22 +283,13 @@ Status Cursor::stepDirectly(int operation) {
     }
     if (look == Look::Missing) return WDB_FAIL;
     Slice key, value;
-    if (look == Look::Unsure || !pages_.entry(key, value)) return useLibrary(operation);
+    if (look == Look::Damaged || !pages_.entry(key, value)) {
+        close();
+        return WDB_E_CORRUPT;
+    }
     key_ = key;
     value_ = value;
     return WDB_OK;
-}
-
-// From the entry of the last step on.
-Status Cursor::useLibrary(int operation) {
-    direct_ = false;
-    if (mdb_cursor_open(txn_, handle_, &cursor_) != MDB_SUCCESS) {
-        cursor_ = nullptr;
-        return WDB_E_STORAGE;
-    }
-    const bool relative = operation == MDB_NEXT || operation == MDB_PREV;
-    if (relative && !key_.empty()) WDB_TRY(step(MDB_SET_RANGE));
-    return step(operation);
 }
 
 Status Cursor::first() {
