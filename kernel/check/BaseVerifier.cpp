@@ -1,5 +1,7 @@
 #include "kernel/check/BaseVerifier.h"
 
+#include <algorithm>
+
 #include "kernel/catalog/OpenBase.h"
 #include "kernel/check/ExpectedIndex.h"
 #include "kernel/common/ByteOrder.h"
@@ -78,12 +80,36 @@ private:
                 continue;
             }
             for (const Slice item : view.itemsAt(place)) {
-                if (item.empty() || isCanonical(field->type, item)) continue;
-                WDB_TRY(find(Severity::Damage, number,
-                             "A value of field " + field->name + " does not fit its type."));
+                if (item.empty()) continue;
+                if (!isCanonical(field->type, item)) {
+                    WDB_TRY(find(Severity::Damage, number,
+                                 "A value of field " + field->name + " does not fit its type."));
+                } else if (field->type == FieldType::String) {
+                    WDB_TRY(object(number, *field, item));
+                }
             }
         }
         return WDB_OK;
+    }
+
+    // All of it is there and, unless it is older than checksums are, as it was stored.
+    Status object(RecordNumber number, const FieldDefinition& field, Slice item) {
+        const Result<ObjectReference> reference = ObjectReference::decode(item);
+        if (!reference) return reference.status();
+        const Result<Slice> sums = reader_.objectSums(reference->id);
+        if (!sums && sums.status() != WDB_FAIL) return sums.status();
+        bool whole = !sums || sums->size() == uint64_t{reference->chunks()} * sizeof(uint32_t);
+        for (uint32_t chunk = 0; whole && chunk < reference->chunks(); ++chunk) {
+            const Result<Slice> bytes = reader_.objectChunk(reference->id, chunk);
+            if (!bytes && bytes.status() != WDB_FAIL) return bytes.status();
+            const uint64_t begin = uint64_t{chunk} * reference->chunkSize;
+            whole =
+                bytes && bytes->size() == std::min<uint64_t>(reference->chunkSize, reference->size - begin) &&
+                (!sums || loadLittle<uint32_t>(sums->data() + chunk * sizeof(uint32_t)) == objectSum(*bytes));
+        }
+        if (whole) return WDB_OK;
+        return find(Severity::Damage, number,
+                    "The object of field " + field.name + " is not what was stored.");
     }
 
     Status recordKeys(RecordNumber number, const RecordView& view) {

@@ -220,6 +220,18 @@ void RecordData::trim() {
     for (FieldsData& part : parts) part.trim();
 }
 
+Status checkImageSize(const RecordData& record, size_t more) {
+    size_t size = kHeaderSize + record.parts.size() * kPartEntry + more;
+    const auto add = [&](const FieldsData& fields) {
+        for (const FieldValues& values : fields.fields()) {
+            if (values.items.size() > kMaxItems) return false;
+            size += kFieldEntry + itemsSize(values);
+        }
+        return size <= kMaxImage;
+    };
+    return add(record.head) && std::ranges::all_of(record.parts, add) ? WDB_OK : WDB_E_VALUE;
+}
+
 Result<std::string> encodeRecord(const RecordData& record, uint64_t commit) {
     const size_t table = kHeaderSize + record.head.fields().size() * kFieldEntry;
     size_t directory = table + record.parts.size() * kPartEntry;

@@ -211,6 +211,8 @@ struct RecordData {
 // The image of a record as it is (call trim() first). WDB_E_VALUE when a field has more than kMaxItems items
 // or the image passes 2 GiB.
 Result<std::string> encodeRecord(const RecordData& record, uint64_t commit);
+// WDB_E_VALUE for a record that encodeRecord() would refuse with `more` bytes beside its values.
+Status checkImageSize(const RecordData& record, size_t more);
 // Writes the checksum of an image that is otherwise complete.
 void sealImage(std::string& image);
 // The image that a deleted record leaves.

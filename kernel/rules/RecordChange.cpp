@@ -11,13 +11,14 @@ namespace {
 
 Status storeObject(BaseWriter& writer, const ObjectSpool& bytes, ObjectReference& reference) {
     reference = {writer.newObject(), bytes.size(), static_cast<uint32_t>(kObjectChunk)};
-    std::string chunk(kObjectChunk, '\0');
+    std::string chunk(kObjectChunk, '\0'), sums;
     for (uint32_t i = 0; i < reference.chunks(); ++i) {
         const auto size = bytes.read(uint64_t{i} * kObjectChunk, chunk.data(), chunk.size());
         if (!size) return size.status();
         WDB_TRY(writer.putObjectChunk(reference.id, i, Slice(chunk.data(), *size)));
+        appendLittle(sums, objectSum(Slice(chunk.data(), *size)));
     }
-    return WDB_OK;
+    return writer.putObjectSums(reference.id, sums);
 }
 
 }  // namespace
@@ -30,6 +31,7 @@ Status RecordPut::check(const ChangedByOthers& changed) {
     Status status = number_ == 0 ? checkWanted() : readStored(changed);
     if (ok(status) && number_ == 0) status = fillDefaults();
     if (ok(status)) {
+        dropUnknownFields();
         record_->trim();
         status = checkMandatory();
     }
@@ -38,8 +40,21 @@ Status RecordPut::check(const ChangedByOthers& changed) {
         status = checkKeys(*base_->writer, keysAfter_, number_);
     }
     if (ok(status)) status = checkRules();
+    if (ok(status)) status = checkSize();
     if (!ok(status)) undo();
     return status;
+}
+
+// The control was filled before somebody deleted a field.
+void RecordPut::dropUnknownFields() {
+    const Schema& schema = *base_->definition->schema;
+    for (PartNumber part = 0; part <= record_->parts.size(); ++part) {
+        FieldsData& fields = *record_->fields(part);
+        for (size_t i = fields.fields().size(); i-- > 0;) {
+            const FieldNumber field = fields.fields()[i].field;
+            if (schema.find(field) == nullptr) fields.erase(field);
+        }
+    }
 }
 
 Status RecordPut::checkWanted() const {
@@ -47,6 +62,13 @@ Status RecordPut::checkWanted() const {
     if (wanted_ == 0) return WDB_OK;
     const Status used = base_->writer->image(wanted_).status();
     return used == WDB_OK || used == WDB_E_DELETED ? WDB_E_DUPLICATE : used == WDB_FAIL ? WDB_OK : used;
+}
+
+// What write() could refuse only when some of it is written.
+Status RecordPut::checkSize() const {
+    constexpr size_t kForObject = 64;  // its place in the image and the reference
+    if (number_ == 0 && !base_->writer->hasRoom(wanted_)) return WDB_E_STORAGE;
+    return checkImageSize(*record_, objects_.size() * kForObject);
 }
 
 Status RecordPut::readStored(const ChangedByOthers& changed) {
@@ -119,7 +141,7 @@ Status RecordPut::checkMandatory() const {
 Status RecordPut::storeObjects() {
     for (const PendingObject& object : objects_) {
         FieldsData* fields = record_->fields(object.part);
-        if (fields == nullptr) continue;
+        if (fields == nullptr || base_->definition->schema->find(object.field) == nullptr) continue;
         if (object.bytes->size() == 0) {
             fields->erase(object.field);
             continue;

@@ -31,8 +31,8 @@ using ChangedByOthers = std::function<bool(uint64_t commit)>;
 //
 // check, in this order: the stored record is still the one that was read; the right to write what changes;
 // defaults and serial numbers of a new record; empty items at the end dropped; mandatory fields; unique keys;
-// the rules that lead to other records. write: large objects, keys, the image with its queue entry, the
-// records that rules change.
+// the rules that lead to other records; a number for it and the size of its image. write: large objects,
+// keys, the image with its queue entry, the records that rules change.
 class RecordPut {
 public:
     // `number` 0 stores a new record. All arguments outlive the put.
@@ -42,7 +42,8 @@ public:
     void under(RecordNumber number) { wanted_ = number; }
 
     // WDB_E_CHANGED, WDB_E_DELETED, WDB_E_RIGHT, WDB_E_MANDATORY, WDB_E_DUPLICATE, WDB_E_VALUE (serial
-    // numbers used up), what ReferentialActions::plan answers, storage errors.
+    // numbers used up, an image beyond its limits), WDB_E_STORAGE (record numbers used up), what
+    // ReferentialActions::plan answers, storage errors.
     Status check(const ChangedByOthers& changed);
     Status write();
 
@@ -53,6 +54,8 @@ public:
 
 private:
     Status checkWanted() const;
+    void dropUnknownFields();
+    Status checkSize() const;
     Status readStored(const ChangedByOthers& changed);
     Status checkRights(const RecordView& stored) const;
     Status fillDefaults();

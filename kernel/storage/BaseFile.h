@@ -28,6 +28,9 @@ inline constexpr Table kMeta = 4;
 inline constexpr uint32_t kBaseFormat = 1;
 inline constexpr uint32_t kPackedFormat = 2;  // with a dictionary: some record images are packed
 // Bytes of a large object per chunk: sixteen pages less the storage's header.
+// Checksum of a chunk of a large object: the low half of its 64-bit XXH3.
+uint32_t objectSum(Slice chunk);
+
 inline constexpr size_t kObjectChunk = 16 * 4096 - 16;
 
 // Unused numbers in a row that a range of the queue may run over.
@@ -100,6 +103,9 @@ public:
     Result<RecordNumber> findKey(Slice key) const;
     // A chunk of a large object, from 0; WDB_FAIL behind the last one.
     Result<Slice> objectChunk(uint64_t object, uint32_t chunk) const;
+    // The checksums of an object's chunks as putObjectSums() got them; WDB_FAIL for objects from before there
+    // were any.
+    Result<Slice> objectSums(uint64_t object) const;
     // Calls visit for the live records from a number on, ascending; a status other than WDB_OK ends the walk
     // and is handed out. Images are unpacked for the visit, but for damaged ones, of which RecordView answers
     // that they are.
@@ -144,6 +150,8 @@ public:
     // The next record number, or the wanted one, which makes those between never hold a record unless
     // somebody wants them. WDB_E_STORAGE when the 31 bits are used up.
     Result<RecordNumber> newRecord(RecordNumber wanted = 0);
+    // Whether newRecord() has a number to give.
+    bool hasRoom(RecordNumber wanted = 0) const;
     // The next serial number is highest + 1; noteSerial raises the highest.
     int64_t serialHigh() const { return meta_.serialHigh; }
     void noteSerial(int64_t value);
@@ -166,6 +174,8 @@ public:
 
     uint64_t newObject();
     Status putObjectChunk(uint64_t object, uint32_t chunk, Slice bytes);
+    // objectSum() of every chunk, u32 little endian each, once all are stored.
+    Status putObjectSums(uint64_t object, Slice sums);
     Status dropObject(uint64_t object);
 
     // Takes entries that both index files on disk contain out of the queue; `merged` as in the meta entry.

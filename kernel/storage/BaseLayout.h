@@ -24,5 +24,7 @@ Result<QueueEntry> decodeQueueEntry(Position position, Slice bytes);
 
 std::string dictionaryKey(uint32_t id);
 std::string objectKey(uint64_t object, uint32_t chunk);
+// In place of a chunk: the checksums of all of them.
+inline constexpr uint32_t kObjectSums = 0xFFFFFFFF;
 
 }  // namespace wdb::base_layout

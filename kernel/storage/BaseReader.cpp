@@ -76,6 +76,16 @@ Result<Slice> BaseReader::objectChunk(uint64_t object, uint32_t chunk) const {
     return bytes;
 }
 
+Result<Slice> BaseReader::objectSums(uint64_t object) const {
+    Slice sums;
+    WDB_TRY(txn_->get(kObjects, base_layout::objectKey(object, base_layout::kObjectSums), sums));
+    return sums;
+}
+
+uint32_t objectSum(Slice chunk) {
+    return static_cast<uint32_t>(XXH3_64bits(chunk.data(), chunk.size()));
+}
+
 Status BaseReader::forEachRecord(RecordNumber from,
                                  const std::function<Status(RecordNumber, Slice)>& visit) const {
     std::string buffer;

@@ -28,10 +28,14 @@ constexpr size_t kMostRepacked = size_t{8} << 20;  // bytes of a load's first im
 BaseWriter::BaseWriter(WriteTxn txn, const BaseMeta& meta)
     : BaseReader(txn_, *this), txn_(std::move(txn)), meta_(meta), before_(meta) {}
 
-Result<RecordNumber> BaseWriter::newRecord(RecordNumber wanted) {
+bool BaseWriter::hasRoom(RecordNumber wanted) const {
     constexpr RecordNumber kHighest = std::numeric_limits<int32_t>::max();  // callers get them as int32_t
+    return (wanted == 0 ? meta_.nextRecord : wanted) <= kHighest;
+}
+
+Result<RecordNumber> BaseWriter::newRecord(RecordNumber wanted) {
+    if (!hasRoom(wanted)) return Status{WDB_E_STORAGE};
     const RecordNumber number = wanted == 0 ? meta_.nextRecord : wanted;
-    if (number > kHighest) return Status{WDB_E_STORAGE};
     metaChanged_ = true;
     meta_.nextRecord = std::max(meta_.nextRecord, number + 1);
     return number;
@@ -265,8 +269,15 @@ Status BaseWriter::putObjectChunk(uint64_t object, uint32_t chunk, Slice bytes) 
     return txn_.put(kObjects, base_layout::objectKey(object, chunk), bytes);
 }
 
+Status BaseWriter::putObjectSums(uint64_t object, Slice sums) {
+    metaChanged_ = true;
+    return txn_.put(kObjects, base_layout::objectKey(object, base_layout::kObjectSums), sums);
+}
+
 Status BaseWriter::dropObject(uint64_t object) {
     metaChanged_ = true;
+    const Status sums = txn_.remove(kObjects, base_layout::objectKey(object, base_layout::kObjectSums));
+    if (!ok(sums) && sums != WDB_FAIL) return sums;
     for (uint32_t chunk = 0;; ++chunk) {
         const Status status = txn_.remove(kObjects, base_layout::objectKey(object, chunk));
         if (ok(status)) continue;
@@ -353,6 +364,8 @@ Status BaseWriter::visitObjects(const WriteVisitor& visit) const {
         for (uint32_t chunk = 0; chunk < dropped.chunks; ++chunk) {
             WDB_TRY(visit(kObjects, base_layout::objectKey(dropped.object, chunk), std::nullopt));
         }
+        WDB_TRY(
+            visit(kObjects, base_layout::objectKey(dropped.object, base_layout::kObjectSums), std::nullopt));
     }
     for (uint64_t object = before_.nextObject; object < meta_.nextObject; ++object) {
         for (uint32_t chunk = 0;; ++chunk) {
@@ -361,6 +374,9 @@ Status BaseWriter::visitObjects(const WriteVisitor& visit) const {
             if (!bytes) return bytes.status();
             WDB_TRY(visit(kObjects, base_layout::objectKey(object, chunk), *bytes));
         }
+        const auto sums = objectSums(object);
+        if (sums) WDB_TRY(visit(kObjects, base_layout::objectKey(object, base_layout::kObjectSums), *sums));
+        if (!sums && sums.status() != WDB_FAIL) return sums.status();
     }
     return WDB_OK;
 }

@@ -21,10 +21,16 @@ std::string useHome(const std::string& home, const Contents& contents, bool comp
     return {};
 }
 
-void verifyHome(const std::string& home) {
+std::string verifyHome(const std::string& home, const Contents& contents) {
     const Session session(home);
-    if (session.status() != WDB_OK) return;
-    for (const char* base : kBases) static_cast<void>(WdbVerifyBase(base, 0, nullptr, nullptr));
+    if (session.status() != WDB_OK) return {};
+    bool sound = true;
+    for (const char* base : kBases) sound = WdbVerifyBase(base, 0, nullptr, nullptr) == WDB_OK && sound;
+    if (!sound) return {};
+    Contents found;
+    const int32_t reading = readContents(found);
+    if (reading != WDB_OK) return "reading answers " + std::to_string(reading) + "\n";
+    return found == contents ? "" : "the check found nothing, but rows are others\n";
 }
 
 bool isIndex(const std::string& file) {

@@ -13,8 +13,8 @@ namespace crash {
 // contents.
 std::string useHome(const std::string& home, const Contents& contents, bool complete);
 
-// Verifies only.
-void verifyHome(const std::string& home);
+// Verifies, and reads only what was found sound. Empty: something was found, or everything is as it was.
+std::string verifyHome(const std::string& home, const Contents& contents);
 
 // An index file: what it holds can be built anew.
 bool isIndex(const std::string& file);

@@ -150,11 +150,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (hidden) bytes.resize(file.bytes.size());
         write(home + "/" + file.name, bytes, hidden ? &file.changed : nullptr);
     }
-    if (hidden) {
-        crash::verifyHome(home);
-        return 0;
-    }
     const std::string& name = original.files()[chosen].name;
+    if (hidden) {
+        // The catalogue has no checksums: other names are as good as the right ones.
+        const std::string found = crash::verifyHome(home, original.contents());
+        if (found.empty() || name.starts_with("system.mdb")) return 0;
+        std::fprintf(stderr, "%s: %s", name.c_str(), found.c_str());
+        __builtin_trap();
+    }
     const bool complete = crash::isIndex(name) || name.ends_with("-clean");
     const std::string wrong = crash::useHome(home, original.contents(), complete);
     if (!wrong.empty()) {
