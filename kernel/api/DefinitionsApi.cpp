@@ -11,33 +11,33 @@ namespace {
 enum class Way { In, Out };
 
 // A text of a record that is shared with the caller, from or into the session's character set; cut to its
-// field.
+// field, false then.
 template <size_t N>
-void convertText(Session& session, Way way, char (&text)[N]) {
+bool convertText(Session& session, Way way, char (&text)[N]) {
     const std::string_view before(text, strnlen(text, N));
     const std::string after =
         way == Way::In ? session.charset.toUtf8(before) : session.charset.fromUtf8(before);
+    const std::string_view kept = std::string_view(after).substr(0, N - 1);
+    const bool whole = kept.size() == after.size();
     std::memset(text, 0, N);
-    std::memcpy(text, after.data(), std::min(after.size(), N - 1));
+    const std::string_view characters = whole ? kept : Charset::dropIncompleteUtf8(kept);
+    std::memcpy(text, characters.data(), characters.size());
+    return whole;
 }
 
-void convert(Session& session, Way way, WdbBaseDef& record) {
-    if (session.charset.passes()) return;
-    convertText(session, way, record.name);
-    convertText(session, way, record.baseFile);
-    convertText(session, way, record.indexFile);
-    convertText(session, way, record.valueFile);
-    convertText(session, way, record.comment);
-    convertText(session, way, record.uniqueKey);
-    convertText(session, way, record.owner);
+template <size_t... N>
+bool convertTexts(Session& session, Way way, char (&... texts)[N]) {
+    return session.charset.passes() || (convertText(session, way, texts) & ...);
 }
 
-void convert(Session& session, Way way, WdbFieldSpec& record) {
-    if (session.charset.passes()) return;
-    convertText(session, way, record.name);
-    convertText(session, way, record.comment);
-    convertText(session, way, record.reference);
-    convertText(session, way, record.defaultValue);
+// False when a text was cut. What comes from a caller is refused then when it is to be stored.
+bool convert(Session& session, Way way, WdbBaseDef& record) {
+    return convertTexts(session, way, record.name, record.baseFile, record.indexFile, record.valueFile,
+                        record.comment, record.uniqueKey, record.owner);
+}
+
+bool convert(Session& session, Way way, WdbFieldSpec& record) {
+    return convertTexts(session, way, record.name, record.comment, record.reference, record.defaultValue);
 }
 
 template <size_t N>
@@ -65,7 +65,7 @@ Status putBaseDef(Session& session, const WdbBaseDef* definition) {
     if (session.writer.readOnly()) return WDB_E_READ_ONLY;
     WDB_TRY(session.writer.commit());
     WdbBaseDef record = *definition;
-    convert(session, Way::In, record);
+    if (!convert(session, Way::In, record)) return WDB_E_DEFINITION;
     const auto locations = [&](Slice name) { return session.settings.find(name, kAllLevels); };
     const Status status = session.editor.putBaseDef(session.actor(), record, locations,
                                                     session.writer.patience(), session.clock.nowMicros());
@@ -103,7 +103,7 @@ Status getFieldSpecByNumber(Session& session, int32_t number, WdbFieldSpec* fiel
 Status putFieldSpec(Session& session, const WdbFieldSpec* field) {
     if (field == nullptr) return WDB_E_ARGUMENT;
     WdbFieldSpec record = *field;
-    convert(session, Way::In, record);
+    if (!convert(session, Way::In, record)) return WDB_E_DEFINITION;
     const Status status = session.editor.putFieldSpec(record);
     return ok(status) ? status : session.fail(status, nameOf(record.name));
 }

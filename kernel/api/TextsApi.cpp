@@ -32,9 +32,8 @@ Status getLine(Session& session, WdbCursor* handle, char* buffer, int32_t* lengt
     if (!canPut(buffer, length)) return WDB_E_ARGUMENT;
     FieldCursor& cursor = *place.cursor;
     if (!currentLine(text, cursor, stored)) return WDB_FAIL;
-    std::string converted;
-    Slice line = stored;
-    if (!session.charset.passes()) line = converted = session.charset.fromUtf8(stored);
+    if (!session.charset.passes() && !cursor.converted) cursor.converted = session.charset.fromUtf8(stored);
+    const Slice line = session.charset.passes() ? stored : Slice(*cursor.converted);
     const Slice rest = line.substr(std::min(cursor.inLine, line.size()));
     const size_t piece = std::min(rest.size(), static_cast<size_t>(*length) - 1);
     if (piece == 0 && !rest.empty()) return WDB_E_BUFFER;  // no room for any byte: it would never end

@@ -88,7 +88,12 @@ bool currentLine(std::string_view text, FieldCursor& cursor, std::string_view& l
         cursor.offset = range.begin;
     }
     if (cursor.ended || cursor.offset > text.size()) return false;
-    line = text.substr(cursor.offset, std::min(text.find('\n', cursor.offset), text.size()) - cursor.offset);
+    if (cursor.inLine == 0 || cursor.textSize != text.size()) {
+        cursor.lineEnd = std::min(text.find('\n', cursor.offset), text.size());
+        cursor.textSize = text.size();
+        cursor.converted.reset();
+    }
+    line = text.substr(cursor.offset, cursor.lineEnd - cursor.offset);
     if (cursor.paragraph > 0 && line.empty()) return false;
     return true;
 }
@@ -96,6 +101,7 @@ bool currentLine(std::string_view text, FieldCursor& cursor, std::string_view& l
 void nextLine(std::string_view text, FieldCursor& cursor, std::string_view line) {
     const size_t end = cursor.offset + line.size();
     cursor.inLine = 0;
+    cursor.converted.reset();
     cursor.offset = end + 1;
     cursor.ended = end >= text.size();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,11 @@ struct FieldCursor {
     uint64_t epoch = 0;
     size_t offset = 0;  // next byte of the text, as stored, at the start of a line
     size_t inLine = 0;  // bytes of that line delivered already, as delivered
+    // While a line is delivered in several pieces, so that none looks for its end again: where it ends in the
+    // text, of how many bytes the text is, and the line in the session's character set.
+    size_t lineEnd = 0;
+    size_t textSize = 0;
+    std::optional<std::string> converted;
     bool started = false;
     bool ended = false;
     bool written = false;  // a value was written through it: the next line or block is appended
@@ -60,7 +66,8 @@ Status replaceText(CurrentRecord& record, const FieldCursor& cursor, std::string
 Status putLines(CurrentRecord& record, FieldCursor& cursor, std::string_view data);
 
 // The line at the running position (of the paragraph, when the cursor has one) as stored, without its line
-// end; false at the end. nextLine() moves on to the one behind it.
+// end; false at the end. Whoever delivers only a part of it adds to inLine; the line is not looked for again
+// then unless the text has another length. nextLine() moves on to the one behind it.
 bool currentLine(std::string_view text, FieldCursor& cursor, std::string_view& line);
 void nextLine(std::string_view text, FieldCursor& cursor, std::string_view line);
 

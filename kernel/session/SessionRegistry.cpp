@@ -86,7 +86,7 @@ Status bind(WdbSession* session) {
     const std::lock_guard lock(registry().mutex);
     auto& sessions = registry().sessions;
     const uint64_t id = idOf(session);
-    if (session != nullptr && id == binding.id) return WDB_OK;
+    if (binding.session != nullptr && session == handleOfId(binding.id)) return WDB_OK;
     const auto found = sessions.find(id);
     if (session != nullptr) {
         if (found == sessions.end() || handleOfId(id) != session) return WDB_E_HANDLE;

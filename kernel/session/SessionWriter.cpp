@@ -131,11 +131,12 @@ Status SessionWriter::commit() {
 
 void SessionWriter::drop() {
     if (unit_ != nullptr || load_ != nullptr) snapshots_->dropAll();  // those with the unit
+    // Whoever removes the saved status is told that the writes are not on the disk.
+    failed_ = owner_ != 0 && (failed_ || (unit_ != nullptr && !unit_->unit().empty()));
+    if (!failed_) owner_ = 0;
     unit_.reset();
     load_.reset();
     lostLoad_.reset();
-    owner_ = 0;
-    failed_ = false;
 }
 
 Status SessionWriter::commitUnit() {

@@ -126,7 +126,20 @@ TEST_F(Definitions, ADeletedFieldTakesItsValuesAlong) {
     EXPECT_EQ(find("FIND T.NOTE=words").size(), 1u) << "nothing is stored yet";
     record = spec({"NOTE", "PHRASE"});
     ASSERT_EQ(WdbPutFieldSpec(&record), 1);
+    WdbRecordControl* filled = control("T", WDB_MODE_WRITE);
+    ASSERT_EQ(set(filled, 1, 0, "late"), 1);
+    ASSERT_EQ(set(filled, 2, 0, "words"), 1);
+    ASSERT_EQ(set(filled, 4, 0, "object"), 1);
     ASSERT_EQ(WdbPutBaseDef(&definition), 1);
+    EXPECT_EQ(WdbPutRecord(filled, nullptr), 1) << "without what is no field any more";
+    EXPECT_EQ(WdbDeleteRecordControl(&filled), 1);
+    std::string noted;
+    const auto note = [](void* to, int32_t, int32_t, const char* text) -> int32_t {
+        static_cast<std::string*>(to)->append(text);
+        return 1;
+    };
+    EXPECT_EQ(WdbVerifyBase("T", 0, note, &noted), WDB_OK);
+    EXPECT_EQ(noted, "");
     EXPECT_EQ(find("FIND T.NOTE=$").size(), 0u);
     EXPECT_EQ(find("FIND T.NAME=a").size(), 1u);
     ASSERT_EQ(WdbGetRecordInBase(made, 1), 1);

@@ -151,7 +151,15 @@ TEST_F(Loaders, NumbersAreGivenByTheLoader) {
         {0, "none", WDB_E_ARGUMENT, "no number"},  {2147483647, "last", 1, "the highest of all"},
     };
     for (const auto& row : rows) EXPECT_EQ(putAs(row.number, row.name), row.status) << row.reason;
+    WdbRecordControl* changed = control("T", WDB_MODE_WRITE);
+    ASSERT_EQ(WdbSaveStatus(), 1);
+    ASSERT_EQ(WdbGetRecordInBase(changed, 4), 1);
+    ASSERT_EQ(set(changed, kSize, 0, "44"), 1);
+    ASSERT_EQ(WdbPutRecord(changed, nullptr), 1);
     EXPECT_EQ(insert("T", {"next"}), WDB_E_STORAGE) << "the numbers are used up";
+    EXPECT_EQ(WdbLoadStatus(3), 1) << "the rest of the statement is stored";
+    EXPECT_EQ(WdbDeleteRecordControl(&changed), 1);
+    EXPECT_EQ(find("FIND T.SIZE=44"), std::vector<int32_t>{4});
     EXPECT_EQ(walk(), (std::vector<int32_t>{4, 10, 2147483647}));
     WdbRecordControl* made = control("T", WDB_MODE_WRITE);
     ASSERT_EQ(WdbGetRecordInBase(made, 4), 1);

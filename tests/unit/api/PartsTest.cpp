@@ -1,4 +1,7 @@
 // Records with parts; sets looked at; commands read without being run.
+#include <algorithm>
+#include <set>
+
 #include "tests/unit/api/ApiTest.h"
 
 namespace {
@@ -223,6 +226,35 @@ TEST_F(Parts, TermsAreWalkedUpwards) {
     EXPECT_EQ(length, 6);
     EXPECT_EQ(records, 5);
     EXPECT_EQ(WdbNextTerm("NONE", 2, nothing, &length, &records), WDB_E_BASE);
+}
+
+// Around the length at which values are known by their beginning only, in steps of a byte and with characters
+// of two.
+TEST_F(Parts, NoLongTermIsSkipped) {
+    createBase("W", {{"P", "PHRASE"}});
+    std::vector<std::string> expected;
+    for (size_t length = 390; length <= 405; ++length) {
+        ASSERT_EQ(insert("W", {std::string(length, 'Y')}), 1);
+        if (length <= 400) expected.push_back(std::string(length, 'Y'));
+        ASSERT_EQ(insert("W", {std::string(length, 'Z') + "\u00C9\u00C9\u00C9"}), 1);
+    }
+    ASSERT_EQ(WdbBatchLoadIndex(1, "W", ""), 1);
+    std::vector<std::string> found;
+    char term[1024] = "";
+    for (int i = 0; i < 40; ++i) {
+        int32_t length = sizeof term, records = 0;
+        if (WdbNextTerm("W", 1, term, &length, &records) != 1) break;
+        EXPECT_GE(records, 1);
+        found.push_back(term);
+    }
+    std::string ends;
+    for (const std::string& one : found) ends += one[0] + std::to_string(one.size()) + " ";
+    ASSERT_LT(found.size(), 40u) << "the walk ends: " << ends;
+    EXPECT_EQ(std::set<std::string>(found.begin(), found.end()).size(), found.size())
+        << "each once: " << ends;
+    EXPECT_EQ(found.size(), 22u) << ends;
+    std::erase_if(found, [](const std::string& one) { return one.starts_with('Z'); });
+    EXPECT_TRUE(found == expected) << ends;
 }
 
 struct Step {

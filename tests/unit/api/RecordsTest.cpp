@@ -1,3 +1,9 @@
+#include <algorithm>
+#include <csignal>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "tests/unit/api/ApiTest.h"
 
 namespace {
@@ -210,6 +216,70 @@ TEST_F(Records, LongLinesComeInPieces) {
         EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
         EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
     }
+}
+
+// Each piece looks for no more than it delivers, also where the line is delivered in other bytes than it is
+// stored.
+TEST_F(Records, PiecesOfALineMakeTheLine) {
+    std::string line;
+    for (int i = 0; line.size() < 1200000; ++i) line += "a\xE9" + std::to_string(i * 7919);
+    ASSERT_EQ(WdbSetSessionInfo(10, 1, ""), 1);
+    WdbRecordControl* made = control("ARTICLES", WDB_MODE_WRITE);
+    ASSERT_EQ(set(made, kNote, 0, line + "\nnext"), 1);
+    const auto read = [&](int32_t size) {
+        WdbCursor* cursor = nullptr;
+        EXPECT_EQ(WdbSetCursor(&cursor, made, kNote, 0, 0), 1);
+        std::string all;
+        std::vector<char> buffer(static_cast<size_t>(size));
+        for (int32_t length = size; WdbGetLine(cursor, buffer.data(), &length) == 1; length = size)
+            all.append(buffer.data(), static_cast<size_t>(length));
+        EXPECT_EQ(WdbDeleteCursor(&cursor), 1);
+        return all;
+    };
+    for (const int32_t size : {100, 101, 8192, 2000000}) EXPECT_TRUE(read(size) == line + "next") << size;
+    ASSERT_EQ(WdbSetSessionInfo(10, 16, ""), 1);
+    const std::string stored = read(100);
+    EXPECT_EQ(stored.size(), line.size() + 4 + static_cast<size_t>(std::ranges::count(line, '\xE9')));
+    EXPECT_TRUE(read(8192) == stored);
+    EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+}
+
+TEST_F(Records, SerialNumbersNeverComeAgain) {
+    createBase("S", {{"NAME", "PHRASE"}, {"NO", "INTEGER", false, true}});
+    const auto last = [&] {
+        int32_t number = 0;
+        EXPECT_EQ(insert("S", {"x"}, &number), 1);
+        WdbRecordControl* made = control("S", WDB_MODE_WRITE);
+        EXPECT_EQ(WdbGetRecordInBase(made, number), 1);
+        const std::string serial = get(made, 2);
+        EXPECT_EQ(WdbDeleteRecordInBase(made), 1);
+        EXPECT_EQ(WdbDeleteRecordControl(&made), 1);
+        return serial;
+    };
+    EXPECT_EQ(last(), "1");
+    EXPECT_EQ(last(), "2") << "the highest was deleted";
+    ASSERT_EQ(WdbSaveStatus(), 1);
+    EXPECT_EQ(last(), "3");
+    ASSERT_EQ(WdbLoadStatus(3), 1);
+    ASSERT_EQ(WdbCloseSession(&session_), 1);
+    session_ = open();
+    ASSERT_EQ(WdbBindSession(session_), 1);
+    EXPECT_EQ(last(), "4") << "the base was closed in between";
+    ASSERT_EQ(WdbCompactBase("S"), 1);
+    EXPECT_EQ(last(), "5") << "written anew";
+    ASSERT_EQ(WdbCloseSession(&session_), 1);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        session_ = open();
+        const bool done = WdbBindSession(session_) == 1 && last() == "6";
+        ::raise(done ? SIGKILL : SIGTERM);
+    }
+    int state = 0;
+    ASSERT_EQ(::waitpid(child, &state, 0), child);
+    EXPECT_EQ(WTERMSIG(state), SIGKILL);
+    session_ = open();
+    ASSERT_EQ(WdbBindSession(session_), 1);
+    EXPECT_EQ(last(), "7") << "a process died";
 }
 
 TEST_F(Records, LargeObjects) {

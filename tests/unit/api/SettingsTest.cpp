@@ -158,6 +158,30 @@ TEST_F(Settings, Messages) {
     EXPECT_EQ(WdbMessage(32 * 600 + 2, buffer, &length), 0);
 }
 
+TEST_F(Settings, CommentsThatAreTooLongInUtf8AreRefused) {
+    ASSERT_EQ(WdbSetSessionInfo(10, 1, ""), 1);
+    WdbBaseDef base{};
+    ASSERT_EQ(WdbGetBaseDef("T", &base), 1);
+    WdbFieldSpec field = spec({"NAME", "PHRASE"});
+    const size_t room = sizeof field.comment - 1;
+    for (const size_t length : {room, room / 2}) {
+        std::memset(field.comment, 0, sizeof field.comment);
+        std::memset(field.comment, '\xE9', length);
+        ASSERT_EQ(WdbPutFieldSpec(&field), length == room ? WDB_E_DEFINITION : 1) << length;
+    }
+    fill(base, "T", "");
+    std::memset(base.comment, '\xE9', sizeof base.comment - 1);
+    EXPECT_EQ(WdbPutBaseDef(&base), WDB_E_DEFINITION);
+    base.comment[(sizeof base.comment - 1) / 2] = '\0';
+    ASSERT_EQ(WdbPutBaseDef(&base), 1);
+    WdbBaseDef stored{};
+    ASSERT_EQ(WdbGetBaseDef("T", &stored), 1);
+    EXPECT_STREQ(stored.comment, base.comment);
+    WdbFieldSpec read{};
+    ASSERT_EQ(WdbGetFieldSpecByNumber(1, &read), 1);
+    EXPECT_STREQ(read.comment, field.comment);
+}
+
 TEST_F(Settings, OtherCharacterSets) {
     ASSERT_EQ(WdbSetSessionInfo(10, 1, ""), 1);
     createBase("T", {{"W\xF6rt", "PHRASE"}, {"NOTE", "TEXT"}});

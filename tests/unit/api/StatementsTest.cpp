@@ -426,6 +426,7 @@ TEST_F(Statements, ThreadThatEndsGivesItsSessionBack) {
     }).join();
     ASSERT_EQ(WdbBindSession(other), 1);
     EXPECT_EQ(find("FIND T.R=FROM 1").size(), 0u) << "what was not committed is gone";
+    EXPECT_EQ(WdbLoadStatus(3), WDB_E_STORAGE) << "and whoever ends the statement is told";
     ASSERT_EQ(WdbBindSession(session_), 1);
     EXPECT_EQ(insert("T", {"kept"}), 1) << "and the lock is free";
     EXPECT_EQ(WdbCloseSession(&other), 1);
