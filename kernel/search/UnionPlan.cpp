@@ -130,7 +130,9 @@ void UnionPlan::goOn(UnionRows& joined, const UnionRows& left) {
 
 void UnionPlan::addUnion(UnionRows& joined, const UnionRows& from) {
     const uint64_t begin = joined.all;
-    for (UnionRows::Member member : from.members()) {
+    // Both may have one list, which grows here.
+    for (size_t i = 0; i < from.count; ++i) {
+        UnionRows::Member member = (*from.list)[i];
         member.begin += begin;
         joined.list->push_back(std::move(member));
         ++joined.count;
