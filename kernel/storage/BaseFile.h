@@ -28,10 +28,10 @@ inline constexpr Table kMeta = 4;
 inline constexpr uint32_t kBaseFormat = 1;
 inline constexpr uint32_t kPackedFormat = 2;  // with a dictionary: some record images are packed
 // Bytes of a large object per chunk: sixteen pages less the storage's header.
+inline constexpr size_t kObjectChunk = 16 * 4096 - 16;
+
 // Checksum of a chunk of a large object: the low half of its 64-bit XXH3.
 uint32_t objectSum(Slice chunk);
-
-inline constexpr size_t kObjectChunk = 16 * 4096 - 16;
 
 // Unused numbers in a row that a range of the queue may run over.
 inline constexpr RecordNumber kRangeGap = 1024;

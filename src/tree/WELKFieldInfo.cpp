@@ -15,6 +15,10 @@ WELKFieldInfo::WELKFieldInfo(std::string databaseName, std::string fieldName, ui
       nullable((fieldFlags & 16) != 0),
       flag8((fieldFlags & 8) != 0) {}
 
+WELKFieldInfoList::~WELKFieldInfoList() {
+    while (!fields_.empty()) fields_.pop_back();
+}
+
 const WELKFieldInfo* WELKFieldInfoList::Get(int32_t index) const {
     return index >= 0 && index < Count() ? &fields_[static_cast<size_t>(index)] : nullptr;
 }

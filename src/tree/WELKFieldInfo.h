@@ -31,8 +31,8 @@ public:
     bool primaryKey = false;
 };
 
-/// The fields of one table in field-number order, gaps left out. A field stays where it is once the list is
-/// complete.
+/// The fields of one table in field-number order, gaps left out. Owns its elements and deletes them last
+/// first; a field stays where it is once the list is complete.
 class WELKFieldInfoList {
 public:
     WELKFieldInfoList() = default;
@@ -40,6 +40,7 @@ public:
     explicit WELKFieldInfoList(int32_t expected) { fields_.reserve(static_cast<size_t>(expected)); }
     WELKFieldInfoList(const WELKFieldInfoList&) = delete;
     WELKFieldInfoList& operator=(const WELKFieldInfoList&) = delete;
+    ~WELKFieldInfoList();
 
     /// Adds the field that these make, where it stays until the next one is added.
     WELKFieldInfo& Add(const std::string& databaseName, std::string_view fieldName, uint32_t fieldNumber,
