@@ -19,6 +19,7 @@ namespace wdb {
 namespace {
 
 constexpr uint64_t kSealMagic = 0x6C6165536B6C6557;
+constexpr uint64_t kWitnessMagic = 0x6E7469576B6C6557;
 constexpr size_t kSealSize = 48;
 constexpr size_t kCopies = 2;  // one byte that flips does not unmake a commit
 
@@ -51,8 +52,36 @@ uint64_t metaPlace(const MetaPage& meta, uint64_t txn) {
     return (txn & 1) * meta.pageSize;
 }
 
+// Behind the seal: what the library's part of the meta page was when the seal was written.
+constexpr size_t kWitnessAt = page_format::kSealAt + kCopies * kSealSize;
+
+std::optional<std::string> witness(int file, const MetaPage& meta, uint64_t txn) {
+    char bytes[page_format::kMetaEnd];
+    if (!readAt(file, metaPlace(meta, txn), bytes, sizeof bytes)) return std::nullopt;
+    std::string out;
+    appendLittle(out, kWitnessMagic);
+    appendLittle(out, txn);
+    appendLittle(out, static_cast<uint64_t>(XXH3_64bits(bytes, sizeof bytes)));
+    appendLittle(out, static_cast<uint64_t>(XXH3_64bits(out.data(), out.size())));
+    return out;
+}
+
+// Whether the next commit began to write over the meta page of `meta`, a state that was sealed, and did not
+// come to its end. False for pages sealed before there were witnesses.
+bool halfWritten(int file, const MetaPage& meta) {
+    const auto now = witness(file, meta, meta.txn);
+    if (!now) return false;
+    std::string then(now->size(), '\0');
+    if (!readAt(file, metaPlace(meta, meta.txn) + kWitnessAt, then.data(), then.size())) return false;
+    constexpr size_t kSumAt = 2 * sizeof(uint64_t), kOwnSumAt = 3 * sizeof(uint64_t);
+    return then.compare(0, kSumAt, *now, 0, kSumAt) == 0 && then != *now &&
+           loadLittle<uint64_t>(then.data() + kOwnSumAt) == XXH3_64bits(then.data(), kOwnSumAt);
+}
+
 bool writeSeal(int file, const MetaPage& meta, const Seal& seal) {
-    const std::string bytes = encode(seal);
+    const auto seen = witness(file, meta, seal.txn);
+    if (!seen) return false;
+    const std::string bytes = encode(seal) + *seen;
     return writeAt(file, metaPlace(meta, seal.txn) + page_format::kSealAt, bytes.data(), bytes.size());
 }
 
@@ -225,6 +254,8 @@ Status recoverLastState(int file) {
         std::vector<PageRun> runs;
         const auto found = compute(file, metas, newest, runs);
         if (found && same(*found, *seal)) return WDB_OK;
+        // No commit begins to name itself before the last one is durable.
+        if (halfWritten(file, metas[(newest & 1) ^ 1])) return WDB_OK;
     }
     return fallBack(file, metas, newest);
 }

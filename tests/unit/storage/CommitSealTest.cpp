@@ -164,6 +164,27 @@ TEST_F(CommitSealTest, AnyPageThatIsMissingUnmakesTheCommit) {
     }
 }
 
+// The meta page of the commit that fell is that of two commits ago, against which the last one would be
+// proved.
+TEST_F(CommitSealTest, TheNextCommitMayHaveNamedItselfByHalf) {
+    constexpr size_t kFrom = 32, kBytes = page_format::kMetaEnd - kFrom;  // as the library writes it
+    for (uint32_t round = 1; round <= 24 && !HasFailure(); ++round) {
+        const std::string before = bytes();
+        change(round);
+        if (round < 3) continue;  // the first state has no seal
+        const std::string after = bytes();
+        const std::set<uint64_t> changed = changedPages(before, after);
+        const size_t meta = changed.contains(0) ? 0 : kPage;
+        ASSERT_FALSE(changed.contains(0) && changed.contains(1));
+        for (const size_t written : {size_t{8}, kBytes / 2, kBytes - 16, kBytes - 8}) {
+            std::string image = after;
+            putPage(image, meta / kPage, before);
+            image.replace(meta + kFrom, written, after, meta + kFrom, written);
+            EXPECT_EQ(opened(image), std::to_string(round - 1)) << "round " << round << ", " << written;
+        }
+    }
+}
+
 TEST_F(CommitSealTest, TellsLossFromDamageAndOlderFiles) {
     change(1);
     change(2);
