@@ -39,9 +39,22 @@ Result<RecordView> BaseSnapshot::record(RecordNumber number) const {
     const BaseReader reader = this->reader();
     const auto image = reader.image(number);
     if (!image) return image.status();
-    const auto dictionary = reader.dictionaryFor(*image);
+    return view(reader, number, *image);
+}
+
+Result<RecordView> BaseSnapshot::view(const BaseReader& reader, RecordNumber number, Slice image) const {
+    const auto dictionary = reader.dictionaryFor(image);
     if (!dictionary) return dictionary.status();
-    return base_->verified().view(number, *image, meta_.liveCount, *dictionary);
+    return base_->verified().view(number, image, meta_.liveCount, *dictionary);
+}
+
+void BaseSnapshot::images(std::span<const RecordNumber> numbers, std::span<Slice> images) const {
+    for (const RecordNumber number : numbers) base_->verified().expect(number);
+    reader().images(numbers, images);
+}
+
+Result<RecordView> BaseSnapshot::record(RecordNumber number, Slice image) const {
+    return image.empty() ? record(number) : view(reader(), number, image);
 }
 
 Result<RecordView> BaseSnapshot::record(RecordNumber number) {

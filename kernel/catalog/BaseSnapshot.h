@@ -52,6 +52,10 @@ public:
     // lives. Long values may be the view's own.
     Result<RecordView> record(RecordNumber number) const;
     Result<RecordView> record(RecordNumber number) override;
+    // For records that are read together: what BaseReader::images() knows of them, and the record of which
+    // that is the image. An empty image is looked up.
+    void images(std::span<const RecordNumber> numbers, std::span<Slice> images) const;
+    Result<RecordView> record(RecordNumber number, Slice image) const;
     // For large objects and walks.
     BaseReader reader() const;
     const UnitBase* unit() const { return unit_; }
@@ -61,6 +65,7 @@ public:
 
 private:
     friend class OpenBase;
+    Result<RecordView> view(const BaseReader& reader, RecordNumber number, Slice image) const;
 
     std::shared_ptr<OpenBase> base_;
     std::shared_ptr<const BaseDefinition> definition_;

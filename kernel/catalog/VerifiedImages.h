@@ -36,6 +36,12 @@ public:
         return found;
     }
 
+    // That the record will be viewed soon.
+    void expect(RecordNumber number) const {
+        if (const Slot* slots = slots_.load(std::memory_order_acquire))
+            __builtin_prefetch(slots + (number & mask_));
+    }
+
 private:
     using Slot = std::atomic<uint64_t>;
     static constexpr uint64_t kLeast = 256, kMost = uint64_t{1} << 16;  // slots of 8 bytes

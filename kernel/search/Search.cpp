@@ -223,7 +223,7 @@ Status Search::fetchRows(int32_t number, int32_t index, int32_t& count, RowItems
     const auto first = static_cast<uint64_t>(index);
     const uint64_t end = std::min(first + wanted, size);
     if (!set->block && !set->joined && !set->bases.empty()) {
-        RecordRowReader reader(*set, context_);
+        RecordRowReader reader(*set, context_, end);
         return writeRows(reader, first, end, count, rows);
     }
     SetRowReader reader(*set, context_);

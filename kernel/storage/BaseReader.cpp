@@ -26,6 +26,14 @@ Result<Slice> BaseReader::image(RecordNumber number) const {
     return image;
 }
 
+void BaseReader::images(std::span<const RecordNumber> numbers, std::span<Slice> images) const {
+    if (backlog_ != nullptr) return;
+    txn_->getSome(kRecords, numbers, images);
+    for (Slice& image : images) {
+        if (isTombstone(image)) image = {};
+    }
+}
+
 Result<const TailDictionary*> BaseReader::dictionaryFor(Slice stored) const {
     if (!isPacked(stored)) return static_cast<const TailDictionary*>(nullptr);
     return dictionary(dictionaryOf(stored));

@@ -73,6 +73,10 @@ public:
     Status get(Table table, uint32_t key, Slice& value) const;  // integerKey of 4 bytes
     Status get(Table table, uint64_t key, Slice& value) const;  // integerKey of 8 bytes
 
+    // The values of up to PageTree::kSome keys at once. Those that stay as they are may be there all the
+    // same: get() tells.
+    void getSome(Table table, std::span<const uint32_t> keys, std::span<Slice> values) const;
+
     // A cursor before the first entry. It must go before its transaction does.
     Cursor cursor(Table table) const;
 

@@ -1,6 +1,7 @@
 #include "kernel/storage/PageTree.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "kernel/common/ByteOrder.h"
@@ -13,20 +14,9 @@ using namespace page_format;
 namespace {
 
 constexpr size_t kPage = PageTree::kPage;
+constexpr size_t kLine = 64;  // bytes that come from memory together
 
 // How a node's key stands to a wanted one: below 0, 0, above 0. False when it does not lie in the page.
-template <typename Integer>
-struct IntegerOrder {
-    explicit IntegerOrder(Slice key) { std::memcpy(&wanted, key.data(), sizeof wanted); }
-    bool operator()(const char* page, size_t node, int& order) const {
-        if (node + kNodeHeader + sizeof(Integer) > kPage) return false;
-        const auto key = loadLittle<Integer>(page + node + kNodeHeader);
-        order = key < wanted ? -1 : key > wanted ? 1 : 0;
-        return true;
-    }
-    Integer wanted;
-};
-
 struct BytesOrder {
     explicit BytesOrder(Slice key) : wanted(key) {
         if (wanted.size() >= sizeof head) head = loadBig<uint64_t>(wanted.data());
@@ -56,9 +46,8 @@ size_t nodeAt(const char* page, uint32_t at) {
 }
 
 // The key of a branch's first node counts for nothing.
-template <typename Order>
-bool searchNodes(const char* page, uint32_t count, bool leaf, const Order& orderOf, uint32_t& at,
-                 bool& exact) {
+bool searchBytes(const char* page, uint32_t count, bool leaf, Slice wanted, uint32_t& at, bool& exact) {
+    const BytesOrder orderOf(wanted);
     uint32_t low = leaf ? 0 : 1, high = count;
     while (low < high) {
         const uint32_t middle = low + (high - low) / 2;
@@ -76,6 +65,90 @@ bool searchNodes(const char* page, uint32_t count, bool leaf, const Order& order
     }
     at = leaf ? low : low - 1;
     exact = false;
+    return true;
+}
+
+template <typename Integer>
+Integer integerOf(Slice key) {
+    Integer value = 0;
+    std::memcpy(&value, key.data(), sizeof value);
+    return value;
+}
+
+template <typename Integer>
+bool integerAt(const char* page, uint32_t at, Integer& key) {
+    const size_t node = nodeAt(page, at);
+    if (node + kNodeHeader + sizeof(Integer) > kPage) return false;
+    key = loadLittle<Integer>(page + node + kNodeHeader);
+    return true;
+}
+
+// To the first of the nodes from `low` on whose integer is not below the wanted one, `high` when there is
+// none.
+template <typename Integer>
+bool halve(const char* page, Integer wanted, uint32_t low, const uint32_t high, uint32_t& at, bool& exact) {
+    Integer key = 0;
+    for (uint32_t end = high; low < end;) {
+        const uint32_t middle = low + (end - low) / 2;
+        if (!integerAt(page, middle, key)) return false;
+        if (key < wanted)
+            low = middle + 1;
+        else
+            end = middle;
+    }
+    at = low;
+    exact = low < high && integerAt(page, low, key) && key == wanted;
+    return true;
+}
+
+// Record numbers are given in turn: most lie as far behind a leaf's first one as they differ from it, and
+// none farther. One look finds them, where halving takes five, into lines of memory that nobody needs
+// afterwards. `least` is not above the first key.
+template <typename Integer>
+bool searchLeaf(const char* page, uint32_t count, Integer wanted, Integer least, uint32_t& at, bool& exact) {
+    const Integer ahead = wanted > least ? wanted - least : 0;
+    const auto guess = static_cast<uint32_t>(std::min<Integer>(ahead, count - 1));
+    Integer key = 0;
+    if (!integerAt(page, guess, key)) return false;
+    at = guess;
+    exact = key == wanted;
+    if (exact) return true;
+    if (key < wanted) return halve(page, wanted, guess + 1, count, at, exact);
+    const Integer missing = key - wanted;
+    const uint32_t low = missing < guess ? guess - static_cast<uint32_t>(missing) : 0;
+    return halve(page, wanted, low, guess, at, exact);
+}
+
+// To the last node whose key is not above the wanted one: from where the line through the first key and the
+// last one leads, in doubling steps. The key of the first node counts for nothing.
+template <typename Integer>
+bool searchBranch(const char* page, uint32_t count, Integer wanted, uint32_t& at) {
+    at = 0;
+    if (count < 2) return true;
+    Integer first = 0, last = 0, key = 0;
+    if (!integerAt(page, 1, first) || !integerAt(page, count - 1, last)) return false;
+    if (wanted < first) return true;
+    at = count - 1;
+    if (wanted >= last) return true;
+    uint32_t low = 1, high = count - 1;  // the key at low is not above, the one at high is
+    const double share = static_cast<double>(wanted - first) / static_cast<double>(last - first);
+    const uint32_t guess = std::min(low + static_cast<uint32_t>(share * (high - low)), high - 1);
+    if (!integerAt(page, guess, key)) return false;
+    const bool onwards = key <= wanted;
+    (onwards ? low : high) = guess;
+    for (uint32_t step = 1; step < high - low; step *= 2) {
+        const uint32_t probe = onwards ? low + step : high - step;
+        if (!integerAt(page, probe, key)) return false;
+        const bool notAbove = key <= wanted;
+        (notAbove ? low : high) = probe;
+        if (notAbove != onwards) break;
+    }
+    while (high - low > 1) {
+        const uint32_t middle = low + (high - low) / 2;
+        if (!integerAt(page, middle, key)) return false;
+        (key <= wanted ? low : high) = middle;
+    }
+    at = low;
     return true;
 }
 
@@ -119,12 +192,19 @@ bool PageTree::below(const Place& place, uint64_t& number) const {
 }
 
 bool PageTree::search(Place& place, bool leaf, Slice key, bool& exact) const {
-    if (!integers_) return searchNodes(place.page, place.count, leaf, BytesOrder(key), place.at, exact);
-    if (key.size() == sizeof(uint32_t))
-        return searchNodes(place.page, place.count, leaf, IntegerOrder<uint32_t>(key), place.at, exact);
-    if (key.size() == sizeof(uint64_t))
-        return searchNodes(place.page, place.count, leaf, IntegerOrder<uint64_t>(key), place.at, exact);
+    if (!integers_) return searchBytes(place.page, place.count, leaf, key, place.at, exact);
+    if (key.size() == sizeof(uint32_t)) return searchIntegers<uint32_t>(place, leaf, key, exact);
+    if (key.size() == sizeof(uint64_t)) return searchIntegers<uint64_t>(place, leaf, key, exact);
     return false;
+}
+
+template <typename Integer>
+bool PageTree::searchIntegers(Place& place, bool leaf, Slice key, bool& exact) const {
+    const Integer wanted = integerOf<Integer>(key);
+    Integer least = 0;
+    if (!leaf) return searchBranch(place.page, place.count, wanted, place.at);
+    return integerAt(place.page, 0, least) &&
+           searchLeaf(place.page, place.count, wanted, least, place.at, exact);
 }
 
 bool PageTree::keyOf(const Place& place, Slice& key) const {
@@ -159,6 +239,7 @@ bool PageTree::valueOf(const Place& place, Slice& value) const {
 
 Look PageTree::find(Slice key, Slice& value) const {
     if (depth_ == 0) return Look::Missing;
+    if (integers_ && key.size() == sizeof(uint32_t)) return findInteger(integerOf<uint32_t>(key), value);
     uint64_t number = root_;
     for (unsigned level = 0;; ++level) {
         Place place;
@@ -168,6 +249,49 @@ Look PageTree::find(Slice key, Slice& value) const {
         if (leaf && !exact) return Look::Missing;
         if (leaf) return valueOf(place, value) ? Look::Found : Look::Damaged;
         if (!below(place, number)) return Look::Damaged;
+    }
+}
+
+// To the leaf where the key belongs, and what none of its keys is below.
+bool PageTree::leafOf(uint32_t key, LeafOf& leaf) const {
+    leaf = {root_, 0};
+    for (unsigned level = 0; level + 1 < depth_; ++level) {
+        Place place;
+        if (!open(leaf.number, level, place) || !searchBranch(place.page, place.count, key, place.at) ||
+            !below(place, leaf.number) || (place.at > 0 && !integerAt(place.page, place.at, leaf.least)))
+            return false;
+    }
+    return true;
+}
+
+Look PageTree::findIn(const LeafOf& leaf, uint32_t key, Slice& value) const {
+    Place place;
+    bool exact = false;
+    if (!open(leaf.number, depth_ - 1, place) ||
+        !searchLeaf(place.page, place.count, key, leaf.least, place.at, exact))
+        return Look::Damaged;
+    if (!exact) return Look::Missing;
+    return valueOf(place, value) ? Look::Found : Look::Damaged;
+}
+
+Look PageTree::findInteger(uint32_t key, Slice& value) const {
+    LeafOf leaf;
+    return leafOf(key, leaf) ? findIn(leaf, key, value) : Look::Damaged;
+}
+
+void PageTree::findSome(std::span<const uint32_t> keys, std::span<Slice> values) const {
+    assert(keys.size() == values.size() && keys.size() <= kSome);
+    if (depth_ == 0 || !integers_) return;
+    std::array<LeafOf, kSome> leaves;
+    for (size_t i = 0; i < keys.size(); ++i) {
+        if (!leafOf(keys[i], leaves[i])) leaves[i].number = kNoPage;
+        if (leaves[i].number < pages_) __builtin_prefetch(map_ + leaves[i].number * kPage);
+    }
+    for (size_t i = 0; i < keys.size(); ++i) {
+        if (findIn(leaves[i], keys[i], values[i]) != Look::Found || values[i].empty()) continue;
+        __builtin_prefetch(values[i].data() + kLine);
+        __builtin_prefetch(values[i].data() + 2 * kLine);
+        __builtin_prefetch(values[i].data() + values[i].size() - 1);
     }
 }
 

@@ -55,6 +55,10 @@ Status Txn::get(Table table, uint64_t key, Slice& value) const {
     return get(table, keyBytes(key), value);
 }
 
+void Txn::getSome(Table table, std::span<const uint32_t> keys, std::span<Slice> values) const {
+    if (const PageTree* const tree = pages(table)) tree->findSome(keys, values);
+}
+
 Cursor Txn::cursor(Table table) const {
     if (const PageTree* const tree = pages(table)) return Cursor(tree);
     MDB_cursor* cursor = nullptr;
