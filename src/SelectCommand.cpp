@@ -108,7 +108,10 @@ void appendEntry(CStringBuffer& out, const WSQLScalar& item) {
 
 /// An item that is NULL in every row is written so; what is within one that is not is not NULL either.
 void appendItem(CStringBuffer& out, const WSQLScalar& item) {
-    if (dynamic_cast<const WSQLOperation*>(&item) != nullptr && !item.isConstant() && isAlwaysNull(item))
+    // Most items are columns, and the cast across virtual bases is dear.
+    const bool operation =
+        item.asColumnRef() == nullptr && dynamic_cast<const WSQLOperation*>(&item) != nullptr;
+    if (operation && !item.isConstant() && isAlwaysNull(item))
         out.append("NULL");
     else
         appendEntry(out, item);

@@ -49,12 +49,12 @@ bool ArithmeticReader::tryConstant() {
     Scanner ahead = state_.scanner;
     const Token token = ahead.next();
     const Token behind = ahead.peek();
-    bool operand = behind.is(".");
-    for (const char* sign : {"+", "-", "*", "/"}) operand = operand || behind.is(sign);
+    bool operand = behind.is('.');
+    for (const char sign : {'+', '-', '*', '/'}) operand = operand || behind.is(sign);
     if (token.kind == TokenKind::Quoted && !operand) {
         item_.kind = FieldItem::Kind::Text;
         item_.text = unquote(token.text);
-    } else if (null && !behind.is(".")) {
+    } else if (null && !behind.is('.')) {
         item_.kind = FieldItem::Kind::Null;
     } else {
         return false;
@@ -64,13 +64,13 @@ bool ArithmeticReader::tryConstant() {
 }
 
 bool ArithmeticReader::readOperand() {
-    while (state_.acceptSymbol("(")) {
+    while (state_.acceptSymbol('(')) {
         if (pending_.empty() || pending_.back().operation != Kind::Number)
             pending_.push_back({Kind::Number, 0});
         ++pending_.back().count;
     }
     const Token token = state_.scanner.peek();
-    if (token.kind == TokenKind::Integer || token.is("+") || token.is("-")) return readNumber();
+    if (token.kind == TokenKind::Integer || token.is('+') || token.is('-')) return readNumber();
     ArithmeticTerm& term = item_.terms.emplace_back();
     if (state_.atAggregate()) {
         term.kind = Kind::Aggregate;
@@ -83,14 +83,14 @@ bool ArithmeticReader::readOperand() {
 bool ArithmeticReader::readNumber() {
     ArithmeticTerm& term = item_.terms.emplace_back();
     term.kind = Kind::Number;
-    if (state_.acceptSymbol("-"))
+    if (state_.acceptSymbol('-'))
         term.number = "-";
     else
-        state_.acceptSymbol("+");
+        state_.acceptSymbol('+');
     const Token whole = state_.scanner.next();
     if (whole.kind != TokenKind::Integer) return state_.fail(whole.position);
     term.number += whole.text;
-    if (!state_.acceptSymbol(".")) return true;
+    if (!state_.acceptSymbol('.')) return true;
     const Token fraction = state_.scanner.next();
     if (fraction.kind != TokenKind::Integer) return state_.fail(fraction.position);
     term.number += '.';
@@ -100,13 +100,13 @@ bool ArithmeticReader::readNumber() {
 
 bool ArithmeticReader::acceptOperator(Kind& operation) {
     if (state_.scanner.peek().kind != TokenKind::Symbol) return false;
-    if (state_.acceptSymbol("+"))
+    if (state_.acceptSymbol('+'))
         operation = Kind::Add;
-    else if (state_.acceptSymbol("-"))
+    else if (state_.acceptSymbol('-'))
         operation = Kind::Subtract;
-    else if (state_.acceptSymbol("*"))
+    else if (state_.acceptSymbol('*'))
         operation = Kind::Multiply;
-    else if (state_.acceptSymbol("/"))
+    else if (state_.acceptSymbol('/'))
         operation = Kind::Divide;
     else
         return false;
@@ -122,7 +122,7 @@ void ArithmeticReader::reduce(int precedence) {
 }
 
 bool ArithmeticReader::closeParenthesis() {
-    if (!state_.scanner.peek().is(")")) return false;
+    if (!state_.scanner.peek().is(')')) return false;
     reduce(1);
     if (pending_.empty()) return false;
     state_.scanner.next();

@@ -21,7 +21,7 @@ bool ExpressionReader::read() {
 }
 
 bool ExpressionReader::readFactor() {
-    while (state_.acceptSymbol("(")) {
+    while (state_.acceptSymbol('(')) {
         if (pending_.empty() || pending_.back().operation != Connective::Criterion) {
             pending_.push_back({Connective::Criterion, 0});
         }
@@ -40,7 +40,7 @@ bool ExpressionReader::readCriterion() {
     if (start.kind == TokenKind::Name && equalsIgnoreCase(start.text, "S")) {
         Scanner ahead = state_.scanner;
         ahead.next();
-        if (ahead.next().is("=")) {
+        if (ahead.next().is('=')) {
             state_.scanner = ahead;
             criterion.form = Criterion::Form::InSet;
             int32_t number = 0;
@@ -87,7 +87,7 @@ void ExpressionReader::reduce(bool keepBeforeOr) {
 
 // False when no parenthesis of this expression is open, or none closes here.
 bool ExpressionReader::closeParenthesis() {
-    if (!state_.scanner.peek().is(")")) return false;
+    if (!state_.scanner.peek().is(')')) return false;
     reduce(false);
     if (pending_.empty()) return false;
     state_.scanner.next();

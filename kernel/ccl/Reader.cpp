@@ -48,12 +48,12 @@ private:
     // "(" one {"," one} ")"; mayBeEmpty: or nothing between the parentheses.
     template <typename One>
     bool readList(bool mayBeEmpty, One&& one) {
-        if (!state_.expectSymbol("(")) return false;
-        if (mayBeEmpty && state_.acceptSymbol(")")) return true;
+        if (!state_.expectSymbol('(')) return false;
+        if (mayBeEmpty && state_.acceptSymbol(')')) return true;
         do {
             if (!one()) return false;
-        } while (state_.acceptSymbol(","));
-        return state_.expectSymbol(")");
+        } while (state_.acceptSymbol(','));
+        return state_.expectSymbol(')');
     }
 
     ReaderState& state_;
@@ -64,13 +64,13 @@ bool CommandReader::readBase(BaseCommand& command) {
     TableRef table;
     table.position = static_cast<uint32_t>(state_.scanner.peek().position);
     if (!state_.readName(table.base)) return false;
-    if (state_.acceptSymbol("=")) {
+    if (state_.acceptSymbol('=')) {
         command.name = std::move(table.base);
         table.position = static_cast<uint32_t>(state_.scanner.peek().position);
         if (!state_.readName(table.base)) return false;
     }
     command.bases.push_back(std::move(table));
-    while (state_.acceptSymbol(",")) {
+    while (state_.acceptSymbol(',')) {
         if (!atName()) continue;
         TableRef& next = command.bases.emplace_back();
         next.position = static_cast<uint32_t>(state_.scanner.peek().position);
@@ -80,7 +80,7 @@ bool CommandReader::readBase(BaseCommand& command) {
 }
 
 bool CommandReader::readDefine(DefineCommand& command) {
-    return state_.expect(Word::Fin) && state_.expect(Word::Min) && state_.expectSymbol("=") &&
+    return state_.expect(Word::Fin) && state_.expect(Word::Min) && state_.expectSymbol('=') &&
            state_.readInteger(command.minimum);
 }
 
@@ -105,7 +105,7 @@ bool CommandReader::readSelect(SelectCommand& command) {
     if (!readJoins(command)) return false;
     if (state_.accept(Word::Whr)) {
         const bool read =
-            state_.expectSymbol("(") && readExpression(command.where.emplace()) && state_.expectSymbol(")");
+            state_.expectSymbol('(') && readExpression(command.where.emplace()) && state_.expectSymbol(')');
         if (!read) return false;
     }
     if (!readSort(command.sort, false)) return false;
@@ -120,9 +120,9 @@ bool CommandReader::readUnion(UnionCommand& command) {
         position = static_cast<uint32_t>(state_.scanner.peek().position);
         return state_.readInteger(set);
     };
-    return state_.expectText("UNION") && state_.expectSymbol("(") &&
-           readSet(command.left, command.leftPosition) && state_.expectSymbol(",") &&
-           readSet(command.right, command.rightPosition) && state_.expectSymbol(")") &&
+    return state_.expectText("UNION") && state_.expectSymbol('(') &&
+           readSet(command.left, command.leftPosition) && state_.expectSymbol(',') &&
+           readSet(command.right, command.rightPosition) && state_.expectSymbol(')') &&
            readSort(command.sort, true);
 }
 
@@ -147,9 +147,9 @@ bool CommandReader::readJoins(SelectCommand& command) {
             join.kind = Join::Kind::Right;
         else
             return true;
-        const bool read = state_.expectSymbol("(") && state_.readColumn(join.left) &&
+        const bool read = state_.expectSymbol('(') && state_.readColumn(join.left) &&
                           state_.readComparison(join.comparison) && state_.readColumn(join.right) &&
-                          state_.expectSymbol(")");
+                          state_.expectSymbol(')');
         if (!read) return false;
         command.joins.push_back(std::move(join));
     }

@@ -35,6 +35,21 @@ std::string_view comparisonSign(Comparison comparison) {
     return kComparisons[static_cast<size_t>(comparison)];
 }
 
+bool ReaderState::fail(size_t position) {
+    errorPosition = position;
+    return false;
+}
+
+bool ReaderState::failHere() {
+    return fail(scanner.peek().position);
+}
+
+bool ReaderState::acceptSymbol(char symbol) {
+    if (!scanner.peek().is(symbol)) return false;
+    scanner.next();
+    return true;
+}
+
 bool ReaderState::accept(Word word) {
     const Token& token = scanner.peek();
     if (token.kind != TokenKind::Name || !words.is(word, token.text)) return false;
@@ -66,7 +81,7 @@ bool ReaderState::readInteger(int32_t& number) {
 bool ReaderState::readComparison(Comparison& comparison) {
     const Token token = scanner.next();
     for (size_t i = 0; i < std::size(kComparisons); ++i) {
-        if (!token.is(kComparisons[i])) continue;
+        if (token.kind != TokenKind::Symbol || token.text != kComparisons[i]) continue;
         comparison = static_cast<Comparison>(i);
         return true;
     }
@@ -85,7 +100,7 @@ bool ReaderState::readColumn(Column& column) {
     if (!isName(first) || first.text.empty()) return fail(first.position);
     column.position = static_cast<uint32_t>(first.position);
     const bool firstIsRecord = first.kind == TokenKind::Name && words.is(Word::Rxx, first.text);
-    if (!acceptSymbol(".")) {
+    if (!acceptSymbol('.')) {
         if (firstIsRecord) return setRecord(column);
         column.field = nameOf(first);
         return true;
@@ -106,14 +121,14 @@ bool ReaderState::readColumn(Column& column) {
     column.qualifier = nameOf(first);
     if (second.kind == TokenKind::Name && words.is(Word::Rxx, second.text)) return setRecord(column);
     column.field = nameOf(second);
-    return !acceptSymbol(".") || readSubfields(column);
+    return !acceptSymbol('.') || readSubfields(column);
 }
 
 bool ReaderState::readSubfields(Column& column) {
     if (!readInteger(column.first)) return false;
     column.last = column.first;
     const size_t behind = scanner.position();
-    if (!acceptSymbol("-")) return true;
+    if (!acceptSymbol('-')) return true;
     column.range = scanner.peek().kind == TokenKind::Integer;
     if (column.range) return readInteger(column.last);
     scanner.moveTo(behind);
@@ -124,7 +139,7 @@ bool ReaderState::atAggregate() const {
     if (!functionOf(scanner.peek())) return false;
     Scanner ahead = scanner;
     ahead.next();
-    return ahead.next().is("(");
+    return ahead.next().is('(');
 }
 
 bool ReaderState::readAggregate(Aggregate& aggregate) {
@@ -132,11 +147,11 @@ bool ReaderState::readAggregate(Aggregate& aggregate) {
     const std::optional<Function> function = functionOf(name);
     if (!function) return fail(name.position);
     aggregate.function = *function;
-    if (!expectSymbol("(")) return false;
-    if (scanner.peek().is("*")) {
+    if (!expectSymbol('(')) return false;
+    if (scanner.peek().is('*')) {
         if (*function != Function::Count) return failHere();
         scanner.next();
-        return expectSymbol(")");
+        return expectSymbol(')');
     }
     const size_t start = scanner.position();
     if (acceptText("DISTINCT")) {
@@ -144,7 +159,7 @@ bool ReaderState::readAggregate(Aggregate& aggregate) {
         if (!aggregate.distinct) scanner.moveTo(start);  // a column of that name
     }
     aggregate.column.emplace();
-    return readColumn(*aggregate.column) && expectSymbol(")");
+    return readColumn(*aggregate.column) && expectSymbol(')');
 }
 
 }  // namespace wdb::ccl

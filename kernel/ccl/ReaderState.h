@@ -14,24 +14,17 @@ struct ReaderState {
     const CommandWords& words;
     size_t errorPosition = 0;
 
-    bool fail(size_t position) {
-        errorPosition = position;
-        return false;
-    }
-    bool failHere() { return fail(scanner.peek().position); }
+    [[gnu::cold]] bool fail(size_t position);
+    [[gnu::cold]] bool failHere();
 
     // Takes the next token when it is this command word, this literal word, this symbol.
     bool accept(Word word);
     bool acceptText(std::string_view text);
-    bool acceptSymbol(std::string_view symbol) {
-        if (!scanner.peek().is(symbol)) return false;
-        scanner.next();
-        return true;
-    }
+    bool acceptSymbol(char symbol);
 
     bool expect(Word word) { return accept(word) || failHere(); }
     bool expectText(std::string_view text) { return acceptText(text) || failHere(); }
-    bool expectSymbol(std::string_view symbol) { return acceptSymbol(symbol) || failHere(); }
+    bool expectSymbol(char symbol) { return acceptSymbol(symbol) || failHere(); }
 
     // A name, quoted or not.
     bool readName(std::string& name);

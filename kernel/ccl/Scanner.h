@@ -22,7 +22,9 @@ struct Token {
     std::string_view text;
     size_t position = 0;
 
-    bool is(std::string_view symbol) const { return kind == TokenKind::Symbol && text == symbol; }
+    bool is(char symbol) const {
+        return kind == TokenKind::Symbol && text.size() == 1 && text.front() == symbol;
+    }
 };
 
 // One part of a value: quoted, or bare bytes up to a blank, a parenthesis or a quote.

@@ -12,7 +12,7 @@ IndexView& IndexView::operator=(IndexView&&) noexcept = default;
 Result<RecordSet> IndexView::Impl::set(FieldNumber number, SetKind kind) {
     RecordSet hits;
     const char rest = static_cast<char>(kind);
-    WDB_TRY(sets.read(indexKey(number, Slice(&rest, 1)), hits));
+    WDB_TRY(setReader().read(indexKey(number, Slice(&rest, 1)), hits));
     overlay(hits, sources.valuePosition, [&](const Layer& layer, RecordSetBuilder& out) {
         if (kind == SetKind::Present) return addVisible(layer, layer.entries.present(number), 0, out);
         if (kind == SetKind::Multi) return addVisible(layer, layer.entries.multi(number), 0, out);

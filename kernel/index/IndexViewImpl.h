@@ -20,8 +20,7 @@ struct IndexView::Impl {
     explicit Impl(IndexSources from)
         : sources(std::move(from)),
           postings(*sources.words, word_table::kPostings),
-          values(*sources.values, value_table::kValues),
-          sets(*sources.values, value_table::kSets) {}
+          values(*sources.values, value_table::kValues) {}
 
     // A layer of changes as this view sees it.
     struct Layer {
@@ -81,6 +80,8 @@ struct IndexView::Impl {
         return field(number, [](FieldType type) { return type == FieldType::Text; });
     }
 
+    // Made when it is asked for: few searches do, and a view without it fits the heap's quick blocks.
+    PostingReader setReader() const { return {*sources.values, value_table::kSets}; }
     Result<RecordSet> set(FieldNumber field, SetKind kind);
     // From the cache, or made by one walk (Places.cpp).
     Result<std::shared_ptr<const Ranks>> ranks(const FieldDefinition& field);
@@ -94,7 +95,6 @@ struct IndexView::Impl {
     IndexSources sources;
     PostingReader postings;
     PostingReader values;
-    PostingReader sets;
     RecordMatcher matcher;
 };
 

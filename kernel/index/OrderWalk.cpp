@@ -46,7 +46,7 @@ public:
 
     Status open() {
         const char kind = static_cast<char>(SetKind::Multi);
-        WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), multi_));
+        WDB_TRY(impl_.setReader().read(indexKey(field_.number, Slice(&kind, 1)), multi_));
         impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
             touched_.unite(layer.entries.touched(layer.after, layer.upTo));
         });

@@ -289,7 +289,7 @@ private:
 // The records of the index in which the field has several items.
 Status ValueSearch::severalItems(RecordSet& records) {
     const char kind = static_cast<char>(SetKind::Multi);
-    WDB_TRY(impl_.sets.read(indexKey(field_.number, Slice(&kind, 1)), records));
+    WDB_TRY(impl_.setReader().read(indexKey(field_.number, Slice(&kind, 1)), records));
     impl_.forLayers(impl_.sources.valuePosition, [&](const IndexView::Impl::Layer& layer) {
         records.subtract(layer.entries.touched(layer.after, layer.upTo));
     });
