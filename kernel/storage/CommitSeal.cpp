@@ -181,6 +181,14 @@ Status writeAgain(int file, const std::array<MetaPage, 2>& metas, const Seal& wa
     return writeSeal(file, meta, seal) && sync(file) ? WDB_OK : WDB_E_STORAGE;
 }
 
+// For a state that a sync failed for, or whose writer fell, or was refused, before the seal.
+Status makeGood(int file, const std::array<MetaPage, 2>& metas, uint64_t txn,
+                const std::optional<Seal>& present) {
+    std::vector<PageRun> runs;
+    const auto wanted = present && present->txn == txn ? present : compute(file, metas, txn, runs);
+    return wanted ? writeAgain(file, metas, *wanted) : Status{WDB_E_STORAGE};
+}
+
 }  // namespace
 
 Status CommitSeal::prepare(uint64_t txn) {
@@ -195,11 +203,7 @@ Status CommitSeal::prepare(uint64_t txn) {
         if (!sync(file_) || !writeSeal(file_, metas[txn & 1], {txn, SealKind::Durable, 0, 0}) || !sync(file_))
             return WDB_E_STORAGE;
     } else {
-        // A sync failed, or who committed fell before the seal.
-        std::vector<PageRun> runs;
-        const auto wanted = present && present->txn == txn ? present : compute(file_, metas, txn, runs);
-        if (!wanted) return WDB_E_STORAGE;
-        WDB_TRY(writeAgain(file_, metas, *wanted));
+        WDB_TRY(makeGood(file_, metas, txn, present));
     }
     durable_ = txn;
     return WDB_OK;
@@ -266,8 +270,11 @@ bool noteDurable(int file) {
     if (!everSealed(file, metas)) return true;
     const uint64_t newest = std::max(metas[0].txn, metas[1].txn);
     const auto seal = readSeal(file, metas[newest & 1], newest);
-    if (!seal || seal->txn != newest || seal->kind == SealKind::Unwritten) return false;
-    if (seal->kind == SealKind::Durable) return true;
+    if (!seal || seal->txn != newest || seal->kind == SealKind::Unwritten) {
+        if (!ok(makeGood(file, metas, newest, seal))) return false;
+    } else if (seal->kind == SealKind::Durable) {
+        return true;
+    }
     return sync(file) && writeSeal(file, metas[newest & 1], {newest, SealKind::Durable, 0, 0});
 }
 
