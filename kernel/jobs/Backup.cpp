@@ -26,6 +26,11 @@ public:
         paths_.push_back(path);
         return WDB_OK;
     }
+    // A name that a file gets: an answer that it did not says nothing sure.
+    Status rename(const std::string& from, const std::string& to) {
+        paths_.push_back(to);
+        return file_system::rename(from, to);
+    }
     void keep() { paths_.clear(); }
 
 private:
@@ -153,7 +158,7 @@ Status backupHome(SystemDirectory& home, const std::string& directory, std::chro
     WDB_TRY(changeCatalog(working, state->bases));
     WDB_TRY(progress.finish());
     WDB_TRY(file_system::syncDirectory(bases));
-    WDB_TRY(file_system::rename(working, catalog));
+    WDB_TRY(made.rename(working, catalog));
     file_system::removeStorage(working);  // the file of its locks
     made.keep();
     return file_system::syncDirectory(directory);
