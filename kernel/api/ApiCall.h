@@ -1,30 +1,14 @@
 #pragma once
 
-#include <new>
 #include <string>
 #include <string_view>
 
 #include "include/wdb.h"
+#include "kernel/common/Contained.h"
 #include "kernel/common/Status.h"
-#include "kernel/common/StatusError.h"
 #include "kernel/session/SessionRegistry.h"
 
 namespace wdb::api {
-
-// Runs the work of one exported function and turns whatever happens into its status: no exception leaves the
-// library.
-template <typename Work>
-Status contained(Work&& work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return WDB_E_MEMORY;
-    } catch (const StatusError& error) {
-        return error.status();
-    } catch (...) {
-        return WDB_E_STORAGE;
-    }
-}
 
 // Hooks and bookkeeping are the same for every function.
 template <typename Work>

@@ -6,9 +6,11 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
-#include <new>
 #include <thread>
+#include <utility>
 
+#include "kernel/common/Contained.h"
+#include "kernel/common/Threads.h"
 #include "kernel/index/IndexFileWriter.h"
 #include "kernel/index/IndexFormat.h"
 #include "kernel/index/PostingTable.h"
@@ -156,18 +158,21 @@ struct BulkIndexBuilder::Impl {
     }
     ~Impl() { stop(true); }
 
+    // As many as the system has.
     void start() {
+        threads.reserve(workers.size());
         for (auto& worker : workers) {
-            threads.emplace_back([this, target = worker.get()] { work(*target); });
+            std::thread made = threadFor([this, target = worker.get()] { work(*target); });
+            if (!made.joinable()) return;
+            threads.push_back(std::move(made));
         }
     }
     void work(Worker& worker) {
-        Status status = WDB_OK;
-        try {
-            for (Batch next; ok(status) && queue.pop(next);) status = worker.take(next);
-        } catch (const std::bad_alloc&) {
-            status = WDB_E_MEMORY;
-        }
+        const Status status = contained([&] {
+            Status taken = WDB_OK;
+            for (Batch next; ok(taken) && queue.pop(next);) taken = worker.take(next);
+            return taken;
+        });
         if (!ok(status)) fail(status);
     }
     void fail(Status status) {
@@ -191,9 +196,9 @@ struct BulkIndexBuilder::Impl {
     }
     Status push() {
         if (threads.empty()) start();
-        if (!queue.push(std::move(batch))) return state();
-        batch = {};
-        return WDB_OK;
+        Batch given = std::exchange(batch, {});
+        if (threads.empty()) return workers.front()->take(given);
+        return queue.push(std::move(given)) ? WDB_OK : state();
     }
 
     RunMerger merged(Collected Worker::*kind) {
@@ -251,21 +256,19 @@ Status BulkIndexBuilder::write(const std::string& wordPath, const std::string& v
     WDB_TRY(impl_->state());
     // The word file is the larger one and is written beside the other.
     Status wordStatus = WDB_OK;
-    std::thread wordThread([&] {
-        try {
-            wordStatus = writeWordFile(wordPath, impl_->merged(&Worker::words), position);
-        } catch (const std::bad_alloc&) {
-            wordStatus = WDB_E_MEMORY;
-        }
+    const auto writeWords = [&] {
+        wordStatus =
+            contained([&] { return writeWordFile(wordPath, impl_->merged(&Worker::words), position); });
+    };
+    std::thread wordThread = threadFor(writeWords);
+    const Status valueStatus = contained([&] {
+        return writeValueFile(valuePath, impl_->merged(&Worker::values), impl_->merged(&Worker::sets),
+                              impl_->mergedColumns(), position);
     });
-    Status valueStatus = WDB_OK;
-    try {
-        valueStatus = writeValueFile(valuePath, impl_->merged(&Worker::values), impl_->merged(&Worker::sets),
-                                     impl_->mergedColumns(), position);
-    } catch (const std::bad_alloc&) {
-        valueStatus = WDB_E_MEMORY;
-    }
-    wordThread.join();
+    if (wordThread.joinable())
+        wordThread.join();
+    else
+        writeWords();
     if (ok(wordStatus) && ok(valueStatus)) return WDB_OK;
     std::error_code ignored;
     for (const std::string* path : {&wordPath, &valuePath}) std::filesystem::remove(*path, ignored);

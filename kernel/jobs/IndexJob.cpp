@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "kernel/common/Contained.h"
 #include "kernel/index/IndexFormat.h"
 #include "kernel/jobs/IndexShrink.h"
 #include "kernel/jobs/PublishIndex.h"
@@ -62,18 +63,23 @@ Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& 
     return mayMerge ? mergeIfDue(directory, base) : WDB_OK;
 }
 
-Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base) {
-    const Result<bool> due = mergeIsDue(base);
-    if (!due || !*due) return due.status();
-    const Result<WriterHold> hold = directory.acquireWriter(std::chrono::milliseconds(0));
-    if (!hold) return hold.status() == WDB_E_LOCKED ? WDB_OK : hold.status();
-    return mergeQueue(directory, base, *hold);
+Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base) noexcept {
+    return contained([&]() -> Status {
+        const Result<bool> due = mergeIsDue(base);
+        if (!due || !*due) return due.status();
+        const Result<WriterHold> hold = directory.acquireWriter(std::chrono::milliseconds(0));
+        if (!hold) return hold.status() == WDB_E_LOCKED ? WDB_OK : hold.status();
+        return mergeQueue(directory, base, *hold);
+    });
 }
 
-Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold) {
-    const Result<bool> due = mergeIsDue(base);
-    if (!due || !*due) return due.status();
-    return mergeQueue(directory, base, hold);
+Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base,
+                  const WriterHold& hold) noexcept {
+    return contained([&]() -> Status {
+        const Result<bool> due = mergeIsDue(base);
+        if (!due || !*due) return due.status();
+        return mergeQueue(directory, base, hold);
+    });
 }
 
 Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& given,

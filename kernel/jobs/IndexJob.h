@@ -32,10 +32,12 @@ MergeLimits mergeLimits(uint64_t liveCount);
 Status runIndexJob(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, bool mayMerge,
                    int64_t now);
 
-// The merge alone, tried after a commit: WDB_OK also when it was left to a later try.
-Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base);
+// The merge alone, tried after a commit: WDB_OK also when it was left to a later try. The commit stands, so
+// that nothing is thrown.
+Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base) noexcept;
 // The same under a lock that the caller has.
-Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold);
+Status mergeIfDue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base,
+                  const WriterHold& hold) noexcept;
 
 // Merges whatever the queue holds, under a lock that the caller has. One commit per index file.
 Status mergeQueue(SystemDirectory& directory, const std::shared_ptr<OpenBase>& base, const WriterHold& hold);

@@ -1,5 +1,6 @@
 #include "kernel/jobs/LoadJob.h"
 
+#include "kernel/common/Contained.h"
 #include "kernel/index/BulkIndexBuilder.h"
 #include "kernel/jobs/IndexJob.h"
 #include "kernel/jobs/PublishIndex.h"
@@ -121,7 +122,7 @@ Status LoadJob::State::commitAndBuild(int64_t now) {
         static_cast<void>(directory->removeLeftovers(hold));
         return committed;
     }
-    if (ok(built)) built = publish(next, hold);
+    if (ok(built)) built = contained([&] { return publish(next, hold); });
     if (!ok(built)) static_cast<void>(mergeIfDue(*directory, base, hold));
     return WDB_OK;
 }

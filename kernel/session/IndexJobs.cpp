@@ -4,10 +4,10 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
-#include "kernel/common/StatusError.h"
+#include "kernel/common/Contained.h"
+#include "kernel/common/Threads.h"
 #include "kernel/jobs/IndexJob.h"
 
 namespace wdb {
@@ -19,14 +19,14 @@ struct IndexJobs::Worker {
         int64_t now;
     };
 
-    explicit Worker(SystemDirectory& shared) : directory(&shared), thread([this] { run(); }) {}
+    explicit Worker(SystemDirectory& shared) : directory(&shared), thread(threadFor([this] { run(); })) {}
     ~Worker() {
         {
             const std::lock_guard lock(mutex);
             closing = true;
         }
         changed.notify_one();
-        thread.join();
+        if (thread.joinable()) thread.join();
     }
 
     void run() {
@@ -37,11 +37,8 @@ struct IndexJobs::Worker {
             const Job job = jobs.front();  // stays in the list while it runs
             lock.unlock();
             // A job decides about speed only: one that fails is left to the next request.
-            try {
-                static_cast<void>(runIndexJob(*directory, job.base, job.mayMerge, job.now));
-            } catch (const std::bad_alloc&) {
-            } catch (const StatusError&) {
-            }
+            static_cast<void>(
+                contained([&] { return runIndexJob(*directory, job.base, job.mayMerge, job.now); }));
             lock.lock();
             jobs.pop_front();
         }
@@ -59,10 +56,10 @@ IndexJobs::IndexJobs(std::shared_ptr<SystemDirectory> directory) : directory_(st
 IndexJobs::~IndexJobs() = default;
 
 Status IndexJobs::submit(const std::shared_ptr<OpenBase>& base, bool mayMerge, int64_t now) {
-    try {
-        if (!worker_) worker_ = std::make_unique<Worker>(*directory_);
-    } catch (const std::system_error&) {
-        return WDB_E_INDEX;
+    if (!worker_) {
+        auto made = std::make_unique<Worker>(*directory_);
+        if (!made->thread.joinable()) return WDB_E_INDEX;
+        worker_ = std::move(made);
     }
     {
         const std::lock_guard lock(worker_->mutex);

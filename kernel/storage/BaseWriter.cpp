@@ -115,7 +115,7 @@ Status BaseWriter::packOn() {
     if (meta_.dictionary == 0 || !ok(lost_)) return storeAll();
     if (packing_ == nullptr) {
         const auto found = packer();
-        if (!found) return found.status();
+        if (!found) return lost_ = found.status();
         packing_ = std::make_unique<PackingThread>(**found);
     }
     if (packing_->busy()) {

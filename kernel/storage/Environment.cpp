@@ -40,6 +40,22 @@ Status syncDirectoryOf(const std::string& path) {
     return failed == 0 ? WDB_OK : WDB_E_STORAGE;
 }
 
+// The library maps the file of its locks, of this size with so many readers, and stores into it: with its
+// blocks, since a store into a hole of a full disk would kill the process. Whatever else is wrong with the
+// file is the library's to answer; a file system that cannot give blocks beforehand is taken as it is. No
+// lock of this process is on the file: closing it would take that away.
+Status fillLockFile(const std::string& path) {
+    constexpr off_t kHead = 128, kReader = 64;
+    const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (file < 0) return WDB_OK;
+    int failed = 0;
+    do {
+        failed = ::fallocate(file, 0, 0, kHead + kMaxReaders * kReader) == 0 ? 0 : errno;
+    } while (failed == EINTR);
+    ::close(file);
+    return failed == ENOSPC || failed == EDQUOT || failed == EFBIG || failed == EIO ? WDB_E_STORAGE : WDB_OK;
+}
+
 }  // namespace
 
 Result<std::shared_ptr<Environment>> Environment::open(const std::string& path,
@@ -76,6 +92,7 @@ Environment::~Environment() {
 }
 
 Status Environment::openFile() {
+    WDB_TRY(fillLockFile(path_ + "-lock"));
     WDB_TRY(lmdbStatus(mdb_env_create(&env_)));
     mdb_env_set_assert(env_, failAssertion);
     mdb_env_set_maxdbs(env_, static_cast<MDB_dbi>(tables_.size()));

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -26,11 +27,14 @@ void giveFreeSpaceBack(int file) {
     std::array<MetaPage, 2> metas;
     std::vector<PageRun> runs;
     if (::fstat(file, &info) != 0) return;
+    if (!readMetas(file, metas)) return;
+    const uint64_t pages = std::max(metas[0].lastPage, metas[1].lastPage) + 1;
+    const auto end = static_cast<off_t>(pages * metas[0].pageSize);
+    if (info.st_size > end && (::ftruncate(file, end) != 0 || ::fstat(file, &info) != 0)) return;
     const uint64_t taken = static_cast<uint64_t>(info.st_blocks) * kBlock;
-    if (taken < kLeast || !readMetas(file, metas) || !freePages(file, runs)) return;
+    if (taken < kLeast || !freePages(file, runs)) return;
     uint64_t free = 0;
     for (const PageRun& run : runs) free += run.count * metas[0].pageSize;
-    const uint64_t pages = std::max(metas[0].lastPage, metas[1].lastPage) + 1;
     const uint64_t needed = pages * metas[0].pageSize - std::min(free, pages * metas[0].pageSize);
     if (taken < needed + std::max(kLeast, taken / kPart)) return;
     for (const PageRun& run : runs) {

@@ -2,12 +2,15 @@
 
 #include <utility>
 
+#include "kernel/common/Threads.h"
+
 namespace wdb {
 
 PackingThread::PackingThread(const TailDictionary& dictionary)
-    : dictionary_(&dictionary), thread_([this] { run(); }) {}
+    : dictionary_(&dictionary), thread_(threadFor([this] { run(); })) {}
 
 PackingThread::~PackingThread() {
+    if (!thread_.joinable()) return;
     {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [this] { return turn_ == Turn::Owner; });
@@ -34,13 +37,18 @@ void PackingThread::run() {
 }
 
 void PackingThread::give(ImageBatch& images) {
+    busy_ = true;
+    if (!thread_.joinable()) {
+        status_ = packBatch(images, *dictionary_, packed_);
+        images.clear();
+        return;
+    }
     {
         const std::lock_guard lock(mutex_);
         images_.clear();
         std::swap(images_, images);
         turn_ = Turn::Packer;
     }
-    busy_ = true;
     changed_.notify_all();
 }
 

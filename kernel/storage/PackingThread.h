@@ -8,8 +8,8 @@
 
 namespace wdb {
 
-// Packs the images of a load beside the thread that stores them, one batch at a time. Used by one thread,
-// which joins it by destroying it.
+// Packs the images of a load beside the thread that stores them, one batch at a time; on that thread when the
+// system has no other. Used by one thread, which joins it by destroying it.
 class PackingThread {
 public:
     // The dictionary outlives it.

@@ -6,13 +6,14 @@
 #include "tests/crash/Sql.h"
 #include "tests/crash/Workload.h"
 #include "tests/crash/shim/CrashShim.h"
+#include "tests/model/WithoutThreads.h"
 
 // A writing or syncing call of a statement fails, once or from then on. The statement answers it, what was
 // acknowledged before stays and can be read meanwhile, and the same session works on when the error is gone.
 namespace crash {
 namespace {
 
-constexpr size_t kPointsInCi = 6;  // per statement and kind of error
+constexpr size_t kPointsInCi = 12;  // per statement and kind of error
 
 struct Fault {
     const char* name;
@@ -124,6 +125,33 @@ TEST(Errors, AreAnsweredAndForgottenWhenTheyAreGone) {
         all += met;
     }
     RecordProperty("faults", static_cast<int>(all));
+}
+
+// Loads, the index files that they end with, merges that build anew, and the index job do what they have to.
+TEST(Errors, WithoutThreadsTheWorkIsDoneAllTheSame) {
+    const Scratch scratch;
+    const std::string home = scratch / "home";
+    const Contents before = prepare(home);
+    Child child([&](int) {
+        if (!withoutThreads(scratch / ".")) return 3;
+        const Session session(home);
+        Contents after = before;
+        std::vector<Statement> statements = queueFilling();
+        statements.push_back(bulkLoad("bulk", 2100));
+        for (const Statement& statement : statements) {
+            const int32_t status = statement.run();
+            if (status != WDB_OK) {
+                std::fprintf(stderr, "%s answers %d\n", statement.name.c_str(), status);
+                return 2;
+            }
+            statement.expected(after);
+        }
+        Contents found;
+        const std::string wrong = defectsHere(after, after, found);
+        std::fputs(wrong.c_str(), stderr);
+        return wrong.empty() ? 0 : 1;
+    });
+    EXPECT_EQ(child.wait(), 0);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "kernel/storage/BaseFile.h"
 #include "kernel/storage/BaseLayout.h"
 #include "kernel/storage/FileCopy.h"
+#include "tests/model/WithoutThreads.h"
 #include "tests/unit/record/Prose.h"
 #include "tests/unit/storage/ChildProcess.h"
 #include "tests/unit/storage/TempDirectory.h"
@@ -131,6 +132,20 @@ TEST_F(BaseDictionaryTest, ALoadsRecordsAreThereAtOnce) {
 }
 
 // An image that cannot be stored is no image that was.
+TEST_F(BaseDictionaryTest, ALoadPacksByItselfWhereNoThreadIsToBeHad) {
+    loaded(kMany);
+    file_.reset();
+    ChildProcess child([this] {
+        if (!withoutThreads(path_.substr(0, path_.rfind('/')))) return 2;
+        reopen();
+        loaded(kMany);
+        return HasFailure() ? 1 : 0;
+    });
+    ASSERT_EQ(child.wait(), 0);
+    reopen();
+    EXPECT_EQ(packedOf(2 * kMany), 2 * kMany);
+}
+
 TEST_F(BaseDictionaryTest, WhatCannotBeStoredLaterFailsTheLoad) {
     const auto writer = write();
     ASSERT_EQ(writer->writeTxn().put(base_table::kRecords, RecordNumber{5}, imageOf(5)), WDB_OK);

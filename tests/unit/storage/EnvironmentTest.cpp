@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 
@@ -245,6 +246,38 @@ TEST_F(EnvironmentTest, OpeningAndClosingMeetInThreads) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(failed.load(), 0);
+}
+
+// The library stores into it through a map: a hole of a full disk would be a signal.
+TEST(EnvironmentLocks, TheFileOfTheLocksHasAllItsBlocks) {
+    const TempDirectory directory;
+    const std::string path = directory / "file";
+    constexpr TableSpec kOne[] = {{"records", true}};
+    for (const bool create : {true, false}) {
+        if (!create) std::filesystem::resize_file(path + "-lock", 0);
+        const auto file = Environment::open(path, kOne, {.create = create});
+        ASSERT_TRUE(file) << file.status();
+        struct stat locks {};
+        ASSERT_EQ(::stat((path + "-lock").c_str(), &locks), 0);
+        EXPECT_EQ(locks.st_size, 128 + 1024 * 64) << "as large as the library makes it";
+        EXPECT_GE(locks.st_blocks * 512, locks.st_size);
+    }
+}
+
+// A commit that met a full disk may have made the file longer than any state is.
+TEST(EnvironmentSpace, WhatLiesBehindTheLastPageGoes) {
+    const TempDirectory directory;
+    const std::string path = directory / "file";
+    constexpr TableSpec kOne[] = {{"records", true}};
+    ASSERT_TRUE(Environment::open(path, kOne, {.create = true}));
+    const auto size = std::filesystem::file_size(path);
+    {
+        const auto file = Environment::open(path, kOne, {});
+        ASSERT_TRUE(file);
+        std::ofstream(path, std::ios::app | std::ios::binary) << std::string(3 << 20, 'x');
+    }
+    EXPECT_LE(std::filesystem::file_size(path), size);
+    EXPECT_TRUE(Environment::open(path, kOne, {}));
 }
 
 }  // namespace
