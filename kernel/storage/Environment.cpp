@@ -45,13 +45,16 @@ Status syncDirectoryOf(const std::string& path) {
 // file is the library's to answer; a file system that cannot give blocks beforehand is taken as it is. No
 // lock of this process is on the file: closing it would take that away.
 Status fillLockFile(const std::string& path) {
-    constexpr off_t kHead = 128, kReader = 64;
+    constexpr off_t kHead = 128, kReader = 64, kSize = kHead + kMaxReaders * kReader, kBlock = 512;
     const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (file < 0) return WDB_OK;
+    struct stat present {};
     int failed = 0;
-    do {
-        failed = ::fallocate(file, 0, 0, kHead + kMaxReaders * kReader) == 0 ? 0 : errno;
-    } while (failed == EINTR);
+    if (::fstat(file, &present) != 0 || present.st_size < kSize || present.st_blocks * kBlock < kSize) {
+        do {
+            failed = ::fallocate(file, 0, 0, kSize) == 0 ? 0 : errno;
+        } while (failed == EINTR);
+    }
     ::close(file);
     return failed == ENOSPC || failed == EDQUOT || failed == EFBIG || failed == EIO ? WDB_E_STORAGE : WDB_OK;
 }
