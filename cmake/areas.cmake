@@ -11,7 +11,7 @@ function(welk_area name folder)
   endif()
   add_library(${name} OBJECT ${sources})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
-  target_link_libraries(${name} PUBLIC ${A_DEPS} welk_instrument PRIVATE welk_warnings)
+  target_link_libraries(${name} PUBLIC ${A_DEPS} welk_instrument PRIVATE welk_warnings welk_whole)
 endfunction()
 
 # Where this tree lies, for tests that read files of it. One object alone knows the path, so that a compiler cache
