@@ -9,33 +9,23 @@ namespace host {
 
 namespace {
 
-std::string trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1));
-}
-
-std::string_view withoutLineEnds(std::string_view text) {
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.remove_suffix(1);
-    return text;
-}
-
-// A text comes as paragraph elements; a person reads paragraphs with an empty line between them.
+// A text comes as paragraph elements, each with the line ends of its lines; an empty line stands between two.
 std::string cellText(const pugi::xml_node& node, const Column& column) {
     std::string text;
     bool paragraphs = false;
     for (const pugi::xml_node& child : node.children()) {
         if (child.type() == pugi::node_element) {
-            if (paragraphs) text += "\n\n";
+            if (paragraphs) text += '\n';
             paragraphs = true;
-            text += withoutLineEnds(child.child_value());
+            text += child.child_value();
         } else {
             text += child.value();
         }
     }
     if (column.isText() && std::strcmp(node.attribute("encoding").value(), "base64") == 0)
-        text = decodeBase64(text);
-    return paragraphs || column.isText() ? trimmed(text) : text;
+        return decodeBase64(text);
+    if (paragraphs && text.ends_with('\n')) text.pop_back();  // of the last line
+    return text;
 }
 
 Cell readCell(const pugi::xml_node& node, const Column& column) {
