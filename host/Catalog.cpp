@@ -37,7 +37,19 @@ std::vector<TableEntry> listTables() {
         }
     }
     WdbLoadStatus(3);
+    for (TableEntry& table : tables) {
+        const std::int32_t status =
+            WdbBaseStatus(table.name.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+        if (status == WDB_E_STORAGE || status == WDB_E_CORRUPT) table.status = status;
+    }
     return tables;
+}
+
+std::optional<std::int64_t> countRecords(const std::string& table) {
+    std::int32_t count = 0;
+    if (!WDB_SUCCESS(WdbBaseStatus(table.c_str(), nullptr, nullptr, nullptr, nullptr, &count, nullptr)))
+        return std::nullopt;
+    return count;
 }
 
 bool tableExists(const std::string& table) {

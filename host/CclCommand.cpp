@@ -42,10 +42,6 @@ std::optional<Row> fetchRow(std::int32_t set, std::int32_t index) {
     return row;
 }
 
-std::string counted(std::int64_t number, const char* one) {
-    return grouped(number) + " " + one + (number == 1 ? "" : "s");
-}
-
 std::string setName(const WdbSetInfoRecord& set) {
     return "set " + std::to_string(set.number) + ": ";
 }

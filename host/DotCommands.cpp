@@ -9,8 +9,9 @@
 #include "host/Shell.h"
 #include "host/UpkeepCommands.h"
 #include "host/UserCommands.h"
+#include "host/format/Formatter.h"
 #include "host/import/Import.h"
-#include "host/input/ImportError.h"
+#include "host/input/Interrupt.h"
 
 namespace host {
 
@@ -19,12 +20,18 @@ namespace {
 void showTables(Shell& shell, const Words&) {
     ResultSet result;
     result.columns = {{"TABLE", "VARCHAR"}, {"ROWS", "INTEGER"}, {"OWNER", "VARCHAR"}};
-    for (const TableEntry& table : listTables()) {
-        result.rows.push_back(
-            {{table.name, false}, {std::to_string(table.records), false}, {table.owner, false}});
+    const std::vector<TableEntry> tables = listTables();
+    for (const TableEntry& table : tables) {
+        const bool unread = !WDB_SUCCESS(table.status);
+        result.rows.push_back({{table.name, false},
+                               {unread ? "" : std::to_string(table.records), unread},
+                               {table.owner, false}});
     }
     result.total = static_cast<std::int64_t>(result.rows.size());
     shell.writeResult(result);
+    for (const TableEntry& table : tables) {
+        if (!WDB_SUCCESS(table.status)) shell.reportFault(table.status, table.name + " cannot be read");
+    }
 }
 
 void setMode(Shell& shell, const Words& words) {
@@ -106,8 +113,8 @@ void setSetting(Shell& shell, const Words& words) {
     else if (name.find_first_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos)
         check(UpdateRCS(name.c_str(), value.c_str()));
     else
-        throw UsageError("no setting is called " + name +
-                         " (.set lists them; names in capitals are the kernel's)");
+        throw std::runtime_error("no setting is called " + name +
+                                 " (.set lists them; names in capitals are the kernel's)");
 }
 
 std::optional<InputFormat> inputFormat(const std::string& name) {
@@ -136,10 +143,13 @@ void importFile(Shell& shell, const Words& words) {
     request.file = names[0];
     request.table = names[1];
     const ImportReport report = runImport(request);
-    shell.write((report.madeTable ? "table " + request.table + " made, " : request.table + ": ") +
+    shell.write((!report.keptTable  ? "table " + request.table + " not made, "
+                 : report.madeTable ? "table " + request.table + " made, "
+                                    : request.table + ": ") +
                 summary(report) + "\n");
-    if (report.counts.refused > 0)
-        shell.reportFault(0, std::to_string(report.counts.refused) + " records were refused");
+    const std::int64_t refused = report.counts.refused;
+    if (refused > 0)
+        shell.reportFault(0, counted(refused, "record") + (refused == 1 ? " was refused" : " were refused"));
 }
 
 void showHelp(Shell& shell, const Words&) {
@@ -199,7 +209,7 @@ const std::vector<Entry>& entries() {
 }
 
 void dispatch(Shell& shell, std::string_view line) {
-    const Words words = splitWords(line);
+    Words words = splitWords(line);
     if (words[0] == ".print") {
         const std::string_view text = line.substr(6);
         shell.write(std::string(text.substr(text.empty() ? 0 : 1)) + "\n");
@@ -220,6 +230,9 @@ void dispatch(Shell& shell, std::string_view line) {
         const auto brace = line.find('{');
         return defineTable(shell, {words[0], std::string(line.substr(brace))});
     }
+    // Out of habit a semicolon ends these as well.
+    if (line.back() == ';') words.back().pop_back();
+    if (words.size() > 1 && words.back().empty()) words.pop_back();
     for (const Entry& entry : entries()) {
         if (words[0] == entry.command.name) return entry.handler(shell, words);
     }
@@ -267,6 +280,9 @@ bool Shell::runDotCommand(std::string_view line) {
         reportFault(error.status(), error.what());
     } catch (const UsageError& error) {
         reportFault(0, std::string("usage: ") + error.what());
+    } catch (const Interrupted& error) {
+        reportFault(0, error.what());
+        if (!interactive_) quit();
     } catch (const std::exception& error) {
         reportFault(0, error.what());
     }

@@ -44,6 +44,7 @@ std::string historyEntry(std::string entry) {
 void runInteractive(Shell& shell) {
     shell.write("wsql: statements end with a semicolon, .help lists the commands, .quit leaves\n");
     shell.flush();
+    shell.keepOnInterrupt();
     LineEditor editor(historyPath(), catalogNames);
     StatementSplitter splitter;
     std::string line, entry;

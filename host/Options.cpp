@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <cstdlib>
 
 #include "host/Settings.h"
@@ -28,9 +29,10 @@ ParseOutcome parseOptions(int argc, char** argv, Options& options) {
     std::string format = "table";
     std::int32_t blockSize = 0, block = 0;
     options.user = "owner";
-    app.add_option("--data", options.data,
-                   "data directory, made at first use (default: $WSQL_DATA, ~/.local/share/wsql)")
-        ->type_name("DIR");
+    auto* data =
+        app.add_option("--data", options.data,
+                       "data directory, made at first use (default: $WSQL_DATA, ~/.local/share/wsql)")
+            ->type_name("DIR");
     app.add_option("--user", options.user, "user name (default: owner)")->type_name("NAME");
     app.add_option("--password-file", options.passwordFile,
                    "file whose first line is the password (or: WSQL_PASSWORD)")
@@ -53,6 +55,7 @@ ParseOutcome parseOptions(int argc, char** argv, Options& options) {
         ->allow_extra_args(false);
     app.add_flag("--batch", options.batch,
                  "read statements from standard input, each answer written at once");
+    app.add_flag("--read-only", options.readOnly, "change nothing, and make no data directory");
     app.add_flag("--bail", options.settings.bail, "stop at the first fault");
     app.add_flag("--verbose", options.settings.verbose, "faults with source and context");
     app.add_option("FILE", options.files, "scripts to run");
@@ -64,6 +67,10 @@ ParseOutcome parseOptions(int argc, char** argv, Options& options) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? ParseOutcome::done : ParseOutcome::usageError;
+    }
+    if (*data && options.data.empty()) {
+        std::fputs("--data: the directory has no name\n", stderr);
+        return ParseOutcome::usageError;
     }
     if (options.data.empty()) options.data = defaultDirectory();
     options.settings.format = *formatNamed(format);

@@ -1,11 +1,13 @@
 #include "host/Session.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
 #include "host/Kernel.h"
 #include "host/Password.h"
+#include "host/format/DisplayText.h"
 
 namespace host {
 
@@ -29,22 +31,34 @@ void setOrRemove(const char* name, std::optional<std::int32_t> value) {
 
 }  // namespace
 
-void Session::open(const std::string& data, const std::string& user, const char* password) {
+std::int32_t Session::tryOpen(const Options& options, const char* password, std::uint32_t mode) {
     WdbSession* session = nullptr;
-    check(WdbOpenSession(data.c_str(), user.c_str(), password, WDB_OPEN_CREATE, &session));
+    const std::int32_t status =
+        WdbOpenSession(options.data.c_str(), options.user.c_str(), password, mode, &session);
     session_.reset(session);
+    return status;
+}
+
+// What is no data directory yet becomes one, and whoever mistyped a name is told.
+void Session::open(const Options& options, const char* password) {
+    const std::int32_t status = tryOpen(options, password, options.readOnly ? WDB_OPEN_READ_ONLY : 0);
+    constexpr std::int32_t kNoDataDirectory = WDB_E_ARGUMENT;
+    if (status != kNoDataDirectory) return check(status);
+    if (options.readOnly) throw std::runtime_error("there is no data directory " + options.data);
+    check(tryOpen(options, password, WDB_OPEN_CREATE));
+    std::fprintf(stderr, "made the data directory %s\n", printable(options.data).c_str());
 }
 
 Session::Session(const Options& options) {
-    makeDirectory(options.data);
+    if (!options.readOnly) makeDirectory(options.data);
     const std::optional<std::string> given = givenPassword(options.passwordFile);
     try {
-        open(options.data, options.user, given ? given->c_str() : "");
+        open(options, given ? given->c_str() : "");
     } catch (const KernelError& error) {
         if (error.status() != WDB_E_USER || given) throw;
         const std::optional<std::string> asked = askPassword(options.user);
         if (!asked) throw;
-        open(options.data, options.user, asked->c_str());
+        open(options, asked->c_str());
     }
     check(WdbBindSession(session_.get()));
     // A person wants to read texts, not their keys, unless the environment says otherwise.

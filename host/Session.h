@@ -14,15 +14,17 @@ namespace host {
 // The one session of this program, open and bound to the thread that made it until it goes.
 class Session {
 public:
-    // Opens the data directory, which is made when it is not there, and asks for a password when one is
-    // needed. Throws KernelError or std::runtime_error.
+    // Opens the data directory and asks for a password when one is needed. A directory that is not there is
+    // made, with a word on standard error, unless nothing is to be changed. Throws KernelError or
+    // std::runtime_error.
     explicit Session(const Options& options);
 
 private:
     struct Close {
         void operator()(WdbSession* session) const;
     };
-    void open(const std::string& data, const std::string& user, const char* password);
+    std::int32_t tryOpen(const Options& options, const char* password, std::uint32_t mode);
+    void open(const Options& options, const char* password);
     std::unique_ptr<WdbSession, Close> session_;
 };
 

@@ -24,7 +24,7 @@ struct Options {
     std::string data;  // data directory
     std::string user;
     std::string passwordFile;
-    bool batch = false;
+    bool batch = false, readOnly = false;
     std::vector<std::string> commands, files;
     Settings settings;
 };

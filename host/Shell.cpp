@@ -8,12 +8,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "host/Engine.h"
+#include "host/FaultHint.h"
 #include "host/Kernel.h"
 #include "host/Session.h"
 #include "host/format/DisplayText.h"
 #include "host/format/StepTree.h"
+#include "host/input/ColumnNames.h"
 #include "host/text/FaultPlace.h"
 #include "host/upkeep/Dump.h"
 
@@ -24,6 +27,7 @@ namespace {
 constexpr std::int32_t kAllRowsBlock = 5000;  // rows fetched at a time when all are wanted
 constexpr int kDefaultWidth = 120;            // where there is no terminal to measure
 constexpr int kDeepestRead = 16;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 class Stopwatch {
 public:
@@ -74,14 +78,19 @@ int Shell::terminalWidth() const {
 void Shell::reportFault(int code, std::string_view message) {
     faulted_ = true;
     flush();
-    std::fprintf(stderr, "fault %d: %s\n", code, printable(message).c_str());
+    std::fprintf(stderr, "fault %d: %s\n%s", code, printable(message).c_str(),
+                 faultHint(code, dataDirectory()).c_str());
 }
 
 void Shell::reportFault(const Fault& fault, const Statement& statement, std::string_view sourceName) {
     faulted_ = true;
     flush();
-    const std::string text = faultText(fault, settings_.verbose) + faultPlace(fault, statement, sourceName);
+    const std::string text = faultText(fault, settings_.verbose) + faultPlace(fault, statement, sourceName) +
+                             faultHint(fault.code, dataDirectory());
     std::fwrite(text.data(), 1, text.size(), stderr);
+    constexpr std::string_view kCreate = "CREATE";
+    if (fault.code == WDB_E_NAME && equalNames(statement.text.substr(0, kCreate.size()), kCreate))
+        std::fprintf(stderr, "  %s\n", kNameRule);
 }
 
 void Shell::choosePaging() {
@@ -245,7 +254,7 @@ bool Shell::runRowLine(std::string_view line, std::string_view sourceName) {
         if (line == ".end") {
             if (rows_->block) {
                 const std::int64_t stored = rows_->block->end();
-                write(rows_->table + ": " + grouped(stored) + (stored == 1 ? " record\n" : " records\n"));
+                write(rows_->table + ": " + counted(stored, "record") + "\n");
             }
             rows_.reset();
         } else if (rows_->block) {
@@ -304,10 +313,13 @@ bool Shell::runStream(std::FILE* input, std::string_view sourceName) {
     StatementSplitter splitter;
     FreeLine line;
     ssize_t length = 0;
+    bool first = true;
     while ((length = ::getline(&line.text, &line.room, input)) >= 0) {
         std::string_view text(line.text, static_cast<std::size_t>(length));
         if (text.ends_with('\n')) text.remove_suffix(1);
         if (text.ends_with('\r')) text.remove_suffix(1);
+        if (std::exchange(first, false) && text.starts_with(kByteOrderMark))
+            text.remove_prefix(kByteOrderMark.size());
         const bool on = runLine(splitter, text, sourceName);
         flush();
         if (!on) return false;

@@ -41,6 +41,8 @@ public:
     bool goesOn() const { return !quit_ && !(faulted_ && settings_.bail); }
     Settings& settings() { return settings_; }
     void quit() { quit_ = true; }
+    // Somebody sits there: Ctrl-C ends one command, not all of them.
+    void keepOnInterrupt() { interactive_ = true; }
     void write(std::string_view text);
     // A result of the program's own, in the format of the session (xml: as a table).
     void writeResult(const ResultSet& result);
@@ -74,7 +76,7 @@ private:
 
     Settings settings_;
     std::FILE* out_ = stdout;
-    bool faulted_ = false, quit_ = false;
+    bool faulted_ = false, quit_ = false, interactive_ = false;
     int depth_ = 0;  // scripts that read scripts
     std::unique_ptr<Rows> rows_;
 };

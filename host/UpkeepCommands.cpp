@@ -1,14 +1,17 @@
 #include "host/UpkeepCommands.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <sstream>
 
 #include "host/Catalog.h"
+#include "host/FaultHint.h"
 #include "host/Shell.h"
 #include "host/define/TableDefinition.h"
 #include "host/upkeep/Dump.h"
@@ -27,7 +30,7 @@ Words tablesOf(const Words& words, std::size_t from = 1) {
 }
 
 std::string many(std::size_t count) {
-    return count == 1 ? "1 table" : std::to_string(count) + " tables";
+    return counted(static_cast<std::int64_t>(count), "table");
 }
 
 [[noreturn]] void cannot(const char* what, const std::string& path) {
@@ -83,8 +86,8 @@ void exportAll(Shell& shell, const std::string& path, RowFormat format, const st
     if (report.refused == 0) return;
     shell.flush();
     for (const std::string& reason : report.reasons) std::fprintf(stderr, "%s\n", reason.c_str());
-    shell.reportFault(0,
-                      std::to_string(report.refused) + " records were left out (--format jsonl takes all)");
+    shell.reportFault(0, counted(report.refused, "record") + (report.refused == 1 ? " was" : " were") +
+                             " left out (--format jsonl takes all)");
 }
 
 }  // namespace
@@ -145,8 +148,8 @@ void checkSoundness(Shell& shell, const Words& words) {
     CheckReport report = checkTables(tables);
     if (!report.findings.rows.empty()) shell.writeResult(report.findings);
     if (report.damaged > 0)
-        shell.reportFault(
-            0, std::to_string(report.damaged) + " findings (.reindex mends those called repairable)");
+        shell.reportFault(0, counted(report.damaged, "finding") +
+                                 (report.repairable > 0 ? " (.reindex mends those called repairable)" : ""));
     else
         shell.write(many(tables.size()) + (tables.size() == 1 ? " is sound\n" : " are sound\n"));
 }
@@ -165,6 +168,13 @@ void compact(Shell& shell, const Words& words) {
 
 void makeBackup(Shell& shell, const Words& words) {
     if (words.size() != 2) throw UsageError(".backup DIR");
+    namespace fs = std::filesystem;
+    const fs::path home = fs::weakly_canonical(dataDirectory());
+    const fs::path target = fs::weakly_canonical(words[1]);
+    if (std::mismatch(home.begin(), home.end(), target.begin(), target.end()).first == home.end())
+        throw std::runtime_error(words[1] + " lies in the data directory itself");
+    if (fs::exists(target) && !(fs::is_directory(target) && fs::is_empty(target)))
+        throw std::runtime_error(words[1] + " is there already and not an empty directory");
     backup(words[1]);
     shell.write("copied to " + words[1] + "\n");
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "host/FaultHint.h"
 #include "host/Interactive.h"
 #include "host/Kernel.h"
 #include "host/Session.h"
@@ -30,8 +31,8 @@ void run(host::Shell& shell, const host::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    host::Options options;
     try {
-        host::Options options;
         switch (host::parseOptions(argc, argv, options)) {
             case host::ParseOutcome::done:
                 return 0;
@@ -47,7 +48,8 @@ int main(int argc, char** argv) {
             shell.reportFault(0, "cannot write the output");
         return shell.faulted() ? kFault : 0;
     } catch (const host::KernelError& error) {
-        std::fprintf(stderr, "fault %d: %s\n", error.status(), error.what());
+        std::fprintf(stderr, "fault %d: %s\n%s", error.status(), error.what(),
+                     host::faultHint(error.status(), options.data).c_str());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "fault 0: %s\n", error.what());
     }

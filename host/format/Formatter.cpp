@@ -45,4 +45,8 @@ std::string duration(double milliseconds) {
     return std::string(text, end.ec == std::errc() ? end.ptr : text) + " ms";
 }
 
+std::string counted(std::int64_t number, const std::string& one) {
+    return grouped(number) + " " + one + (number == 1 ? "" : "s");
+}
+
 }  // namespace host

@@ -37,6 +37,8 @@ std::unique_ptr<Formatter> makeFormatter(Format format, int terminalWidth);
 
 // "1,234,567"
 std::string grouped(std::int64_t number);
+// "1 row", "2,345 rows"
+std::string counted(std::int64_t number, const std::string& one);
 // "12.3 ms"
 std::string duration(double milliseconds);
 

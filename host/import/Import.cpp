@@ -6,12 +6,14 @@
 #include <memory>
 
 #include "host/Engine.h"
+#include "host/FaultHint.h"
 #include "host/format/DisplayText.h"
 #include "host/format/Formatter.h"
 #include "host/import/Progress.h"
 #include "host/input/CsvReader.h"
 #include "host/input/Deb822Reader.h"
 #include "host/input/ImportError.h"
+#include "host/input/Interrupt.h"
 #include "host/input/JsonLinesReader.h"
 #include "host/input/LineReader.h"
 #include "host/text/Answer.h"
@@ -46,8 +48,9 @@ InputFormat formatOf(const ImportRequest& request, LineReader& lines) {
 void makeTable(const ImportRequest& request, InputFormat format, RecordReader& reader) {
     const RawAnswer answer = execute(createStatement(request.table, planTable(reader, format)));
     if (!answer.succeeded()) {
-        throw ImportError("cannot make the table: " +
-                          readFault(answer.text(), answer.status, answer.message).message);
+        const Fault fault = readFault(answer.text(), answer.status, answer.message);
+        throw KernelError(fault.code, "cannot make the table: " + fault.message +
+                                          (fault.code == WDB_E_NAME ? std::string(" ") + kNameRule : ""));
     }
     reader.rewind();
 }
@@ -101,12 +104,32 @@ LoadCounts load(const ImportRequest& request, RecordReader& reader, const std::s
     noteLacking(lacking, request.table);
     if (mapped > 0 && lacking.size() == mapped)
         throw ImportError(request.table + " has none of the file's columns");
+    if (interrupted()) throw Interrupted("interrupted");
     progress.say("storing and indexing ...");
     loader.commit();
     LoadCounts counts = loader.counts();
     counts.refused += malformed;
     return counts;
 }
+
+// A table that was made for a load that then stored nothing goes with it.
+class MadeTable {
+public:
+    explicit MadeTable(const std::string& name) : name_(name) {}
+    ~MadeTable() {
+        if (!remove_ || countRecords(name_) != 0) return;
+        if (!execute("DROP TABLE \"" + name_ + '"').succeeded())
+            note("the empty table " + name_ + " is left");
+    }
+    MadeTable(const MadeTable&) = delete;
+    MadeTable& operator=(const MadeTable&) = delete;
+    void removeUnlessKept() { remove_ = true; }
+    void keep() { remove_ = false; }
+
+private:
+    const std::string& name_;
+    bool remove_ = false;
+};
 
 std::string fixed(double number, int decimals) {
     char text[64];
@@ -124,25 +147,32 @@ InputFormat guessFormat(std::string_view file, std::string_view firstLine) {
     return comma != std::string_view::npos && comma < colon ? InputFormat::csv : InputFormat::deb822;
 }
 
-ImportReport runImport(const ImportRequest& request) {
+ImportReport runImport(const ImportRequest& request) try {
     const auto start = std::chrono::steady_clock::now();
+    const InterruptGuard guard;
     LineReader lines(request.file);
     const InputFormat format = formatOf(request, lines);
     const std::unique_ptr<RecordReader> reader = makeReader(format, request, lines);
+    if (const std::string hint = reader->hint(); !hint.empty()) note(hint);
     ImportReport report;
+    MadeTable made(request.table);
     if (!tableExists(request.table)) {
         makeTable(request, format, *reader);
+        made.removeUnlessKept();
         report.madeTable = true;
     }
     report.counts = load(request, *reader, lines.name());
+    report.keptTable = report.counts.stored > 0 || report.counts.refused == 0;
+    if (report.keptTable) made.keep();
     report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
+} catch (const Interrupted&) {
+    throw Interrupted("the import was interrupted, nothing is stored");
 }
 
 std::string summary(const ImportReport& report) {
     const LoadCounts& counts = report.counts;
-    std::string text = grouped(counts.stored) + (counts.stored == 1 ? " record in " : " records in ") +
-                       fixed(report.seconds, 2) + " s";
+    std::string text = counted(counts.stored, "record") + " in " + fixed(report.seconds, 2) + " s";
     if (report.seconds > 0) {
         text += " (" +
                 grouped(static_cast<std::int64_t>(static_cast<double>(counts.stored) / report.seconds)) +

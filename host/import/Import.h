@@ -19,11 +19,13 @@ struct ImportRequest {
 struct ImportReport {
     LoadCounts counts;
     bool madeTable = false;
+    bool keptTable = true;  // false: it was made for this import, which stored nothing, and is gone again
     double seconds = 0;
 };
 
 // Reads a file into a table, which is made when there is none. All of it is there afterwards or nothing;
-// notes about records and columns that were left out go to standard error. Throws ImportError or KernelError.
+// notes about records and columns that were left out go to standard error. Throws ImportError, KernelError,
+// or Interrupted after Ctrl-C.
 ImportReport runImport(const ImportRequest& request);
 
 // "63,666 records in 2.41 s (26,417 records/s), 12 duplicates skipped"

@@ -4,6 +4,7 @@
 
 #include "host/input/ColumnNames.h"
 #include "host/text/Base64.h"
+#include "host/text/Utf8.h"
 
 namespace host {
 
@@ -137,6 +138,12 @@ bool Loader::put(const RecordReader& reader, const InputRecord& record, std::str
     for (const InputValue& value : record.values) {
         const TableColumn* column = targets_[value.column];
         if (column == nullptr) continue;
+        if (column->type != WDB_T_STRING && !isUtf8(value.text)) {
+            lastStatus_ = WDB_E_VALUE;
+            reason = column->name + " is not UTF-8";
+            ++counts_.refused;
+            return false;
+        }
         check(selectPart(value.part));
         const std::int32_t status = setValue(*column, reader, value);
         if (WDB_SUCCESS(status)) continue;

@@ -10,6 +10,9 @@ namespace host {
 
 namespace {
 
+// In a statement this is the record's number, quoted or not.
+constexpr std::string_view kRecordNumber = "R";
+
 bool keeps(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
            static_cast<unsigned char>(c) >= 0x80;
@@ -58,7 +61,7 @@ std::size_t ColumnNames::add(std::string_view name) {
     const auto first = clean.find_first_not_of('_');
     clean = first == std::string::npos ? "COLUMN" + std::to_string(names_.size() + 1) : clean.substr(first);
     std::string unique = cut(clean, WDB_FIELD_NAME_MAX);
-    for (int n = 2; taken(unique); ++n) {
+    for (int n = 2; taken(unique) || equalNames(unique, kRecordNumber); ++n) {
         const std::string number = std::to_string(n);
         unique = cut(clean, WDB_FIELD_NAME_MAX - number.size()) + number;
     }

@@ -8,7 +8,7 @@ namespace host {
 
 // Column names for an input's own names, in order: characters that a column name cannot hold become
 // underscores, a name is at most 15 bytes long, and one that was there before (upper and lower case are one)
-// gets a number at its end.
+// gets a number at its end. So does R, which means the record number in every statement.
 class ColumnNames {
 public:
     // The index of the new name.

@@ -1,6 +1,7 @@
 #include "host/input/CsvReader.h"
 
 #include "host/input/ImportError.h"
+#include "host/text/Utf8.h"
 
 namespace host {
 
@@ -17,16 +18,27 @@ int lineFeed(unsigned char c) {
 // with every quote inside an unquoted field, which people do write.
 constexpr int kInsideField = 2;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr unsigned char kLenient = CSV_APPEND_NULL | CSV_EMPTY_IS_NULL;
+constexpr unsigned char kStrict = kLenient | CSV_STRICT;
+
+bool hasLoneReturn(std::string_view line) {
+    const auto at = line.find('\r');
+    return at != std::string_view::npos && at + 1 < line.size() && line[at + 1] != '\n';
+}
 }  // namespace
 
 CsvReader::Parser::Parser() : csv_parser{} {
-    if (csv_init(this, CSV_APPEND_NULL | CSV_EMPTY_IS_NULL) != 0) throw ImportError("out of memory");
+    if (csv_init(this, kStrict) != 0) throw ImportError("out of memory");
     csv_set_space_func(this, noSpace);
     csv_set_term_func(this, lineFeed);
 }
 
 CsvReader::CsvReader(LineReader& lines, ValueForm form) : lines_(lines), form_(form) {
     if (!readRow()) throw ImportError(lines_.name() + " has no header line");
+    if (!isUtf8(text_) || text_.find('\0') != std::string::npos) {
+        const bool wide = text_.find('\0') != std::string::npos;
+        throw ImportError(place(line_) + ": the header is not UTF-8" + (wide ? ", but UTF-16 perhaps" : ""));
+    }
     for (const Field& field : fields_) {
         const std::string_view name = std::string_view(text_).substr(field.begin, field.end - field.begin);
         if (form_ == ValueForm::free)
@@ -47,10 +59,40 @@ void CsvReader::onRecord(int, void* self) {
     static_cast<CsvReader*>(self)->complete_ = true;
 }
 
-void CsvReader::parse(const char* text, std::size_t length) {
-    if (csv_parse(&parser_, text, length, onField, onRecord, this) != length) {
-        throw ImportError(lines_.name() + ", line " + std::to_string(lines_.lineNumber()) + ": " +
-                          csv_strerror(csv_error(&parser_)));
+std::string CsvReader::place(std::int64_t line) const {
+    return lines_.name() + ", line " + std::to_string(line);
+}
+
+std::string CsvReader::hint() const {
+    const bool oneLine = lines_.bytesRead() == lines_.size();
+    if (oneLine && text_.find('\r') != std::string::npos)
+        return lines_.name() +
+               " is one line: only a line feed ends a record, and here are carriage returns alone";
+    if (fields_.size() == 1 && text_.find_first_of(";\t") != std::string::npos)
+        return "the header of " + lines_.name() + " is one column: commas part the columns, not " +
+               (text_.find(';') != std::string::npos ? "semicolons" : "tabulators");
+    return {};
+}
+
+// A quote within a field that has none around it stands for itself. Text behind the quote that closes a field
+// could mean anything, and where the record ends with it.
+void CsvReader::parse(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t done = csv_parse(&parser_, text.data(), text.size(), onField, onRecord, this);
+        if (done >= text.size()) return;
+        if (csv_error(&parser_) != CSV_EPARSE)
+            throw ImportError(place(lines_.lineNumber()) + ": " + csv_strerror(csv_error(&parser_)));
+        text.remove_prefix(done);
+        if (parser_.quoted != 0) {
+            throw ImportError(
+                place(lines_.lineNumber()) +
+                ": text behind the quote that closes a field (a quote within quotes is written twice)" +
+                (hasLoneReturn(text) ? "; only a line feed ends a record, not a carriage return alone" : ""));
+        }
+        csv_set_opts(&parser_, kLenient);
+        csv_parse(&parser_, text.data(), 1, onField, onRecord, this);
+        csv_set_opts(&parser_, kStrict);
+        text.remove_prefix(1);
     }
 }
 
@@ -68,17 +110,16 @@ bool CsvReader::readRow() {
         begun_ = true;
         // The carriage return belongs to the line end, not to the last field.
         if (line.ends_with("\r\n")) {
-            parse(line.data(), line.size() - 2);
-            parse("\n", 1);
+            parse(line.substr(0, line.size() - 2));
+            parse("\n");
         } else {
-            parse(line.data(), line.size());
+            parse(line);
         }
     }
     if (!complete_ && !finished_) {
         finished_ = true;
         if (parser_.quoted != 0 && parser_.pstate == kInsideField) {
-            throw ImportError(lines_.name() + ", line " + std::to_string(line_) +
-                              ": a quote that is opened here is not closed");
+            throw ImportError(place(line_) + ": a quote that is opened here is not closed");
         }
         csv_fini(&parser_, onField, onRecord, this);
     }
@@ -91,7 +132,8 @@ bool CsvReader::next(InputRecord& record) {
     if (!readRow()) return false;
     record.line = line_;
     if (fields_.size() != names_.names().size()) {
-        record.problem = std::to_string(fields_.size()) + " fields where the header has " +
+        record.problem = std::to_string(fields_.size()) +
+                         (fields_.size() == 1 ? " field where" : " fields where") + " the header has " +
                          std::to_string(names_.names().size());
         return true;
     }

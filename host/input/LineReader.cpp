@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "host/input/ImportError.h"
+#include "host/input/Interrupt.h"
 
 namespace host {
 
@@ -18,13 +19,14 @@ namespace {
 constexpr std::size_t kBuffer = 1 << 20;
 
 [[noreturn]] void fail(const std::string& what, const std::string& name) {
+    if (errno == EINTR && interrupted()) throw Interrupted("interrupted");
     throw ImportError(what + " " + name + ": " + std::generic_category().message(errno));
 }
 
 ssize_t readSome(int file, char* to, std::size_t count) {
     for (;;) {
         const ssize_t got = ::read(file, to, count);
-        if (got >= 0 || errno != EINTR) return got;
+        if (got >= 0 || errno != EINTR || interrupted()) return got;
     }
 }
 
@@ -58,7 +60,7 @@ void LineReader::spool() {
     const int source = file_;
     file_ = copy;
     ssize_t got = 0;
-    while ((got = readSome(source, buffer_.data(), buffer_.size())) > 0) {
+    while (!interrupted() && (got = readSome(source, buffer_.data(), buffer_.size())) > 0) {
         for (ssize_t done = 0; done < got;) {
             const ssize_t put = ::write(copy, buffer_.data() + done, static_cast<std::size_t>(got - done));
             if (put < 0 && errno == EINTR) continue;
@@ -71,6 +73,7 @@ void LineReader::spool() {
         size_ += got;
     }
     ::close(source);
+    if (interrupted()) throw Interrupted("interrupted");
     if (got < 0) fail("cannot read", name_);
     rewind();
 }
@@ -91,6 +94,7 @@ bool LineReader::fill() {
     }
     if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
     const ssize_t got = readSome(file_, buffer_.data() + end_, buffer_.size() - end_);
+    if (interrupted()) throw Interrupted("interrupted");
     if (got < 0) fail("cannot read", name_);
     end_ += static_cast<std::size_t>(got);
     return got > 0;

@@ -11,14 +11,14 @@ namespace host {
 // anything else that cannot be read twice is first copied to an unnamed temporary file.
 class LineReader {
 public:
-    // Throws ImportError when the file cannot be opened or copied.
+    // Throws ImportError when the file cannot be opened or copied, and Interrupted.
     explicit LineReader(const std::string& path);
     ~LineReader();
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
 
     // The next line with its line end, which the last one may lack; the view holds until the next call. False
-    // at the end. Throws ImportError when reading fails.
+    // at the end. Throws ImportError when reading fails, and Interrupted.
     bool next(std::string_view& line);
     void rewind();
 

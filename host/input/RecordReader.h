@@ -48,6 +48,8 @@ public:
     virtual bool isObject(std::size_t) const { return false; }
     // The column names the record: no two records have the same value.
     virtual bool isKey(std::size_t column) const = 0;
+    // What looks as if another form was meant; empty when nothing does.
+    virtual std::string hint() const { return {}; }
     virtual std::int64_t bytesRead() const = 0;
     virtual std::int64_t size() const = 0;
 };

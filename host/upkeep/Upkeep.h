@@ -13,11 +13,12 @@ namespace host {
 // are "note", "repairable" (by .reindex) and "damage".
 struct CheckReport {
     ResultSet findings;
-    std::int64_t damaged = 0;  // findings that are more than notes
+    std::int64_t damaged = 0;     // findings that are more than notes
+    std::int64_t repairable = 0;  // those of them that .reindex mends
 };
 
 // All of them show their progress on a terminal, throw KernelError, and change nothing when they fail. Ctrl-C
-// ends them likewise.
+// ends them likewise, with Interrupted. A table that cannot be read at all is a finding.
 CheckReport checkTables(const std::vector<std::string>& tables);
 void rebuildIndexes(const std::vector<std::string>& tables);
 void compactTables(const std::vector<std::string>& tables);

@@ -8,12 +8,12 @@ namespace {
 TEST(ColumnNames, AreLegalShortAndDifferent) {
     ColumnNames names;
     for (const char* name : {"NAME", "Unit price (EUR)", "", "name", "GSTREAMER_URI_SOURCES",
-                             "GSTREAMER_URI_SINKS", "a.b", "_x", "Größenangaben123"}) {
+                             "GSTREAMER_URI_SINKS", "a.b", "_x", "Größenangaben123", "r"}) {
         names.add(name);
     }
     const std::vector<std::string> expected = {
         "NAME", "Unit_price__EUR", "COLUMN3", "name2", "GSTREAMER_URI_S", "GSTREAMER_URI_2", "a_b",
-        "x",    "Größenangaben"};
+        "x",    "Größenangaben",   "r2"};
     EXPECT_EQ(names.names(), expected);
 }
 

@@ -113,6 +113,10 @@ std::int32_t WdbShowControl(std::int32_t, std::int32_t, const char*, const char*
 std::int32_t WdbNextControl(WdbRecordControl**) {
     return WDB_FAIL;
 }
+std::int32_t WdbBaseStatus(const char*, char*, std::int32_t*, char*, std::int32_t*, std::int32_t*,
+                           std::int32_t*) {
+    return WDB_FAIL;
+}
 std::int32_t WdbGetItem(WdbCursor*, char*, std::int32_t*) {
     return WDB_FAIL;
 }

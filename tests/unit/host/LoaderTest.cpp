@@ -96,14 +96,19 @@ TEST_F(LoaderTest, RecordsThatDoNotFitAreLeftOutAndTheLoadGoesOn) {
     std::string reason;
     EXPECT_FALSE(loader.put(reader_, named("bad"), reason));
     EXPECT_EQ(reason, "NAME cannot hold \"bad\": no");
+    EXPECT_FALSE(loader.put(reader_, named("caf\xE9"), reason));
+    EXPECT_EQ(reason, "NAME is not UTF-8");
+    InputRecord bytes;
+    bytes.values = {{3, "\xFF\xE9"}};
+    EXPECT_TRUE(loader.put(reader_, bytes, reason)) << "an object is no text";
     EXPECT_TRUE(loader.put(reader_, named("good"), reason));
     kernel_.failures = {{"put", WDB_E_DUPLICATE}};
     EXPECT_TRUE(loader.put(reader_, named("again"), reason));
     kernel_.failures = {{"put", WDB_E_MANDATORY}};
     EXPECT_FALSE(loader.put(reader_, named("x"), reason));
-    EXPECT_EQ(loader.counts().stored, 1);
+    EXPECT_EQ(loader.counts().stored, 2);
     EXPECT_EQ(loader.counts().duplicates, 1);
-    EXPECT_EQ(loader.counts().refused, 2);
+    EXPECT_EQ(loader.counts().refused, 3);
 }
 
 TEST_F(LoaderTest, AnyOtherFailureEndsTheLoadWithoutATrace) {
