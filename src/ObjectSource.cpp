@@ -1,5 +1,8 @@
 #include "src/ObjectSource.h"
 
+#include <cstring>
+#include <string>
+
 #include "src/support/CStringBuffer.h"
 #include "src/support/base64.h"
 #include "src/tree/Tree.h"
@@ -68,9 +71,21 @@ bool ObjectSource::failed() const {
 bool ObjectSource::readAll(platform::HeapText& text, std::int64_t& size) {
     size = platform::streamSize(stream_);
     if (size < 0) return false;
-    text.reset(static_cast<char*>(platform::heapAllocate(static_cast<std::size_t>(size) + 10)));
     done_ = 0;
+    if (size == 0) return readToEnd(text, size);
+    text.reset(static_cast<char*>(platform::heapAllocate(static_cast<std::size_t>(size) + 10)));
     return read(text.get(), static_cast<std::size_t>(size)) == static_cast<std::size_t>(size);
+}
+
+// Files of the system tell no size and hold bytes all the same.
+bool ObjectSource::readToEnd(platform::HeapText& text, std::int64_t& size) {
+    std::string bytes;
+    char chunk[4096];
+    for (std::size_t length = 0; (length = read(chunk, sizeof chunk)) > 0;) bytes.append(chunk, length);
+    text.reset(static_cast<char*>(platform::heapAllocate(bytes.size() + 1)));
+    std::memcpy(text.get(), bytes.data(), bytes.size());
+    size = done_;
+    return std::ferror(stream_) == 0;
 }
 
 }  // namespace wsql

@@ -42,11 +42,12 @@ public:
     std::size_t read(char* target, std::size_t size);
     /// Whether reading ended before the end that the file had when it was opened.
     bool failed() const;
-    /// The whole file; false when less than its size could be read.
+    /// The whole file; false when reading fails or yields less than its size.
     bool readAll(platform::HeapText& text, std::int64_t& size);
 
 private:
     bool openFile(const char* name);
+    bool readToEnd(platform::HeapText& text, std::int64_t& size);
 
     platform::FileStream owned_;
     std::FILE* stream_ = nullptr;

@@ -129,6 +129,8 @@ TEST_F(Definitions, WhatIsRefused) {
                 parse + "A WELKsql primary key column must be VARCHAR.");
     expectFault("CREATE TABLE N (A VARCHAR PRIMARY KEY, B VARCHAR, PRIMARY KEY (B))", 0,
                 parse + "A WELKsql table cannot have more than one primary key column.");
+    expectFault("CREATE TABLE N (A VARCHAR DEFAULT (SELECT B FROM T))", 0,
+                "0 WSQLFilter:656 WSQLFilter::execSql Statement not currently supported.");
     expectFault("CREATE TABLE N (A VARCHAR, PRIMARY KEY (B))", 0,
                 parse + "Unknown column \"B\" in table constraint.");
     EXPECT_EQ(database_.run("SELECT NAME FROM WDBS.TABLES").rows(), "M\nT") << "none of it was defined";
@@ -168,6 +170,19 @@ TEST_F(Definitions, FailingCalls) {
         EXPECT_EQ(database_.run("SELECT FKTABLE_NAME FROM WDBS.KEYREFS").rows(), "") << row.function;
         database_.expectClean(row.function);
     }
+}
+
+TEST_F(Definitions, RightsThatCannotBeChanged) {
+    database_.prepare({"CREATE TABLE T (A VARCHAR)"});
+    const std::string grant = "GRANT READ PRIVILEGES (A) ON T TO READER";
+    for (const char* function :
+         {"WdbCheckBase", "WdbGetDbAccess", "WdbCreateRecordControl", "WdbSetBase", "WdbCheckField"}) {
+        expectInjected(function, grant,
+                       function + (" WSQLFilter::ExecuteModifyAccess " + kernelText(WDB_E_STORAGE)));
+    }
+    expectInjected("WdbPutDbAccess", grant,
+                   "WdbSetBase WSQLFilter::ExecuteModifyAccess " + kernelText(WDB_E_STORAGE));
+    EXPECT_EQ(message(grant), "Access privileges on T have been modified.");
 }
 
 TEST_F(Definitions, DroppingWhatIsNotThere) {

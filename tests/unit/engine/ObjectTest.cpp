@@ -310,6 +310,33 @@ TEST_F(Objects, WhatCannotBeStored) {
     EXPECT_EQ(get(keyOf("1-0-3"), 5).document, "old");
 }
 
+// Files whose size says nothing of what reading them yields.
+TEST_F(Objects, FilesThatCannotBeReadLeaveTheOldValue) {
+    const std::string fault = "0 WSQLFilter::ExecuteSetObject fopen Failed to read file data";
+    for (const char* column : {"T", "B"}) {
+        set(column, 1, "old");
+        const std::string key = keyOf(column == std::string("T") ? "1-0-2" : "1-0-3"),
+                          old = get(key, 5).document;
+        const Answer unreadable =
+            call(execsql,
+                 std::string("UPDATE OBJ SET OBJECT (") + column + ", 'file=/proc/self/mem') WHERE R = 1", 4);
+        EXPECT_EQ(faultOf(unreadable), fault) << column << ": reading fails at once";
+        FILE* writing = std::fopen(file("stream", "bytes").c_str(), "ab");
+        ASSERT_NE(writing, nullptr);
+        const Answer stream = call(sqlsetobject, std::string("TABLE=OBJ\nCOLUMNNAME=") + column + "\nRID=1\n",
+                                   32 + 2, reinterpret_cast<char*>(writing), 0);
+        EXPECT_EQ(faultOf(stream), fault) << column << ": a stream that is open for writing alone";
+        std::fclose(writing);
+        EXPECT_EQ(get(key, 5).document, old) << column;
+        std::ifstream limits("/proc/self/limits");
+        std::string line;
+        std::getline(limits, line);
+        call(execsql,
+             std::string("UPDATE OBJ SET OBJECT (") + column + ", 'file=/proc/self/limits') WHERE R = 1", 4);
+        EXPECT_EQ(get(key, 5).document.substr(0, line.size()), line) << column << ": a size of 0, and bytes";
+    }
+}
+
 TEST_F(Objects, FaultsNameTheKernelsFunction) {
     constexpr std::int32_t kStatus = WDB_E_STORAGE;
     const std::string code = std::to_string(kStatus);
@@ -320,6 +347,7 @@ TEST_F(Objects, FaultsNameTheKernelsFunction) {
                       getBinary = "FETCHKEY=" + keyOf("1-0-3") + "\n";
     const std::string setText = "TABLE=OBJ\nCOLUMNNAME=T\nRID=1\n",
                       setBinary = "TABLE=OBJ\nCOLUMNNAME=B\nRID=1\n";
+    const std::string setPart = setText + "PART=1\n";
     const struct {
         const char* function;
         std::int32_t skip;
@@ -336,9 +364,11 @@ TEST_F(Objects, FaultsNameTheKernelsFunction) {
         {"WdbGetLine", 1, getText, get, "WdbGetLine"},
         {"WdbGetBlobSize", 0, getBinary, get, "WdbGetBlobSize"},
         {"WdbGetBlobBlock", 0, getBinary, get, "WdbGetBlobBlock"},
+        {"WdbExecuteCcl", 2, setText, store, "execution"},
         {"WdbGetSearch", 0, setText, store, "execution"},
         {"WdbGetRecordInSearchRis", 0, setText, "WSQLFilter::CreateControl", "WdbGetRecordInSearchRis"},
         {"WdbSetCursor", 0, setText, store, "WdbSetCursor"},
+        {"WdbSetRecordPart", 0, setPart, store, "WdbSetRecordPart"},
         {"WdbPutLine", 0, setText, store, "WdbPutLine"},
         {"WdbPutBlobBlock", 0, setBinary, store, "WdbPutBlobBlock"},
         {"WdbPutRecord", 0, setBinary, store, "WdbPutRecord"},

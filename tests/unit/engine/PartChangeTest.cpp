@@ -170,3 +170,23 @@ TEST_F(PartChange, DeletingTakesThePartsAlong) {
     EXPECT_EQ(database.run("SELECT TITLE FROM BOOKS WHERE PAGE = 'one'").rows(), "");
     EXPECT_EQ(WdbVerifyBase("BOOKS", 0, nullptr, nullptr), WDB_OK);
 }
+
+// A key may be older than the record that it leads to.
+TEST_F(PartChange, AKeyOfAPartThatIsGone) {
+    for (const auto& [key, status] :
+         {std::pair{"1-3-4", WDB_OK}, {"1-4-4", WDB_E_PART}, {"2-1-4", WDB_E_PART}}) {
+        std::string text = "FETCHKEY=424f4f4b53-" + std::string(key) + "\n";
+        FilterData request{};
+        request.text = text.data();
+        request.textLength = static_cast<std::int32_t>(text.size());
+        request.wdb_options = 36;
+        Answer answer;
+        answer.status = sqlgetobject(&request, nullptr);
+        if (request.output != nullptr) answer.document = request.output;
+        std::free(request.output);
+        EXPECT_EQ(answer.status, status) << key;
+        if (status == WDB_OK) continue;
+        EXPECT_EQ(faultOf(answer),
+                  std::to_string(status) + " WSQLFilter::getObject WdbSetRecordPart " + kernelText(status));
+    }
+}

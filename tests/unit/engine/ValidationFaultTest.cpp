@@ -138,6 +138,22 @@ TEST(ValidationFault, Insert) {
     for (const Row& row : rows) check(row);
 }
 
+TEST(ValidationFault, ConditionsOfChanges) {
+    const Row rows[] = {
+        {"DELETE FROM T WHERE NOPE = 1", WDB_E_FIELD, "WSQLValidation:248", kScalar,
+         "Could not find column \"NOPE\" in table T."},
+        {"DELETE FROM T WHERE NOPE IS NULL", WDB_E_FIELD, "WSQLValidation:349", kPredicate,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"UPDATE T SET A = 1 WHERE NOPE LIKE 'x'", WDB_E_FIELD, "WSQLValidation:404", kPredicate,
+         "Could not find column \"NOPE\" in any specified table."},
+        {"UPDATE T SET A = 1 WHERE NOPE BETWEEN 1 AND 2", WDB_E_FIELD, "WSQLValidation:248", kScalar,
+         "Could not find column \"NOPE\" in table T."},
+        {"UPDATE T SET A = (SELECT ID, TID FROM U)", 0, "WSQLFilter:585", "SQLFilter::execSql",
+         "syntax error"},
+    };
+    for (const Row& row : rows) check(row);
+}
+
 TEST(ValidationFault, Joins) {
     const Row rows[] = {
         {"SELECT T.A FROM T JOIN U", 1, "WSQLValidation:1873", kSelect,

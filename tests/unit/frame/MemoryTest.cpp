@@ -1,5 +1,5 @@
-// Every allocation of a call fails once, in turn: the call answers, the record keeps its rules, nothing stays
-// behind.
+// Every allocation of a call fails in turn, alone or with all behind it: the call answers, the record keeps
+// its rules, nothing stays behind.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -12,11 +12,16 @@ namespace {
 
 // What the two allocators of the engine are told, and how much of it they have out.
 struct Allocations {
-    long failAt = -1;  // counts down to the one that fails; below 0 none does
+    long granted = 0;      // so many before one fails
+    bool onwards = false;  // all behind it fail as well
     long live = 0;
     bool watched = false;
 
-    bool refuse() { return watched && failAt >= 0 && failAt-- == 0; }
+    bool refuse() {
+        if (!watched) return false;
+        --granted;
+        return granted == -1 || (onwards && granted < 0);
+    }
 };
 Allocations allocations;
 
@@ -74,6 +79,7 @@ struct Case {
     Export function;
     const char* text;
     const char* reason;
+    std::int32_t kernelStatus = WDB_OK;  // of commands and of restoring the search state
 };
 
 const Case kCases[] = {
@@ -91,6 +97,7 @@ const Case kCases[] = {
     {execsql,
      "CREATE TABLE T (A VARCHAR(10) PRIMARY KEY, B INTEGER, FOREIGN KEY (B) REFERENCES U (C)) WITH (x=1)",
      "half a definition"},
+    {execsql, "UPDATE ART SET QTY = 5", "a kernel that neither searches nor restores", WDB_E_STORAGE},
     {sqlgetencoding, "", "no statement at all"},
     {sqlgetobject, "OTHER=1\n", "an argument missing"},
     {sqlsetobject, "TABLE=NONE\nCOLUMNNAME=A\nRID=1\n", "a table missing"},
@@ -105,15 +112,18 @@ void prepareKernel() {
     fakeKernel().settings["WELKSQL_LOG"] = "0";
 }
 
-// Runs the call with its n-th allocation refused; false when it needed fewer.
-bool runWithout(const Case& row, long n) {
+// Runs the call with its n-th allocation refused, and those behind it if so wanted; false when it needed
+// fewer.
+bool runWithout(const Case& row, long n, bool onwards) {
     prepareKernel();
+    fakeKernel().loadStatus = fakeKernel().cclStatus = row.kernelStatus;
     Request request(row.text);
     // What the kernel itself keeps is there already.
     fakeKernel().settings["SQL_SELECTTEXT"] = "1";
-    allocations = {n, 0, true};
+    allocations = {n, onwards, 0, true};
     const std::int32_t status = row.function(&request.data, nullptr);
-    const bool refused = allocations.failAt < 0;
+    const bool refused = allocations.granted < 0;
+    std::vector<std::string>().swap(fakeKernel().commands);  // the fake's own
     allocations.watched = false;
     const FilterData& data = request.data;
     EXPECT_EQ(status, data.status) << row.reason << ", allocation " << n;
@@ -136,10 +146,12 @@ TEST(Memory, RunsOutAtEveryPlaceOfACall) {
         prepareKernel();
         Request warm(row.text);  // what is kept for the thread is there
         row.function(&warm.data, nullptr);
-        long n = 0;
-        while (runWithout(row, n) && n < 5000 && !testing::Test::HasFailure()) ++n;
-        EXPECT_GT(n, 0) << row.reason << ": nothing was refused";
-        EXPECT_LT(n, 5000) << row.reason;
+        for (const bool onwards : {false, true}) {
+            long n = 0;
+            while (runWithout(row, n, onwards) && n < 5000 && !testing::Test::HasFailure()) ++n;
+            EXPECT_GT(n, 0) << row.reason << ": nothing was refused";
+            EXPECT_LT(n, 5000) << row.reason;
+        }
     }
 }
 
