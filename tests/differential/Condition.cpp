@@ -44,6 +44,12 @@ std::string textTest(const ColumnUse& use, Operator op, const Constant& constant
     const std::string column = columnForTwin(use);
     if (use.kind == Kind::kItems && use.item == 0) return applied("items_stand", column, op, constant.text);
     if (use.kind == Kind::kText) {
+        // The wildcard alone asks for any value, one without words included.
+        const bool any =
+            constant.hasWildcards() && constant.text.find_first_not_of(kAnyRun) == std::string::npos;
+        const bool above = op == Operator::kGreater || op == Operator::kGreaterEqual;
+        if (any && (above || !isOrder(op)))
+            return equality(column, above ? Operator::kEqual : op, isNull(column, false));
         if (isOrder(op)) return applied("words_stand", column, op, cut(constant.text));
         return equality(column, op, applied("holds_phrase", column, constant.text));
     }

@@ -18,6 +18,7 @@ public:
     bool load(const Table& table, std::size_t first, std::size_t end, std::string& message);
     /// A SELECT; with a block size of 0 all rows, else the block (1-based).
     Rows select(const std::string& sql, int blockSize = 0, int block = 1);
+    Answer run(const std::string& sql) { return database_.run(sql); }
     const Database& database() const { return database_; }
 
 private:

@@ -33,14 +33,15 @@ public:
     /// over others.
     ConditionPtr condition(const Scope& scope, int depth, const std::vector<Table>* others = nullptr);
     Random& random() { return random_; }
+    /// A value in the twin's form, and one of several or none.
+    std::string value(Kind kind);
+    Cell cell(Kind kind);
+    Row row(const Table& table);
 
 private:
     // Generator.cpp: rows, constants, conditions
     Table table(const char* name, int rows);
     Table stranger(const char* name, int rows);
-    Row row(const Table& table);
-    Cell cell(Kind kind);
-    std::string value(Kind kind);
     std::string phrase();
     ColumnUse use(const Source& source);
     ColumnUse useOf(const Source& source, Kind kind);

@@ -22,24 +22,6 @@ const char* engineType(Kind kind) {
     }
 }
 
-/// A value as a literal of INSERT, which knows no signs: a negative number is a query.
-std::string engineLiteral(Kind kind, const std::string& value) {
-    switch (kind) {
-        case Kind::kInteger:
-        case Kind::kNumeric: {
-            const std::int64_t number = std::strtoll(value.c_str(), nullptr, 10);
-            const std::string text = kind == Kind::kNumeric ? decimals(number) : value;
-            return number < 0 ? "(SELECT " + text + ")" : text;
-        }
-        case Kind::kDate:
-            return "DATE('" + value + "')";
-        case Kind::kTime:
-            return value;
-        default:
-            return quoted(value);
-    }
-}
-
 }  // namespace
 
 std::string decimals(std::int64_t hundredths) {
@@ -58,10 +40,34 @@ std::string quoted(const std::string& text) {
     return result + "'";
 }
 
+std::string literalForEngine(Kind kind, const std::string& value) {
+    if (value.empty()) return "NULL";
+    switch (kind) {
+        case Kind::kInteger:
+        case Kind::kNumeric: {
+            const std::int64_t number = std::strtoll(value.c_str(), nullptr, 10);
+            const std::string text = kind == Kind::kNumeric ? decimals(number) : value;
+            return number < 0 ? "(SELECT " + text + ")" : text;
+        }
+        case Kind::kDate:
+            return "DATE('" + value + "')";
+        case Kind::kTime:
+            return value;
+        default:
+            return quoted(value);
+    }
+}
+
+std::string literalForTwin(Kind kind, const std::string& value) {
+    if (value.empty()) return "NULL";
+    return kind == Kind::kInteger || kind == Kind::kNumeric ? value : quoted(value);
+}
+
 std::string createForEngine(const Table& table) {
     std::string sql;
     for (const Column& column : table.columns) {
         sql += (sql.empty() ? "" : ", ") + column.name + " " + engineType(column.kind);
+        if (column.name == table.key) sql += " PRIMARY KEY";
     }
     return "CREATE TABLE " + table.name + " (" + sql + ")";
 }
@@ -75,7 +81,7 @@ std::string insertForEngine(const Table& table, const Row& row) {
             const std::string comma = columns.empty() ? "" : ", ";
             columns += comma + column.name;
             if (column.kind == Kind::kItems) columns += "[" + std::to_string(n + 1) + "]";
-            values += comma + engineLiteral(column.kind, row[i][n]);
+            values += comma + literalForEngine(column.kind, row[i][n]);
         }
     }
     if (columns.empty()) {
@@ -91,7 +97,12 @@ std::string createForTwin(const Table& table) {
         const bool number = column.kind == Kind::kInteger || column.kind == Kind::kNumeric;
         sql += ", " + column.name + (number ? " INTEGER" : " TEXT");
     }
-    return "CREATE TABLE " + table.name + " (" + sql + ")";
+    sql = "CREATE TABLE " + table.name + " (" + sql + ")";
+    // Keys are equal as texts are; records without one do not mind each other.
+    if (!table.key.empty())
+        sql +=
+            "; CREATE UNIQUE INDEX key_of_" + table.name + " ON " + table.name + " (norm(" + table.key + "))";
+    return sql;
 }
 
 std::string insertForTwin(const Table& table, const Row& row) {
@@ -100,9 +111,7 @@ std::string insertForTwin(const Table& table, const Row& row) {
         std::string joined;
         for (std::size_t n = 0; n < row[i].size(); ++n)
             joined += (n > 0 ? std::string(1, kItemEnd) : "") + row[i][n];
-        const Kind kind = table.columns[i].kind;
-        const bool number = kind == Kind::kInteger || kind == Kind::kNumeric;
-        values += ", " + (joined.empty() ? "NULL" : number ? joined : quoted(joined));
+        values += ", " + literalForTwin(table.columns[i].kind, joined);
     }
     return "INSERT INTO " + table.name + " VALUES (" + values + ")";
 }

@@ -25,6 +25,7 @@ struct Table {
     std::vector<Column> columns;
     std::vector<Row> rows;   ///< row i is record number i + 1
     std::size_t loaded = 0;  ///< so many of them come by a load, the others by INSERT
+    std::string key;         ///< the column of texts that is the primary key, if one is
 };
 
 /// Between the items of a kItems cell in the twin.
@@ -34,6 +35,11 @@ std::string createForEngine(const Table& table);
 std::string insertForEngine(const Table& table, const Row& row);
 std::string createForTwin(const Table& table);
 std::string insertForTwin(const Table& table, const Row& row);
+
+/// A value as a literal of either side; the empty one is NULL. INSERT and UPDATE of the engine know no signs:
+/// a negative number is a query.
+std::string literalForEngine(Kind kind, const std::string& value);
+std::string literalForTwin(Kind kind, const std::string& value);
 
 /// "12.50" of 1250 hundredths.
 std::string decimals(std::int64_t hundredths);

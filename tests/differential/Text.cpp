@@ -91,12 +91,32 @@ std::vector<std::string> wordsOf(std::string_view text) {
     return wordsIn(text);
 }
 
+namespace {
+
+std::string escaped(std::string_view text) {
+    std::string result;
+    for (char c : text) {
+        if (c == '<') {
+            result += "&lt;";
+        } else if (c == '>') {
+            result += "&gt;";
+        } else if (c == '&') {
+            result += "&amp;";
+        } else {
+            result += c;
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
 std::string paragraphs(std::string_view text) {
     std::string result = "<P>";
     for (std::size_t start = 0; start <= text.size();) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
         const std::string_view line = text.substr(start, end - start);
-        result += line.empty() ? "</P><P>" : std::string(line) + "\n";
+        result += line.empty() ? "</P><P>" : escaped(line) + "\n";
         start = end + 1;
     }
     return result + "</P>";

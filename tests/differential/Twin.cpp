@@ -74,6 +74,20 @@ void itemAt(sqlite3_context* context, sqlite3_value** arguments) {
     if (position <= items.size() && !items[position - 1].empty()) answer(context, items[position - 1]);
 }
 
+/// The cell with one item put in place or, when it is NULL, taken out; nothing moves.
+void withItem(sqlite3_context* context, int /*count*/, sqlite3_value** arguments) {
+    std::vector<std::string> items;
+    if (sqlite3_value_type(arguments[0]) != SQLITE_NULL) items = itemsOf(text(arguments[0]));
+    const auto position = static_cast<std::size_t>(sqlite3_value_int(arguments[1]));
+    if (items.size() < position) items.resize(position);
+    items[position - 1] =
+        sqlite3_value_type(arguments[2]) == SQLITE_NULL ? std::string() : std::string(text(arguments[2]));
+    while (!items.empty() && items.back().empty()) items.pop_back();
+    std::string cell;
+    for (std::size_t i = 0; i < items.size(); ++i) cell += (i > 0 ? std::string(1, kItemEnd) : "") + items[i];
+    if (!cell.empty()) answer(context, cell);
+}
+
 /// Mean with six decimals, half away from zero, of a sum in hundredths; of the decimals two stay at least.
 std::string mean(std::int64_t hundredths, std::int64_t count) {
     const bool negative = hundredths < 0;
@@ -164,6 +178,7 @@ void registerFunctions(sqlite3* database) {
             if (!list.empty()) answer(c, list);
         }>);
     add("item", 2, function<itemAt>);
+    add("with_item", 3, withItem);
     add("shown_items", 1, function<[](C* c, V** v) { answer(c, listed(text(v[0]), "; ", 1, kAllItems)); }>);
     add("paragraphs", 1, function<[](C* c, V** v) { answer(c, paragraphs(text(v[0]))); }>);
     add("decimals", 1, function<[](C* c, V** v) { answer(c, decimals(sqlite3_value_int64(v[0]))); }>);
@@ -210,6 +225,10 @@ Rows Twin::select(const std::string& sql) {
         rows.fault = sqlite3_errmsg(database_);
     rows.total = static_cast<std::int64_t>(rows.rows.size());
     return rows;
+}
+
+std::int64_t Twin::changes() const {
+    return sqlite3_changes(database_);
 }
 
 }  // namespace differential

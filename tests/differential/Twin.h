@@ -18,6 +18,8 @@ public:
 
     bool change(const std::string& sql, std::string& message);
     Rows select(const std::string& sql);
+    /// Rows that the latest change inserted, updated or deleted.
+    std::int64_t changes() const;
 
 private:
     sqlite3* database_ = nullptr;
