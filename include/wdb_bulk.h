@@ -44,8 +44,8 @@ typedef struct WdbSessionText {
 } WdbSessionText;
 
 /* Several texts of the session at once, 1 to WDB_ST_MOST. Each has a status of its own; text and length are
- * as they were unless that is WDB_OK or WDB_E_BUFFER. The call's own: WDB_E_ARGUMENT, nothing was asked then.
- */
+ * as they were unless that is WDB_OK or WDB_E_BUFFER. The call's own: WDB_E_ARGUMENT, and WDB_E_UNSUPPORTED
+ * in a session whose calls are watched; nothing was asked then. */
 WDB_API int32_t WdbSessionTexts(WdbSessionText* texts, int32_t count);
 
 /* What the command DEF FIN MIN=0 does. */

@@ -25,6 +25,7 @@ Status SetRowReader::readFrom(SearchSet& set, uint64_t row, const KeptRecords* k
     columns_ = set.columns;
     view_ = {};
     plain_ = true;
+    if (set.lost) return WDB_E_MEMORY;
     if (set.block && set.block->kept) kept = set.block->kept.get();
     if (kept != nullptr && !kept->made()) kept = nullptr;
     if (kept != nullptr && kept->status() != WDB_OK) return kept->status();

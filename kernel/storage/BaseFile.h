@@ -167,7 +167,7 @@ public:
     // Stores a new record of a load. They share one queue entry, whose position is taken by the first one; it
     // is written by commit(), or when a wide gap in the numbers, which ascend, begins another one. The images
     // wait until there are enough of them, or one is read: what stops them from being stored is answered
-    // then, or by prepare() and commit().
+    // then, or by prepare() and commit(). The record is counted before: a writer that was refused is dropped.
     Status putInRange(RecordNumber number, Slice image);
 
     // Keys: setKey answers WDB_E_DUPLICATE when another record has it.

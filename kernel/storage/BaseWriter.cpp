@@ -74,10 +74,12 @@ Result<Position> BaseWriter::put(RecordNumber number, Slice image) {
     // Long values that stay are not packed once more.
     const auto dictionary = isPacked(previous) ? packer() : Result<const TailDictionary*>(WDB_FAIL);
     std::string packed;
-    if (dictionary && packImage(image, **dictionary, packed, previous))
-        WDB_TRY(txn_.put(kRecords, number, packed));
-    else
+    if (dictionary) {
+        const bool less = packImage(image, **dictionary, packed, previous);
+        WDB_TRY(txn_.put(kRecords, number, less ? Slice(packed) : image));
+    } else {
         WDB_TRY(store(number, image, PutMode::Replace));
+    }
     change();
     if (previous.empty() && ++meta_.liveCount % kSampleEvery == 0) WDB_TRY(packFromNow());
     const Position position = meta_.nextSequence++;
