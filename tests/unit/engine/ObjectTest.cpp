@@ -384,7 +384,7 @@ TEST_F(Objects, FaultsNameTheKernelsFunction) {
         // ours.
         char* const block = fetches ? nullptr : strdup("new");
         const std::unique_ptr<char, decltype(&std::free)> kept(
-            std::string_view(row.function) == "WdbGetSearch" ? block : nullptr, &std::free);
+            std::string_view(row.context) == "execution" ? block : nullptr, &std::free);
         const Answer answer =
             call(fetches ? sqlgetobject : sqlsetobject, row.request, 36, block, fetches ? 0 : 3);
         EXPECT_EQ(answer.status, kStatus);
