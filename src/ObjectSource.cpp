@@ -13,6 +13,7 @@ namespace {
 constexpr std::uint32_t kFileName = 1;
 constexpr std::uint32_t kOpenFile = 2;
 constexpr std::uint32_t kRelease = 4;
+constexpr std::size_t kLargest = std::size_t{64} << 20;  // bytes that a file without a size may have
 
 }  // namespace
 
@@ -77,11 +78,14 @@ bool ObjectSource::readAll(platform::HeapText& text, std::int64_t& size) {
     return read(text.get(), static_cast<std::size_t>(size)) == static_cast<std::size_t>(size);
 }
 
-// Files of the system tell no size and hold bytes all the same.
+// Files of the system tell no size and hold bytes all the same; devices may hold them without an end.
 bool ObjectSource::readToEnd(platform::HeapText& text, std::int64_t& size) {
     std::string bytes;
     char chunk[4096];
-    for (std::size_t length = 0; (length = read(chunk, sizeof chunk)) > 0;) bytes.append(chunk, length);
+    for (std::size_t length = 0; (length = read(chunk, sizeof chunk)) > 0;) {
+        if (bytes.size() + length > kLargest) return false;
+        bytes.append(chunk, length);
+    }
     text.reset(static_cast<char*>(platform::heapAllocate(bytes.size() + 1)));
     std::memcpy(text.get(), bytes.data(), bytes.size());
     size = done_;

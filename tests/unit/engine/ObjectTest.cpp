@@ -331,6 +331,14 @@ TEST_F(Objects, FilesThatCannotBeReadLeaveTheOldValue) {
         EXPECT_EQ(faultOf(stream), fault) << column << ": a stream that is open for writing alone";
         std::fclose(writing);
         EXPECT_EQ(get(key, 5).document, old) << column;
+        if (*column == 'T') {
+            FILE* zeros = std::fopen("/dev/zero", "rb");
+            ASSERT_NE(zeros, nullptr);
+            const Answer endless = call(sqlsetobject, "TABLE=OBJ\nCOLUMNNAME=T\nRID=1\n", 32 + 2,
+                                        reinterpret_cast<char*>(zeros), 0);
+            EXPECT_EQ(faultOf(endless), fault) << "a stream without an end";
+            std::fclose(zeros);
+        }
         std::ifstream limits("/proc/self/limits");
         std::string line;
         std::getline(limits, line);
