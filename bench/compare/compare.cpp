@@ -32,6 +32,8 @@ using Clock = std::chrono::steady_clock;
 constexpr double kSeconds = 0.5;
 constexpr int kLeastRounds = 2;
 constexpr double kLongest = 8;  // no new round after these seconds
+// The engines take turns of so many seconds, or a round: a machine whose speed changes is the same for all.
+constexpr double kTurn = 0.02;
 
 struct Cell {
     bool answered = false;
@@ -43,28 +45,50 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-Cell measure(Engine& engine, const std::vector<Query>& queries) {
-    Cell cell;
-    if (queries.empty() || !engine.prepare(queries[0].kind)) return cell;
-    cell.answered = true;
+// One engine's part of a line.
+class Measure {
+public:
     // The first round warms up and is not counted.
-    for (const Query& query : queries) cell.totals.push_back(engine.answer(query).total);
-    std::vector<double> times;
-    const Clock::time_point start = Clock::now();
-    for (int round = 0;
-         (round < kLeastRounds || secondsSince(start) < kSeconds) && secondsSince(start) < kLongest;
-         ++round) {
-        for (const Query& query : queries) {
-            const Clock::time_point before = Clock::now();
-            const Answer answer = engine.answer(query);
-            times.push_back(secondsSince(before) * 1e6);
-            if (answer.total > 0 && answer.rows == 0) die(std::string(engine.name()) + " delivered no rows");
-        }
+    Measure(Engine& engine, const std::vector<Query>& queries) : engine_(engine), queries_(queries) {
+        if (queries.empty() || !engine.prepare(queries[0].kind)) return;
+        cell_.answered = true;
+        for (const Query& query : queries) cell_.totals.push_back(engine.answer(query).total);
     }
-    std::nth_element(times.begin(), times.begin() + static_cast<ptrdiff_t>(times.size() / 2), times.end());
-    cell.microseconds = times[times.size() / 2];
-    return cell;
-}
+    bool done() const {
+        return !cell_.answered || seconds_ >= kLongest || (rounds_ >= kLeastRounds && seconds_ >= kSeconds);
+    }
+    void turn() {
+        const Clock::time_point start = Clock::now();
+        do {
+            for (const Query& query : queries_) answer(query);
+            ++rounds_;
+        } while (secondsSince(start) < kTurn);
+        seconds_ += secondsSince(start);
+    }
+    Cell result() {
+        if (!times_.empty()) {
+            const auto middle = times_.begin() + static_cast<ptrdiff_t>(times_.size() / 2);
+            std::nth_element(times_.begin(), middle, times_.end());
+            cell_.microseconds = *middle;
+        }
+        return cell_;
+    }
+
+private:
+    void answer(const Query& query) {
+        const Clock::time_point before = Clock::now();
+        const Answer answer = engine_.answer(query);
+        times_.push_back(secondsSince(before) * 1e6);
+        if (answer.total > 0 && answer.rows == 0) die(std::string(engine_.name()) + " delivered no rows");
+    }
+
+    Engine& engine_;
+    const std::vector<Query>& queries_;
+    Cell cell_;
+    std::vector<double> times_;
+    int rounds_ = 0;
+    double seconds_ = 0;
+};
 
 std::string timeText(const Cell& cell) {
     char text[32] = "-";
@@ -102,8 +126,18 @@ public:
     // True when goal and bar are reached (or there is nothing to compare).
     void line(const QueryKind& kind) {
         const std::vector<Query> queries = readQueries(folder_ + "/arguments.tsv", kind);
+        std::vector<Measure> measures;
+        for (const auto& engine : engines_) measures.emplace_back(*engine, queries);
+        for (bool working = true; working;) {
+            working = false;
+            for (Measure& one : measures) {
+                if (one.done()) continue;
+                one.turn();
+                working = true;
+            }
+        }
         std::vector<Cell> cells;
-        for (const auto& engine : engines_) cells.push_back(measure(*engine, queries));
+        for (Measure& one : measures) cells.push_back(one.result());
         const double goal = large_ ? kind.goalLarge : kind.goalSmall;
         std::printf("%-36s %9s |", kind.label, goal > 0 ? number(goal, 0).c_str() : "-");
         double best = INFINITY;
