@@ -27,7 +27,9 @@ bool convertText(Session& session, Way way, char (&text)[N]) {
 
 template <size_t... N>
 bool convertTexts(Session& session, Way way, char (&... texts)[N]) {
-    return session.charset.passes() || (convertText(session, way, texts) & ...);
+    bool whole = true;
+    if (!session.charset.passes()) ((whole = convertText(session, way, texts) && whole), ...);
+    return whole;
 }
 
 // False when a text was cut. What comes from a caller is refused then when it is to be stored.

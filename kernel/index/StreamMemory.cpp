@@ -24,12 +24,12 @@ char* StreamMemory::take(uint8_t sizeClass) {
     if (sizeClass >= kClasses) throw std::bad_alloc();
     char* const block = given_[sizeClass];
     if (block == nullptr) return cut(sizeOf(sizeClass));
-    std::memcpy(&given_[sizeClass], block, sizeof block);
+    std::memcpy(&given_[sizeClass], block, sizeof(char*));
     return block;
 }
 
 void StreamMemory::giveBack(char* block, uint8_t sizeClass) {
-    std::memcpy(block, &given_[sizeClass], sizeof block);
+    std::memcpy(block, &given_[sizeClass], sizeof(char*));
     given_[sizeClass] = block;
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
-#include <iterator>
 #include <memory>
-#include <ranges>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -48,11 +47,21 @@ struct UnionRows {
     std::shared_ptr<UnionKeys> keys;
 
     uint64_t size() const { return picked ? picks.size() : all; }
-    auto members() { return std::views::counted(list->begin(), static_cast<std::ptrdiff_t>(count)); }
-    auto members() const {
-        return std::views::counted(std::as_const(*list).begin(), static_cast<std::ptrdiff_t>(count));
+    template <typename Iterator>
+    struct Members {
+        Iterator first;
+        Iterator last;
+        Iterator begin() const { return first; }
+        Iterator end() const { return last; }
+    };
+    Members<std::deque<Member>::iterator> members() { return {list->begin(), list->begin() + places()}; }
+    Members<std::deque<Member>::const_iterator> members() const {
+        return {list->cbegin(), list->cbegin() + places()};
     }
     uint32_t placeOf(uint64_t row) const { return picked ? picks[row] : static_cast<uint32_t>(row); }
+
+private:
+    std::ptrdiff_t places() const { return static_cast<std::ptrdiff_t>(count); }
 };
 
 }  // namespace wdb
