@@ -92,8 +92,8 @@ public:
     // The image of a record: WDB_FAIL when no record ever had the number, WDB_E_DELETED when it is deleted.
     // The image is handed out as it is stored, maybe packed: view() validates it.
     Result<Slice> image(RecordNumber number) const;
-    // The images of up to PageTree::kSome records at once, in a fraction of the time. Those that stay empty
-    // may be there all the same: image() tells.
+    // The images of up to PageTree::kSome records at once, which is quicker than one by one. Those that stay
+    // empty may be there all the same: image() tells.
     void images(std::span<const RecordNumber> numbers, std::span<Slice> images) const;
     // A validated view of an image as it is stored: WDB_E_CORRUPT.
     Result<RecordView> view(Slice stored) const;

@@ -29,8 +29,7 @@ public:
 
     Look find(Slice key, Slice& value) const;
     // As find() with integer keys of 4 bytes, kSome at most. What is not found, for whatever reason, stays as
-    // it is. All are on their way from memory before the first is waited for: where nothing is near, that
-    // takes a third of the time.
+    // it is. All are on their way from memory before the first is waited for.
     void findSome(std::span<const uint32_t> keys, std::span<Slice> values) const;
     static constexpr size_t kSome = 32;
 
